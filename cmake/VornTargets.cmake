@@ -1,0 +1,77 @@
+# How this project declares its rooms, tests and fuzz targets.
+
+# Flags for our own code. Generated QML code gets none of the warnings.
+add_library(vorn_flags INTERFACE)
+target_compile_definitions(vorn_flags INTERFACE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII
+    QT_NO_CAST_FROM_BYTEARRAY)
+# No contraction: the drift arithmetic is specified in plain double operations.
+target_compile_options(vorn_flags INTERFACE -ffp-contract=off)
+if(VORN_SANITIZE)
+    target_compile_options(vorn_flags INTERFACE -fsanitize=${VORN_SANITIZE} -fno-sanitize-recover=all)
+    target_link_options(vorn_flags INTERFACE -fsanitize=${VORN_SANITIZE})
+endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    target_link_options(vorn_flags INTERFACE -fuse-ld=lld)
+endif()
+
+add_library(vorn_warnings INTERFACE)
+target_compile_options(vorn_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    target_compile_options(vorn_warnings INTERFACE -Wthread-safety)
+endif()
+
+# A room finds the headers of exactly the rooms it links: each room is visible
+# through a folder of its own, which holds nothing but a link to it.
+function(vorn_room_includes target room)
+    file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/rooms/${room})
+    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${CMAKE_BINARY_DIR}/rooms/${room}/${room} SYMBOLIC)
+    target_include_directories(${target} PUBLIC ${CMAKE_BINARY_DIR}/rooms/${room})
+endfunction()
+
+# vorn_add_module(<room> SOURCES <files> [DEPENDS <rooms>] [LIBRARIES <public libraries>] [PRIVATE_LIBRARIES <libraries>])
+function(vorn_add_module room)
+    cmake_parse_arguments(arg "" "" "SOURCES;DEPENDS;LIBRARIES;PRIVATE_LIBRARIES" ${ARGN})
+    add_library(vorn_${room} STATIC ${arg_SOURCES})
+    set_target_properties(vorn_${room} PROPERTIES AUTOMOC ON)
+    list(TRANSFORM arg_DEPENDS PREPEND vorn_)
+    target_link_libraries(vorn_${room} PUBLIC vorn_flags ${arg_DEPENDS} ${arg_LIBRARIES}
+        PRIVATE vorn_warnings ${arg_PRIVATE_LIBRARIES})
+    vorn_room_includes(vorn_${room} ${room})
+endfunction()
+
+# vorn_add_test(<name> DEPENDS <rooms> [SOURCES <files>] [LIBRARIES <libraries>] [TIMEOUT <seconds>])
+# One Qt Test program, <name>.cpp unless SOURCES says otherwise, run as ctest case <name>.
+function(vorn_add_test name)
+    cmake_parse_arguments(arg "" "TIMEOUT" "SOURCES;DEPENDS;LIBRARIES" ${ARGN})
+    if(NOT arg_SOURCES)
+        set(arg_SOURCES ${name}.cpp)
+    endif()
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 60)
+    endif()
+    add_executable(${name} ${arg_SOURCES})
+    set_target_properties(${name} PROPERTIES AUTOMOC ON)
+    list(TRANSFORM arg_DEPENDS PREPEND vorn_)
+    target_link_libraries(${name} PRIVATE vorn_flags vorn_warnings ${arg_DEPENDS} vorn_test_support Qt6::Test
+        ${arg_LIBRARIES})
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT}
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;UBSAN_OPTIONS=print_stacktrace=1")
+endfunction()
+
+# vorn_add_fuzz_target(<name> DEPENDS <rooms>)
+# <name>.cpp defines LLVMFuzzerTestOneInput. With VORN_FUZZ it becomes a libFuzzer program; otherwise a program
+# that replays the files of corpus/<name>, run as ctest case <name>.
+function(vorn_add_fuzz_target name)
+    cmake_parse_arguments(arg "" "" "DEPENDS" ${ARGN})
+    list(TRANSFORM arg_DEPENDS PREPEND vorn_)
+    add_executable(${name} ${name}.cpp)
+    target_link_libraries(${name} PRIVATE vorn_flags vorn_warnings ${arg_DEPENDS})
+    if(VORN_FUZZ)
+        target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+    else()
+        target_sources(${name} PRIVATE replay.cpp)
+        add_test(NAME ${name} COMMAND ${name} ${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name})
+        set_tests_properties(${name} PROPERTIES TIMEOUT 60)
+    endif()
+endfunction()

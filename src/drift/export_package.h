@@ -1,0 +1,34 @@
+#pragma once
+
+#include "library/records.h"
+
+#include <cstdint>
+#include <functional>
+
+namespace vorn {
+
+/// How far an export is: which clip's file is being verified, and how many of its bytes are done.
+struct ExportProgress {
+    QString cameraId;
+    std::size_t clipIndex = 0; ///< from 0
+    std::size_t clipCount = 0;
+    std::int64_t completedBytes = 0; ///< of all files together
+    std::int64_t totalBytes = 0;     ///< of all files together
+
+    bool operator==(const ExportProgress &) const = default;
+};
+
+namespace DriftEngine {
+
+/// Makes a new folder in `parent` with "timeline.fcpxml", "alignment-report.json" and
+/// "source-manifest.json", and returns its path. All or nothing: whatever can be refused is refused
+/// before the first byte is written, and a failure while writing takes the folder away again.
+/// Recorded media is only read. `onProgress`, if given, is called on the calling thread about once
+/// a mebibyte; what it throws ends the run. Throws DriftExportError, FileError and
+/// MediaProbeError. Blocks for as long as hashing the media takes; any thread.
+[[nodiscard]] QString exportPackage(const VORNProject &project, const VORNTake &take,
+                                    const QString &parent,
+                                    const std::function<void(const ExportProgress &)> &onProgress = {});
+
+} // namespace DriftEngine
+} // namespace vorn

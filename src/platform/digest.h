@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+
+namespace vorn {
+
+/// Incremental SHA-256 (FIPS 180-4) through OpenSSL, which uses the processor's instructions.
+class Sha256 {
+public:
+    Sha256();
+    ~Sha256();
+    Sha256(const Sha256 &) = delete;
+    Sha256 &operator=(const Sha256 &) = delete;
+
+    void add(std::span<const std::byte> bytes);
+    /// The digest as 64 lower-case hexadecimal characters. Ends the run.
+    [[nodiscard]] QString finish();
+
+private:
+    struct Context;
+    std::unique_ptr<Context> m_context;
+};
+
+/// SHA-256 of a regular file, read once through one buffer of 1 MiB. `onProgress`, if given, gets
+/// the bytes read so far after each buffer; what it throws ends the run. Throws FileError. Blocks.
+[[nodiscard]] QString sha256OfFile(const QString &path,
+                                   const std::function<void(std::int64_t)> &onProgress = {});
+
+} // namespace vorn

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <cstdint>
+#include <exception>
+#include <utility>
+
+namespace vorn {
+
+/// A file operation of the system failed. `what()` is a sentence for the user, in UTF-8: what was
+/// tried, on which path, and the system's reason.
+class FileError : public std::exception {
+public:
+    explicit FileError(const QString &message) : m_text(message.toUtf8()) {}
+    /// "<action> <path>: <the system's words for errorNumber>."
+    FileError(const QString &action, const QString &path, int errorNumber);
+
+    [[nodiscard]] const char *what() const noexcept override { return m_text.constData(); }
+
+private:
+    QByteArray m_text;
+};
+
+/// Owns one file descriptor.
+class FileDescriptor {
+public:
+    FileDescriptor() = default;
+    explicit FileDescriptor(int descriptor) noexcept : m_descriptor(descriptor) {}
+    FileDescriptor(FileDescriptor &&other) noexcept
+        : m_descriptor(std::exchange(other.m_descriptor, -1))
+    {}
+    FileDescriptor &operator=(FileDescriptor &&other) noexcept
+    {
+        std::swap(m_descriptor, other.m_descriptor);
+        return *this;
+    }
+    FileDescriptor(const FileDescriptor &) = delete;
+    FileDescriptor &operator=(const FileDescriptor &) = delete;
+    ~FileDescriptor();
+
+    [[nodiscard]] int get() const noexcept { return m_descriptor; }
+    [[nodiscard]] bool isOpen() const noexcept { return m_descriptor >= 0; }
+
+private:
+    int m_descriptor = -1;
+};
+
+/// The name of `path` in the system's encoding (UTF-8). Throws FileError for a path that holds a
+/// NUL character or a lone surrogate: the system would see another, shorter or different name.
+[[nodiscard]] QByteArray nativePath(const QString &path);
+
+/// `path` as seen from the folder `base`: an absolute path stands by itself; "." and ".."
+/// components are removed by text alone, without a look at the disk.
+[[nodiscard]] QString resolvedPath(const QString &base, const QString &path);
+
+/// The part of `path` after its last slash.
+[[nodiscard]] QString fileNameOf(const QString &path);
+
+/// True when anything stands at `path`, a dangling link included.
+[[nodiscard]] bool somethingExistsAt(const QString &path);
+
+/// True when `path` leads, through links if need be, to something that exists.
+[[nodiscard]] bool fileExists(const QString &path);
+
+/// Opens a regular file for reading, through links. Throws FileError for anything else: a folder,
+/// a FIFO, a device or a socket is refused without blocking.
+[[nodiscard]] FileDescriptor openRegularFile(const QString &path);
+
+/// Size in bytes of an open file. Throws FileError; `path` serves its text only.
+[[nodiscard]] std::int64_t fileSize(const FileDescriptor &file, const QString &path);
+
+/// Reads a regular file whole. Throws FileError, also when it holds more than `maximumBytes`.
+[[nodiscard]] QByteArray readFile(const QString &path, std::int64_t maximumBytes);
+
+enum class FolderMode : std::uint32_t { followUmask = 0777, ownerOnly = 0700 };
+
+/// Makes one folder whose parent must exist. Throws FileError, also when the path is taken.
+void createFolder(const QString &path);
+
+/// Makes `path` and what is missing above it; a folder that is there stays as it is, links to
+/// folders included. `mode` holds for the folders that are made. Throws FileError.
+void createFolders(const QString &path, FolderMode mode);
+
+/// Removes a folder with all it holds; failures are ignored. Does not follow links.
+void removeFolderQuietly(const QString &path) noexcept;
+
+} // namespace vorn

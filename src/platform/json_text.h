@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QString>
+
+#include <exception>
+
+namespace vorn {
+
+/// A document is no JSON, or not the JSON that was expected. `what()` names the place and what was
+/// expected there, in UTF-8: "library.json: projects[2].takes[0].timelineFPS is missing (text
+/// expected)".
+class JsonError : public std::exception {
+public:
+    explicit JsonError(const QString &message) : m_text(message.toUtf8()) {}
+    [[nodiscard]] const char *what() const noexcept override { return m_text.constData(); }
+
+private:
+    QByteArray m_text;
+};
+
+/// Reads a document whose root is an object (RFC 8259). `name` is what an error calls it. Depth is
+/// bounded by Qt (1024 levels). Throws JsonError.
+[[nodiscard]] QJsonObject parseJsonObject(const QByteArray &text, const QString &name);
+
+/// The text of an object: UTF-8, one key a line in sorted order, four blanks a level, a slash
+/// written "\/", a line feed at the end.
+[[nodiscard]] QByteArray prettyJson(const QJsonObject &object);
+
+} // namespace vorn

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QString>
+
+#include <cstdint>
+#include <exception>
+#include <vector>
+
+namespace vorn {
+
+/// The file is no movie that this reader understands; `what()` says why, in UTF-8.
+class MediaProbeError : public std::exception {
+public:
+    explicit MediaProbeError(const QString &message) : m_text(message.toUtf8()) {}
+    [[nodiscard]] const char *what() const noexcept override { return m_text.constData(); }
+
+private:
+    QByteArray m_text;
+};
+
+/// What a movie's headers say of one video track.
+struct ProbedVideoTrack {
+    double naturalWidth = 0;  ///< pixels, before the transform
+    double naturalHeight = 0; ///< pixels, before the transform
+    /// Linear part of the display transform, row vectors as in ISO/IEC 14496-12 8.3.2:
+    /// x' = a*x + c*y, y' = b*x + d*y.
+    double a = 1, b = 0, c = 0, d = 1;
+    float nominalFrameRate = 0; ///< samples per second over the whole track; 0 when unknown
+
+    bool operator==(const ProbedVideoTrack &) const = default;
+};
+
+/// What the headers of a MOV or MP4 file say.
+struct ProbedMedia {
+    double durationSeconds = 0; ///< as the container states it; NaN when it contradicts itself
+    std::vector<ProbedVideoTrack> videoTracks;
+    int audioTrackCount = 0;
+
+    bool operator==(const ProbedMedia &) const = default;
+};
+
+/// Reads the headers of a MOV, MP4, M4V or 3GP file (ISO/IEC 14496-12, and QuickTime where it
+/// differs). Reads a few kilobytes, whatever the size of the file, and follows no reference out of
+/// it. Throws FileError and MediaProbeError. Any thread; blocks for these reads.
+[[nodiscard]] ProbedMedia probeMedia(const QString &path);
+
+} // namespace vorn

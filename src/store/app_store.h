@@ -1,0 +1,112 @@
+#pragma once
+
+#include "drift/export_package.h"
+#include "library/records.h"
+#include "platform/thread_context.h"
+#include "store/library_file.h"
+
+#include <QCoroTask>
+#include <QObject>
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace vorn {
+
+/// Owns the library and everything the windows show of it, and is the only writer of the library
+/// file. Every change of the library is on the disk when the operation that made it returns.
+/// Operations report failures in `errorMessage` and the activity log, not to their caller.
+/// Context: UI thread.
+class AppStore : public QObject {
+    Q_OBJECT
+public:
+    /// The folders are the user's own unless given; a given folder is used as it stands.
+    explicit AppStore(std::optional<QString> storageRoot = {},
+                      std::optional<QString> recordingsRoot = {}, QObject *parent = nullptr);
+    /// Ends a running export, which then leaves nothing behind.
+    ~AppStore() override;
+
+    [[nodiscard]] const VORNLibrary &library() const;
+    [[nodiscard]] const std::optional<QString> &selectedProjectID() const;
+    [[nodiscard]] const std::optional<QString> &selectedTakeID() const;
+    [[nodiscard]] const std::vector<TransferStatus> &transfers() const;
+    /// Newest first, at most 100.
+    [[nodiscard]] const std::vector<ActivityEntry> &activities() const;
+    [[nodiscard]] bool isBusy() const;
+    /// The latest failure; stays until a view clears it.
+    [[nodiscard]] const std::optional<QString> &errorMessage() const;
+    /// How far the running export is; absent when none runs.
+    [[nodiscard]] const std::optional<ExportProgress> &exportProgress() const;
+
+    void setSelectedProjectID(std::optional<QString> id);
+    void setSelectedTakeID(std::optional<QString> id);
+    void clearErrorMessage();
+
+    /// Null when nothing is selected or the selection matches nothing. Valid until the library
+    /// changes.
+    [[nodiscard]] const VORNProject *selectedProject() const;
+    [[nodiscard]] const VORNTake *selectedTake() const;
+
+    /// This computer's lasting identity, a UUID in lower case.
+    [[nodiscard]] const QString &collectorIdentity() const;
+    [[nodiscard]] const QString &supportDirectory() const;
+    [[nodiscard]] const QString &recordingsDirectory() const;
+
+    void log(const QString &message, bool error = false);
+
+    /// A blank name does nothing. The new project is selected.
+    void createProject(const QString &name);
+    /// Raises the project's revision. Nothing happens for a blank or the same name, or where no
+    /// regular project is selected.
+    void renameSelectedProject(const QString &name);
+    /// Selects the take of this id in the selected project, made new if need be; false, with a
+    /// message, when it cannot be used.
+    [[nodiscard]] bool prepareDirectorTake(const QString &id);
+    void setReferenceCamera(const QString &cameraId);
+    /// Brings in the take that the manifest file at `path` describes. All or nothing.
+    void importManifest(const QString &path);
+    /// Exports the selected take into a new folder under `parentFolder` and shows it.
+    QCoro::Task<> exportSelectedTake(QString parentFolder);
+
+Q_SIGNALS:
+    void libraryChanged();
+    void selectedProjectIDChanged();
+    void selectedTakeIDChanged();
+    void transfersChanged();
+    void activitiesChanged();
+    void isBusyChanged();
+    void errorMessageChanged();
+    void exportProgressChanged();
+    /// An export has succeeded; `path` is its timeline document, to be shown to the user.
+    void exportCreated(const QString &path);
+
+private:
+    [[nodiscard]] QString loadOrCreateCollectorID();
+    void load();
+    void save();
+    /// errorMessage and the activity log.
+    void fail(const QString &message);
+    void setBusy(bool busy);
+    void setExportProgress(std::optional<ExportProgress> progress);
+    [[nodiscard]] VORNProject *selectedProjectForChange() VORN_RUNS_ON(m_ui);
+
+    ThreadContext m_ui;
+    QString m_supportDirectory;
+    QString m_recordingsDirectory;
+    QString m_collectorID;
+    VORNLibrary m_library VORN_OWNED_BY(m_ui);
+    LibraryFile m_file VORN_OWNED_BY(m_ui);
+    std::optional<QString> m_selectedProjectID VORN_OWNED_BY(m_ui);
+    std::optional<QString> m_selectedTakeID VORN_OWNED_BY(m_ui);
+    std::vector<TransferStatus> m_transfers VORN_OWNED_BY(m_ui);
+    std::vector<ActivityEntry> m_activities VORN_OWNED_BY(m_ui);
+    bool m_isBusy VORN_OWNED_BY(m_ui) = false;
+    std::optional<QString> m_errorMessage VORN_OWNED_BY(m_ui);
+    std::optional<ExportProgress> m_exportProgress VORN_OWNED_BY(m_ui);
+    /// Set when the store ends; a running export sees it and stops.
+    std::shared_ptr<std::atomic_bool> m_stop = std::make_shared<std::atomic_bool>(false);
+};
+
+} // namespace vorn

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "library/records.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+namespace vorn {
+
+/// "library.json" on the disk. Keeps the text of each take of the last save, so that a save encodes
+/// only what changed since; the file is still written whole, flushed and put in place of the old.
+class LibraryFile {
+public:
+    LibraryFile() = default;
+    explicit LibraryFile(QString folder) : m_folder(std::move(folder)) {}
+
+    /// The library on the disk; empty when there is no file. Throws FileError or JsonError, and then
+    /// remembers that the file could not be read.
+    [[nodiscard]] VORNLibrary load();
+
+    /// Writes `library` whole and atomically. When load() had failed, the old bytes are kept
+    /// beside first; then the name of the file that keeps them is returned. Throws FileError.
+    std::optional<QString> save(const VORNLibrary &library);
+
+private:
+    struct EncodedTake {
+        VORNTake take;
+        QByteArray text;
+    };
+
+    [[nodiscard]] QString path() const;
+    [[nodiscard]] QString keepUnreadable() const;
+
+    QString m_folder;
+    bool m_isUnreadable = false;
+    std::vector<EncodedTake> m_encoded;
+};
+
+} // namespace vorn
