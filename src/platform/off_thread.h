@@ -10,11 +10,11 @@
 
 namespace vorn {
 
-/// The pool for file work: hashing, probing, writing. One job at a time is enough for one disk.
+/// The threads for file work: hashing, probing, writing. Few, since one disk serves them all. Ends
+/// with the process, after the jobs that run.
 [[nodiscard]] inline QThreadPool *fileWorkPool()
 {
     static QThreadPool pool;
-    pool.setMaxThreadCount(2);
     return &pool;
 }
 

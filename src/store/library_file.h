@@ -3,6 +3,7 @@
 #include "library/records.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QString>
 
 #include <optional>
@@ -32,11 +33,12 @@ private:
     };
 
     [[nodiscard]] QString path() const;
+    [[nodiscard]] std::vector<QByteArray> encode(const VORNLibrary &library);
     [[nodiscard]] QString keepUnreadable() const;
 
     QString m_folder;
     bool m_isUnreadable = false;
-    std::vector<EncodedTake> m_encoded;
+    QHash<QString, EncodedTake> m_encoded; ///< by project and take id
 };
 
 } // namespace vorn

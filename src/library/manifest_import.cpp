@@ -1,0 +1,112 @@
+#include "library/manifest_import.h"
+
+#include "library/identity_merge.h"
+#include "library/record_json.h"
+#include "platform/files.h"
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+namespace {
+
+// A manifest of 10,000 clips with a hundred anchors each is below this.
+constexpr std::int64_t maximumManifestBytes = 256 * 1024 * 1024;
+
+/// The project that the manifest belongs to, with the name and revision it has afterwards.
+VORNProject reconciledProject(const SourceManifest &manifest, const VORNLibrary &library)
+{
+    const QString name = manifest.projectName.value_or(manifest.projectId);
+    const VORNProject *known = findById(library.projects, manifest.projectId);
+    VORNProject project = known ? *known
+                                : VORNProject{.id = manifest.projectId,
+                                              .name = name,
+                                              .revision = manifest.projectRevision,
+                                              .takes = {}};
+    if (manifest.projectRevision && project.revision.value_or(0) < *manifest.projectRevision) {
+        project.name = name;
+        project.revision = manifest.projectRevision;
+    } else if (manifest.projectName && *manifest.projectName != project.name
+               && (!manifest.projectRevision || manifest.projectRevision == project.revision)) {
+        throw IdentityError(u"Project ID %1 has conflicting names at the same revision."_s.arg(
+            manifest.projectId));
+    }
+    return project;
+}
+
+VORNClip mappedClip(const SourceClip &source, const SourceManifest &manifest, const QString &base)
+{
+    const QString path = resolvedPath(base, source.path);
+    VORNClip clip;
+    clip.id = source.clipId.value_or(manifest.takeId + u"::"_s + source.cameraId);
+    clip.cameraId = source.cameraId;
+    clip.fileName = fileNameOf(path);
+    clip.localPath = path;
+    clip.sha256 = source.sha256;
+    clip.anchorMeaning = source.anchorMeaning;
+    clip.anchors = source.anchors;
+    clip.mediaKind = source.mediaKind;
+    clip.timingSidecarURL = source.timingSidecarPath;
+    clip.timingSidecarSHA256 = source.timingSidecarSHA256;
+    clip.deviceId = source.deviceId;
+    clip.deviceName = source.deviceName;
+    return clip;
+}
+
+template <class Value>
+bool differ(const std::optional<Value> &a, const std::optional<Value> &b)
+{
+    return a && b && *a != *b;
+}
+
+void requireSameTake(const VORNTake &take, const SourceManifest &manifest)
+{
+    const auto conflict = [&](const QString &what) {
+        return IdentityError(u"Take %1 has conflicting %2."_s.arg(manifest.takeId, what));
+    };
+    if (differ(take.projectNameAtCapture, manifest.projectNameAtCapture))
+        throw conflict(u"captured project names"_s);
+    if (differ(take.projectRevisionAtCapture, manifest.projectRevisionAtCapture))
+        throw conflict(u"captured project revisions"_s);
+    if (take.referenceCameraId && *take.referenceCameraId != manifest.referenceCameraId)
+        throw conflict(u"reference cameras"_s);
+    if (manifest.timelineFPS && take.timelineFPS != defaultTimelineFPS
+        && *manifest.timelineFPS != take.timelineFPS)
+        throw conflict(u"timeline frame rates"_s);
+}
+
+} // namespace
+
+SourceManifest readSourceManifest(const QString &path)
+{
+    return recordFromJson<SourceManifest>(readFile(path, maximumManifestBytes), fileNameOf(path));
+}
+
+ImportedTake importedTake(const SourceManifest &manifest, const QString &manifestPath,
+                          const VORNLibrary &library)
+{
+    if (manifest.schemaVersion != 1)
+        throw IdentityError(u"Unsupported source manifest version."_s);
+    VORNProject project = reconciledProject(manifest, library);
+
+    const VORNTake *known = findById(project.takes, manifest.takeId);
+    VORNTake take = known ? *known : VORNTake{};
+    take.id = manifest.takeId;
+    requireSameTake(take, manifest);
+    if (manifest.projectNameAtCapture)
+        take.projectNameAtCapture = manifest.projectNameAtCapture;
+    if (manifest.projectRevisionAtCapture)
+        take.projectRevisionAtCapture = manifest.projectRevisionAtCapture;
+    take.referenceCameraId = manifest.referenceCameraId;
+    take.timelineFPS = manifest.timelineFPS.value_or(take.timelineFPS);
+    take.sourceManifestPath = manifestPath;
+
+    const QString base = manifestPath.first(manifestPath.lastIndexOf(u'/') + 1);
+    for (const SourceClip &source : manifest.clips)
+        mergeClip(mappedClip(source, manifest, base), take, project, library);
+
+    std::erase_if(project.takes, [&](const VORNTake &old) { return old.id == take.id; });
+    project.takes.push_back(std::move(take));
+    return {std::move(project), manifest.takeId, manifest.clips.size()};
+}
+
+} // namespace vorn

@@ -1,0 +1,62 @@
+#include "library/safe_identifier.h"
+
+#include <QTextBoundaryFinder>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+namespace {
+
+// What Linux file systems hold in one name, NAME_MAX.
+constexpr qsizetype maximumNameBytes = 255;
+
+bool isKept(QStringView character)
+{
+    char32_t first = character.front().unicode();
+    if (character.size() > 1 && character.front().isHighSurrogate()
+        && character.at(1).isLowSurrogate())
+        first = QChar::surrogateToUcs4(character.front(), character.at(1));
+    return QChar::isLetterOrNumber(first) || first == U'-' || first == U'_';
+}
+
+QString trimmedHyphens(const QString &text)
+{
+    const auto isOther = [](QChar c) { return c != u'-'; };
+    const auto first = std::ranges::find_if(text, isOther);
+    const auto last = std::find_if(text.crbegin(), text.crend(), isOther).base();
+    return first < last ? QString(first, last - first) : QString();
+}
+
+} // namespace
+
+QString safeIdentifier(const QString &text)
+{
+    const QString lower = text.toLower();
+    QString mapped;
+    mapped.reserve(lower.size());
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, lower);
+    for (qsizetype start = 0, end = 0; (end = finder.toNextBoundary()) >= 0; start = end) {
+        const QStringView character = QStringView(lower).sliced(start, end - start);
+        if (isKept(character))
+            mapped += character;
+        else
+            mapped += u'-';
+    }
+
+    QString name = trimmedHyphens(mapped);
+    if (name.toUtf8().size() <= maximumNameBytes)
+        return name;
+    qsizetype bytes = 0;
+    QTextBoundaryFinder cut(QTextBoundaryFinder::Grapheme, name);
+    qsizetype kept = 0;
+    for (qsizetype end = 0; (end = cut.toNextBoundary()) >= 0; kept = end) {
+        bytes += QStringView(name).sliced(kept, end - kept).toUtf8().size();
+        if (bytes > maximumNameBytes)
+            break;
+    }
+    return trimmedHyphens(name.first(kept));
+}
+
+} // namespace vorn

@@ -1,0 +1,94 @@
+#include "platform/atomic_file.h"
+
+#include "platform/files.h"
+
+#include <QUuid>
+
+#include <cerrno>
+#include <cstdio>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+namespace {
+
+/// A file that goes away again unless it has been given its final name.
+class TemporaryFile {
+public:
+    TemporaryFile(const QString &finalPath, FileMode mode)
+        : m_finalPath(finalPath),
+          m_path(nativePath(finalPath + u"."_s + QUuid::createUuid().toString(QUuid::Id128)
+                            + u".tmp"_s)),
+          m_file(::open(m_path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                        mode_t(mode)))
+    {
+        if (!m_file.isOpen())
+            throw FileError(u"Cannot write"_s, finalPath, errno);
+    }
+    TemporaryFile(const TemporaryFile &) = delete;
+    TemporaryFile &operator=(const TemporaryFile &) = delete;
+    ~TemporaryFile()
+    {
+        if (!m_isPlaced)
+            ::unlink(m_path.constData());
+    }
+
+    void write(const QByteArray &bytes)
+    {
+        qsizetype done = 0;
+        while (done < bytes.size()) {
+            const ssize_t count = ::write(m_file.get(), bytes.constData() + done,
+                                          std::size_t(bytes.size() - done));
+            if (count < 0 && errno == EINTR)
+                continue;
+            if (count < 0)
+                throw FileError(u"Cannot write"_s, m_finalPath, errno);
+            done += count;
+        }
+    }
+
+    void place()
+    {
+        // A failed flush is not tried again: the system may have dropped the bytes already.
+        if (::fsync(m_file.get()) != 0)
+            throw FileError(u"Cannot write"_s, m_finalPath, errno);
+        if (::rename(m_path.constData(), nativePath(m_finalPath).constData()) != 0)
+            throw FileError(u"Cannot replace"_s, m_finalPath, errno);
+        m_isPlaced = true;
+    }
+
+private:
+    QString m_finalPath;
+    QByteArray m_path;
+    FileDescriptor m_file;
+    bool m_isPlaced = false;
+};
+
+} // namespace
+
+void writeFileAtomically(const QString &path, std::span<const QByteArray> pieces, FileMode mode)
+{
+    const qsizetype slash = path.lastIndexOf(u'/');
+    const QString folderPath = slash > 0 ? path.first(slash) : slash == 0 ? u"/"_s : u"."_s;
+    const FileDescriptor folder(
+        ::open(nativePath(folderPath).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.isOpen())
+        throw FileError(u"Cannot write"_s, path, errno);
+
+    TemporaryFile file(path, mode);
+    for (const QByteArray &piece : pieces)
+        file.write(piece);
+    file.place();
+    if (::fsync(folder.get()) != 0)
+        throw FileError(u"Cannot write"_s, path, errno);
+}
+
+void writeFileAtomically(const QString &path, const QByteArray &bytes, FileMode mode)
+{
+    writeFileAtomically(path, std::span(&bytes, 1), mode);
+}
+
+} // namespace vorn

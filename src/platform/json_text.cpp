@@ -1,0 +1,29 @@
+#include "platform/json_text.h"
+
+#include <QJsonDocument>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+
+QJsonObject parseJsonObject(const QByteArray &text, const QString &name)
+{
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
+    if (error.error != QJsonParseError::NoError) {
+        const qsizetype line = 1 + QByteArrayView(text).first(error.offset).count('\n');
+        throw JsonError(u"%1 is not valid JSON: %2 at line %3, byte %4"_s.arg(
+            name, error.errorString(), QString::number(line), QString::number(error.offset)));
+    }
+    if (!document.isObject())
+        throw JsonError(u"%1: an object was expected at the root"_s.arg(name));
+    return document.object();
+}
+
+QByteArray prettyJson(const QJsonObject &object)
+{
+    // A slash can stand only inside a text, and Qt never escapes it.
+    return QJsonDocument(object).toJson(QJsonDocument::Indented).replace("/", "\\/");
+}
+
+} // namespace vorn

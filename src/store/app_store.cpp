@@ -1,0 +1,243 @@
+#include "store/app_store.h"
+
+#include "platform/atomic_file.h"
+#include "platform/files.h"
+#include "platform/folders.h"
+
+#include <QUuid>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+namespace {
+
+constexpr std::size_t maximumActivities = 100;
+
+QString newUuidText()
+{
+    return QUuid::createUuid().toString(QUuid::WithoutBraces);
+}
+
+/// The identity that `text` holds, in lower case. Braces and other spellings are not ours.
+std::optional<QString> uuidIn(const QString &text)
+{
+    constexpr qsizetype uuidLength = 36; // RFC 4122: 32 digits and four hyphens
+    const QString trimmed = text.trimmed();
+    if (trimmed.size() != uuidLength || QUuid::fromString(trimmed).isNull())
+        return std::nullopt;
+    return trimmed.toLower();
+}
+
+} // namespace
+
+AppStore::AppStore(std::optional<QString> storageRoot, std::optional<QString> recordingsRoot,
+                   QObject *parent)
+    : QObject(parent), m_supportDirectory(storageRoot.value_or(applicationSupportFolder())),
+      m_recordingsDirectory(recordingsRoot.value_or(recordingsFolder())),
+      m_file(m_supportDirectory)
+{
+    m_ui.assertCurrent();
+    m_collectorID = loadOrCreateCollectorID();
+    load();
+    if (m_library.projects.empty())
+        return;
+    const VORNProject &first = m_library.projects.front();
+    m_selectedProjectID = first.id;
+    if (!first.takes.empty())
+        m_selectedTakeID = first.takes.front().id;
+}
+
+AppStore::~AppStore()
+{
+    *m_stop = true;
+}
+
+QString AppStore::loadOrCreateCollectorID()
+{
+    constexpr std::int64_t maximumBytes = 4096; // the identity needs 36
+    const QString path = m_supportDirectory + u"/collector-id.txt"_s;
+    try {
+        if (const auto known = uuidIn(QString::fromUtf8(readFile(path, maximumBytes))))
+            return *known;
+    } catch (const FileError &) { // NOLINT(bugprone-empty-catch): a first start, or nothing usable
+    }
+    const QString fresh = newUuidText();
+    try {
+        createFolders(m_supportDirectory, FolderMode::ownerOnly);
+        writeFileAtomically(path, fresh.toUtf8(), FileMode::ownerOnly);
+        return fresh;
+    } catch (const FileError &) {
+        log(u"Could not persist this Mac's collector identity; a temporary identity will be used."_s,
+            true);
+        return newUuidText();
+    }
+}
+
+void AppStore::load()
+{
+    m_ui.assertCurrent();
+    try {
+        m_library = m_file.load();
+    } catch (const std::exception &error) {
+        fail(u"Could not load the VORN library: "_s + QString::fromUtf8(error.what()));
+    }
+}
+
+void AppStore::save()
+{
+    m_ui.assertCurrent();
+    try {
+        if (const auto kept = m_file.save(m_library))
+            log(u"The library that could not be read was kept as %1."_s.arg(*kept));
+    } catch (const std::exception &error) {
+        fail(u"Could not save the VORN library: "_s + QString::fromUtf8(error.what()));
+    }
+}
+
+void AppStore::log(const QString &message, bool error)
+{
+    m_ui.assertCurrent();
+    m_activities.insert(m_activities.begin(), {.id = QUuid::createUuid(),
+                                               .date = QDateTime::currentDateTime(),
+                                               .message = message,
+                                               .isError = error});
+    if (m_activities.size() > maximumActivities)
+        m_activities.resize(maximumActivities);
+    Q_EMIT activitiesChanged();
+}
+
+void AppStore::fail(const QString &message)
+{
+    m_ui.assertCurrent();
+    m_errorMessage = message;
+    log(message, true);
+    Q_EMIT errorMessageChanged();
+}
+
+const VORNLibrary &AppStore::library() const
+{
+    m_ui.assertCurrent();
+    return m_library;
+}
+
+const std::optional<QString> &AppStore::selectedProjectID() const
+{
+    m_ui.assertCurrent();
+    return m_selectedProjectID;
+}
+
+const std::optional<QString> &AppStore::selectedTakeID() const
+{
+    m_ui.assertCurrent();
+    return m_selectedTakeID;
+}
+
+const std::vector<TransferStatus> &AppStore::transfers() const
+{
+    m_ui.assertCurrent();
+    return m_transfers;
+}
+
+const std::vector<ActivityEntry> &AppStore::activities() const
+{
+    m_ui.assertCurrent();
+    return m_activities;
+}
+
+bool AppStore::isBusy() const
+{
+    m_ui.assertCurrent();
+    return m_isBusy;
+}
+
+const std::optional<QString> &AppStore::errorMessage() const
+{
+    m_ui.assertCurrent();
+    return m_errorMessage;
+}
+
+const std::optional<ExportProgress> &AppStore::exportProgress() const
+{
+    m_ui.assertCurrent();
+    return m_exportProgress;
+}
+
+void AppStore::setSelectedProjectID(std::optional<QString> id)
+{
+    m_ui.assertCurrent();
+    if (id == m_selectedProjectID)
+        return;
+    m_selectedProjectID = std::move(id);
+    Q_EMIT selectedProjectIDChanged();
+}
+
+void AppStore::setSelectedTakeID(std::optional<QString> id)
+{
+    m_ui.assertCurrent();
+    if (id == m_selectedTakeID)
+        return;
+    m_selectedTakeID = std::move(id);
+    Q_EMIT selectedTakeIDChanged();
+}
+
+void AppStore::clearErrorMessage()
+{
+    m_ui.assertCurrent();
+    if (!m_errorMessage)
+        return;
+    m_errorMessage.reset();
+    Q_EMIT errorMessageChanged();
+}
+
+const VORNProject *AppStore::selectedProject() const
+{
+    m_ui.assertCurrent();
+    return m_selectedProjectID ? findById(m_library.projects, *m_selectedProjectID) : nullptr;
+}
+
+const VORNTake *AppStore::selectedTake() const
+{
+    m_ui.assertCurrent();
+    const VORNProject *project = selectedProject();
+    return project && m_selectedTakeID ? findById(project->takes, *m_selectedTakeID) : nullptr;
+}
+
+VORNProject *AppStore::selectedProjectForChange()
+{
+    return m_selectedProjectID ? findById(m_library.projects, *m_selectedProjectID) : nullptr;
+}
+
+const QString &AppStore::collectorIdentity() const
+{
+    return m_collectorID;
+}
+
+const QString &AppStore::supportDirectory() const
+{
+    return m_supportDirectory;
+}
+
+const QString &AppStore::recordingsDirectory() const
+{
+    return m_recordingsDirectory;
+}
+
+void AppStore::setBusy(bool busy)
+{
+    m_ui.assertCurrent();
+    if (busy == m_isBusy)
+        return;
+    m_isBusy = busy;
+    Q_EMIT isBusyChanged();
+}
+
+void AppStore::setExportProgress(std::optional<ExportProgress> progress)
+{
+    m_ui.assertCurrent();
+    if (progress == m_exportProgress)
+        return;
+    m_exportProgress = std::move(progress);
+    Q_EMIT exportProgressChanged();
+}
+
+} // namespace vorn
