@@ -26,9 +26,9 @@ namespace DriftEngine {
 /// Recorded media is only read. `onProgress`, if given, is called on the calling thread about once
 /// a mebibyte; what it throws ends the run. Throws DriftExportError, FileError and
 /// MediaProbeError. Blocks for as long as hashing the media takes; any thread.
-[[nodiscard]] QString exportPackage(const VORNProject &project, const VORNTake &take,
-                                    const QString &parent,
-                                    const std::function<void(const ExportProgress &)> &onProgress = {});
+[[nodiscard]] QString
+exportPackage(const VORNProject &project, const VORNTake &take, const QString &parent,
+              const std::function<void(const ExportProgress &)> &onProgress = {});
 
 } // namespace DriftEngine
 } // namespace vorn

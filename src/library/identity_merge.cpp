@@ -12,8 +12,7 @@ bool holdsClip(const VORNTake &take, const QString &clipId)
     return findById(take.clips, clipId) != nullptr;
 }
 
-template <class Value>
-bool differ(const std::optional<Value> &a, const std::optional<Value> &b)
+template <class Value> bool differ(const std::optional<Value> &a, const std::optional<Value> &b)
 {
     return a && b && *a != *b;
 }
@@ -48,13 +47,13 @@ void mergeClip(const VORNClip &clip, VORNTake &take, const VORNProject &project,
     VORNClip merged = clip;
     if (const VORNClip *existing = findById(take.clips, clip.id)) {
         if (existing->sha256.compare(clip.sha256, Qt::CaseInsensitive) != 0
-            || existing->cameraId != clip.cameraId
-            || differ(existing->sizeBytes, clip.sizeBytes)
+            || existing->cameraId != clip.cameraId || differ(existing->sizeBytes, clip.sizeBytes)
             || differ(existing->deviceId, clip.deviceId))
             throw IdentityError(u"Immutable clip ID %1 has conflicting metadata."_s.arg(clip.id));
         if (existing->localPath)
             merged.localPath = existing->localPath;
-    } else if (std::ranges::find(take.clips, clip.cameraId, &VORNClip::cameraId) != take.clips.end()) {
+    } else if (std::ranges::find(take.clips, clip.cameraId, &VORNClip::cameraId)
+               != take.clips.end()) {
         throw IdentityError(u"Take %1 has more than one finalized clip for camera %2."_s.arg(
             take.id, clip.cameraId));
     }
@@ -64,8 +63,7 @@ void mergeClip(const VORNClip &clip, VORNTake &take, const VORNProject &project,
 
 void mergeProject(VORNProject project, VORNLibrary &library)
 {
-    std::erase_if(library.projects,
-                  [&](const VORNProject &old) { return old.id == project.id; });
+    std::erase_if(library.projects, [&](const VORNProject &old) { return old.id == project.id; });
     library.projects.push_back(std::move(project));
     sortByText(library.projects, &VORNProject::name);
 }

@@ -27,8 +27,8 @@ VORNProject reconciledProject(const SourceManifest &manifest, const VORNLibrary 
         project.revision = manifest.projectRevision;
     } else if (manifest.projectName && *manifest.projectName != project.name
                && (!manifest.projectRevision || manifest.projectRevision == project.revision)) {
-        throw IdentityError(u"Project ID %1 has conflicting names at the same revision."_s.arg(
-            manifest.projectId));
+        throw IdentityError(
+            u"Project ID %1 has conflicting names at the same revision."_s.arg(manifest.projectId));
     }
     return project;
 }
@@ -52,8 +52,7 @@ VORNClip mappedClip(const SourceClip &source, const SourceManifest &manifest, co
     return clip;
 }
 
-template <class Value>
-bool differ(const std::optional<Value> &a, const std::optional<Value> &b)
+template <class Value> bool differ(const std::optional<Value> &a, const std::optional<Value> &b)
 {
     return a && b && *a != *b;
 }

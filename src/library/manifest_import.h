@@ -17,7 +17,7 @@ struct ImportedTake {
 
 /// Works out what importing `manifest`, read from `manifestPath`, makes of its project. Changes
 /// nothing; the media files are not looked at. Throws IdentityError.
-[[nodiscard]] ImportedTake importedTake(const SourceManifest &manifest,
-                                        const QString &manifestPath, const VORNLibrary &library);
+[[nodiscard]] ImportedTake importedTake(const SourceManifest &manifest, const QString &manifestPath,
+                                        const VORNLibrary &library);
 
 } // namespace vorn

@@ -11,8 +11,8 @@ QString JsonReader::placeOf(const QString &key) const
 
 void JsonReader::fail(const QJsonValue &json, const QString &place, const char *expected) const
 {
-    const QString pattern = json.isUndefined() ? u"%1: %2 is missing (%3 was expected)"_s
-                                               : u"%1: %2 is not %3"_s;
+    const QString pattern =
+        json.isUndefined() ? u"%1: %2 is missing (%3 was expected)"_s : u"%1: %2 is not %3"_s;
     throw JsonError(pattern.arg(m_document, place, QString::fromLatin1(expected)));
 }
 

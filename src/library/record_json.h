@@ -21,7 +21,8 @@ public:
     /// `place` is how errors call the object, with nothing for the root: "projects[2]".
     JsonReader(const QJsonObject &object, QString document, QString place)
         : m_object(object), m_document(std::move(document)), m_place(std::move(place))
-    {}
+    {
+    }
 
     template <class Value> void operator()(const QString &key, Value &value) const
     {
@@ -89,8 +90,7 @@ public:
         if (value)
             m_object.insert(key, json(*value));
     }
-    template <class Record>
-    void listOrEmpty(const QString &key, const std::vector<Record> &list)
+    template <class Record> void listOrEmpty(const QString &key, const std::vector<Record> &list)
     {
         (*this)(key, list);
     }

@@ -4,11 +4,11 @@
 
 #include <QUuid>
 
-#include <cerrno>
-#include <cstdio>
-
 #include <fcntl.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
@@ -40,8 +40,8 @@ public:
     {
         qsizetype done = 0;
         while (done < bytes.size()) {
-            const ssize_t count = ::write(m_file.get(), bytes.constData() + done,
-                                          std::size_t(bytes.size() - done));
+            const ssize_t count =
+                ::write(m_file.get(), bytes.constData() + done, std::size_t(bytes.size() - done));
             if (count < 0 && errno == EINTR)
                 continue;
             if (count < 0)

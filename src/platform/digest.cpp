@@ -4,14 +4,14 @@
 
 #include <QByteArray>
 
+#include <fcntl.h>
+#include <openssl/evp.h>
+#include <unistd.h>
+
 #include <array>
 #include <cerrno>
 #include <new>
 #include <vector>
-
-#include <fcntl.h>
-#include <openssl/evp.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 

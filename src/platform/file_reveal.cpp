@@ -19,10 +19,9 @@ void revealFile(const QString &path)
     QDBusMessage message = QDBusMessage::createMethodCall(
         u"org.freedesktop.FileManager1"_s, u"/org/freedesktop/FileManager1"_s,
         u"org.freedesktop.FileManager1"_s, u"ShowItems"_s);
-    message.setArguments({QStringList{QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded)},
-                          QString()});
-    auto *watcher =
-        new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(message));
+    message.setArguments(
+        {QStringList{QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded)}, QString()});
+    auto *watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(message));
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, folder] {
         if (QDBusPendingReply<>(*watcher).isError())
             QDesktopServices::openUrl(folder);

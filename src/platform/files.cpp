@@ -3,24 +3,24 @@
 #include <QDir>
 #include <QStringEncoder>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <filesystem>
 #include <optional>
 #include <system_error>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
 namespace vorn {
 
 FileError::FileError(const QString &action, const QString &path, int errorNumber)
-    : FileError(u"%1 %2: %3."_s.arg(action, path,
-                                    QString::fromStdString(
-                                        std::generic_category().message(errorNumber))))
-{}
+    : FileError(u"%1 %2: %3."_s.arg(
+          action, path, QString::fromStdString(std::generic_category().message(errorNumber))))
+{
+}
 
 FileDescriptor::~FileDescriptor()
 {
@@ -30,7 +30,8 @@ FileDescriptor::~FileDescriptor()
 
 QByteArray nativePath(const QString &path)
 {
-    QStringEncoder encoder(QStringEncoder::Utf8);
+    // Stateless: a surrogate at the end is an error too, not the start of more.
+    QStringEncoder encoder(QStringEncoder::Utf8, QStringEncoder::Flag::Stateless);
     const QByteArray encoded = encoder.encode(path);
     if (encoder.hasError() || encoded.contains('\0'))
         throw FileError(u"The path %1 holds characters that no file name can have."_s.arg(
@@ -41,7 +42,11 @@ QByteArray nativePath(const QString &path)
 QString resolvedPath(const QString &base, const QString &path)
 {
     const QString joined = path.startsWith(u'/') ? path : base + u'/' + path;
-    return QDir::cleanPath(joined);
+    QString clean = QDir::cleanPath(joined);
+    // The root is its own parent.
+    while (clean.startsWith(u"/../"_s))
+        clean.remove(0, 3);
+    return clean;
 }
 
 QString fileNameOf(const QString &path)
@@ -104,14 +109,14 @@ QByteArray readFile(const QString &path, std::int64_t maximumBytes)
     const FileDescriptor file = openRegularFile(path);
     const std::int64_t size = fileSize(file, path);
     if (size > maximumBytes)
-        throw FileError(u"%1 is too large (%2 bytes; at most %3 are read)."_s.arg(path)
-                            .arg(size)
-                            .arg(maximumBytes));
+        throw FileError(
+            u"%1 is too large (%2 bytes; at most %3 are read)."_s.arg(path).arg(size).arg(
+                maximumBytes));
     QByteArray bytes(size, Qt::Uninitialized);
     qsizetype filled = 0;
     while (filled < bytes.size()) {
-        const ssize_t got = ::read(file.get(), bytes.data() + filled,
-                                   std::size_t(bytes.size() - filled));
+        const ssize_t got =
+            ::read(file.get(), bytes.data() + filled, std::size_t(bytes.size() - filled));
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)

@@ -30,7 +30,8 @@ public:
     explicit FileDescriptor(int descriptor) noexcept : m_descriptor(descriptor) {}
     FileDescriptor(FileDescriptor &&other) noexcept
         : m_descriptor(std::exchange(other.m_descriptor, -1))
-    {}
+    {
+    }
     FileDescriptor &operator=(FileDescriptor &&other) noexcept
     {
         std::swap(m_descriptor, other.m_descriptor);

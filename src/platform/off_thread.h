@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QtConcurrent>
 #include <QCoroFuture>
 #include <QCoroTask>
 #include <QThreadPool>
+#include <QtConcurrent>
 
 #include <type_traits>
 #include <utility>

@@ -13,8 +13,7 @@ namespace vorn {
 [[nodiscard]] std::function<bool(const QString &, const QString &)> localizedLess();
 
 /// Sorts records by a text, with localizedLess; equal texts keep their order.
-template <class Record>
-void sortByText(std::vector<Record> &records, QString Record::*text)
+template <class Record> void sortByText(std::vector<Record> &records, QString Record::*text)
 {
     const auto less = localizedLess();
     std::ranges::stable_sort(records, less, text);

@@ -32,7 +32,8 @@ std::optional<QString> uuidIn(const QString &text)
 
 AppStore::AppStore(std::optional<QString> storageRoot, std::optional<QString> recordingsRoot,
                    QObject *parent)
-    : QObject(parent), m_supportDirectory(storageRoot.value_or(applicationSupportFolder())),
+    : QObject(parent),
+      m_supportDirectory(storageRoot.value_or(applicationSupportFolder())),
       m_recordingsDirectory(recordingsRoot.value_or(recordingsFolder())),
       m_file(m_supportDirectory)
 {

@@ -17,8 +17,8 @@ void AppStore::importManifest(const QString &path)
         setSelectedProjectID(projectId);
         setSelectedTakeID(imported.takeId);
         save();
-        log(u"Imported take %1 with %2 camera clip(s)."_s.arg(
-            imported.takeId, QString::number(imported.clipCount)));
+        log(u"Imported take %1 with %2 camera clip(s)."_s.arg(imported.takeId,
+                                                              QString::number(imported.clipCount)));
     } catch (const std::exception &error) {
         fail(u"Manifest import failed: "_s + QString::fromUtf8(error.what()));
     }

@@ -16,7 +16,7 @@ constexpr qsizetype maximumTakeIdBytes = 96;
 bool isFrozenToAnotherRevision(const VORNTake &take, const VORNProject &project)
 {
     return (take.projectNameAtCapture && *take.projectNameAtCapture != project.name)
-        || (take.projectRevisionAtCapture && take.projectRevisionAtCapture != project.revision);
+           || (take.projectRevisionAtCapture && take.projectRevisionAtCapture != project.revision);
 }
 
 } // namespace
@@ -59,7 +59,8 @@ bool AppStore::prepareDirectorTake(const QString &id)
     VORNProject *project = selectedProjectForChange();
     if (takeId.isEmpty() || takeId.toUtf8().size() > maximumTakeIdBytes || !project
         || isUnassignedProject(project->id)) {
-        fail(u"Choose a regular project and a valid take ID before starting the Director session."_s);
+        fail(
+            u"Choose a regular project and a valid take ID before starting the Director session."_s);
         return false;
     }
     if (const VORNTake *known = findById(project->takes, takeId)) {
@@ -91,8 +92,8 @@ void AppStore::setReferenceCamera(const QString &cameraId)
 {
     m_ui.assertCurrent();
     VORNProject *project = selectedProjectForChange();
-    VORNTake *take = project && m_selectedTakeID ? findById(project->takes, *m_selectedTakeID)
-                                                 : nullptr;
+    VORNTake *take =
+        project && m_selectedTakeID ? findById(project->takes, *m_selectedTakeID) : nullptr;
     if (!take)
         return;
     take->referenceCameraId = cameraId;

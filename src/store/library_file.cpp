@@ -7,10 +7,10 @@
 #include <QDateTime>
 #include <QDir>
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <limits>
-
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -79,8 +79,12 @@ std::vector<QByteArray> LibraryFile::encode(const VORNLibrary &library)
     pieces.push_back(libraryFrame.head);
     QByteArray separator = "\n        ";
     for (const VORNProject &project : library.projects) {
-        const Frame frame = frameOf(indented(prettyJson(jsonFromRecord(VORNProject{
-            .id = project.id, .name = project.name, .revision = project.revision, .takes = {}})), 2));
+        const Frame frame =
+            frameOf(indented(prettyJson(jsonFromRecord(VORNProject{.id = project.id,
+                                                                   .name = project.name,
+                                                                   .revision = project.revision,
+                                                                   .takes = {}})),
+                             2));
         pieces.push_back(separator + frame.head);
         separator = ",\n        ";
         QByteArray takeSeparator = "\n                ";
@@ -105,8 +109,8 @@ QString LibraryFile::keepUnreadable() const
 {
     // A second name for the same bytes: the old library stays in place until the new one replaces
     // it. What has no second name (a folder, a file system without links) is moved.
-    const QString name = unreadablePrefix
-        + QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss-zzz"_s);
+    const QString name =
+        unreadablePrefix + QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss-zzz"_s);
     const QString target = m_folder + u'/' + name;
     if (::link(nativePath(path()).constData(), nativePath(target).constData()) != 0
         && ::rename(nativePath(path()).constData(), nativePath(target).constData()) != 0)

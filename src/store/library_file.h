@@ -18,8 +18,8 @@ public:
     LibraryFile() = default;
     explicit LibraryFile(QString folder) : m_folder(std::move(folder)) {}
 
-    /// The library on the disk; empty when there is no file. Throws FileError or JsonError, and then
-    /// remembers that the file could not be read.
+    /// The library on the disk; empty when there is no file. Throws FileError or JsonError, and
+    /// then remembers that the file could not be read.
     [[nodiscard]] VORNLibrary load();
 
     /// Writes `library` whole and atomically. When load() had failed, the old bytes are kept

@@ -1,0 +1,262 @@
+#include "library/identity_merge.h"
+#include "library/manifest_import.h"
+#include "support.h"
+
+#include <QtTest>
+
+using namespace vorn;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+VORNClip clip(const QString &id, const QString &cameraId)
+{
+    VORNClip clip;
+    clip.id = id;
+    clip.cameraId = cameraId;
+    clip.sha256 = u"ab"_s;
+    return clip;
+}
+
+VORNTake take(const QString &id, std::vector<VORNClip> clips)
+{
+    VORNTake take;
+    take.id = id;
+    take.clips = std::move(clips);
+    return take;
+}
+
+/// Project "p": take "t" with clip "c" of camera "A", take "u" with clip "d". Project "q": clip
+/// "e".
+VORNLibrary sampleLibrary()
+{
+    return {
+        {{.id = u"p"_s,
+          .name = u"Night"_s,
+          .revision = 2,
+          .takes = {take(u"t"_s, {clip(u"c"_s, u"A"_s)}), take(u"u"_s, {clip(u"d"_s, u"A"_s)})}},
+         {.id = u"q"_s,
+          .name = u"Day"_s,
+          .revision = 1,
+          .takes = {take(u"v"_s, {clip(u"e"_s, u"A"_s), clip(u"f"_s, u"B"_s)})}}}};
+}
+
+SourceManifest manifest()
+{
+    SourceManifest manifest;
+    manifest.projectId = u"p"_s;
+    manifest.takeId = u"t"_s;
+    manifest.referenceCameraId = u"A"_s;
+    SourceClip source;
+    source.cameraId = u"B"_s;
+    source.path = u"../media/b.mov"_s;
+    source.sha256 = u"cd"_s;
+    manifest.clips = {source};
+    return manifest;
+}
+
+} // namespace
+
+class IdentityTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void refusesAClipThatIsKnownOtherwise_data()
+    {
+        QTest::addColumn<VORNClip>("incoming");
+        QTest::addColumn<QString>("message");
+        const auto conflict = u"Immutable clip ID c has conflicting metadata."_s;
+        VORNClip known = clip(u"c"_s, u"A"_s);
+        QTest::newRow("no id") << clip({}, u"A"_s)
+                               << u"Clip identity, camera, or SHA-256 is missing."_s;
+        QTest::newRow("no camera")
+            << clip(u"x"_s, {}) << u"Clip identity, camera, or SHA-256 is missing."_s;
+        known.sha256.clear();
+        QTest::newRow("no digest") << known << u"Clip identity, camera, or SHA-256 is missing."_s;
+        QTest::newRow("another project")
+            << clip(u"e"_s, u"B"_s) << u"Immutable clip ID e appears in multiple projects."_s;
+        QTest::newRow("another take")
+            << clip(u"d"_s, u"B"_s) << u"Immutable clip ID d appears in multiple takes."_s;
+        known.sha256 = u"ac"_s;
+        QTest::newRow("other digest") << known << conflict;
+        QTest::newRow("other camera") << clip(u"c"_s, u"B"_s) << conflict;
+        known = clip(u"c"_s, u"A"_s);
+        known.sizeBytes = 4;
+        QTest::newRow("other size") << known << conflict;
+        known = clip(u"c"_s, u"A"_s);
+        known.deviceId = u"other"_s;
+        QTest::newRow("other device") << known << conflict;
+        QTest::newRow("a second clip of a camera")
+            << clip(u"x"_s, u"A"_s) << u"Take t has more than one finalized clip for camera A."_s;
+    }
+
+    void refusesAClipThatIsKnownOtherwise()
+    {
+        QFETCH(const VORNClip, incoming);
+        QFETCH(const QString, message);
+        VORNLibrary library = sampleLibrary();
+        VORNProject project = library.projects.front();
+        VORNTake &target = project.takes.front();
+        target.clips.front().sizeBytes = 3;
+        target.clips.front().deviceId = u"device"_s;
+        const VORNTake before = target;
+        QCOMPARE(thrownText([&] { mergeClip(incoming, target, project, library); }), message);
+        QCOMPARE(target, before);
+    }
+
+    void namesTheProjectBeforeTheTake()
+    {
+        VORNLibrary library = sampleLibrary();
+        library.projects[1].takes[0].clips[0].id = u"d"_s;
+        VORNProject project = library.projects.front();
+        QCOMPARE(thrownText([&] {
+                     mergeClip(clip(u"d"_s, u"B"_s), project.takes.front(), project, library);
+                 }),
+                 u"Immutable clip ID d appears in multiple projects."_s);
+    }
+
+    void refreshesAClipButNeverForgetsItsFile()
+    {
+        const VORNLibrary library = sampleLibrary();
+        VORNProject project = library.projects.front();
+        VORNTake &target = project.takes.front();
+        target.clips.front().localPath = u"/verified.mov"_s;
+        VORNClip again = clip(u"c"_s, u"A"_s);
+        again.sha256 = u"AB"_s;
+        again.localPath = u"/elsewhere.mov"_s;
+        again.anchors = {{1, 2, 1, 1}};
+        mergeClip(again, target, project, library);
+        again.localPath = u"/verified.mov"_s;
+        QCOMPARE(target.clips, std::vector{again});
+    }
+
+    void replacesAProjectAndSortsByName()
+    {
+        VORNLibrary library = sampleLibrary();
+        mergeProject({.id = u"p"_s, .name = u"zebra"_s, .revision = {}, .takes = {}}, library);
+        mergeProject({.id = u"r"_s, .name = u"morning"_s, .revision = {}, .takes = {}}, library);
+        QStringList names;
+        for (const VORNProject &project : library.projects)
+            names << project.name;
+        QCOMPARE(names, (QStringList{u"Day"_s, u"morning"_s, u"zebra"_s}));
+    }
+
+    void importsATake()
+    {
+        SourceManifest source = manifest();
+        source.timelineFPS = u"29.97"_s;
+        const ImportedTake imported = importedTake(source, u"/x/y/m.json"_s, sampleLibrary());
+        QCOMPARE(imported.clipCount, std::size_t{1});
+        QCOMPARE(imported.project.takes.size(), std::size_t{2});
+        const VORNTake &result = imported.project.takes.back(); // moved to the end
+        QCOMPARE(result.id, u"t"_s);
+        QCOMPARE(result.timelineFPS, u"29.97"_s);
+        QCOMPARE(result.referenceCameraId, u"A"_s);
+        QCOMPARE(result.sourceManifestPath, u"/x/y/m.json"_s);
+        QCOMPARE(result.clips.back().id, u"t::B"_s);
+        QCOMPARE(result.clips.back().localPath, u"/x/media/b.mov"_s);
+        QCOMPARE(result.clips.back().fileName, u"b.mov"_s);
+
+        // Once more, from a manifest that has moved: the same clip, and its file stays known.
+        VORNLibrary library = sampleLibrary();
+        mergeProject(imported.project, library);
+        const ImportedTake again = importedTake(source, u"/moved/m.json"_s, library);
+        QCOMPARE(again.project.takes.back().clips.back().localPath, u"/x/media/b.mov"_s);
+    }
+
+    void reconcilesTheProject_data()
+    {
+        using Revision = std::optional<std::int64_t>;
+        QTest::addColumn<QString>("name"); // null: absent
+        QTest::addColumn<Revision>("revision");
+        QTest::addColumn<QString>("nameAfter"); // null: refused
+        QTest::addColumn<Revision>("revisionAfter");
+        const QString other = u"Other"_s;
+        QTest::newRow("later revision renames") << other << Revision(3) << other << Revision(3);
+        QTest::newRow("later revision, no name")
+            << QString() << Revision(3) << u"p"_s << Revision(3);
+        QTest::newRow("earlier revision is left alone")
+            << other << Revision(1) << u"Night"_s << Revision(2);
+        QTest::newRow("same revision, other name")
+            << other << Revision(2) << QString() << Revision();
+        QTest::newRow("no revision, other name") << other << Revision() << QString() << Revision();
+        QTest::newRow("same name") << u"Night"_s << Revision() << u"Night"_s << Revision(2);
+    }
+
+    void reconcilesTheProject()
+    {
+        using Revision = std::optional<std::int64_t>;
+        QFETCH(const QString, name);
+        QFETCH(const Revision, revision);
+        QFETCH(const QString, nameAfter);
+        SourceManifest source = manifest();
+        source.projectName = name.isNull() ? std::nullopt : std::optional(name);
+        source.projectRevision = revision;
+        if (nameAfter.isNull()) {
+            QCOMPARE(thrownText([&] { (void)importedTake(source, u"/m.json"_s, sampleLibrary()); }),
+                     u"Project ID p has conflicting names at the same revision."_s);
+            return;
+        }
+        const ImportedTake imported = importedTake(source, u"/m.json"_s, sampleLibrary());
+        QCOMPARE(imported.project.name, nameAfter);
+        QTEST(imported.project.revision, "revisionAfter");
+    }
+
+    void anUnknownProjectIsNamedByItsIdIfNeedBe()
+    {
+        SourceManifest source = manifest();
+        source.projectId = u"new"_s;
+        QCOMPARE(importedTake(source, u"/m.json"_s, sampleLibrary()).project.name, u"new"_s);
+    }
+
+    void refusesAConflictingTake_data()
+    {
+        QTest::addColumn<VORNTake>("stored");
+        QTest::addColumn<QString>("message"); // null: accepted
+        VORNTake stored = take(u"t"_s, {});
+        stored.projectNameAtCapture = u"Then"_s;
+        QTest::newRow("name") << stored << u"Take t has conflicting captured project names."_s;
+        stored.projectNameAtCapture = u"Now"_s;
+        stored.projectRevisionAtCapture = 4;
+        QTest::newRow("revision") << stored
+                                  << u"Take t has conflicting captured project revisions."_s;
+        stored.projectRevisionAtCapture = 5;
+        stored.referenceCameraId = u"B"_s;
+        QTest::newRow("reference") << stored << u"Take t has conflicting reference cameras."_s;
+        stored.referenceCameraId = u"A"_s;
+        stored.timelineFPS = u"25"_s;
+        QTest::newRow("rate") << stored << u"Take t has conflicting timeline frame rates."_s;
+        stored.timelineFPS = u"30"_s;
+        QTest::newRow("a rate that nothing has stated") << stored << QString();
+    }
+
+    void refusesAConflictingTake()
+    {
+        QFETCH(const VORNTake, stored);
+        QFETCH(const QString, message);
+        SourceManifest source = manifest();
+        source.projectNameAtCapture = u"Now"_s;
+        source.projectRevisionAtCapture = 5;
+        source.timelineFPS = u"24"_s;
+        const VORNLibrary library{
+            {{.id = u"p"_s, .name = u"Night"_s, .revision = 2, .takes = {stored}}}};
+        QCOMPARE(thrownText([&] { (void)importedTake(source, u"/m.json"_s, library); }),
+                 message.isNull() ? QString() : message);
+    }
+
+    void keepsTheStoredRateWhenTheManifestHasNone()
+    {
+        VORNTake stored = take(u"t"_s, {});
+        stored.timelineFPS = u"25"_s;
+        const VORNLibrary library{
+            {{.id = u"p"_s, .name = u"Night"_s, .revision = 2, .takes = {stored}}}};
+        QCOMPARE(importedTake(manifest(), u"/m.json"_s, library).project.takes.back().timelineFPS,
+                 u"25"_s);
+        SourceManifest later = manifest();
+        later.schemaVersion = 2;
+        QCOMPARE(thrownText([&] { (void)importedTake(later, u"/m.json"_s, library); }),
+                 u"Unsupported source manifest version."_s);
+    }
+};
+
+QTEST_GUILESS_MAIN(IdentityTest)
+#include "identity_test.moc"

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QFile>
+#include <QString>
+
+#include <sys/stat.h>
+
+#include <exception>
+
+namespace vorn {
+
+/// The text of what `work` throws; empty when it throws nothing.
+template <class Work> [[nodiscard]] QString thrownText(Work &&work)
+{
+    try {
+        work();
+    } catch (const std::exception &error) {
+        return QString::fromUtf8(error.what());
+    }
+    return {};
+}
+
+/// The permission bits of what stands at `path`, such as 0600; 0 when nothing does.
+[[nodiscard]] inline int modeOf(const QString &path)
+{
+    struct stat status = {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? int(status.st_mode & 07777)
+                                                                     : 0;
+}
+
+} // namespace vorn
