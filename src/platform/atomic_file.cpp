@@ -5,9 +5,13 @@
 #include <QUuid>
 
 #include <fcntl.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
@@ -36,17 +40,28 @@ public:
             ::unlink(m_path.constData());
     }
 
-    void write(const QByteArray &bytes)
+    /// Many pieces in few calls: a library of thousands of takes is thousands of pieces.
+    void write(std::span<const QByteArray> pieces)
     {
-        qsizetype done = 0;
-        while (done < bytes.size()) {
-            const ssize_t count =
-                ::write(m_file.get(), bytes.constData() + done, std::size_t(bytes.size() - done));
-            if (count < 0 && errno == EINTR)
+        std::array<iovec, IOV_MAX> vectors{};
+        qsizetype done = 0; // bytes of the first piece that are written already
+        while (!pieces.empty()) {
+            const std::size_t count = std::min(pieces.size(), vectors.size());
+            for (std::size_t index = 0; index < count; ++index)
+                vectors[index] = {const_cast<char *>(pieces[index].constData()),
+                                  std::size_t(pieces[index].size())};
+            vectors[0].iov_base = static_cast<char *>(vectors[0].iov_base) + done;
+            vectors[0].iov_len -= std::size_t(done);
+            const ssize_t written = ::writev(m_file.get(), vectors.data(), int(count));
+            if (written < 0 && errno == EINTR)
                 continue;
-            if (count < 0)
+            if (written < 0)
                 throw FileError(u"Cannot write"_s, m_finalPath, errno);
-            done += count;
+            done += written;
+            while (!pieces.empty() && done >= pieces.front().size()) {
+                done -= pieces.front().size();
+                pieces = pieces.subspan(1);
+            }
         }
     }
 
@@ -79,8 +94,7 @@ void writeFileAtomically(const QString &path, std::span<const QByteArray> pieces
         throw FileError(u"Cannot write"_s, path, errno);
 
     TemporaryFile file(path, mode);
-    for (const QByteArray &piece : pieces)
-        file.write(piece);
+    file.write(pieces);
     file.place();
     if (::fsync(folder.get()) != 0)
         throw FileError(u"Cannot write"_s, path, errno);

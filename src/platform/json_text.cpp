@@ -22,8 +22,26 @@ QJsonObject parseJsonObject(const QByteArray &text, const QString &name)
 
 QByteArray prettyJson(const QJsonObject &object)
 {
-    // A slash can stand only inside a text, and Qt never escapes it.
-    return QJsonDocument(object).toJson(QJsonDocument::Indented).replace("/", "\\/");
+    constexpr qsizetype qtIndent = 4;
+    const QByteArray indented = QJsonDocument(object).toJson(QJsonDocument::Indented);
+    QByteArray text;
+    text.reserve(indented.size());
+    bool isLineStart = true;
+    qsizetype blanks = 0;
+    for (const char c : indented) {
+        if (isLineStart && c == ' ') {
+            if (++blanks % qtIndent == 0)
+                text += '\t';
+            continue;
+        }
+        // A line feed or a slash inside a text: the one is always escaped, the other never.
+        if (c == '/')
+            text += '\\';
+        text += c;
+        isLineStart = c == '\n';
+        blanks = 0;
+    }
+    return text;
 }
 
 } // namespace vorn

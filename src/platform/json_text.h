@@ -24,8 +24,8 @@ private:
 /// bounded by Qt (1024 levels). Throws JsonError.
 [[nodiscard]] QJsonObject parseJsonObject(const QByteArray &text, const QString &name);
 
-/// The text of an object: UTF-8, one key a line in sorted order, four blanks a level, a slash
-/// written "\/", a line feed at the end.
+/// The text of an object: UTF-8, one key a line in sorted order, one tab a level (blanks would
+/// double a large library), a slash written "\/", a line feed at the end.
 [[nodiscard]] QByteArray prettyJson(const QJsonObject &object);
 
 } // namespace vorn

@@ -3,7 +3,9 @@
 #include "platform/atomic_file.h"
 #include "platform/files.h"
 #include "platform/folders.h"
+#include "platform/off_thread.h"
 
+#include <QPointer>
 #include <QUuid>
 
 using namespace Qt::StringLiterals;
@@ -42,6 +44,7 @@ AppStore::AppStore(std::optional<QString> storageRoot, std::optional<QString> re
     load();
     if (m_library.projects.empty())
         return;
+    prepareSaves();
     const VORNProject &first = m_library.projects.front();
     m_selectedProjectID = first.id;
     if (!first.takes.empty())
@@ -82,6 +85,18 @@ void AppStore::load()
     } catch (const std::exception &error) {
         fail(u"Could not load the VORN library: "_s + QString::fromUtf8(error.what()));
     }
+}
+
+QCoro::Task<> AppStore::prepareSaves()
+{
+    m_ui.assertCurrent();
+    const QPointer<AppStore> self(this);
+    LibraryFile::EncodedTakes encoded =
+        co_await offThread([library = m_library] { return LibraryFile::encodedTakes(library); });
+    if (!self)
+        co_return;
+    m_ui.assertCurrent();
+    m_file.adopt(std::move(encoded));
 }
 
 void AppStore::save()

@@ -85,6 +85,8 @@ Q_SIGNALS:
 private:
     [[nodiscard]] QString loadOrCreateCollectorID();
     void load();
+    /// Encodes the library on another thread, so that its first save is as quick as the next ones.
+    QCoro::Task<> prepareSaves();
     void save();
     /// errorMessage and the activity log.
     void fail(const QString &message);

@@ -25,7 +25,7 @@ QByteArray indented(QByteArray text, int levels)
 {
     text.chop(1);
     // Inside texts a line feed is escaped: these are the line ends.
-    return text.replace("\n", QByteArray("\n") + QByteArray(levels * 4, ' '));
+    return text.replace("\n", QByteArray("\n") + QByteArray(levels, '\t'));
 }
 
 /// Splits an object whose last member is an empty list into what stands before and after its items.
@@ -40,7 +40,34 @@ Frame frameOf(const QByteArray &objectText)
     return {objectText.first(bracket), objectText.sliced(bracket)};
 }
 
+QString takeKey(const VORNProject &project, const VORNTake &take)
+{
+    return project.id + u'\n' + take.id;
+}
+
+LibraryFile::EncodedTake encodedTake(const VORNTake &take)
+{
+    constexpr int levels = 4; // library, projects, project, takes
+    return {take, indented(prettyJson(jsonFromRecord(take)), levels)};
+}
+
 } // namespace
+
+LibraryFile::EncodedTakes LibraryFile::encodedTakes(const VORNLibrary &library)
+{
+    EncodedTakes encoded;
+    for (const VORNProject &project : library.projects) {
+        for (const VORNTake &take : project.takes)
+            encoded.insert(takeKey(project, take), encodedTake(take));
+    }
+    return encoded;
+}
+
+void LibraryFile::adopt(EncodedTakes encoded)
+{
+    if (m_encoded.isEmpty())
+        m_encoded = std::move(encoded);
+}
 
 QString LibraryFile::path() const
 {
@@ -73,11 +100,12 @@ std::vector<QByteArray> LibraryFile::encode(const VORNLibrary &library)
 {
     // The same text as prettyJson(jsonFromRecord(library)), put together from the texts of takes:
     // in projects and in the library the list sorts last.
-    QHash<QString, EncodedTake> encoded;
+    EncodedTakes encoded;
+    encoded.reserve(m_encoded.size());
     std::vector<QByteArray> pieces;
     const Frame libraryFrame = frameOf(prettyJson(jsonFromRecord(VORNLibrary{})));
     pieces.push_back(libraryFrame.head);
-    QByteArray separator = "\n        ";
+    QByteArray separator = "\n\t\t";
     for (const VORNProject &project : library.projects) {
         const Frame frame =
             frameOf(indented(prettyJson(jsonFromRecord(VORNProject{.id = project.id,
@@ -86,17 +114,17 @@ std::vector<QByteArray> LibraryFile::encode(const VORNLibrary &library)
                                                                    .takes = {}})),
                              2));
         pieces.push_back(separator + frame.head);
-        separator = ",\n        ";
-        QByteArray takeSeparator = "\n                ";
+        separator = ",\n\t\t";
+        QByteArray takeSeparator = "\n\t\t\t\t";
         for (const VORNTake &take : project.takes) {
-            const QString key = project.id + u'\n' + take.id;
+            const QString key = takeKey(project, take);
             EncodedTake entry = m_encoded.take(key);
             if (entry.text.isEmpty() || entry.take != take)
-                entry = {take, indented(prettyJson(jsonFromRecord(take)), 4)};
+                entry = encodedTake(take);
             pieces.push_back(takeSeparator);
             pieces.push_back(entry.text);
             encoded.insert(key, std::move(entry));
-            takeSeparator = ",\n                ";
+            takeSeparator = ",\n\t\t\t\t";
         }
         pieces.push_back(frame.tail);
     }

@@ -15,6 +15,13 @@ namespace vorn {
 /// only what changed since; the file is still written whole, flushed and put in place of the old.
 class LibraryFile {
 public:
+    struct EncodedTake {
+        VORNTake take;
+        QByteArray text;
+    };
+    /// By project and take id.
+    using EncodedTakes = QHash<QString, EncodedTake>;
+
     LibraryFile() = default;
     explicit LibraryFile(QString folder) : m_folder(std::move(folder)) {}
 
@@ -26,19 +33,20 @@ public:
     /// beside first; then the name of the file that keeps them is returned. Throws FileError.
     std::optional<QString> save(const VORNLibrary &library);
 
-private:
-    struct EncodedTake {
-        VORNTake take;
-        QByteArray text;
-    };
+    /// The texts of all takes. Pure, so that another thread can prepare the first save.
+    [[nodiscard]] static EncodedTakes encodedTakes(const VORNLibrary &library);
 
+    /// Takes over prepared texts, unless a save has made them meanwhile. Outdated ones do no harm.
+    void adopt(EncodedTakes encoded);
+
+private:
     [[nodiscard]] QString path() const;
     [[nodiscard]] std::vector<QByteArray> encode(const VORNLibrary &library);
     [[nodiscard]] QString keepUnreadable() const;
 
     QString m_folder;
     bool m_isUnreadable = false;
-    QHash<QString, EncodedTake> m_encoded; ///< by project and take id
+    EncodedTakes m_encoded;
 };
 
 } // namespace vorn

@@ -54,7 +54,7 @@ private Q_SLOTS:
         const QByteArray text = prettyJson(jsonFromRecord(sampleLibrary()));
         QCOMPARE(recordFromJson<VORNLibrary>(text, u"library.json"_s), sampleLibrary());
         // Sorted keys, one a line, escaped slashes, absent fields left out, never null.
-        QVERIFY(text.startsWith("{\n    \"projects\": [\n        {\n            \"id\": \"p\",\n"));
+        QVERIFY(text.startsWith("{\n\t\"projects\": [\n\t\t{\n\t\t\t\"id\": \"p\",\n"));
         QVERIFY(text.contains("\"localPath\": \"\\/m\\/a b.mov\""));
         QVERIFY(text.contains("\"sizeBytes\": 9007199254740993"));
         QVERIFY(text.contains("\"source_seconds\": 0.1"));

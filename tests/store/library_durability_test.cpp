@@ -62,6 +62,7 @@ private Q_SLOTS:
         };
         QVERIFY(isWhole());
         library = sampleLibrary(20);
+        file.adopt(LibraryFile::encodedTakes(library));
         QVERIFY(isWhole());
         library.projects[0].takes[7].clips[0].anchors[0].confidence = 0.8;
         library.projects[0].takes.erase(library.projects[0].takes.begin() + 3);
