@@ -1,0 +1,132 @@
+"""The offline road through the real window: a new project, an import, a reference camera, an export.
+
+library_journey.py PROGRAM TAKE OUT: TAKE is a folder made by `vorn-rig take`, OUT gets pictures/ and the
+package. Runs on the display and with the folders that its environment names.
+"""
+
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+
+from desktop import JourneyError, Program, is_enabled, wait_for
+
+
+def library():
+    return json.loads((pathlib.Path(os.environ["XDG_DATA_HOME"]) / "VORN/library.json").read_text())
+
+
+def expect(condition, what):
+    if not condition:
+        raise JourneyError(what)
+
+
+def make_and_rename_project(program):
+    program.press("New")
+    program.wait("New VORN Project")
+    program.type_into("Project name", "Rehearsal")
+    program.picture("new-project")
+    program.press("Create")
+    program.wait("No takes yet")
+    program.press("Rename")
+    program.type_into("Project name", "Rehearsals")
+    program.picture("rename-project")
+    program.press_in("Rename Project", "Rename")
+    wait_for("the new name on the disk",
+             lambda: library()["projects"][0] | {"id": ""}
+             == {"id": "", "name": "Rehearsals", "revision": 2, "takes": []})
+
+
+def refuse_what_is_no_manifest(program, folder):
+    broken = folder / "not a manifest.json"
+    broken.write_text('{"schemaVersion": 1}')
+    program.press("Import Manifest")
+    program.choose_path("Import VORN Source Manifest", broken, "Open")
+    program.wait("Manifest import failed: not a manifest.json: projectId is missing "
+                 "(a text was expected)")
+    program.picture("refusal")
+    program.press("OK")
+    wait_for("the alert to go", lambda: program.find("OK") is None)
+
+
+def import_take(program, take):
+    manifest = json.loads((take / "manifest.json").read_text())
+    program.press("Import Manifest")
+    program.choose_path("Import VORN Source Manifest", take / "manifest.json", "Open")
+    program.wait(f"Take {manifest['takeId']}")
+    program.wait("READY")
+    program.picture("overview")
+    return manifest
+
+
+def walk_through_tabs(program):
+    for tab in ("Media", "Resolve", "Activity"):
+        program.press(tab)
+        program.picture(tab.lower())
+
+
+def choose_reference(program, manifest):
+    """Chooses another reference camera, sees it on the disk, and goes back to the take's own."""
+    def reference():
+        return [take["referenceCameraId"] for project in library()["projects"]
+                for take in project["takes"] if take["id"] == manifest["takeId"]][0]
+
+    program.press("Media")
+    original = manifest["referenceCameraId"]
+    other = next(clip["cameraId"] for clip in manifest["clips"] if clip["cameraId"] != original)
+    for camera in (other, original):
+        program.press(f"Use {camera} as reference")
+        wait_for(f"{camera} as reference on the disk", lambda: reference() == camera)
+    program.press("Overview")
+
+
+def export(program, parent):
+    download = program.wait("Download Take")
+    expect(not is_enabled(download), "Download Take is enabled without a phone")
+    program.press("Export for Resolve")
+    program.choose_path("Choose Parent Folder for Resolve Export", parent, "Choose")
+    package = wait_for("the package", lambda: next(parent.glob("VORN_*/source-manifest.json"), None),
+                       120).parent
+    program.press("Activity")
+    program.wait(f"Created Resolve export {package.name}.")
+    program.picture("exported")
+    return package
+
+
+def raise_by_second_start(path):
+    second = subprocess.run([path], timeout=30)
+    expect(second.returncode == 0, "a second start did not hand over to the first")
+
+
+def main():
+    path, take, out = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys.argv[3])
+    pictures = out / "pictures"
+    shutil.rmtree(pictures, ignore_errors=True)
+    pictures.mkdir(parents=True)
+    packages = out / "packages 100% #1"
+    shutil.rmtree(packages, ignore_errors=True)
+    packages.mkdir()
+
+    program = Program(path, pictures)
+    try:
+        program.wait("Select a Take")
+        program.picture("first-start")
+        make_and_rename_project(program)
+        refuse_what_is_no_manifest(program, out)
+        manifest = import_take(program, take)
+        walk_through_tabs(program)
+        choose_reference(program, manifest)
+        package = export(program, packages)
+        raise_by_second_start(path)
+    except JourneyError as error:
+        program.picture("failed")
+        sys.exit(f"The journey failed: {error}. On the screen: {program.texts()}")
+    finally:
+        program.end()
+    print(package)
+
+
+if __name__ == "__main__":
+    main()
