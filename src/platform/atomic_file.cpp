@@ -1,6 +1,7 @@
 #include "platform/atomic_file.h"
 
 #include "platform/files.h"
+#include "platform/off_thread.h"
 
 #include <QUuid>
 
@@ -11,8 +12,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <climits>
 #include <cstdio>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -40,11 +41,21 @@ public:
             ::unlink(m_path.constData());
     }
 
+    /// Room for all bytes, where the file system can promise it: a full disk shows here, and the
+    /// flush has no blocks to find.
+    void reserve(qsizetype bytes)
+    {
+        if (::fallocate(m_file.get(), FALLOC_FL_KEEP_SIZE, 0, bytes) != 0 && errno == ENOSPC)
+            throw FileError(u"Cannot write"_s, m_finalPath, errno);
+    }
+
     /// Many pieces in few calls: a library of thousands of takes is thousands of pieces.
     void write(std::span<const QByteArray> pieces)
     {
-        std::array<iovec, IOV_MAX> vectors{};
+        constexpr std::size_t piecesPerCall = 256; // below IOV_MAX; some 2 MiB of takes
+        std::array<iovec, piecesPerCall> vectors{};
         qsizetype done = 0; // bytes of the first piece that are written already
+        off_t offset = 0;
         while (!pieces.empty()) {
             const std::size_t count = std::min(pieces.size(), vectors.size());
             for (std::size_t index = 0; index < count; ++index)
@@ -57,6 +68,9 @@ public:
                 continue;
             if (written < 0)
                 throw FileError(u"Cannot write"_s, m_finalPath, errno);
+            // The disk begins while the next pieces are copied; the flush reports its errors.
+            ::sync_file_range(m_file.get(), offset, written, SYNC_FILE_RANGE_WRITE);
+            offset += written;
             done += written;
             while (!pieces.empty() && done >= pieces.front().size()) {
                 done -= pieces.front().size();
@@ -93,9 +107,17 @@ void writeFileAtomically(const QString &path, std::span<const QByteArray> pieces
     if (!folder.isOpen())
         throw FileError(u"Cannot write"_s, path, errno);
 
+    qsizetype total = 0;
+    for (const QByteArray &piece : pieces)
+        total += piece.size();
     TemporaryFile file(path, mode);
+    file.reserve(total);
     file.write(pieces);
+    // Held while it is replaced: giving back a large file takes as long as writing one.
+    FileDescriptor old(::open(nativePath(path).constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     file.place();
+    if (old.isOpen())
+        fileWorkPool()->start([held = std::make_shared<FileDescriptor>(std::move(old))] {});
     if (::fsync(folder.get()) != 0)
         throw FileError(u"Cannot write"_s, path, errno);
 }

@@ -7,9 +7,11 @@
 #include <QDateTime>
 #include <QDir>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -137,12 +139,21 @@ QString LibraryFile::keepUnreadable() const
 {
     // A second name for the same bytes: the old library stays in place until the new one replaces
     // it. What has no second name (a folder, a file system without links) is moved.
-    const QString name =
-        unreadablePrefix + QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss-zzz"_s);
-    const QString target = m_folder + u'/' + name;
-    if (::link(nativePath(path()).constData(), nativePath(target).constData()) != 0
-        && ::rename(nativePath(path()).constData(), nativePath(target).constData()) != 0)
-        throw FileError(u"Cannot keep the unreadable"_s, path(), errno);
+    const QByteArray from = nativePath(path());
+    QString name;
+    int failure = EEXIST;
+    while (failure == EEXIST) { // until the next millisecond at most
+        name = unreadablePrefix + QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss-zzz"_s);
+        const QByteArray to = nativePath(m_folder + u'/' + name);
+        const bool isKept = ::link(from.constData(), to.constData()) == 0
+                            || (errno != EEXIST
+                                && ::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(),
+                                               RENAME_NOREPLACE)
+                                       == 0);
+        failure = isKept ? 0 : errno;
+    }
+    if (failure != 0)
+        throw FileError(u"Cannot keep the unreadable"_s, path(), failure);
 
     QStringList files = QDir(m_folder).entryList({unreadablePrefix + u"*"_s},
                                                  QDir::Files | QDir::Hidden, QDir::Name);
