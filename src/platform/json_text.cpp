@@ -2,6 +2,8 @@
 
 #include <QJsonDocument>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace vorn {
@@ -11,9 +13,11 @@ QJsonObject parseJsonObject(const QByteArray &text, const QString &name)
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(text, &error);
     if (error.error != QJsonParseError::NoError) {
-        const qsizetype line = 1 + QByteArrayView(text).first(error.offset).count('\n');
+        // In an unfinished text Qt's offset is one past the end.
+        const qsizetype read = std::min(qsizetype(error.offset), text.size());
+        const qsizetype line = 1 + QByteArrayView(text).first(read).count('\n');
         throw JsonError(u"%1 is not valid JSON: %2 at line %3, byte %4"_s.arg(
-            name, error.errorString(), QString::number(line), QString::number(error.offset)));
+            name, error.errorString(), QString::number(line), QString::number(read)));
     }
     if (!document.isObject())
         throw JsonError(u"%1: an object was expected at the root"_s.arg(name));
