@@ -1,5 +1,6 @@
 #include "library/safe_identifier.h"
 
+#include <QList>
 #include <QTextBoundaryFinder>
 
 #include <algorithm>
@@ -14,11 +15,17 @@ constexpr qsizetype maximumNameBytes = 255;
 
 bool isKept(QStringView character)
 {
-    char32_t first = character.front().unicode();
-    if (character.size() > 1 && character.front().isHighSurrogate()
-        && character.at(1).isLowSurrogate())
-        first = QChar::surrogateToUcs4(character.front(), character.at(1));
-    return QChar::isLetterOrNumber(first) || first == U'-' || first == U'_';
+    if (character == u"-" || character == u"_")
+        return true;
+    // A letter may carry marks and joiners. But a few letters (class Prepend of UAX #29) bind
+    // whatever follows into their character, a separator or a lone surrogate included.
+    const auto isPlain = [](char32_t codePoint) {
+        return QChar::isLetterOrNumber(codePoint) || QChar::isMark(codePoint)
+               || QChar::category(codePoint) == QChar::Other_Format || codePoint == U'-'
+               || codePoint == U'_';
+    };
+    const QList<uint> codePoints = character.toUcs4();
+    return QChar::isLetterOrNumber(codePoints.front()) && std::ranges::all_of(codePoints, isPlain);
 }
 
 QString trimmedHyphens(const QString &text)
