@@ -1,0 +1,18 @@
+# What the scripts share. Each sources this first; from here on the working directory is the project's.
+# shellcheck shell=bash
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/../.."
+
+# build PRESET [TARGET ...]: builds these targets, by default all. Ninja configures again by itself when
+# a CMakeLists.txt has changed, but knows nothing of the presets.
+build() {
+    local preset=$1
+    shift
+    [[ build/$preset/build.ninja -nt CMakePresets.json ]] || cmake --preset "$preset"
+    cmake --build --preset "$preset" --parallel "$(nproc)" ${1:+--target "$@"}
+}
+
+# usage: prints the comment at the head of the script.
+usage() {
+    awk 'NR > 1 { if (!/^#/) exit; sub(/^# ?/, ""); print }' "scripts/${0##*/}"
+}
