@@ -1,11 +1,12 @@
 # What the scripts share. Each sources this first; from here on the working directory is the project's.
 # shellcheck shell=bash
 set -euo pipefail
-cd "$(dirname "${BASH_SOURCE[0]}")/../.."
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+cd "$root"
 
-# build PRESET [TARGET ...]: builds these targets, by default all. Ninja configures again by itself when
+# build_preset PRESET [TARGET ...]: builds these targets, by default all. Ninja configures again by itself when
 # a CMakeLists.txt has changed, but knows nothing of the presets.
-build() {
+build_preset() {
     local preset=$1
     shift
     [[ build/$preset/build.ninja -nt CMakePresets.json ]] || cmake --preset "$preset"
