@@ -1,0 +1,166 @@
+#include "drift/anchor_fit.h"
+
+#include "drift/drift_error.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+namespace {
+
+// What a list must hold before it is believed. Every gate is written so that NaN fails it.
+constexpr std::size_t minimumAnchors = 5;
+constexpr double minimumConfidence = 0.8;
+constexpr double maximumConfidence = 1.0;
+constexpr double maximumUncertaintyMs = 5.0;
+constexpr double maximumGapShare = 0.35; // of the media's duration, between neighbours
+constexpr double latestFirstShare = 0.1;
+constexpr double earliestLastShare = 0.9;
+constexpr double maximumResidualMs = 5.0;
+constexpr double maximumDrift = 0.001; // 1,000 parts per million
+
+using Anchors = std::vector<TimingAnchor>;
+
+bool isInRange(const TimingAnchor &anchor, double duration)
+{
+    return std::isfinite(anchor.sourceSeconds) && std::isfinite(anchor.referenceSeconds)
+           && anchor.sourceSeconds >= 0 && anchor.sourceSeconds <= duration
+           && anchor.referenceSeconds >= 0 && anchor.confidence >= minimumConfidence
+           && anchor.confidence <= maximumConfidence && anchor.uncertaintyMs > 0
+           && anchor.uncertaintyMs <= maximumUncertaintyMs;
+}
+
+bool isLaterInBoth(const TimingAnchor &earlier, const TimingAnchor &later)
+{
+    return later.sourceSeconds > earlier.sourceSeconds
+           && later.referenceSeconds > earlier.referenceSeconds;
+}
+
+double largestGap(const Anchors &sorted)
+{
+    double largest = 0;
+    for (std::size_t next = 1; next < sorted.size(); ++next)
+        largest = std::max(largest, sorted[next].sourceSeconds - sorted[next - 1].sourceSeconds);
+    return largest;
+}
+
+/// The anchors in the order of their source times, once all that can be told without a fit is.
+Anchors verifiedAnchors(const Anchors &anchors, double duration)
+{
+    if (!std::isfinite(duration) || !(duration > 0) || anchors.size() < minimumAnchors)
+        throw DriftExportError::invalid(
+            u"Need a positive duration and at least five verified anchors."_s);
+    // Before the sort: a NaN has no place in an order.
+    if (!std::ranges::all_of(anchors,
+                             [&](const TimingAnchor &one) { return isInRange(one, duration); }))
+        throw DriftExportError::invalid(
+            u"An anchor is outside the accepted media range or confidence limits."_s);
+
+    Anchors sorted = anchors;
+    std::ranges::stable_sort(sorted, {}, &TimingAnchor::sourceSeconds);
+    if (std::ranges::adjacent_find(sorted, std::not_fn(isLaterInBoth)) != sorted.end())
+        throw DriftExportError::invalid(
+            u"Anchors must be strictly increasing in both media timelines."_s);
+    if (!(largestGap(sorted) <= maximumGapShare * duration))
+        throw DriftExportError::invalid(
+            u"Anchors leave too much of the middle of the take unverified."_s);
+    if (!(sorted.front().sourceSeconds <= latestFirstShare * duration)
+        || !(sorted.back().sourceSeconds >= earliestLastShare * duration))
+        throw DriftExportError::invalid(u"Anchors must cover the beginning and end of the take."_s);
+    return sorted;
+}
+
+double weight(const TimingAnchor &anchor)
+{
+    return 1 / (anchor.uncertaintyMs * anchor.uncertaintyMs);
+}
+
+/// Σ weight · value, in the order of the list.
+template <class Value> double weightedSum(const Anchors &sorted, Value &&value)
+{
+    double sum = 0;
+    for (const TimingAnchor &anchor : sorted)
+        sum += weight(anchor) * value(anchor);
+    return sum;
+}
+
+struct Line {
+    double intercept = 0;
+    double slope = 0;
+};
+
+/// Weighted least squares about the means: the sums of squares of the times themselves would lose
+/// the last digits of an hour's recording.
+Line fittedLine(const Anchors &sorted, double totalWeight)
+{
+    const double meanSource =
+        weightedSum(sorted, [](auto &one) { return one.sourceSeconds; }) / totalWeight;
+    const double meanReference =
+        weightedSum(sorted, [](auto &one) { return one.referenceSeconds; }) / totalWeight;
+    const double spread = weightedSum(sorted, [&](auto &one) {
+        return (one.sourceSeconds - meanSource) * (one.sourceSeconds - meanSource);
+    });
+    // Weights or squares that left the range of a double make no line either.
+    if (!(spread > 0) || !std::isfinite(spread) || !std::isfinite(totalWeight))
+        throw DriftExportError::invalid(u"Anchors do not span enough media time."_s);
+    const double slope = weightedSum(sorted,
+                                     [&](auto &one) {
+                                         return (one.sourceSeconds - meanSource)
+                                                * (one.referenceSeconds - meanReference);
+                                     })
+                         / spread;
+    return {meanReference - meanSource * slope, slope};
+}
+
+double largestResidualMs(const Anchors &sorted, const Line &line)
+{
+    double largest = 0;
+    for (const TimingAnchor &anchor : sorted) {
+        const double residual =
+            std::abs((anchor.referenceSeconds - line.intercept) - line.slope * anchor.sourceSeconds)
+            * 1000;
+        if (residual > largest || std::isnan(residual)) // a NaN stays
+            largest = residual;
+    }
+    return largest;
+}
+
+} // namespace
+
+DriftCorrection DriftEngine::fit(const std::vector<TimingAnchor> &anchors, double duration)
+{
+    const Anchors sorted = verifiedAnchors(anchors, duration);
+    const double totalWeight = weightedSum(sorted, [](auto &) { return 1.0; });
+    const Line line = fittedLine(sorted, totalWeight);
+
+    DriftCorrection result;
+    result.maxResidualMs = largestResidualMs(sorted, line);
+    const double drift = std::abs(line.slope - 1);
+    const auto refuse = [] {
+        throw DriftExportError::invalid(
+            u"Timing is nonlinear or drift is excessive; manual review is required."_s);
+    };
+    if (!(result.maxResidualMs <= maximumResidualMs) || !(drift <= maximumDrift))
+        refuse();
+
+    const auto leastCertain = std::ranges::max_element(sorted, {}, &TimingAnchor::uncertaintyMs);
+    result.endpointUncertaintyMs = result.maxResidualMs + 2 * leastCertain->uncertaintyMs;
+    result.retime = drift * duration * 1000 > 2 * result.endpointUncertaintyMs;
+    if (result.retime) {
+        result.offsetSeconds = line.intercept;
+        result.referenceSecondsPerSourceSecond = line.slope;
+    } else {
+        result.offsetSeconds =
+            weightedSum(sorted, [](auto &one) { return one.referenceSeconds - one.sourceSeconds; })
+            / totalWeight;
+    }
+    result.driftPPM = (result.referenceSecondsPerSourceSecond - 1) * 1'000'000;
+    if (!std::isfinite(result.offsetSeconds))
+        refuse();
+    return result;
+}
+
+} // namespace vorn
