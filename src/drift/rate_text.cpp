@@ -2,6 +2,8 @@
 
 #include "drift/drift_error.h"
 
+#include <QList>
+
 #include <charconv>
 #include <cmath>
 #include <optional>

@@ -1,0 +1,126 @@
+#include "drift/drift_error.h"
+#include "drift/placement.h"
+#include "support.h"
+
+#include <QtTest>
+
+#include <cmath>
+#include <limits>
+
+using namespace vorn;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+
+const QString noMedia = u"No usable media remains for Side."_s;
+const QString outside = u"Retiming would read outside Side."_s;
+
+Prepared clip(double offset, double rate, double duration)
+{
+    Prepared item;
+    item.clip.cameraId = u"Side"_s;
+    item.media.duration = duration;
+    item.correction.offsetSeconds = offset;
+    item.correction.referenceSecondsPerSourceSecond = rate;
+    return item;
+}
+
+} // namespace
+
+class PlacementTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void laysClipsOnWholeFrames_data()
+    {
+        QTest::addColumn<double>("fps");
+        QTest::addColumn<double>("offset");
+        QTest::addColumn<double>("rate");
+        QTest::addColumn<double>("media");
+        QTest::addColumn<double>("start");
+        QTest::addColumn<double>("duration");
+        QTest::addColumn<double>("sourceStart");
+        QTest::addColumn<double>("sourceEnd");
+        QTest::newRow("reference") << 30.0 << 0.0 << 1.0 << 10.0 << 0.0 << 10.0 << 0.0 << 10.0;
+        QTest::newRow("reference, broken last frame")
+            << 30.0 << 0.0 << 1.0 << 10.02 << 0.0 << 10.0 << 0.0 << 10.0;
+        QTest::newRow("later, on a frame")
+            << 30.0 << 1.5 << 1.0 << 10.0 << 1.5 << 10.0 << 0.0 << 10.0;
+        // From frame 46 (of 45.3) to 345 (of 345.3).
+        QTest::newRow("later, between frames")
+            << 30.0 << 1.51 << 1.0 << 10.0 << 46 / 30.0 << 299 / 30.0 << 46 / 30.0 - 1.51
+            << 345 / 30.0 - 1.51;
+        QTest::newRow("earlier: the head is cut")
+            << 25.0 << -2.0 << 1.0 << 10.0 << 0.0 << 8.0 << 2.0 << 10.0;
+        // A slow clock: the clip ends at 7.996, and 7.96 is the last whole frame.
+        QTest::newRow("earlier and retimed") << 25.0 << -0.008 << 1.0005 << 8.0 << 0.0 << 7.96
+                                             << 0.008 / 1.0005 << (7.96 + 0.008) / 1.0005;
+        QTest::newRow("NTSC rate") << 30000.0 / 1001 << 0.0 << 1.0 << 10.0 << 0.0
+                                   << 299 * 1001 / 30000.0 << 0.0 << 299 * 1001 / 30000.0;
+    }
+
+    void laysClipsOnWholeFrames()
+    {
+        QFETCH(const double, fps);
+        QFETCH(const double, offset);
+        QFETCH(const double, rate);
+        QFETCH(const double, media);
+        const Prepared item = clip(offset, rate, media);
+        const Placement placement = DriftEngine::placement(item, fps);
+        QVERIFY(placement.item == item);
+        QFETCH(const double, start);
+        QFETCH(const double, duration);
+        QFETCH(const double, sourceStart);
+        QFETCH(const double, sourceEnd);
+        QVERIFY(std::abs(placement.start - start) < 1e-9);
+        QVERIFY(std::abs(placement.duration - duration) < 1e-9);
+        QVERIFY(std::abs(placement.sourceStart - sourceStart) < 1e-9);
+        QVERIFY(std::abs(placement.sourceEnd - sourceEnd) < 1e-9);
+    }
+
+    void staysWithinTheMedia()
+    {
+        // 0.1 * 3 is a little more than 0.3: the end is held at the media's.
+        const Placement placement = DriftEngine::placement(clip(0.1 * 3, 1, 0.7), 10);
+        QCOMPARE(placement.sourceStart, std::max(placement.start - 0.1 * 3, 0.0));
+        QVERIFY(placement.sourceStart >= 0 && placement.sourceEnd <= 0.7);
+    }
+
+    void refusesWhatCoversNoFrameOrNoMedia_data()
+    {
+        QTest::addColumn<double>("fps");
+        QTest::addColumn<double>("offset");
+        QTest::addColumn<double>("rate");
+        QTest::addColumn<double>("media");
+        QTest::addColumn<QString>("refusal");
+        QTest::newRow("shorter than a frame") << 30.0 << 0.0 << 1.0 << 0.03 << noMedia;
+        QTest::newRow("between two frames") << 30.0 << 0.01 << 1.0 << 0.05 << noMedia;
+        QTest::newRow("before time zero") << 30.0 << -20.0 << 1.0 << 10.0 << noMedia;
+        QTest::newRow("ends at time zero") << 30.0 << -10.0 << 1.0 << 10.0 << noMedia;
+        for (const double fps : {0.0, -0.0, -30.0, infinity, -infinity, notANumber})
+            for (const double offset : {0.0, 1.5, -1.5, -20.0})
+                QTest::addRow("rate %g, offset %g", fps, offset)
+                    << fps << offset << 1.0 << 10.0 << noMedia;
+        QTest::newRow("frames past all numbers") << 1e308 << 0.0 << 1.0 << 10.0 << outside;
+        QTest::newRow("no slope") << 30.0 << 1.49 << 0.0 << 10.0 << noMedia;
+        QTest::newRow("endless slope") << 30.0 << 0.0 << infinity << 10.0 << outside;
+        QTest::newRow("unknown offset") << 30.0 << notANumber << 1.0 << 10.0 << noMedia;
+        QTest::newRow("unknown slope") << 30.0 << 0.0 << notANumber << 10.0 << noMedia;
+    }
+
+    void refusesWhatCoversNoFrameOrNoMedia()
+    {
+        QFETCH(const double, fps);
+        QFETCH(const double, offset);
+        QFETCH(const double, rate);
+        QFETCH(const double, media);
+        QFETCH(const QString, refusal);
+        QCOMPARE(thrownText([&] { (void)DriftEngine::placement(clip(offset, rate, media), fps); }),
+                 refusal);
+    }
+};
+
+QTEST_GUILESS_MAIN(PlacementTest)
+#include "placement_test.moc"
