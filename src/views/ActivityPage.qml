@@ -1,0 +1,31 @@
+import QtQuick
+import QtQuick.Layouts
+
+LibraryPanel {
+    id: root
+
+    required property ActivityViewModel activity
+
+    title: qsTr("Recent activity")
+    icon: "list"
+
+    RowList {
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        visible: root.activity.hasEntries
+        label: qsTr("Recent activity")
+        selectable: false
+        model: root.activity.entries
+        delegate: ActivityRow {
+            width: ListView.view.width - Theme.inside
+        }
+    }
+    CompactEmptyState {
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        visible: !root.activity.hasEntries
+        title: qsTr("No activity yet")
+        icon: "list"
+        detail: qsTr("Imports, downloads and exports appear here.")
+    }
+}

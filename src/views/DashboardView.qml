@@ -1,0 +1,75 @@
+import QtQuick
+import QtQuick.Layouts
+
+Item {
+    id: root
+
+    required property TakeDashboardViewModel dashboard
+    required property ActivityViewModel activity
+    property alias tab: tabs.current
+
+    EmptyStateView {
+        anchors.fill: parent
+        visible: !root.dashboard.hasTake
+        title: qsTr("Select a Take")
+        systemImage: "film"
+        detail: qsTr("Choose a project and take, or import a source manifest.")
+    }
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.margins: Theme.between
+        visible: root.dashboard.hasTake
+        spacing: Theme.between
+
+        RowLayout {
+            spacing: Theme.inside
+
+            ColumnLayout {
+                Layout.fillWidth: true
+                spacing: 2
+
+                TextLabel {
+                    Layout.fillWidth: true
+                    text: root.dashboard.projectName
+                    font.pixelSize: Theme.windowTitleSize
+                    font.weight: Font.DemiBold
+                    maximumLineCount: 1
+                }
+                TextLabel {
+                    Layout.fillWidth: true
+                    text: root.dashboard.takeTitle
+                    color: Theme.secondary
+                    maximumLineCount: 1
+                }
+            }
+            StatusPill {
+                text: root.dashboard.statusText
+                textColor: root.dashboard.complete ? Theme.ready : Theme.warning
+            }
+        }
+        SegmentedTabs {
+            id: tabs
+
+            label: qsTr("Take view")
+            titles: root.dashboard.tabTitles
+        }
+        StackLayout {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            currentIndex: tabs.current
+
+            OverviewPage {
+                dashboard: root.dashboard
+            }
+            MediaPage {
+                dashboard: root.dashboard
+            }
+            ResolvePage {
+                dashboard: root.dashboard
+            }
+            ActivityPage {
+                activity: root.activity
+            }
+        }
+    }
+}

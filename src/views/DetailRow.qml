@@ -1,0 +1,29 @@
+import QtQuick
+import QtQuick.Layouts
+
+RowLayout {
+    id: root
+
+    required property string label
+    required property string value
+
+    spacing: Theme.inside
+
+    TextLabel {
+        Layout.preferredWidth: 84
+        text: root.label
+        color: Theme.secondary
+    }
+    TextLabel {
+        Layout.fillWidth: true
+        text: root.value
+        horizontalAlignment: Text.AlignRight
+        HoverHandler {
+            id: hover
+        }
+        HelpTip {
+            visible: hover.hovered && parent.truncated
+            text: root.value
+        }
+    }
+}

@@ -1,0 +1,32 @@
+import QtQuick
+
+// A button that explains itself under the pointer, also while it is disabled.
+Item {
+    id: root
+
+    property alias text: button.text
+    property alias iconName: button.iconName
+    property alias iconOnly: button.iconOnly
+    property alias help: button.help
+    property alias obstacle: button.obstacle
+    property alias prominent: button.prominent
+    property alias available: button.enabled
+    signal clicked
+
+    implicitWidth: button.implicitWidth
+    implicitHeight: button.implicitHeight
+
+    AppButton {
+        id: button
+
+        anchors.fill: parent
+        onClicked: root.clicked()
+    }
+    HoverHandler {
+        id: hover
+    }
+    HelpTip {
+        visible: hover.hovered && text.length > 0
+        text: button.enabled ? button.help : button.help + "\n" + button.obstacle
+    }
+}

@@ -1,0 +1,38 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+ApplicationWindow {
+    id: root
+
+    required property LibraryViewModel library
+
+    title: qsTr("VORN Library")
+    width: 1180
+    height: 760
+    minimumWidth: 900
+    minimumHeight: 560
+    visible: true
+    color: Theme.window
+
+    RootView {
+        anchors.fill: parent
+        library: root.library
+        onSettingsRequested: settings.open()
+    }
+    SettingsWindow {
+        id: settings
+
+        function open() {
+            show();
+            raise();
+            requestActivate();
+        }
+
+        library: root.library
+    }
+    Shortcut {
+        sequences: [StandardKey.Quit]
+        context: Qt.ApplicationShortcut
+        onActivated: Qt.quit()
+    }
+}

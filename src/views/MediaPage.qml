@@ -1,0 +1,70 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Layouts
+
+ColumnLayout {
+    id: root
+
+    required property TakeDashboardViewModel dashboard
+
+    spacing: Theme.between
+
+    LibraryPanel {
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        title: qsTr("Cameras & recordings")
+        icon: "video"
+
+        RowList {
+            id: clips
+
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: root.dashboard.hasClips
+            label: qsTr("Cameras & recordings")
+            selectable: false
+            spacing: Theme.row
+            model: root.dashboard.clips
+            delegate: ClipRow {
+                width: ListView.view.width - Theme.inside
+                onMakeReference: root.dashboard.makeReference(index)
+                onFocused: clips.revealRow(index)
+            }
+        }
+        CompactEmptyState {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: !root.dashboard.hasClips
+            title: qsTr("No recordings")
+            icon: "video"
+            detail: qsTr("Import a manifest or connect to a phone catalog.")
+        }
+    }
+    LibraryPanel {
+        Layout.fillWidth: true
+        Layout.preferredHeight: root.dashboard.hasTransfers ? root.height * 0.4 : implicitHeight
+        title: qsTr("Transfers")
+        icon: "download"
+
+        RowList {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: root.dashboard.hasTransfers
+            label: qsTr("Transfers")
+            selectable: false
+            spacing: Theme.row
+            model: root.dashboard.transfers
+            delegate: TransferRow {
+                width: ListView.view.width - Theme.inside
+            }
+        }
+        CompactEmptyState {
+            Layout.fillWidth: true
+            visible: !root.dashboard.hasTransfers
+            title: qsTr("No active transfers")
+            icon: "download"
+            detail: qsTr("Downloads and verification progress appear here.")
+        }
+    }
+}

@@ -1,0 +1,28 @@
+import QtQuick.Layouts
+
+Sheet {
+    id: root
+
+    property alias name: field.text
+
+    title: qsTr("New VORN Project")
+    onOpened: field.forceActiveFocus(Qt.PopupFocusReason)
+
+    AppTextField {
+        id: field
+
+        Layout.fillWidth: true
+        label: qsTr("Project name")
+    }
+    buttons: [
+        AppButton {
+            text: qsTr("Cancel")
+            onClicked: root.close()
+        },
+        AppButton {
+            text: qsTr("Create")
+            prominent: true
+            onClicked: root.confirmed()
+        }
+    ]
+}

@@ -1,0 +1,44 @@
+import QtQuick
+
+SelectableRow {
+    id: root
+
+    required property string name
+    required property string takesText
+    required property bool isUnassigned
+
+    height: 44
+    text: name + ", " + takesText
+    contentItem: Item {
+        TokenIcon {
+            id: mark
+
+            anchors.left: parent.left
+            anchors.leftMargin: 4
+            anchors.verticalCenter: parent.verticalCenter
+            icon: root.isUnassigned ? "tray" : "folder"
+            color: root.isUnassigned ? Theme.warning : Theme.secondary
+        }
+        Column {
+            anchors.left: mark.right
+            anchors.leftMargin: Theme.row + 2
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            clip: true
+
+            TextLabel {
+                width: parent.width
+                text: root.name
+                maximumLineCount: 1
+            }
+            SmallLabel {
+                width: parent.width
+                text: root.takesText
+            }
+        }
+    }
+    HelpTip {
+        visible: root.hovered && root.name.length > 24
+        text: root.name
+    }
+}

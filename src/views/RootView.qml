@@ -1,0 +1,149 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+
+// Content of the Library window: projects, takes, and the selected take.
+Item {
+    id: root
+
+    required property LibraryViewModel library
+    property bool showNewProject
+    property bool showRenameProject
+    property string newProjectName
+    property string renameProjectName
+    signal settingsRequested
+
+    function askForNewProject() {
+        showNewProject = true;
+    }
+    function askForRename() {
+        renameProjectName = library.projects.selectedName;
+        showRenameProject = true;
+    }
+    function createProject() {
+        library.projects.create(newProjectName);
+        newProjectName = "";
+        showNewProject = false;
+    }
+    function renameProject() {
+        library.projects.rename(renameProjectName);
+        showRenameProject = false;
+    }
+
+    SplitView {
+        anchors.fill: parent
+        handle: Rectangle {
+            implicitWidth: 1
+            color: SplitHandle.hovered || SplitHandle.pressed ? Theme.accent : Theme.frame
+            containmentMask: Item {
+                x: -4
+                width: 9
+                height: root.height
+            }
+        }
+
+        ProjectSidebar {
+            id: sidebar
+
+            SplitView.preferredWidth: 235
+            SplitView.minimumWidth: 210
+            SplitView.maximumWidth: 420
+            projects: root.library.projects
+            onNewRequested: root.askForNewProject()
+            onRenameRequested: root.askForRename()
+            onSettingsRequested: root.settingsRequested()
+        }
+        TakeListView {
+            SplitView.preferredWidth: 265
+            SplitView.minimumWidth: 200
+            SplitView.maximumWidth: 480
+            takes: root.library.takes
+        }
+        ColumnLayout {
+            SplitView.fillWidth: true
+            SplitView.minimumWidth: 420
+            spacing: 0
+
+            LibraryToolbar {
+                Layout.fillWidth: true
+                library: root.library
+            }
+            ExportStrip {
+                Layout.fillWidth: true
+                visible: root.library.exportProgress.running
+                progress: root.library.exportProgress
+            }
+            DashboardView {
+                id: dashboardView
+
+                Layout.fillWidth: true
+                Layout.fillHeight: true
+                dashboard: root.library.dashboard
+                activity: root.library.activity
+            }
+        }
+    }
+
+    NewProjectSheet {
+        visible: root.showNewProject
+        name: root.newProjectName
+        onNameChanged: root.newProjectName = name
+        onConfirmed: root.createProject()
+        onClosed: root.showNewProject = false
+    }
+    RenameProjectSheet {
+        visible: root.showRenameProject
+        name: root.renameProjectName
+        onNameChanged: root.renameProjectName = name
+        onConfirmed: root.renameProject()
+        onClosed: root.showRenameProject = false
+    }
+    ErrorAlert {
+        visible: root.library.hasError
+        message: root.library.errorMessage
+        onClosed: root.library.dismissError()
+    }
+
+    Shortcut {
+        sequence: "Ctrl+N"
+        onActivated: root.askForNewProject()
+    }
+    Shortcut {
+        sequence: "F2"
+        enabled: root.library.projects.canRename
+        onActivated: root.askForRename()
+    }
+    Shortcut {
+        sequence: "Ctrl+F"
+        onActivated: sidebar.focusSearch()
+    }
+    Shortcut {
+        sequence: "Ctrl+O"
+        onActivated: root.library.chooseManifest(root.Window.window)
+    }
+    Shortcut {
+        sequence: "Ctrl+E"
+        enabled: root.library.canExport
+        onActivated: root.library.chooseExportFolder(root.Window.window)
+    }
+    Shortcut {
+        sequence: "Ctrl+,"
+        onActivated: root.settingsRequested()
+    }
+    Shortcut {
+        sequence: "Ctrl+1"
+        onActivated: dashboardView.tab = 0
+    }
+    Shortcut {
+        sequence: "Ctrl+2"
+        onActivated: dashboardView.tab = 1
+    }
+    Shortcut {
+        sequence: "Ctrl+3"
+        onActivated: dashboardView.tab = 2
+    }
+    Shortcut {
+        sequence: "Ctrl+4"
+        onActivated: dashboardView.tab = 3
+    }
+}

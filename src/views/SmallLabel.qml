@@ -1,0 +1,4 @@
+TextLabel {
+    color: Theme.secondary
+    font.pixelSize: Theme.smallSize
+}

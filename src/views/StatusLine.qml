@@ -1,0 +1,25 @@
+import QtQuick
+import QtQuick.Layouts
+
+// A mark and the sentence it stands for.
+RowLayout {
+    id: root
+
+    required property string text
+    required property string icon
+    property color iconColor: Theme.secondary
+
+    spacing: Theme.row
+
+    TokenIcon {
+        Layout.alignment: Qt.AlignTop
+        icon: root.icon
+        color: root.iconColor
+    }
+    TextLabel {
+        Layout.fillWidth: true
+        text: root.text
+        wrapMode: Text.Wrap
+        elide: Text.ElideNone
+    }
+}

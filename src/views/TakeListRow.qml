@@ -1,0 +1,46 @@
+import QtQuick
+
+SelectableRow {
+    id: root
+
+    required property string takeId
+    required property string detail
+    required property bool complete
+
+    height: 48
+    text: takeId + ", " + detail
+    Accessible.description: complete ? qsTr("Complete") : qsTr("Media pending")
+    contentItem: Item {
+        Column {
+            anchors.left: parent.left
+            anchors.leftMargin: 4
+            anchors.right: mark.left
+            anchors.rightMargin: Theme.row
+            anchors.verticalCenter: parent.verticalCenter
+            clip: true
+
+            TextLabel {
+                width: parent.width
+                text: root.takeId
+                maximumLineCount: 1
+            }
+            SmallLabel {
+                width: parent.width
+                text: root.detail
+            }
+        }
+        TokenIcon {
+            id: mark
+
+            anchors.right: parent.right
+            anchors.rightMargin: 4
+            anchors.verticalCenter: parent.verticalCenter
+            icon: root.complete ? "check" : "film"
+            color: root.complete ? Theme.ready : Theme.secondary
+        }
+    }
+    HelpTip {
+        visible: root.hovered && root.takeId.length > 24
+        text: root.takeId
+    }
+}

@@ -1,0 +1,46 @@
+#include "views/file_panels.h"
+
+#include <QFileDialog>
+#include <QUrl>
+#include <QWindow>
+
+namespace vorn {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void openPanel(QFileDialog *panel, QWindow *window, const PathChosen &chosen)
+{
+    panel->setAttribute(Qt::WA_DeleteOnClose);
+    panel->setSupportedSchemes({u"file"_s});
+    panel->winId(); // makes the window that the next line needs
+    panel->windowHandle()->setTransientParent(window);
+    QObject::connect(panel, &QFileDialog::urlSelected, panel, [chosen](const QUrl &url) {
+        if (url.isLocalFile())
+            chosen(url.toLocalFile());
+    });
+    panel->open();
+}
+
+} // namespace
+
+void openManifestPanel(QWindow *window, const PathChosen &chosen)
+{
+    auto *panel = new QFileDialog(nullptr, u"Import VORN Source Manifest"_s);
+    panel->setAcceptMode(QFileDialog::AcceptOpen);
+    panel->setFileMode(QFileDialog::ExistingFile);
+    panel->setNameFilter(u"JSON (*.json)"_s);
+    openPanel(panel, window, chosen);
+}
+
+void openExportPanel(QWindow *window, const PathChosen &chosen)
+{
+    auto *panel = new QFileDialog(nullptr, u"Choose Parent Folder for Resolve Export"_s);
+    panel->setAcceptMode(QFileDialog::AcceptOpen);
+    panel->setFileMode(QFileDialog::Directory);
+    panel->setOption(QFileDialog::ShowDirsOnly);
+    openPanel(panel, window, chosen);
+}
+
+} // namespace vorn

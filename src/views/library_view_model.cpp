@@ -1,0 +1,80 @@
+#include "views/library_view_model.h"
+
+#include "store/app_store.h"
+#include "views/display_text.h"
+#include "views/file_panels.h"
+
+#include <QPointer>
+
+namespace vorn {
+
+using namespace Qt::StringLiterals;
+
+LibraryViewModel::LibraryViewModel(AppStore &store)
+    : m_store(store), m_projects(store), m_takes(store), m_dashboard(store), m_activity(store),
+      m_exportProgress(store)
+{
+    connect(&store, &AppStore::libraryChanged, this, &LibraryViewModel::changed);
+    connect(&store, &AppStore::selectedProjectIDChanged, this, &LibraryViewModel::changed);
+    connect(&store, &AppStore::selectedTakeIDChanged, this, &LibraryViewModel::changed);
+    connect(&store, &AppStore::isBusyChanged, this, &LibraryViewModel::changed);
+    connect(&store, &AppStore::errorMessageChanged, this, &LibraryViewModel::changed);
+}
+
+QString LibraryViewModel::downloadObstacle()
+{
+    return u"No phone is connected."_s;
+}
+
+QString LibraryViewModel::exportObstacle() const
+{
+    if (!m_store.selectedTake())
+        return u"No take is selected."_s;
+    if (m_store.isBusy())
+        return u"Another operation is running."_s;
+    return {};
+}
+
+bool LibraryViewModel::hasError() const
+{
+    return m_store.errorMessage().has_value();
+}
+
+QString LibraryViewModel::errorMessage() const
+{
+    return displayText(m_store.errorMessage().value_or(QString()), longestMessage);
+}
+
+QString LibraryViewModel::recordingsPath() const
+{
+    return displayText(m_store.recordingsDirectory(), longestMessage);
+}
+
+QString LibraryViewModel::supportPath() const
+{
+    return displayText(m_store.supportDirectory(), longestMessage);
+}
+
+void LibraryViewModel::chooseManifest(QWindow *window)
+{
+    openManifestPanel(window, [self = QPointer(this)](const QString &path) {
+        if (self)
+            self->m_store.importManifest(path);
+    });
+}
+
+void LibraryViewModel::chooseExportFolder(QWindow *window)
+{
+    openExportPanel(window, [self = QPointer(this)](const QString &path) {
+        // The take may have gone, or another export begun, while the panel was open.
+        if (self && self->canExport())
+            self->m_store.exportSelectedTake(path);
+    });
+}
+
+void LibraryViewModel::dismissError()
+{
+    m_store.clearErrorMessage();
+}
+
+} // namespace vorn

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "views/activity_view_model.h"
+#include "views/export_progress_view_model.h"
+#include "views/project_list_view_model.h"
+#include "views/take_dashboard_view_model.h"
+#include "views/take_list_view_model.h"
+
+#include <QWindow>
+
+namespace vorn {
+
+/// All that the Library window and the Settings window show and can do. Context: UI thread.
+class LibraryViewModel : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Made by the program.")
+    Q_PROPERTY(vorn::ProjectListViewModel *projects READ projects CONSTANT)
+    Q_PROPERTY(vorn::TakeListViewModel *takes READ takes CONSTANT)
+    Q_PROPERTY(vorn::TakeDashboardViewModel *dashboard READ dashboard CONSTANT)
+    Q_PROPERTY(vorn::ActivityViewModel *activity READ activity CONSTANT)
+    Q_PROPERTY(vorn::ExportProgressViewModel *exportProgress READ exportProgress CONSTANT)
+    Q_PROPERTY(bool canDownload READ canDownload CONSTANT)
+    Q_PROPERTY(QString downloadObstacle READ downloadObstacle CONSTANT)
+    Q_PROPERTY(bool canExport READ canExport NOTIFY changed)
+    Q_PROPERTY(QString exportObstacle READ exportObstacle NOTIFY changed)
+    Q_PROPERTY(bool hasError READ hasError NOTIFY changed)
+    Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY changed)
+    Q_PROPERTY(QString recordingsPath READ recordingsPath CONSTANT)
+    Q_PROPERTY(QString supportPath READ supportPath CONSTANT)
+public:
+    explicit LibraryViewModel(AppStore &store);
+
+    [[nodiscard]] ProjectListViewModel *projects() { return &m_projects; }
+    [[nodiscard]] TakeListViewModel *takes() { return &m_takes; }
+    [[nodiscard]] TakeDashboardViewModel *dashboard() { return &m_dashboard; }
+    [[nodiscard]] ActivityViewModel *activity() { return &m_activity; }
+    [[nodiscard]] ExportProgressViewModel *exportProgress() { return &m_exportProgress; }
+
+    [[nodiscard]] static bool canDownload() { return downloadObstacle().isEmpty(); }
+    /// Why nothing can be downloaded; empty when something can.
+    [[nodiscard]] static QString downloadObstacle();
+    [[nodiscard]] bool canExport() const { return exportObstacle().isEmpty(); }
+    /// Why no export can start; empty when one can.
+    [[nodiscard]] QString exportObstacle() const;
+    [[nodiscard]] bool hasError() const;
+    [[nodiscard]] QString errorMessage() const;
+    [[nodiscard]] QString recordingsPath() const;
+    [[nodiscard]] QString supportPath() const;
+
+    /// Opens the panel that asks for a manifest; what the user confirms is imported.
+    Q_INVOKABLE void chooseManifest(QWindow *window);
+    /// Opens the panel that asks for a folder; the selected take is exported into what the user
+    /// confirms.
+    Q_INVOKABLE void chooseExportFolder(QWindow *window);
+    Q_INVOKABLE void dismissError();
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    AppStore &m_store;
+    ProjectListViewModel m_projects;
+    TakeListViewModel m_takes;
+    TakeDashboardViewModel m_dashboard;
+    ActivityViewModel m_activity;
+    ExportProgressViewModel m_exportProgress;
+};
+
+} // namespace vorn
