@@ -48,7 +48,7 @@ AbstractButton {
                 text: root.text
                 elide: Text.ElideNone
                 font.weight: Font.Medium
-                color: !root.enabled ? Theme.disabled : root.prominent ? Theme.onAccent : Theme.text
+                color: !root.enabled ? Theme.disabled : root.prominent ? Theme.accentText : Theme.text
                 Accessible.ignored: true
             }
         }

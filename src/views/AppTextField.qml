@@ -18,7 +18,7 @@ TextField {
     placeholderTextColor: Theme.secondary
     color: Theme.text
     selectionColor: Theme.accentFill
-    selectedTextColor: Theme.onAccent
+    selectedTextColor: Theme.accentText
     selectByMouse: true
     font.family: Theme.sans
     font.pixelSize: Theme.bodySize
@@ -37,7 +37,7 @@ TextField {
             anchors.leftMargin: 10
             anchors.verticalCenter: parent.verticalCenter
             visible: root.iconName.length > 0
-            icon: root.iconName || "search"
+            icon: root.iconName
         }
     }
 }

@@ -15,6 +15,8 @@ RowLayout {
         color: Theme.secondary
     }
     TextLabel {
+        id: shown
+
         Layout.fillWidth: true
         text: root.value
         horizontalAlignment: Text.AlignRight
@@ -22,7 +24,7 @@ RowLayout {
             id: hover
         }
         HelpTip {
-            visible: hover.hovered && parent.truncated
+            visible: hover.hovered && shown.truncated
             text: root.value
         }
     }

@@ -10,7 +10,7 @@ Sheet {
     title: qsTr("VORN")
     z: 10
     onConfirmed: close()
-    onOpened: ok.forceActiveFocus(Qt.PopupFocusReason)
+    onOpened: ok.forceActiveFocus(Qt.TabFocusReason)
 
     RowLayout {
         spacing: Theme.inside
@@ -45,7 +45,7 @@ Sheet {
                 rightPadding: Theme.inside
                 color: Theme.text
                 selectionColor: Theme.accentFill
-                selectedTextColor: Theme.onAccent
+                selectedTextColor: Theme.accentText
                 font.family: Theme.sans
                 font.pixelSize: Theme.bodySize
                 background: null

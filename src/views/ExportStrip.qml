@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Vorn
 
 // How far the running export is. Numbers have places of their own, so that nothing moves.
 Rectangle {

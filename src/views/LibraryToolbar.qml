@@ -1,20 +1,20 @@
 import QtQuick
 import QtQuick.Layouts
+import Vorn
 
 Rectangle {
     id: root
 
     required property LibraryViewModel library
-    readonly property bool compact: width < labelled.width + 2 * Theme.between
+    // Each button has an icon and margins beside its words.
+    readonly property bool compact: width < labels.advanceWidth + 3 * 48 + 2 * Theme.row
+                                            + 2 * Theme.between
 
     implicitHeight: 56
     color: Theme.panel
 
-    // What the buttons need with their words, whether they show them or not.
     TextMetrics {
-        id: labelled
-
-        readonly property real width: advanceWidth + 3 * 58 + 2 * Theme.row
+        id: labels
 
         font.family: Theme.sans
         font.pixelSize: Theme.bodySize

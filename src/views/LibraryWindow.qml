@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vorn
 
 ApplicationWindow {
     id: root
@@ -31,7 +32,7 @@ ApplicationWindow {
         library: root.library
     }
     Shortcut {
-        sequences: [StandardKey.Quit]
+        sequence: "Ctrl+Q"
         context: Qt.ApplicationShortcut
         onActivated: Qt.quit()
     }

@@ -2,6 +2,7 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import QtQuick.Layouts
+import Vorn
 
 ColumnLayout {
     id: root
@@ -24,7 +25,7 @@ ColumnLayout {
             visible: root.dashboard.hasClips
             label: qsTr("Cameras & recordings")
             selectable: false
-            spacing: Theme.row
+            rowSpacing: Theme.row
             model: root.dashboard.clips
             delegate: ClipRow {
                 width: ListView.view.width - Theme.inside
@@ -53,7 +54,7 @@ ColumnLayout {
             visible: root.dashboard.hasTransfers
             label: qsTr("Transfers")
             selectable: false
-            spacing: Theme.row
+            rowSpacing: Theme.row
             model: root.dashboard.transfers
             delegate: TransferRow {
                 width: ListView.view.width - Theme.inside

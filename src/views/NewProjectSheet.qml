@@ -1,3 +1,4 @@
+import QtQuick
 import QtQuick.Layouts
 
 Sheet {
@@ -6,7 +7,7 @@ Sheet {
     property alias name: field.text
 
     title: qsTr("New VORN Project")
-    onOpened: field.forceActiveFocus(Qt.PopupFocusReason)
+    onOpened: field.forceActiveFocus(Qt.TabFocusReason)
 
     AppTextField {
         id: field

@@ -8,7 +8,7 @@ Sheet {
 
     title: qsTr("Rename Project")
     onOpened: {
-        field.forceActiveFocus(Qt.PopupFocusReason);
+        field.forceActiveFocus(Qt.TabFocusReason);
         field.selectAll();
     }
 

@@ -1,6 +1,10 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
+import QtQuick.Templates as T
+import Vorn
 
 // Content of the Library window: projects, takes, and the selected take.
 Item {
@@ -34,7 +38,7 @@ Item {
         anchors.fill: parent
         handle: Rectangle {
             implicitWidth: 1
-            color: SplitHandle.hovered || SplitHandle.pressed ? Theme.accent : Theme.frame
+            color: T.SplitHandle.hovered || T.SplitHandle.pressed ? Theme.accent : Theme.frame
             containmentMask: Item {
                 x: -4
                 width: 9

@@ -10,7 +10,7 @@ Control {
 
     property alias model: list.model
     property alias delegate: list.delegate
-    property alias spacing: list.spacing
+    property alias rowSpacing: list.spacing
     property bool selectable: true
     property int selectedIndex: -1
     required property string label

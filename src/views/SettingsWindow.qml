@@ -1,4 +1,5 @@
 import QtQuick
+import Vorn
 
 Window {
     id: root
@@ -23,7 +24,7 @@ Window {
         supportPath: root.library.supportPath
     }
     Shortcut {
-        sequences: ["Esc", StandardKey.Close]
+        sequences: ["Esc", "Ctrl+W"]
         onActivated: root.close()
     }
 }

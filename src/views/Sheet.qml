@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
+import QtQuick.Templates as T
 
 // A card over the dimmed window. Escape closes it; Return in it is `confirmed`, except on a button,
 // which it presses.
@@ -12,7 +13,7 @@ Popup {
     property alias buttons: buttonRow.data
     signal confirmed
 
-    parent: Overlay.overlay
+    parent: T.Overlay.overlay
     anchors.centerIn: parent
     width: Math.min(420, parent ? parent.width - 2 * Theme.between : 420)
     padding: Theme.between + Theme.tight
@@ -21,7 +22,7 @@ Popup {
     focus: true
     closePolicy: Popup.CloseOnEscape
 
-    Overlay.modal: Rectangle {
+    T.Overlay.modal: Rectangle {
         color: Theme.dim
     }
     background: Rectangle {

@@ -18,7 +18,7 @@ QtObject {
     readonly property color warning: "#F2A93B"
     readonly property color accent: "#5B9BFF"
     readonly property color accentFill: "#2F6FDB"
-    readonly property color onAccent: "#FFFFFF"
+    readonly property color accentText: "#FFFFFF"
     readonly property color selection: "#22355A"
     readonly property color dim: "#B3060709"
 
@@ -39,6 +39,6 @@ QtObject {
     readonly property int ring: 2
 
     function icon(name: string): url {
-        return Qt.resolvedUrl("icons/" + name + ".svg");
+        return name ? Qt.resolvedUrl("icons/" + name + ".svg") : "";
     }
 }

@@ -7,6 +7,7 @@ IconImage {
     property int size: 16
 
     source: Theme.icon(icon)
-    sourceSize: Qt.size(size, size)
+    sourceSize.width: size
+    sourceSize.height: size
     color: Theme.secondary
 }

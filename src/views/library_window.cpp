@@ -10,6 +10,9 @@
 #include <QStyleFactory>
 #include <QWindow>
 
+// Made by the build from the types that are marked QML_ELEMENT.
+extern void qml_register_types_Vorn(); // NOLINT(readability-identifier-naming)
+
 namespace vorn {
 
 using namespace Qt::StringLiterals;
@@ -55,6 +58,8 @@ void applyLook()
 
 void openLibraryWindow(QQmlApplicationEngine &engine, LibraryViewModel &library)
 {
+    // The linker takes a registration out of a static library only when something asks for it.
+    [[maybe_unused]] volatile const auto registration = &qml_register_types_Vorn;
     engine.addImportPath(u"qrc:/qt/qml"_s);
     engine.setInitialProperties({{u"library"_s, QVariant::fromValue(&library)}});
     engine.load(QUrl(u"qrc:/qt/qml/Vorn/LibraryWindow.qml"_s));

@@ -86,7 +86,7 @@ TakeDashboardViewModel::TakeDashboardViewModel(AppStore &store)
     refreshTransfers();
 }
 
-QStringList TakeDashboardViewModel::tabTitles()
+QList<QString> TakeDashboardViewModel::tabTitles()
 {
     using enum LibraryDashboardTab;
     return {tabTitle(overview), tabTitle(media), tabTitle(resolve), tabTitle(activity)};

@@ -56,7 +56,7 @@ class TakeDashboardViewModel : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Part of the library view model.")
-    Q_PROPERTY(QStringList tabTitles READ tabTitles CONSTANT)
+    Q_PROPERTY(QList<QString> tabTitles READ tabTitles CONSTANT)
     Q_PROPERTY(bool hasTake READ hasTake NOTIFY changed)
     Q_PROPERTY(QString projectName READ projectName NOTIFY changed)
     Q_PROPERTY(QString takeTitle READ takeTitle NOTIFY changed)
@@ -75,7 +75,7 @@ class TakeDashboardViewModel : public QObject {
 public:
     explicit TakeDashboardViewModel(AppStore &store);
 
-    [[nodiscard]] static QStringList tabTitles();
+    [[nodiscard]] static QList<QString> tabTitles();
     [[nodiscard]] bool hasTake() const;
     [[nodiscard]] QString projectName() const;
     [[nodiscard]] QString takeTitle() const;
