@@ -44,4 +44,9 @@ struct ProbedMedia {
 /// it. Throws FileError and MediaProbeError. Any thread; blocks for these reads.
 [[nodiscard]] ProbedMedia probeMedia(const QString &path);
 
+struct MovieBytes;
+
+/// The same for bytes that lie elsewhere. Throws MediaProbeError.
+[[nodiscard]] ProbedMedia probeMedia(const MovieBytes &bytes);
+
 } // namespace vorn
