@@ -11,11 +11,11 @@ inline constexpr int maximumCameras = 16;
 
 /// How one phone sees the scene.
 struct SceneLook {
-    QString label;    ///< drawn into the picture, such as "CAM A"
-    QString owner;    ///< drawn below it, such as "Mara's phone"
-    QColor tint;      ///< the colour of its evening and of its label
-    double pan = 0;   ///< where it stands: world units to the right of the middle
-    double zoom = 1;  ///< magnification
+    QString label;   ///< drawn into the picture, such as "CAM A"
+    QString owner;   ///< drawn below it, such as "Mara's phone"
+    QColor tint;     ///< the colour of its evening and of its label
+    double pan = 0;  ///< where it stands: world units to the right of the middle
+    double zoom = 1; ///< magnification
 };
 
 /// One phone and whose it is.

@@ -33,19 +33,22 @@ const TimelineClip &clipOf(const Timeline &timeline, const QString &cameraId)
 // The scene time that the camera has come to at that moment of its media.
 double sceneSecondsShown(const TimelineClip &clip, const PhoneTruth &truth, double sourceSeconds)
 {
-    const auto frame = std::int64_t(std::floor(sourceSeconds * truth.rate.perSecond()
-                                               + gridTolerance));
+    // Before the first frame and after the last an editor holds that one; the time map is as wrong
+    // there as it says, so only the choice of the frame is bounded.
+    const auto frame =
+        std::int64_t(std::clamp(std::floor(sourceSeconds * truth.rate.perSecond() + gridTolerance),
+                                0.0, double(truth.frames - 1)));
     const double frameSeconds = truth.rate.seconds(frame);
     const std::optional<double> shown =
         readCounter(decodedFrame(clip.moviePath, truth.rate, frame));
     if (!shown)
         throw RigError(u"Frame %1 of %2 shows no counter."_s.arg(frame).arg(clip.moviePath));
     if (std::abs(*shown - truth.sceneSeconds(frameSeconds)) > 1.0 / counterUnitsPerSecond)
-        throw RigError(u"Frame %1 of %2 shows scene second %3, but by the truth file it shows %4."_s
-                           .arg(frame)
-                           .arg(clip.moviePath)
-                           .arg(*shown)
-                           .arg(truth.sceneSeconds(frameSeconds)));
+        throw RigError(
+            u"Frame %1 of %2 shows scene second %3, but by the truth file it shows %4."_s.arg(frame)
+                .arg(clip.moviePath)
+                .arg(*shown)
+                .arg(truth.sceneSeconds(frameSeconds)));
     return *shown + (sourceSeconds - frameSeconds) * truth.sceneSecondsPerMediaSecond();
 }
 
@@ -54,12 +57,8 @@ CameraAlignment cameraAlignment(const Timeline &timeline, const TimelineClip &re
 {
     const TimelineClip &clip = clipOf(timeline, truth.cameraId);
     const double fps = timeline.framesPerSecond;
-    // Sound may outlast the picture: what lies behind the last frame shows no moment of its own.
-    const double lastPicture = clip.startSeconds
-        + (truth.rate.seconds(truth.frames) - clip.sourceStartSeconds)
-            / clip.sourceSecondsPerSecond();
     const double start = std::max(clip.startSeconds, reference.startSeconds);
-    const double end = std::min({clip.endSeconds(), reference.endSeconds(), lastPicture});
+    const double end = std::min(clip.endSeconds(), reference.endSeconds());
     const double first = std::ceil(start * fps - gridTolerance);
     const double last = std::ceil(end * fps - gridTolerance) - 1;
     if (!(first <= last))
@@ -68,8 +67,7 @@ CameraAlignment cameraAlignment(const Timeline &timeline, const TimelineClip &re
     const std::array moments{first, std::floor((first + last) / 2), last};
     for (std::size_t index = 0; index < moments.size(); ++index) {
         const double timelineSeconds = moments[index] / fps;
-        const double shown =
-            sceneSecondsShown(clip, truth, std::max(0.0, clip.sourceSeconds(timelineSeconds)));
+        const double shown = sceneSecondsShown(clip, truth, clip.sourceSeconds(timelineSeconds));
         alignment.points[index] = {timelineSeconds, shown - timelineSeconds};
     }
     return alignment;
@@ -118,8 +116,8 @@ QString alignmentText(const AlignmentCheck &check)
         text += u'\n';
     }
     return text
-        + (check.isWithinOneFrame() ? u"Every camera lies within one frame.\n"_s
-                                    : u"Not every camera lies within one frame.\n"_s);
+           + (check.isWithinOneFrame() ? u"Every camera lies within one frame.\n"_s
+                                       : u"Not every camera lies within one frame.\n"_s);
 }
 
 QJsonObject alignmentJson(const AlignmentCheck &check)
@@ -130,10 +128,9 @@ QJsonObject alignmentJson(const AlignmentCheck &check)
         QJsonObject entry{{u"cameraId"_s, camera.cameraId}};
         for (std::size_t index = 0; index < names.size(); ++index) {
             const AlignmentPoint &point = camera.points[index];
-            entry.insert(names[index],
-                         QJsonObject{{u"timelineSeconds"_s, point.timelineSeconds},
-                                     {u"errorMs"_s, point.errorSeconds * 1000},
-                                     {u"errorFrames"_s, check.errorFrames(point)}});
+            entry.insert(names[index], QJsonObject{{u"timelineSeconds"_s, point.timelineSeconds},
+                                                   {u"errorMs"_s, point.errorSeconds * 1000},
+                                                   {u"errorFrames"_s, check.errorFrames(point)}});
         }
         cameras.append(entry);
     }

@@ -23,7 +23,7 @@ double soundAt(double sceneSeconds)
         return 0;
     // Starts near its crest and at full level, so that its first sample can be told.
     return clickAmplitude * std::cos(2 * std::numbers::pi * clickHertz * since)
-        * std::exp(-since / 0.006) * (1 - since / clickSeconds);
+           * std::exp(-since / 0.006) * (1 - since / clickSeconds);
 }
 
 } // namespace
@@ -43,14 +43,23 @@ QByteArray clickSamples(const PhonePlan &phone, std::int64_t first, std::int64_t
 void writeClickTrack(const PhonePlan &phone, const QString &path)
 {
     QFile file(path);
-    bool isWritten = file.open(QIODevice::WriteOnly | QIODevice::NewOnly);
+    const auto require = [&](bool isDone) {
+        if (!isDone)
+            throw RigError(u"Cannot write %1: %2."_s.arg(path, file.errorString()));
+    };
+    require(file.open(QIODevice::WriteOnly | QIODevice::NewOnly));
     const std::int64_t total = phone.audioSamples();
-    for (std::int64_t first = 0; isWritten && first < total; first += audioSampleRate) {
-        const auto count = std::min<std::int64_t>(audioSampleRate, total - first);
-        isWritten = file.write(clickSamples(phone, first, count)) == count * 2;
+    for (std::int64_t first = 0; first < total; first += audioSampleRate) {
+        QByteArray bytes =
+            clickSamples(phone, first, std::min<std::int64_t>(audioSampleRate, total - first));
+        // A disk that fills takes a part first; only the next attempt says why.
+        while (!bytes.isEmpty()) {
+            const qint64 written = file.write(bytes);
+            require(written > 0);
+            bytes.remove(0, written);
+        }
     }
-    if (!isWritten || !file.flush())
-        throw RigError(u"Cannot write %1: %2."_s.arg(path, file.errorString()));
+    require(file.flush());
 }
 
 } // namespace vorn::rig

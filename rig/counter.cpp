@@ -25,8 +25,8 @@ QRect cell(QSize picture, int index, Row row)
 // The mean of the cell's middle: its borders are smeared by coding and scaling.
 int meanGray(const QImage &picture, const QRect &cell)
 {
-    const QRect middle = cell.adjusted(cell.width() / 4, cell.height() / 4, -cell.width() / 4,
-                                       -cell.height() / 4);
+    const QRect middle =
+        cell.adjusted(cell.width() / 4, cell.height() / 4, -cell.width() / 4, -cell.height() / 4);
     int sum = 0;
     for (int y = middle.top(); y <= middle.bottom(); ++y)
         for (int x = middle.left(); x <= middle.right(); ++x)
@@ -62,7 +62,7 @@ std::optional<double> readCounter(const QImage &picture)
     std::int64_t units = 0;
     for (int index = 0; index < counterBits; ++index) {
         const int difference = meanGray(picture, cell(picture.size(), index, Row::bit))
-            - meanGray(picture, cell(picture.size(), index, Row::complement));
+                               - meanGray(picture, cell(picture.size(), index, Row::complement));
         if (std::abs(difference) < minimumContrast)
             return std::nullopt;
         units = 2 * units + (difference > 0 ? 1 : 0);

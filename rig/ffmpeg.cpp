@@ -11,8 +11,9 @@ Ffmpeg::Ffmpeg(const QString &task, const QStringList &arguments) : m_task(task)
     m_process.start(u"ffmpeg"_s,
                     QStringList{u"-hide_banner"_s, u"-loglevel"_s, u"error"_s} + arguments);
     if (!m_process.waitForStarted())
-        throw RigError(u"The program ffmpeg cannot be started (%1). Install the package ffmpeg."_s
-                           .arg(m_process.errorString()));
+        throw RigError(
+            u"The program ffmpeg cannot be started (%1). Install the package ffmpeg."_s.arg(
+                m_process.errorString()));
 }
 
 void Ffmpeg::write(const QByteArray &bytes)
@@ -27,7 +28,10 @@ QByteArray Ffmpeg::finish()
 {
     m_process.closeWriteChannel();
     m_process.waitForFinished(-1);
-    if (m_process.exitStatus() != QProcess::NormalExit || m_process.exitCode() != 0)
+    // It says so, but ends with 0, when a full disk cuts off the last bytes of a movie.
+    m_words = m_process.readAllStandardError();
+    if (m_process.exitStatus() != QProcess::NormalExit || m_process.exitCode() != 0
+        || !m_words.isEmpty())
         fail();
     return m_process.readAllStandardOutput();
 }
@@ -37,7 +41,8 @@ void Ffmpeg::fail()
     m_process.closeWriteChannel();
     m_process.waitForFinished(-1);
     // The first line names the cause; what follows are its consequences.
-    const QString words = QString::fromUtf8(m_process.readAllStandardError()).trimmed();
+    m_words += m_process.readAllStandardError();
+    const QString words = QString::fromUtf8(m_words).trimmed();
     throw RigError(u"ffmpeg could not %1: %2"_s.arg(
         m_task, words.isEmpty() ? u"it ended without a word."_s : words.section(u'\n', 0, 0)));
 }

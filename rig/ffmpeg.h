@@ -19,13 +19,14 @@ public:
     void write(const QByteArray &bytes);
 
     /// Ends the input, waits for the program to end, and gives what it printed. Throws RigError
-    /// with the program's own words when it failed.
+    /// with the program's own words when it failed, or complained.
     QByteArray finish();
 
 private:
     [[noreturn]] void fail();
 
     QString m_task;
+    QByteArray m_words; ///< what it had to complain about
     QProcess m_process;
 };
 

@@ -7,8 +7,7 @@ namespace vorn::rig {
 QString frameRateText(const FrameRate &rate)
 {
     const QString numerator = QString::number(rate.numerator);
-    return rate.denominator == 1 ? numerator
-                                 : numerator + u'/' + QString::number(rate.denominator);
+    return rate.denominator == 1 ? numerator : numerator + u'/' + QString::number(rate.denominator);
 }
 
 std::optional<FrameRate> frameRateFromText(const QString &text)

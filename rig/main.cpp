@@ -82,7 +82,8 @@ ExitCode runTake()
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        u"Films one synthetic scene with several phones, each with its own start and its own clock.\n"
+        u"Films one synthetic scene with several phones, each with its own start and its own "
+        u"clock.\n"
         "Writes their movies, the source manifest (manifest.json) and what only the rig knows\n"
         "(truth.json). The same options give the same files."_s);
     parser.addOptions({
@@ -103,12 +104,10 @@ ExitCode runTake()
     if (!fps)
         throw UsageError(u"--fps must be from 10 to 120, or such as 30000/1001."_s);
     options.fps = *fps;
-    const TakePlan plan = makeTake(options, folder, [](const PhonePlan &phone) {
-        print(stdout, movieText(phone));
-    });
-    print(stdout, u"%1 of %2 phones is in %3\n"_s.arg(plan.takeId)
-                      .arg(plan.phones.size())
-                      .arg(folder));
+    const TakePlan plan =
+        makeTake(options, folder, [](const PhonePlan &phone) { print(stdout, movieText(phone)); });
+    print(stdout,
+          u"%1 of %2 phones is in %3\n"_s.arg(plan.takeId).arg(plan.phones.size()).arg(folder));
     return done;
 }
 

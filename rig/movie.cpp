@@ -22,11 +22,13 @@ QStringList encoderArguments(const PhonePlan &phone)
 {
     // One thread and no adaptive choices that depend on timing: the bytes are to be reproducible.
     if (phone.codec == VideoCodec::hevc)
-        return {u"-c:v"_s, u"libx265"_s, u"-preset"_s, u"veryfast"_s, u"-crf"_s, u"22"_s,
-                u"-tag:v"_s, u"hvc1"_s, u"-x265-params"_s,
-                u"log-level=error:pools=none:frame-threads=1"_s};
+        return {u"-c:v"_s,         u"libx265"_s,
+                u"-preset"_s,      u"veryfast"_s,
+                u"-crf"_s,         u"22"_s,
+                u"-tag:v"_s,       u"hvc1"_s,
+                u"-x265-params"_s, u"log-level=error:pools=none:frame-threads=1"_s};
     return {u"-c:v"_s, u"libx264"_s, u"-preset"_s, u"veryfast"_s, u"-profile:v"_s, u"high"_s,
-            u"-bf"_s, u"0"_s, u"-crf"_s, u"20"_s, u"-threads"_s, u"1"_s};
+            u"-bf"_s,  u"0"_s,       u"-crf"_s,    u"20"_s,       u"-threads"_s,   u"1"_s};
 }
 
 QStringList movieArguments(const PhonePlan &phone, QSize codedSize, const QString &soundPath,
@@ -34,22 +36,62 @@ QStringList movieArguments(const PhonePlan &phone, QSize codedSize, const QStrin
 {
     const QString size = u"%1x%2"_s.arg(codedSize.width()).arg(codedSize.height());
     const QString keyInterval = QString::number(std::lround(phone.rate.perSecond()));
-    return QStringList{u"-f"_s, u"rawvideo"_s, u"-pix_fmt"_s, u"bgr0"_s, u"-video_size"_s, size,
-                       u"-framerate"_s, frameRateText(phone.rate), u"-i"_s, u"pipe:0"_s,
-                       u"-f"_s, u"s16le"_s, u"-ar"_s, QString::number(audioSampleRate), u"-ac"_s,
-                       u"1"_s, u"-i"_s, u"file:"_s + soundPath,
-                       u"-map"_s, u"0:v"_s, u"-map"_s, u"1:a"_s,
-                       u"-vf"_s, u"scale=out_color_matrix=bt709:out_range=tv,format=yuv420p"_s,
-                       u"-sws_flags"_s, u"bicubic+accurate_rnd+bitexact"_s,
-                       u"-colorspace"_s, u"bt709"_s, u"-color_primaries"_s, u"bt709"_s,
-                       u"-color_trc"_s, u"bt709"_s, u"-color_range"_s, u"tv"_s}
-        + encoderArguments(phone)
-        // The movie's time scale divides frames and sound alike, so its length is exact.
-        + QStringList{u"-g"_s, keyInterval, u"-c:a"_s, u"aac"_s, u"-b:a"_s, u"128k"_s,
-                      u"-map_metadata"_s, u"-1"_s, u"-fflags"_s, u"+bitexact"_s,
-                      u"-flags:v"_s, u"+bitexact"_s, u"-flags:a"_s, u"+bitexact"_s,
-                      u"-movie_timescale"_s, u"90000"_s, u"-f"_s, u"mov"_s, u"-n"_s,
-                      u"file:"_s + moviePath};
+    return QStringList{u"-f"_s,
+                       u"rawvideo"_s,
+                       u"-pix_fmt"_s,
+                       u"bgr0"_s,
+                       u"-video_size"_s,
+                       size,
+                       u"-framerate"_s,
+                       frameRateText(phone.rate),
+                       u"-i"_s,
+                       u"pipe:0"_s,
+                       u"-f"_s,
+                       u"s16le"_s,
+                       u"-ar"_s,
+                       QString::number(audioSampleRate),
+                       u"-ac"_s,
+                       u"1"_s,
+                       u"-i"_s,
+                       u"file:"_s + soundPath,
+                       u"-map"_s,
+                       u"0:v"_s,
+                       u"-map"_s,
+                       u"1:a"_s,
+                       u"-vf"_s,
+                       u"scale=out_color_matrix=bt709:out_range=tv,format=yuv420p"_s,
+                       u"-sws_flags"_s,
+                       u"bicubic+accurate_rnd+bitexact"_s,
+                       u"-colorspace"_s,
+                       u"bt709"_s,
+                       u"-color_primaries"_s,
+                       u"bt709"_s,
+                       u"-color_trc"_s,
+                       u"bt709"_s,
+                       u"-color_range"_s,
+                       u"tv"_s}
+           + encoderArguments(phone)
+           // The movie's time scale divides frames and sound alike, so its length is exact.
+           + QStringList{u"-g"_s,
+                         keyInterval,
+                         u"-c:a"_s,
+                         u"aac"_s,
+                         u"-b:a"_s,
+                         u"128k"_s,
+                         u"-map_metadata"_s,
+                         u"-1"_s,
+                         u"-fflags"_s,
+                         u"+bitexact"_s,
+                         u"-flags:v"_s,
+                         u"+bitexact"_s,
+                         u"-flags:a"_s,
+                         u"+bitexact"_s,
+                         u"-movie_timescale"_s,
+                         u"90000"_s,
+                         u"-f"_s,
+                         u"mov"_s,
+                         u"-n"_s,
+                         u"file:"_s + moviePath};
 }
 
 // A box of an ISO base media file (ISO/IEC 14496-12 section 4.2).
@@ -85,8 +127,8 @@ Box findBox(QFile &file, const QByteArray &type, std::int64_t from, std::int64_t
             return {type, from + headerSize, from + size};
         from += size;
     }
-    throw RigError(u"%1 has no %2 box where it must be."_s.arg(file.fileName(),
-                                                              QString::fromLatin1(type)));
+    throw RigError(
+        u"%1 has no %2 box where it must be."_s.arg(file.fileName(), QString::fromLatin1(type)));
 }
 
 // Says in the track header that the stored picture is to be turned a quarter clockwise. ffmpeg has
@@ -125,8 +167,7 @@ void writeMovie(const PhonePlan &phone, const QString &folder)
     const QSize codedSize = isUpright ? phone.displaySize.transposed() : phone.displaySize;
     writeClickTrack(phone, soundPath);
     const Scene scene(castMember(phone.castIndex).look, phone.displaySize);
-    Ffmpeg encoder(u"write "_s + moviePath,
-                   movieArguments(phone, codedSize, soundPath, moviePath));
+    Ffmpeg encoder(u"write "_s + moviePath, movieArguments(phone, codedSize, soundPath, moviePath));
     for (std::int64_t frame = 0; frame < phone.frames; ++frame) {
         QImage picture = scene.picture(phone.sceneSeconds(phone.rate.seconds(frame)));
         if (isUpright)

@@ -63,6 +63,7 @@ void paintFlash(QPainter &painter, const SceneLook &look, double sceneSeconds)
     QRadialGradient glow(QPointF(0, 0), 150);
     glow.setColorAt(0, QColor(255, 255, 255, int(230 * brightness)));
     glow.setColorAt(0.45, QColor(255, 250, 230, int(170 * brightness)));
+    glow.setColorAt(0.7, QColor(255, 244, 210, int(46 * brightness)));
     glow.setColorAt(1, QColor(255, 240, 200, 0));
     painter.setPen(Qt::NoPen);
     painter.setBrush(glow);
@@ -153,8 +154,8 @@ QRectF paintPlate(QPainter &painter, const QPointF &at, const QString &text, con
 {
     const QFontMetricsF metrics(painter.font());
     const double margin = metrics.height() * 0.3;
-    const QRectF box(at, QSizeF(metrics.horizontalAdvance(text) + 2 * margin,
-                                metrics.height() * 1.16));
+    const QRectF box(at,
+                     QSizeF(metrics.horizontalAdvance(text) + 2 * margin, metrics.height() * 1.16));
     painter.setPen(Qt::NoPen);
     painter.setBrush(plate);
     painter.drawRoundedRect(box, margin, margin);
@@ -167,7 +168,8 @@ QRectF paintPlate(QPainter &painter, const QPointF &at, const QString &text, con
 
 Scene::Scene(const SceneLook &look, QSize size)
     : m_look(look), m_size(size), m_backdrop(sceneBackdrop(look, size))
-{}
+{
+}
 
 QImage Scene::picture(double sceneSeconds) const
 {
@@ -185,8 +187,8 @@ QImage Scene::picture(double sceneSeconds) const
 void Scene::paintWorld(QPainter &painter, double sceneSeconds) const
 {
     painter.setTransform(worldTransform(m_look, m_size));
-    paintHands(painter, m_look, sceneSeconds);
     paintFlash(painter, m_look, sceneSeconds);
+    paintHands(painter, m_look, sceneSeconds);
     paintCars(painter, sceneSeconds);
 }
 

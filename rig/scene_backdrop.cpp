@@ -107,8 +107,7 @@ void paintDial(QPainter &painter)
         painter.save();
         painter.rotate(tick * 7.2);
         painter.setPen(QPen(QColor(0x2B, 0x26, 0x22), isTenth ? 3.4 : 1.1));
-        painter.drawLine(QPointF(0, -dialRadius + 4),
-                         QPointF(0, -dialRadius + (isTenth ? 14 : 9)));
+        painter.drawLine(QPointF(0, -dialRadius + 4), QPointF(0, -dialRadius + (isTenth ? 14 : 9)));
         painter.restore();
     }
 }

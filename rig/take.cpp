@@ -31,8 +31,9 @@ public:
         m_isOurs = !somethingExistsAt(path);
         if (m_isOurs)
             createFolder(path);
-        else if (!m_folder.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System
-                                   | QDir::NoDotAndDotDot))
+        else if (!m_folder.exists()
+                 || !m_folder.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System
+                                      | QDir::NoDotAndDotDot))
             throw RigError(u"%1 is not an empty folder."_s.arg(path));
         for (const PhonePlan &phone : plan.phones)
             m_names << phone.fileName << scratchSoundFileName(phone);
@@ -47,7 +48,7 @@ public:
         for (const QString &name : m_names)
             m_folder.remove(name);
         if (m_isOurs)
-            m_folder.rmdir(u"."_s);
+            QDir().rmdir(m_folder.path());
     }
 
     void keep() { m_isKept = true; }

@@ -93,20 +93,20 @@ QJsonObject truthJson(const TakePlan &plan)
 {
     QJsonArray cameras;
     for (const PhonePlan &phone : plan.phones)
-        cameras.append(QJsonObject{
-            {u"cameraId"_s, phone.cameraId},
-            {u"file"_s, phone.fileName},
-            {u"offsetSeconds"_s, phone.offsetSeconds},
-            {u"driftPPM"_s, phone.driftPPM},
-            {u"rate"_s, frameRateText(phone.rate)},
-            {u"frames"_s, qint64(phone.frames)},
-            {u"audioSamples"_s, qint64(phone.audioSamples())},
-            {u"displayWidth"_s, phone.displaySize.width()},
-            {u"displayHeight"_s, phone.displaySize.height()},
-            {u"rotationDegrees"_s, phone.hold == Hold::upright ? 90 : 0},
-            {u"codec"_s, phone.codec == VideoCodec::hevc ? u"hevc"_s : u"h264"_s},
-            {u"anchorNoiseSigmaMs"_s, phone.anchors.empty() ? 0 : anchorNoiseSigmaMs},
-            {u"anchorNoiseLimitMs"_s, phone.anchors.empty() ? 0 : anchorNoiseLimitMs}});
+        cameras.append(
+            QJsonObject{{u"cameraId"_s, phone.cameraId},
+                        {u"file"_s, phone.fileName},
+                        {u"offsetSeconds"_s, phone.offsetSeconds},
+                        {u"driftPPM"_s, phone.driftPPM},
+                        {u"rate"_s, frameRateText(phone.rate)},
+                        {u"frames"_s, qint64(phone.frames)},
+                        {u"audioSamples"_s, qint64(phone.audioSamples())},
+                        {u"displayWidth"_s, phone.displaySize.width()},
+                        {u"displayHeight"_s, phone.displaySize.height()},
+                        {u"rotationDegrees"_s, phone.hold == Hold::upright ? 90 : 0},
+                        {u"codec"_s, phone.codec == VideoCodec::hevc ? u"hevc"_s : u"h264"_s},
+                        {u"anchorNoiseSigmaMs"_s, phone.anchors.empty() ? 0 : anchorNoiseSigmaMs},
+                        {u"anchorNoiseLimitMs"_s, phone.anchors.empty() ? 0 : anchorNoiseLimitMs}});
     return {{u"schemaVersion"_s, 1},
             {u"seed"_s, qint64(plan.seed)},
             {u"takeId"_s, plan.takeId},

@@ -85,8 +85,8 @@ std::vector<PlannedAnchor> anchors(const PhonePlan &phone, Dice &dice)
     std::vector<PlannedAnchor> result;
     for (int index = 0; index < anchorCount; ++index) {
         const double source = rounded(first + (last - first) * index / (anchorCount - 1), 1e-6);
-        const double noiseMs = std::clamp(dice.normal() * anchorNoiseSigmaMs, -anchorNoiseLimitMs,
-                                          anchorNoiseLimitMs);
+        const double noiseMs =
+            std::clamp(dice.normal() * anchorNoiseSigmaMs, -anchorNoiseLimitMs, anchorNoiseLimitMs);
         result.push_back({source, phone.sceneSeconds(source) + noiseMs / 1000,
                           rounded(dice.uniform(0.93, 0.97), 0.001)});
     }
@@ -101,8 +101,7 @@ PhonePlan planPhone(const TakeOptions &options, const QString &takeId, int index
     phone.fileName = takeId + u'-' + phone.cameraId + u".mov"_s;
     phone.rate = habit(index) == Habit::otherRate ? otherRate(options.fps) : options.fps;
     phone.hold = habit(index) == Habit::upright ? Hold::upright : Hold::landscape;
-    phone.displaySize =
-        phone.hold == Hold::upright ? landscapeSize.transposed() : landscapeSize;
+    phone.displaySize = phone.hold == Hold::upright ? landscapeSize.transposed() : landscapeSize;
     if (habit(index) == Habit::hevc && options.hasHevcEncoder)
         phone.codec = VideoCodec::hevc;
     double endSeconds = options.seconds;

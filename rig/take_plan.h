@@ -21,11 +21,11 @@ inline constexpr double anchorNoiseLimitMs = 1.0;
 
 /// What the caller chooses of a take.
 struct TakeOptions {
-    int cameras = 4;              ///< 1 to maximumCameras
-    int seconds = 20;             ///< length of the reference phone's movie, 4 to 3600
-    FrameRate fps;                ///< of the timeline, and of all phones but one kind
-    std::int64_t seed = 1;        ///< the same seed gives the same take
-    bool hasHevcEncoder = true;   ///< without it that phone writes H.264 too
+    int cameras = 4;            ///< 1 to maximumCameras
+    int seconds = 20;           ///< length of the reference phone's movie, 4 to 3600
+    FrameRate fps;              ///< of the timeline, and of all phones but one kind
+    std::int64_t seed = 1;      ///< the same seed gives the same take
+    bool hasHevcEncoder = true; ///< without it that phone writes H.264 too
 };
 
 enum class VideoCodec { h264, hevc };

@@ -22,8 +22,7 @@ struct TimeMapPoint {
 QString attribute(const QXmlStreamReader &xml, const QString &name)
 {
     if (!xml.attributes().hasAttribute(name))
-        throw RigError(u"The timeline has a <%1> without \"%2\" in line %3."_s
-                           .arg(xml.name(), name)
+        throw RigError(u"The timeline has a <%1> without \"%2\" in line %3."_s.arg(xml.name(), name)
                            .arg(xml.lineNumber()));
     return xml.attributes().value(name).toString();
 }
@@ -66,16 +65,14 @@ private:
     void readStart()
     {
         if (m_xml.name() == u"format") {
-            m_frameDurations.insert(attribute(m_xml, u"id"_s),
-                                    seconds(m_xml, u"frameDuration"_s));
+            m_frameDurations.insert(attribute(m_xml, u"id"_s), seconds(m_xml, u"frameDuration"_s));
         } else if (m_xml.name() == u"asset") {
             const QUrl url(attribute(m_xml, u"src"_s), QUrl::StrictMode);
             if (!url.isLocalFile())
                 throw RigError(u"The timeline has an asset that is no local file."_s);
             m_moviePaths.insert(attribute(m_xml, u"id"_s), url.toLocalFile());
         } else if (m_xml.name() == u"sequence") {
-            m_timeline.framesPerSecond =
-                1 / m_frameDurations.value(attribute(m_xml, u"format"_s));
+            m_timeline.framesPerSecond = 1 / m_frameDurations.value(attribute(m_xml, u"format"_s));
         } else if (m_xml.name() == u"asset-clip") {
             m_points.clear();
             m_timeline.clips.push_back({.cameraId = attribute(m_xml, u"name"_s),
