@@ -16,7 +16,7 @@ Rectangle {
     signal makeReference
     signal focused
 
-    implicitHeight: 76
+    implicitHeight: content.implicitHeight + 2 * Theme.row
     color: Theme.raised
     radius: Theme.radius
 
@@ -24,6 +24,8 @@ Rectangle {
     Accessible.name: cameraId + ", " + fileName + ", " + placeText
 
     RowLayout {
+        id: content
+
         anchors.fill: parent
         anchors.margins: Theme.row
         anchors.leftMargin: Theme.inside
@@ -44,7 +46,7 @@ Rectangle {
                 spacing: Theme.row
 
                 TextLabel {
-                    Layout.maximumWidth: implicitWidth
+                    Layout.maximumWidth: Math.ceil(implicitWidth)
                     Layout.fillWidth: true
                     text: root.cameraId
                     font.weight: Font.DemiBold
@@ -57,10 +59,6 @@ Rectangle {
                     font.pixelSize: Theme.smallSize
                     font.weight: Font.DemiBold
                     font.letterSpacing: 0.5
-                }
-                Item {
-                    Layout.fillWidth: true
-                    Layout.preferredWidth: 0
                 }
             }
             TextLabel {
@@ -78,26 +76,21 @@ Rectangle {
                     text: root.fileName
                 }
             }
+            SmallLabel {
+                Layout.fillWidth: true
+                visible: text.length > 0
+                text: root.deviceName
+                maximumLineCount: 1
+            }
             RowLayout {
                 spacing: Theme.inside
 
-                SmallLabel {
-                    visible: text.length > 0
-                    Layout.maximumWidth: implicitWidth
-                    Layout.fillWidth: true
-                    text: root.deviceName
-                    maximumLineCount: 1
-                }
                 SmallLabel {
                     text: root.placeText
                     color: root.isLocal ? Theme.ready : Theme.warning
                 }
                 SmallLabel {
                     text: root.anchorsText
-                }
-                Item {
-                    Layout.fillWidth: true
-                    Layout.preferredWidth: 0
                 }
             }
         }

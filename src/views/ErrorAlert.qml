@@ -10,7 +10,10 @@ Sheet {
     title: qsTr("VORN")
     z: 10
     onConfirmed: close()
-    onOpened: ok.forceActiveFocus(Qt.TabFocusReason)
+    onOpened: {
+        ok.forceActiveFocus();
+        ok.focusReason = Qt.TabFocusReason;
+    }
 
     RowLayout {
         spacing: Theme.inside

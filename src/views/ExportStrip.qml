@@ -2,31 +2,20 @@ import QtQuick
 import QtQuick.Layouts
 import Vorn
 
-// How far the running export is. Numbers have places of their own, so that nothing moves.
+// How far the running export is. Each number grows away from its edge, so that nothing else moves.
 Rectangle {
     id: root
 
     required property ExportProgressViewModel progress
 
-    implicitHeight: 52
+    implicitHeight: 72
     color: Theme.panel
 
     component Number: TextLabel {
         font.family: Theme.mono
         font.pixelSize: Theme.smallSize
         color: Theme.secondary
-        horizontalAlignment: Text.AlignRight
         elide: Text.ElideNone
-        Layout.preferredWidth: widest.advanceWidth
-
-        property alias sample: widest.text
-
-        TextMetrics {
-            id: widest
-
-            font.family: Theme.mono
-            font.pixelSize: Theme.smallSize
-        }
     }
 
     ColumnLayout {
@@ -46,15 +35,6 @@ Rectangle {
                 elide: Text.ElideMiddle
             }
             Number {
-                sample: "9.99 GB / 9.99 GB"
-                text: root.progress.bytesText
-            }
-            Number {
-                sample: "9.99 GB/s"
-                text: root.progress.rateText
-            }
-            Number {
-                sample: "9:99:99 left"
                 text: root.progress.timeLeftText
             }
         }
@@ -62,6 +42,16 @@ Rectangle {
             Layout.fillWidth: true
             value: root.progress.fraction
             label: root.progress.title
+        }
+        RowLayout {
+            Number {
+                Layout.fillWidth: true
+                horizontalAlignment: Text.AlignLeft
+                text: root.progress.bytesText
+            }
+            Number {
+                text: root.progress.rateText
+            }
         }
     }
 }

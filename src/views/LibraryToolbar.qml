@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Vorn
 
-Rectangle {
+Item {
     id: root
 
     required property LibraryViewModel library
@@ -11,8 +11,13 @@ Rectangle {
                                             + 2 * Theme.between
 
     implicitHeight: 56
-    color: Theme.panel
 
+    Rectangle {
+        anchors.bottom: parent.bottom
+        width: parent.width
+        height: 1
+        color: Theme.raised
+    }
     TextMetrics {
         id: labels
 

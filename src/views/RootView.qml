@@ -15,6 +15,8 @@ Item {
     property bool showRenameProject
     property string newProjectName
     property string renameProjectName
+    // The lists give way before the take's own column becomes too narrow.
+    readonly property int dashboardWidth: 442
     signal settingsRequested
 
     function askForNewProject() {
@@ -51,7 +53,7 @@ Item {
 
             SplitView.preferredWidth: 235
             SplitView.minimumWidth: 210
-            SplitView.maximumWidth: 420
+            SplitView.maximumWidth: Math.max(210, Math.min(420, (root.width - root.dashboardWidth) / 2))
             projects: root.library.projects
             onNewRequested: root.askForNewProject()
             onRenameRequested: root.askForRename()
@@ -60,12 +62,12 @@ Item {
         TakeListView {
             SplitView.preferredWidth: 265
             SplitView.minimumWidth: 200
-            SplitView.maximumWidth: 480
+            SplitView.maximumWidth: Math.max(200, Math.min(480, root.width - root.dashboardWidth - sidebar.width))
             takes: root.library.takes
         }
         ColumnLayout {
             SplitView.fillWidth: true
-            SplitView.minimumWidth: 420
+            SplitView.minimumWidth: root.dashboardWidth - 2
             spacing: 0
 
             LibraryToolbar {

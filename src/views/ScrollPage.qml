@@ -33,7 +33,7 @@ Control {
         ColumnLayout {
             id: column
 
-            width: flickable.width
+            width: flickable.width - (root.overflows ? Theme.inside : 0)
             spacing: Theme.between
         }
     }

@@ -50,7 +50,7 @@ bool isPictograph(char32_t c)
 {
     const auto category = QChar::category(c);
     return category == QChar::Symbol_Other || category == QChar::Symbol_Math || c == 0x203C
-        || c == 0x2049 || (c >= 0x1F000 && c <= 0x1FAFF);
+           || c == 0x2049 || (c >= 0x1F000 && c <= 0x1FAFF);
 }
 
 bool isEmojiVariation(char32_t c)
@@ -66,8 +66,8 @@ bool joinsLetters(char32_t before, char32_t joiner, char32_t after)
     const auto left = QChar::joiningType(before);
     const auto right = QChar::joiningType(after);
     return joiner == zeroWidthNonJoiner
-        && (left == QChar::Joining_Left || left == QChar::Joining_Dual)
-        && (right == QChar::Joining_Right || right == QChar::Joining_Dual);
+           && (left == QChar::Joining_Left || left == QChar::Joining_Dual)
+           && (right == QChar::Joining_Right || right == QChar::Joining_Dual);
 }
 
 bool belongs(char32_t before, char32_t c, char32_t after)

@@ -1,26 +1,17 @@
 #pragma once
 
-#include "platform/monotonic_clock.h"
+#include "views/progress_text.h"
 
 #include <QObject>
 #include <QTimer>
 #include <QtQml/qqmlregistration.h>
 
-#include <cstdint>
-#include <deque>
-#include <functional>
-
 namespace vorn {
 
 class AppStore;
 
-/// "812 MB", "1.24 GB": three digits and a decimal unit; bytes below one kilobyte are counted out.
-[[nodiscard]] QString byteText(double bytes);
-/// "0:07", "12:40", "1:02:03".
-[[nodiscard]] QString clockText(std::chrono::seconds duration);
-
-/// The running export in numbers. The rate is that of the last seconds; texts change at most four
-/// times a second, so that they can be read. Context: UI thread.
+/// The running export in numbers. They change a few times a second, so that they can be read.
+/// Context: UI thread.
 class ExportProgressViewModel : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -32,11 +23,9 @@ class ExportProgressViewModel : public QObject {
     Q_PROPERTY(QString rateText READ rateText NOTIFY changed)
     Q_PROPERTY(QString timeLeftText READ timeLeftText NOTIFY changed)
 public:
-    using Clock = std::function<MonotonicClock::time_point()>;
+    explicit ExportProgressViewModel(AppStore &store);
 
-    explicit ExportProgressViewModel(AppStore &store, Clock clock = MonotonicClock::now);
-
-    [[nodiscard]] bool running() const { return m_running; }
+    [[nodiscard]] bool running() const { return m_refresh.isActive(); }
     /// Which camera's file is being verified, and the how manieth it is.
     [[nodiscard]] const QString &title() const { return m_title; }
     [[nodiscard]] double fraction() const { return m_fraction; } ///< 0 to 1
@@ -48,20 +37,12 @@ Q_SIGNALS:
     void changed();
 
 private:
-    struct Sample {
-        MonotonicClock::time_point time;
-        std::int64_t bytes = 0;
-    };
-
-    void update();
-    void publish();
-    [[nodiscard]] double bytesPerSecond() const;
+    void startOrStop();
+    void refresh();
 
     AppStore &m_store;
-    Clock m_clock;
-    QTimer m_refresh; ///< a stalled disk reports nothing, and the rate must still fall
-    std::deque<Sample> m_samples;
-    bool m_running = false;
+    QTimer m_refresh; ///< a stalled disk reports nothing, and the rate must fall all the same
+    RateMeter m_meter;
     QString m_title;
     double m_fraction = 0;
     QString m_bytesText;

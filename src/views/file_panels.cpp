@@ -25,18 +25,18 @@ void openPanel(QFileDialog *panel, QWindow *window, const PathChosen &chosen)
 
 } // namespace
 
-void openManifestPanel(QWindow *window, const PathChosen &chosen)
+void openManifestPanel(QWindow *window, const QString &folder, const PathChosen &chosen)
 {
-    auto *panel = new QFileDialog(nullptr, u"Import VORN Source Manifest"_s);
+    auto *panel = new QFileDialog(nullptr, u"Import VORN Source Manifest"_s, folder);
     panel->setAcceptMode(QFileDialog::AcceptOpen);
     panel->setFileMode(QFileDialog::ExistingFile);
     panel->setNameFilter(u"JSON (*.json)"_s);
     openPanel(panel, window, chosen);
 }
 
-void openExportPanel(QWindow *window, const PathChosen &chosen)
+void openExportPanel(QWindow *window, const QString &folder, const PathChosen &chosen)
 {
-    auto *panel = new QFileDialog(nullptr, u"Choose Parent Folder for Resolve Export"_s);
+    auto *panel = new QFileDialog(nullptr, u"Choose Parent Folder for Resolve Export"_s, folder);
     panel->setAcceptMode(QFileDialog::AcceptOpen);
     panel->setFileMode(QFileDialog::Directory);
     panel->setOption(QFileDialog::ShowDirsOnly);

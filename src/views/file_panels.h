@@ -1,8 +1,8 @@
 #pragma once
 
-#include <functional>
-
 #include <QString>
+
+#include <functional>
 
 class QWindow;
 
@@ -12,9 +12,10 @@ namespace vorn {
 /// answers with something that is no local path.
 using PathChosen = std::function<void(const QString &path)>;
 
-/// Opens the panel for one source manifest over `window`, and returns at once.
-void openManifestPanel(QWindow *window, const PathChosen &chosen);
-/// Opens the panel for the folder that will hold an export package, and returns at once.
-void openExportPanel(QWindow *window, const PathChosen &chosen);
+/// Opens the panel for one source manifest over `window`, first showing `folder`, and returns at
+/// once.
+void openManifestPanel(QWindow *window, const QString &folder, const PathChosen &chosen);
+/// Opens the panel for the folder that will hold an export package, likewise.
+void openExportPanel(QWindow *window, const QString &folder, const PathChosen &chosen);
 
 } // namespace vorn

@@ -4,6 +4,8 @@
 #include "views/display_text.h"
 #include "views/file_panels.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QPointer>
 
 namespace vorn {
@@ -11,7 +13,13 @@ namespace vorn {
 using namespace Qt::StringLiterals;
 
 LibraryViewModel::LibraryViewModel(AppStore &store)
-    : m_store(store), m_projects(store), m_takes(store), m_dashboard(store), m_activity(store),
+    : m_store(store),
+      m_manifestFolder(QDir::homePath()),
+      m_exportFolder(QDir::homePath()),
+      m_projects(store),
+      m_takes(store),
+      m_dashboard(store),
+      m_activity(store),
       m_exportProgress(store)
 {
     connect(&store, &AppStore::libraryChanged, this, &LibraryViewModel::changed);
@@ -57,18 +65,22 @@ QString LibraryViewModel::supportPath() const
 
 void LibraryViewModel::chooseManifest(QWindow *window)
 {
-    openManifestPanel(window, [self = QPointer(this)](const QString &path) {
-        if (self)
-            self->m_store.importManifest(path);
+    openManifestPanel(window, m_manifestFolder, [self = QPointer(this)](const QString &path) {
+        if (!self)
+            return;
+        self->m_manifestFolder = QFileInfo(path).path();
+        self->m_store.importManifest(path);
     });
 }
 
 void LibraryViewModel::chooseExportFolder(QWindow *window)
 {
-    openExportPanel(window, [self = QPointer(this)](const QString &path) {
+    openExportPanel(window, m_exportFolder, [self = QPointer(this)](const QString &path) {
         // The take may have gone, or another export begun, while the panel was open.
-        if (self && self->canExport())
-            self->m_store.exportSelectedTake(path);
+        if (!self || !self->canExport())
+            return;
+        self->m_exportFolder = path;
+        self->m_store.exportSelectedTake(path);
     });
 }
 

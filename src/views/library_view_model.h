@@ -60,6 +60,8 @@ Q_SIGNALS:
 
 private:
     AppStore &m_store;
+    QString m_manifestFolder; ///< where the panels were left; lasts as long as the program
+    QString m_exportFolder;
     ProjectListViewModel m_projects;
     TakeListViewModel m_takes;
     TakeDashboardViewModel m_dashboard;

@@ -18,8 +18,8 @@ struct ProjectRow {
     bool operator==(const ProjectRow &) const = default;
 };
 
-/// The sidebar: the projects that the search leaves, the selected one, and what may be done with it.
-/// Context: UI thread.
+/// The sidebar: the projects that the search leaves, the selected one, and what may be done with
+/// it. Context: UI thread.
 class ProjectListViewModel : public QObject {
     Q_OBJECT
     QML_ELEMENT

@@ -11,8 +11,8 @@
 namespace vorn {
 
 /// A list of value rows as QML sees it. A row has a `key`, which says which row it is across
-/// changes: setRows tells the view what was inserted, removed, moved and changed, never "everything",
-/// so that rows keep their place, focus and selection. Context: UI thread.
+/// changes: setRows tells the view what was inserted, removed, moved and changed, never
+/// "everything", so that rows keep their place, focus and selection. Context: UI thread.
 template <class Row> class RowListModel : public QAbstractListModel {
 public:
     /// A member of the row, and the name that delegates know it by.
@@ -21,7 +21,8 @@ public:
         Column(const char *columnName, T Row::*member)
             : name(columnName),
               value([member](const Row &row) { return QVariant::fromValue(row.*member); })
-        {}
+        {
+        }
         QByteArray name;
         std::function<QVariant(const Row &)> value;
     };

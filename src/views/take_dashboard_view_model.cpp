@@ -26,8 +26,8 @@ QString tabTitle(LibraryDashboardTab tab)
 
 std::vector<ReadinessLine> readinessOf(const VORNProject &project, const VORNTake &take)
 {
-    const bool hasAnchors = std::ranges::any_of(
-        take.clips, [](const VORNClip &clip) { return !clip.anchors.empty(); });
+    const bool hasAnchors =
+        std::ranges::any_of(take.clips, [](const VORNClip &clip) { return !clip.anchors.empty(); });
     return {{u"Project identity"_s, !project.id.isEmpty()},
             {u"Camera recordings"_s, !take.clips.empty()},
             {u"Verified downloads"_s, isComplete(take)},
@@ -39,8 +39,7 @@ std::vector<DetailLine> detailsOf(const VORNProject &project, const VORNTake &ta
 {
     const QString reference =
         take.referenceCameraId ? displayText(*take.referenceCameraId) : u"Not selected"_s;
-    const QString manifest =
-        take.sourceManifestPath ? u"Imported"_s : u"Catalog / local library"_s;
+    const QString manifest = take.sourceManifestPath ? u"Imported"_s : u"Catalog / local library"_s;
     return {{u"Take ID"_s, displayText(take.id)},
             {u"Frame rate"_s, displayText(take.timelineFPS)},
             {u"Reference"_s, reference},

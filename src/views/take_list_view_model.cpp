@@ -58,7 +58,7 @@ void TakeListViewModel::refresh()
         for (const VORNTake &take : project->takes)
             rows.push_back({take.id, displayText(take.id),
                             u"%1 cameras  \u2022  %2 fps"_s.arg(QString::number(take.clips.size()),
-                                                           displayText(take.timelineFPS)),
+                                                                displayText(take.timelineFPS)),
                             isComplete(take)});
     }
     m_rows.setRows(std::move(rows));

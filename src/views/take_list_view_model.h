@@ -10,7 +10,7 @@ namespace vorn {
 class AppStore;
 
 struct TakeRow {
-    QString key; ///< the take's id
+    QString key;    ///< the take's id
     QString takeId; ///< as shown
     QString detail;
     bool complete = false;
