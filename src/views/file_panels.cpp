@@ -1,7 +1,6 @@
 #include "views/file_panels.h"
 
 #include <QFileDialog>
-#include <QUrl>
 #include <QWindow>
 
 namespace vorn {
@@ -16,10 +15,8 @@ void openPanel(QFileDialog *panel, QWindow *window, const PathChosen &chosen)
     panel->setSupportedSchemes({u"file"_s});
     panel->winId(); // makes the window that the next line needs
     panel->windowHandle()->setTransientParent(window);
-    QObject::connect(panel, &QFileDialog::urlSelected, panel, [chosen](const QUrl &url) {
-        if (url.isLocalFile())
-            chosen(url.toLocalFile());
-    });
+    // Not urlSelected: Qt's own dialog does not emit it. This one speaks of local files only.
+    QObject::connect(panel, &QFileDialog::fileSelected, panel, chosen);
     panel->open();
 }
 

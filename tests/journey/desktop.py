@@ -10,7 +10,7 @@ from gi.repository import Atspi, GLib  # noqa: E402
 
 PATIENCE_SECONDS = 30
 PRESSED_ROLES = ("push button", "button", "page tab", "radio button", "list item", "table cell")
-CONTAINER_ROLES = ("dialog", "frame", "window", "file chooser", "alert", "panel")
+CONTAINER_ROLES = ("dialog", "frame", "window", "file chooser", "alert", "panel", "list item")
 
 
 class JourneyError(Exception):
@@ -110,7 +110,7 @@ class Program:
         panel = self.wait(title, *CONTAINER_ROLES)
         field = wait_for("the name field", lambda: next(
             (node for node in descendants(panel)
-             if node.get_role_name() in ("text", "entry") and is_showing(node)
+             if node.get_name() in ("File name:", "Directory:") and is_showing(node)
              and node.get_state_set().contains(Atspi.StateType.EDITABLE)), None))
         field.set_text_contents(str(path))
         self.picture(title.lower().replace(" ", "-"))
