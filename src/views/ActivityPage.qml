@@ -10,23 +10,26 @@ LibraryPanel {
     title: qsTr("Recent activity")
     icon: "list"
 
-    RowList {
+    Item {
         Layout.fillWidth: true
         Layout.fillHeight: true
-        visible: root.activity.hasEntries
-        label: qsTr("Recent activity")
-        selectable: false
-        model: root.activity.entries
-        delegate: ActivityRow {
-            width: ListView.view.width - Theme.inside
+
+        RowList {
+            anchors.fill: parent
+            visible: root.activity.hasEntries
+            label: qsTr("Recent activity")
+            selectable: false
+            model: root.activity.entries
+            delegate: ActivityRow {
+                width: ListView.view.width - Theme.inside
+            }
         }
-    }
-    CompactEmptyState {
-        Layout.fillWidth: true
-        Layout.fillHeight: true
-        visible: !root.activity.hasEntries
-        title: qsTr("No activity yet")
-        icon: "list"
-        detail: qsTr("Imports, downloads and exports appear here.")
+        CompactEmptyState {
+            anchors.fill: parent
+            visible: !root.activity.hasEntries
+            title: qsTr("No activity yet")
+            icon: "list"
+            detail: qsTr("Imports, downloads and exports appear here.")
+        }
     }
 }

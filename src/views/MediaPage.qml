@@ -17,29 +17,33 @@ ColumnLayout {
         title: qsTr("Cameras & recordings")
         icon: "video"
 
-        RowList {
-            id: clips
+        // Anchored, not laid out: a layout misses what becomes visible while its page is not.
+        Item {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
 
-            Layout.fillWidth: true
-            Layout.fillHeight: true
-            visible: root.dashboard.hasClips
-            label: qsTr("Cameras & recordings")
-            selectable: false
-            rowSpacing: Theme.row
-            model: root.dashboard.clips
-            delegate: ClipRow {
-                width: ListView.view.width - Theme.inside
-                onMakeReference: root.dashboard.makeReference(index)
-                onFocused: clips.revealRow(index)
+            RowList {
+                id: clips
+
+                anchors.fill: parent
+                visible: root.dashboard.hasClips
+                label: qsTr("Cameras & recordings")
+                selectable: false
+                rowSpacing: Theme.row
+                model: root.dashboard.clips
+                delegate: ClipRow {
+                    width: ListView.view.width - Theme.inside
+                    onMakeReference: root.dashboard.makeReference(index)
+                    onFocused: clips.revealRow(index)
+                }
             }
-        }
-        CompactEmptyState {
-            Layout.fillWidth: true
-            Layout.fillHeight: true
-            visible: !root.dashboard.hasClips
-            title: qsTr("No recordings")
-            icon: "video"
-            detail: qsTr("Import a manifest or connect to a phone catalog.")
+            CompactEmptyState {
+                anchors.fill: parent
+                visible: !root.dashboard.hasClips
+                title: qsTr("No recordings")
+                icon: "video"
+                detail: qsTr("Import a manifest or connect to a phone catalog.")
+            }
         }
     }
     LibraryPanel {
@@ -48,24 +52,31 @@ ColumnLayout {
         title: qsTr("Transfers")
         icon: "download"
 
-        RowList {
+        Item {
             Layout.fillWidth: true
             Layout.fillHeight: true
-            visible: root.dashboard.hasTransfers
-            label: qsTr("Transfers")
-            selectable: false
-            rowSpacing: Theme.row
-            model: root.dashboard.transfers
-            delegate: TransferRow {
-                width: ListView.view.width - Theme.inside
+            implicitHeight: noTransfers.implicitHeight
+
+            RowList {
+                anchors.fill: parent
+                visible: root.dashboard.hasTransfers
+                label: qsTr("Transfers")
+                selectable: false
+                rowSpacing: Theme.row
+                model: root.dashboard.transfers
+                delegate: TransferRow {
+                    width: ListView.view.width - Theme.inside
+                }
             }
-        }
-        CompactEmptyState {
-            Layout.fillWidth: true
-            visible: !root.dashboard.hasTransfers
-            title: qsTr("No active transfers")
-            icon: "download"
-            detail: qsTr("Downloads and verification progress appear here.")
+            CompactEmptyState {
+                id: noTransfers
+
+                anchors.fill: parent
+                visible: !root.dashboard.hasTransfers
+                title: qsTr("No active transfers")
+                icon: "download"
+                detail: qsTr("Downloads and verification progress appear here.")
+            }
         }
     }
 }

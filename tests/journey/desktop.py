@@ -80,6 +80,14 @@ class Program:
     def wait_gone(self, name, *roles):
         wait_for(f"“{name}” to go", lambda: self.find(name, *roles) is None)
 
+    def wait_drawn(self, name):
+        """Waits until what bears the name takes room on the screen: a row can exist and be no pixel high."""
+        def is_drawn():
+            node = self.find(name)
+            extents = node and node.get_extents(Atspi.CoordType.SCREEN)
+            return extents and extents.width > 20 and extents.height > 8
+        wait_for(f"“{name}” to be drawn", is_drawn)
+
     def texts(self):
         return [node.get_name() for node in descendants(self.root) if is_showing(node)]
 

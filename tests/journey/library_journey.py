@@ -23,6 +23,10 @@ def expect(condition, what):
         raise JourneyError(what)
 
 
+def row_name(clip):
+    return f'{clip["cameraId"]}, {clip["path"]}, Verified on Mac'
+
+
 def make_and_rename_project(program):
     program.press("New")
     program.wait("New VORN Project")
@@ -61,9 +65,11 @@ def import_take(program, take):
     return manifest
 
 
-def walk_through_tabs(program):
-    for tab in ("Media", "Resolve", "Activity"):
+def walk_through_tabs(program, manifest):
+    for tab, row in (("Media", row_name(manifest["clips"][0])), ("Resolve", "Check head sync"),
+                     ("Activity", f"Imported take {manifest['takeId']} with 4 camera clip(s).")):
         program.press(tab)
+        program.wait_drawn(row)
         program.picture(tab.lower())
 
 
@@ -75,8 +81,7 @@ def choose_reference(program, manifest):
 
     program.press("Media")
     original = manifest["referenceCameraId"]
-    rows = {clip["cameraId"]: f'{clip["cameraId"]}, {clip["path"]}, Verified on Mac'
-            for clip in manifest["clips"]}
+    rows = {clip["cameraId"]: row_name(clip) for clip in manifest["clips"]}
     other = next(camera for camera in rows if camera != original)
     for camera in (other, original):
         program.press_in(rows[camera], "Use as reference")
@@ -119,7 +124,7 @@ def main():
         make_and_rename_project(program)
         refuse_what_is_no_manifest(program, out)
         manifest = import_take(program, take)
-        walk_through_tabs(program)
+        walk_through_tabs(program, manifest)
         choose_reference(program, manifest)
         package = export(program, packages)
         raise_by_second_start(path)
