@@ -1,0 +1,143 @@
+#include "views/row_list_model.h"
+
+#include <QAbstractItemModelTester>
+#include <QRandomGenerator>
+#include <QtTest>
+
+using namespace vorn;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Row {
+    QString key;
+    int value = 0;
+
+    bool operator==(const Row &) const = default;
+};
+
+// "a b:7" stands for rows a, of value 0, and b, of value 7.
+std::vector<Row> rows(const QString &text)
+{
+    std::vector<Row> result;
+    for (const QString &word : text.split(u' ', Qt::SkipEmptyParts))
+        result.push_back({word.section(u':', 0, 0), word.section(u':', 1).toInt()});
+    return result;
+}
+
+class Watched {
+public:
+    Watched()
+    {
+        QObject::connect(&model, &QAbstractItemModel::rowsInserted, &model,
+                         [this](const QModelIndex &, int first, int last) {
+                             note(u"insert %1-%2"_s.arg(first).arg(last));
+                         });
+        QObject::connect(&model, &QAbstractItemModel::rowsRemoved, &model,
+                         [this](const QModelIndex &, int first, int last) {
+                             note(u"remove %1-%2"_s.arg(first).arg(last));
+                         });
+        QObject::connect(&model, &QAbstractItemModel::rowsMoved, &model,
+                         [this](const QModelIndex &, int first, int, const QModelIndex &, int to) {
+                             note(u"move %1>%2"_s.arg(first).arg(to));
+                         });
+        QObject::connect(
+            &model, &QAbstractItemModel::dataChanged, &model,
+            [this](const QModelIndex &index) { note(u"change %1"_s.arg(index.row())); });
+        QObject::connect(&model, &QAbstractItemModel::modelReset, &model,
+                         [this] { note(u"reset"_s); });
+        QObject::connect(&model, &QAbstractItemModel::layoutChanged, &model,
+                         [this] { note(u"layout"_s); });
+    }
+
+    [[nodiscard]] QString steps() const { return m_steps.join(u", "_s); }
+    void forget() { m_steps.clear(); }
+
+    RowListModel<Row> model{{{"key", &Row::key}, {"value", &Row::value}}};
+
+private:
+    void note(const QString &step) { m_steps.append(step); }
+
+    QAbstractItemModelTester m_tester{&model,
+                                      QAbstractItemModelTester::FailureReportingMode::QtTest};
+    QStringList m_steps;
+};
+
+} // namespace
+
+class RowListModelTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void saysWhatChanged_data()
+    {
+        QTest::addColumn<QString>("before");
+        QTest::addColumn<QString>("after");
+        QTest::addColumn<QString>("steps");
+        QTest::newRow("nothing") << u"a b c"_s << u"a b c"_s << u""_s;
+        QTest::newRow("all new") << u""_s << u"a b c"_s << u"insert 0-2"_s;
+        QTest::newRow("all gone") << u"a b c"_s << u""_s << u"remove 0-2"_s;
+        QTest::newRow("in the middle") << u"a d"_s << u"a b c d"_s << u"insert 1-2"_s;
+        QTest::newRow("two holes") << u"a b c d e"_s << u"a c e"_s << u"remove 3-3, remove 1-1"_s;
+        QTest::newRow("value") << u"a b c"_s << u"a b:1 c"_s << u"change 1"_s;
+        QTest::newRow("first to the end") << u"a b c d"_s << u"b c d a"_s << u"move 0>4"_s;
+        QTest::newRow("last to the front") << u"a b c d"_s << u"d a b c"_s << u"move 3>0"_s;
+        QTest::newRow("moved and changed") << u"a b c"_s << u"b c a:2"_s << u"move 0>3, change 2"_s;
+        QTest::newRow("other list") << u"a b"_s << u"c d"_s << u"remove 0-1, insert 0-1"_s;
+        QTest::newRow("equal keys") << u"a a"_s << u"a a a:3"_s << u"insert 2-2"_s;
+    }
+
+    void saysWhatChanged()
+    {
+        QFETCH(const QString, before);
+        QFETCH(const QString, after);
+        QFETCH(const QString, steps);
+        Watched watched;
+        watched.model.setRows(rows(before));
+        watched.forget();
+        watched.model.setRows(rows(after));
+        QCOMPARE(watched.model.rows(), rows(after));
+        QCOMPARE(watched.steps(), steps);
+    }
+
+    // The tester checks every signal against the rows as they then stand.
+    void followsAnyChange()
+    {
+        QRandomGenerator random(20240611);
+        Watched watched;
+        for (int round = 0; round < 400; ++round) {
+            std::vector<Row> next;
+            for (int i = 0; i < random.bounded(24); ++i)
+                next.push_back(
+                    {QString(QChar(u'a' + char16_t(random.bounded(20)))), random.bounded(3)});
+            std::vector<QPersistentModelIndex> kept;
+            for (int i = 0; i < watched.model.rowCount(); ++i)
+                kept.emplace_back(watched.model.index(i));
+            const std::vector<Row> old = watched.model.rows();
+            watched.model.setRows(next);
+            QCOMPARE(watched.model.rows(), next);
+            for (std::size_t i = 0; i < kept.size(); ++i) {
+                const auto same = [&](const Row &row) { return row.key == old[i].key; };
+                const auto before = std::ranges::count_if(old, same);
+                // Every row of a key that is as frequent as before must have lived on.
+                if (std::ranges::count_if(next, same) >= before)
+                    QVERIFY(kept[i].isValid());
+                if (kept[i].isValid())
+                    QCOMPARE(next[std::size_t(kept[i].row())].key, old[i].key);
+            }
+        }
+        QVERIFY(!watched.steps().contains(u"reset"_s));
+        QVERIFY(!watched.steps().contains(u"layout"_s));
+    }
+
+    void givesRolesByName()
+    {
+        Watched watched;
+        watched.model.setRows(rows(u"a:1 b:2"_s));
+        const int role = watched.model.roleNames().key("value");
+        QCOMPARE(watched.model.data(watched.model.index(1), role).toInt(), 2);
+        QVERIFY(!watched.model.data(watched.model.index(1), Qt::DisplayRole).isValid());
+    }
+};
+
+QTEST_GUILESS_MAIN(RowListModelTest)
+#include "row_list_model_test.moc"

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "store/app_store.h"
+#include "views/library_view_model.h"
+
+#include <QQmlApplicationEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTemporaryDir>
+
+#include <memory>
+
+namespace vorn {
+
+/// The Library window over a store of its own, and hands to work it like a user.
+class WindowProbe {
+public:
+    explicit WindowProbe(std::vector<VORNProject> projects);
+    ~WindowProbe();
+
+    [[nodiscard]] AppStore &store() { return *m_store; }
+    [[nodiscard]] LibraryViewModel &view() { return *m_view; }
+    [[nodiscard]] QQuickWindow *window() const { return m_window; }
+    [[nodiscard]] QString folder() const { return m_folder.path(); }
+
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {});
+    void type(const QString &text);
+    void click(QQuickItem *item);
+
+    /// The visible item that assistive tools know by this name; null when there is none.
+    [[nodiscard]] QQuickItem *named(const QString &name) const;
+    [[nodiscard]] bool shows(const QString &name) const { return named(name) != nullptr; }
+    /// What assistive tools call the item that has the keyboard.
+    [[nodiscard]] QString focusName() const;
+    /// The list that assistive tools know by this name.
+    [[nodiscard]] QQuickItem *listView(const QString &name) const;
+
+private:
+    QTemporaryDir m_folder;
+    std::unique_ptr<AppStore> m_store;
+    std::unique_ptr<LibraryViewModel> m_view;
+    std::unique_ptr<QQmlApplicationEngine> m_engine;
+    QQuickWindow *m_window = nullptr;
+};
+
+/// All items under `root` that are visible, and it.
+[[nodiscard]] QList<QQuickItem *> visibleItems(QQuickItem *root);
+/// Name of an item for assistive tools; empty when it has none.
+[[nodiscard]] QString accessibleName(QQuickItem *item);
+
+} // namespace vorn
