@@ -17,8 +17,9 @@ bool isKept(QStringView character)
 {
     if (character == u"-" || character == u"_")
         return true;
-    // A letter may carry marks and joiners. But a few letters (class Prepend of UAX #29) bind
-    // whatever follows into their character, a separator or a lone surrogate included.
+    // A letter may carry marks and joiners. But a few letters (class Prepend of UAX #29, such as
+    // U+111C2) bind whatever follows into their character, a separator or a lone surrogate
+    // included.
     const auto isPlain = [](char32_t codePoint) {
         return QChar::isLetterOrNumber(codePoint) || QChar::isMark(codePoint)
                || QChar::category(codePoint) == QChar::Other_Format || codePoint == U'-'

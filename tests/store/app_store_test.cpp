@@ -198,7 +198,6 @@ private Q_SLOTS:
         store.importManifest(m_folder->filePath(u"m.json"_s));
         QSignalSpy busy(&store, &AppStore::isBusyChanged);
         store.exportSelectedTake(m_folder->path());
-        QVERIFY(store.isBusy());
         QTRY_VERIFY(!store.isBusy());
         QCOMPARE(busy.count(), 2);
         QCOMPARE(store.errorMessage(), u"Resolve export failed: Missing source: %1"_s.arg(
