@@ -36,9 +36,10 @@ void print(std::FILE *stream, const QString &text)
 bool parse(QCommandLineParser &parser, const QString &command)
 {
     parser.addPositionalArgument(command, QString(), command);
-    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption help({u"h"_s, u"help"_s}, u"Show this text."_s);
+    parser.addOption(help);
     if (!parser.parse(QCoreApplication::arguments()))
-        throw UsageError(parser.errorText() + u'.');
+        throw UsageError(parser.errorText());
     if (parser.isSet(help)) {
         print(stdout, parser.helpText());
         return false;

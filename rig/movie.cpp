@@ -184,14 +184,16 @@ void writeMovie(const PhonePlan &phone, const QString &folder)
 
 QImage decodedFrame(const QString &moviePath, const FrameRate &rate, std::int64_t index)
 {
-    // Half a frame early: decoding starts with the first frame at or after that moment.
-    const double seekSeconds =
-        std::max(0.0, (double(index) - 0.5) * double(rate.denominator) / double(rate.numerator));
+    // Decoding starts with the first frame at or after the moment asked for: half a frame early.
+    const double wanted = std::max(0.0, (double(index) - 0.5) / rate.perSecond());
+    // Jumping straight there may land on a key frame that is stored earlier but shown later (HEVC
+    // with leading pictures), so jump well before it and decode up to it.
+    const double jump = std::max(0.0, wanted - 2.5);
     Ffmpeg decoder(u"read "_s + moviePath,
                    {u"-protocol_whitelist"_s, u"file,pipe"_s, u"-f"_s, u"mov"_s, u"-ss"_s,
-                    QString::number(seekSeconds, 'f', 6), u"-i"_s, u"file:"_s + moviePath,
-                    u"-map"_s, u"0:v:0"_s, u"-frames:v"_s, u"1"_s, u"-f"_s, u"image2pipe"_s,
-                    u"-c:v"_s, u"ppm"_s, u"pipe:1"_s});
+                    QString::number(jump, 'f', 6), u"-i"_s, u"file:"_s + moviePath, u"-ss"_s,
+                    QString::number(wanted - jump, 'f', 6), u"-map"_s, u"0:v:0"_s, u"-frames:v"_s,
+                    u"1"_s, u"-f"_s, u"image2pipe"_s, u"-c:v"_s, u"ppm"_s, u"pipe:1"_s});
     const QImage picture = QImage::fromData(decoder.finish(), "PPM");
     if (picture.isNull())
         throw RigError(u"%1 has no frame %2."_s.arg(moviePath).arg(index));

@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QFile>
 
+#include <array>
 #include <future>
 #include <mutex>
 
@@ -84,9 +85,9 @@ void writeMovies(const TakePlan &plan, const QString &folder,
                 onMovie(phone);
         }
     };
-    std::vector<std::future<void>> workers;
-    for (int index = 0; index < parallelMovies; ++index)
-        workers.push_back(std::async(std::launch::async, work));
+    std::array<std::future<void>, parallelMovies> workers;
+    for (auto &worker : workers)
+        worker = std::async(std::launch::async, work);
     for (const auto &worker : workers)
         worker.wait();
     for (auto &worker : workers)
@@ -105,6 +106,7 @@ TakePlan makeTake(TakeOptions options, const QString &folder,
     TakeFolder takeFolder(folder, plan);
     writeMovies(plan, folder, onMovie);
     std::vector<QString> digests;
+    digests.reserve(plan.phones.size());
     for (const PhonePlan &phone : plan.phones)
         digests.push_back(sha256OfFile(folder + u'/' + phone.fileName));
     writeFileAtomically(folder + u"/truth.json"_s, prettyJson(truthJson(plan)),

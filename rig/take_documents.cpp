@@ -123,7 +123,10 @@ TakeTruth takeTruth(const QJsonObject &document)
         throw RigError(u"The truth file is not of version 1."_s);
     TakeTruth truth;
     truth.referenceCameraId = textOf(document, u"referenceCameraId"_s);
-    for (const QJsonValue &camera : document.value(u"cameras"_s).toArray())
+    const QJsonArray cameras = document.value(u"cameras"_s).toArray();
+    if (cameras.isEmpty())
+        throw RigError(u"The truth file has no cameras."_s);
+    for (const auto &camera : cameras)
         truth.phones.push_back(phoneTruth(camera.toObject()));
     return truth;
 }

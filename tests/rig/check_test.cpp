@@ -146,6 +146,15 @@ private Q_SLOTS:
         QVERIFY2(failure.contains(words), qPrintable(failure));
     }
 
+    // Both have a reference camera and version 1, but nothing in it is true of any picture.
+    void refusesAManifestInPlaceOfTheTruth()
+    {
+        writeTimeline(timelineText(m_plan, m_take, {}));
+        QCOMPARE(thrownText(
+                     [&] { (void)checkAlignment(m_package.path(), m_take + u"/manifest.json"_s); }),
+                 u"The truth file has no cameras."_s);
+    }
+
 private:
     void writeTimeline(const QString &text)
     {

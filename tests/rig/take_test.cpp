@@ -118,8 +118,11 @@ private Q_SLOTS:
                     size.width(), size.height(), size.width(), QImage::Format_Grayscale8);
                 compareShown(picture, phone, frame);
             }
+            // Single frames too, over the borders of a key frame's group and at both ends.
+            const auto second = std::lround(phone.rate.perSecond());
             for (const qint64 frame :
-                 std::array<qint64, 4>{0, 1, phone.frames / 2, phone.frames - 1})
+                 std::array<qint64, 8>{0, 1, 3 * second - 3, 3 * second - 2, 3 * second - 1,
+                                       3 * second, 3 * second + 1, phone.frames - 1})
                 compareShown(decodedFrame(path(phone), phone.rate, frame), phone, frame);
         }
     }
