@@ -34,7 +34,7 @@ ColumnLayout {
                 delegate: ClipRow {
                     width: ListView.view.width - Theme.inside
                     onMakeReference: root.dashboard.makeReference(index)
-                    onFocused: clips.revealRow(index)
+                    onFocused: clips.reveal(index)
                 }
             }
             CompactEmptyState {

@@ -9,36 +9,35 @@ SelectableRow {
 
     height: 44
     text: name + ", " + takesText
-    contentItem: Item {
-        TokenIcon {
-            id: mark
 
-            anchors.left: parent.left
-            anchors.leftMargin: 4
-            anchors.verticalCenter: parent.verticalCenter
-            icon: root.isUnassigned ? "tray" : "folder"
-            color: root.isUnassigned ? Theme.warning : Theme.secondary
+    TokenIcon {
+        id: mark
+
+        anchors.verticalCenter: parent.verticalCenter
+        icon: root.isUnassigned ? "tray" : "folder"
+        color: root.isUnassigned ? Theme.warning : Theme.secondary
+    }
+    Column {
+        anchors.left: mark.right
+        anchors.leftMargin: Theme.row + 2
+        anchors.right: parent.right
+        anchors.verticalCenter: parent.verticalCenter
+        clip: true
+
+        TextLabel {
+            id: shown
+
+            width: parent.width
+            text: root.name
+            maximumLineCount: 1
         }
-        Column {
-            anchors.left: mark.right
-            anchors.leftMargin: Theme.row + 2
-            anchors.right: parent.right
-            anchors.verticalCenter: parent.verticalCenter
-            clip: true
-
-            TextLabel {
-                width: parent.width
-                text: root.name
-                maximumLineCount: 1
-            }
-            SmallLabel {
-                width: parent.width
-                text: root.takesText
-            }
+        SmallLabel {
+            width: parent.width
+            text: root.takesText
         }
     }
     HelpTip {
-        visible: root.hovered && root.name.length > 24
+        visible: root.hovered && shown.truncated
         text: root.name
     }
 }

@@ -51,7 +51,7 @@ Rectangle {
             text: root.projects.search
             onTextChanged: root.projects.search = text
             Keys.onEscapePressed: clear()
-            Keys.onDownPressed: list.forceActiveFocus(Qt.TabFocusReason)
+            Keys.onDownPressed: list.forceActiveFocus()
         }
         SmallLabel {
             Layout.topMargin: Theme.between
@@ -78,7 +78,7 @@ Rectangle {
             Connections {
                 target: root.projects
                 function onSelectionMoved() {
-                    list.reveal();
+                    list.reveal(list.selectedIndex);
                 }
             }
             SmallLabel {

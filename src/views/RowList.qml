@@ -5,7 +5,7 @@ import QtQuick.Controls.Basic
 
 // A list that the keyboard walks. Where rows can be selected the arrows ask for another row;
 // otherwise they scroll. Who owns the model also owns the selection.
-Control {
+FocusStop {
     id: root
 
     property alias model: list.model
@@ -14,49 +14,61 @@ Control {
     property bool selectable: true
     property int selectedIndex: -1
     required property string label
+    readonly property int lineHeight: 48
+    readonly property int pageRows: Math.max(1, Math.floor(height / lineHeight) - 1)
     signal rowRequested(int row)
 
-    function reveal() {
-        list.positionViewAtIndex(selectedIndex, ListView.Contain);
-    }
-    function revealRow(row: int) {
+    function reveal(row: int) {
         list.positionViewAtIndex(row, ListView.Contain);
     }
-    function take(event: var) {
-        const page = Math.max(1, Math.floor(list.height / 48) - 1);
-        const steps = new Map([[Qt.Key_Up, -1], [Qt.Key_Down, 1], [Qt.Key_PageUp, -page],
-                               [Qt.Key_PageDown, page], [Qt.Key_Home, -list.count],
-                               [Qt.Key_End, list.count]]);
-        event.accepted = steps.has(event.key) && event.modifiers === Qt.NoModifier;
-        if (!event.accepted)
-            return;
+    function go(rows: int) {
         if (selectable)
-            rowRequested(Math.max(0, Math.min(list.count - 1, selectedIndex + steps.get(event.key))));
+            rowRequested(Math.max(0, Math.min(list.count - 1, selectedIndex + rows)));
         else
-            scrollBy(steps.get(event.key) * 48);
+            scrollBy(rows * lineHeight);
     }
     function scrollBy(distance: real) {
         const end = Math.max(list.originY, list.originY + list.contentHeight - list.height);
         list.contentY = Math.max(list.originY, Math.min(end, list.contentY + distance));
     }
 
-    focusPolicy: list.count > 0 ? Qt.StrongFocus : Qt.NoFocus
-    Keys.onPressed: event => root.take(event)
+    activeFocusOnTab: list.count > 0 && (selectable || list.contentHeight > list.height)
+    Keys.onUpPressed: go(-1)
+    Keys.onDownPressed: go(1)
 
     Accessible.role: Accessible.List
     Accessible.name: label
 
-    contentItem: ListView {
+    Shortcut {
+        enabled: root.activeFocus
+        sequence: "PgUp"
+        onActivated: root.go(-root.pageRows)
+    }
+    Shortcut {
+        enabled: root.activeFocus
+        sequence: "PgDown"
+        onActivated: root.go(root.pageRows)
+    }
+    Shortcut {
+        enabled: root.activeFocus
+        sequence: "Home"
+        onActivated: root.go(-list.count)
+    }
+    Shortcut {
+        enabled: root.activeFocus
+        sequence: "End"
+        onActivated: root.go(list.count)
+    }
+    ListView {
         id: list
 
+        anchors.fill: parent
         clip: true
         currentIndex: -1
         boundsBehavior: Flickable.StopAtBounds
         keyNavigationEnabled: false
-        reuseItems: true
         ScrollBar.vertical: SlimScrollBar {}
     }
-
     FocusRing {
         visible: root.visualFocus && (!root.selectable || root.selectedIndex < 0)
         inset: 0

@@ -3,7 +3,7 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 
 // A page that scrolls when the window is too low for it, by the keyboard too.
-Control {
+FocusStop {
     id: root
 
     required property string label
@@ -15,16 +15,17 @@ Control {
                                                   flickable.contentY + distance));
     }
 
-    focusPolicy: overflows ? Qt.StrongFocus : Qt.NoFocus
+    activeFocusOnTab: overflows
     Keys.onUpPressed: scrollBy(-48)
     Keys.onDownPressed: scrollBy(48)
 
     Accessible.role: Accessible.Pane
     Accessible.name: label
 
-    contentItem: Flickable {
+    Flickable {
         id: flickable
 
+        anchors.fill: parent
         clip: true
         contentHeight: column.implicitHeight
         boundsBehavior: Flickable.StopAtBounds
@@ -37,7 +38,6 @@ Control {
             spacing: Theme.between
         }
     }
-
     FocusRing {
         visible: root.visualFocus
         inset: -4

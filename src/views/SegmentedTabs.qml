@@ -1,10 +1,9 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Controls.Basic
 
 // A row of pages to choose from: one Tab stop, arrows within.
-Control {
+FocusStop {
     id: root
 
     required property string label
@@ -16,63 +15,66 @@ Control {
     }
 
     implicitHeight: 32
-    implicitWidth: implicitContentWidth + 4
-    padding: 2
-    focusPolicy: Qt.StrongFocus
+    implicitWidth: row.implicitWidth + 4
     Keys.onLeftPressed: choose(current - 1)
     Keys.onRightPressed: choose(current + 1)
 
     Accessible.role: Accessible.PageTabList
     Accessible.name: label
 
-    background: Rectangle {
+    Rectangle {
+        anchors.fill: parent
         radius: Theme.radius
         color: Theme.field
         border.color: Theme.frame
     }
-    contentItem: Row {
+    Row {
+        id: row
+
+        x: 2
+        y: 2
+
         Repeater {
             model: root.titles
 
-            AbstractButton {
+            Rectangle {
                 id: segment
 
                 required property int index
                 required property string modelData
+                readonly property bool checked: index === root.current
 
                 width: Math.max(88, title.implicitWidth + 24)
-                height: 28
-                text: modelData
-                checked: index === root.current
-                focusPolicy: Qt.NoFocus
-                hoverEnabled: true
-                onClicked: root.choose(index)
+                height: Theme.hit
+                radius: Theme.radius - 2
+                color: checked ? Theme.frame : pointer.containsMouse ? Theme.raised : "transparent"
 
                 Accessible.role: Accessible.PageTab
-                Accessible.name: text
+                Accessible.name: modelData
                 Accessible.selectable: true
                 Accessible.selected: checked
-                Accessible.onPressAction: clicked()
+                Accessible.onPressAction: root.choose(index)
 
-                background: Rectangle {
-                    radius: Theme.radius - 2
-                    color: segment.checked ? Theme.frame
-                         : segment.hovered ? Theme.raised : "transparent"
-
-                    FocusRing {
-                        visible: segment.checked && root.visualFocus
-                        inset: 0
-                    }
-                }
-                contentItem: TextLabel {
+                TextLabel {
                     id: title
 
-                    text: segment.text
+                    anchors.centerIn: parent
+                    text: segment.modelData
                     color: segment.checked ? Theme.text : Theme.secondary
                     font.weight: Font.Medium
-                    horizontalAlignment: Text.AlignHCenter
-                    verticalAlignment: Text.AlignVCenter
                     Accessible.ignored: true
+                }
+                FocusRing {
+                    visible: segment.checked && root.visualFocus
+                    inset: 0
+                }
+                MouseArea {
+                    id: pointer
+
+                    anchors.fill: parent
+                    hoverEnabled: true
+                    onPressed: root.focusByPointer()
+                    onClicked: root.choose(segment.index)
                 }
             }
         }

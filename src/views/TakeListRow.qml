@@ -10,37 +10,36 @@ SelectableRow {
     height: 48
     text: takeId + ", " + detail
     Accessible.description: complete ? qsTr("Complete") : qsTr("Media pending")
-    contentItem: Item {
-        Column {
-            anchors.left: parent.left
-            anchors.leftMargin: 4
-            anchors.right: mark.left
-            anchors.rightMargin: Theme.row
-            anchors.verticalCenter: parent.verticalCenter
-            clip: true
 
-            TextLabel {
-                width: parent.width
-                text: root.takeId
-                maximumLineCount: 1
-            }
-            SmallLabel {
-                width: parent.width
-                text: root.detail
-            }
+    Column {
+        anchors.left: parent.left
+        anchors.right: mark.left
+        anchors.rightMargin: Theme.row
+        anchors.verticalCenter: parent.verticalCenter
+        clip: true
+
+        TextLabel {
+            id: shown
+
+            width: parent.width
+            text: root.takeId
+            maximumLineCount: 1
         }
-        TokenIcon {
-            id: mark
-
-            anchors.right: parent.right
-            anchors.rightMargin: 4
-            anchors.verticalCenter: parent.verticalCenter
-            icon: root.complete ? "check" : "film"
-            color: root.complete ? Theme.ready : Theme.secondary
+        SmallLabel {
+            width: parent.width
+            text: root.detail
         }
     }
+    TokenIcon {
+        id: mark
+
+        anchors.right: parent.right
+        anchors.verticalCenter: parent.verticalCenter
+        icon: root.complete ? "check" : "film"
+        color: root.complete ? Theme.ready : Theme.secondary
+    }
     HelpTip {
-        visible: root.hovered && root.takeId.length > 24
+        visible: root.hovered && shown.truncated
         text: root.takeId
     }
 }

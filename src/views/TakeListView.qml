@@ -57,7 +57,7 @@ Item {
             Connections {
                 target: root.takes
                 function onSelectionMoved() {
-                    list.reveal();
+                    list.reveal(list.selectedIndex);
                 }
             }
         }

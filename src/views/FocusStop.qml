@@ -1,0 +1,22 @@
+import QtQuick
+
+// Something that takes the keyboard as a whole: a list, a row of tabs. The ring is for people who came
+// by keyboard; a press of the pointer says so with focusByPointer().
+Item {
+    id: root
+
+    property bool pointerFocus
+    readonly property bool visualFocus: activeFocus && !pointerFocus
+
+    function focusByPointer() {
+        pointerFocus = true;
+        forceActiveFocus(Qt.MouseFocusReason);
+    }
+
+    activeFocusOnTab: true
+    onActiveFocusChanged: pointerFocus = pointerFocus && activeFocus
+    Keys.onPressed: event => {
+        pointerFocus = false;
+        event.accepted = false;
+    }
+}
