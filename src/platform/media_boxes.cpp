@@ -46,6 +46,26 @@ std::optional<MovieBox> BoxReader::boxAt(std::uint64_t position, std::uint64_t e
     return box;
 }
 
+std::optional<MovieBox> BoxReader::find(const MovieBox &parent,
+                                        std::initializer_list<std::uint32_t> path)
+{
+    MovieBox found = parent;
+    for (const std::uint32_t type : path) {
+        std::uint64_t position = found.begin;
+        const std::uint64_t end = found.end;
+        do {
+            const auto child = boxAt(position, end);
+            if (!child)
+                return std::nullopt;
+            if (child->end > end)
+                refuseDamaged();
+            found = *child;
+            position = child->end;
+        } while (found.type != type);
+    }
+    return found;
+}
+
 std::uint16_t BoxReader::u16(const MovieBox &box, std::uint64_t offset)
 {
     return number<std::uint16_t>(box, offset);
@@ -89,14 +109,6 @@ std::uint64_t BoxReader::sum(std::uint64_t first, std::uint64_t second) const
 {
     std::uint64_t result = 0;
     if (__builtin_add_overflow(first, second, &result))
-        refuseDamaged();
-    return result;
-}
-
-std::uint64_t BoxReader::product(std::uint64_t first, std::uint64_t second) const
-{
-    std::uint64_t result = 0;
-    if (__builtin_mul_overflow(first, second, &result))
         refuseDamaged();
     return result;
 }

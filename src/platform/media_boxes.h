@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <optional>
 #include <span>
 
@@ -30,11 +31,11 @@ struct MovieBox {
     [[nodiscard]] std::uint64_t size() const noexcept { return end - begin; }
 };
 
-/// The number that stands for a box or handler type of four characters.
-[[nodiscard]] consteval std::uint32_t boxType(const char (&text)[5])
+/// The number that stands for a box or handler type, as in "moov"_box.
+[[nodiscard]] consteval std::uint32_t operator""_box(const char *text, std::size_t length)
 {
     std::uint32_t type = 0;
-    for (int i = 0; i < 4; ++i)
+    for (std::size_t i = 0; i < length; ++i)
         type = type << 8 | static_cast<unsigned char>(text[i]);
     return type;
 }
@@ -62,6 +63,10 @@ public:
             position = child->end;
         }
     }
+
+    /// The first box at the end of a path of types that leads down from `parent`.
+    [[nodiscard]] std::optional<MovieBox> find(const MovieBox &parent,
+                                               std::initializer_list<std::uint32_t> path);
 
     /// Big-endian numbers of a box's content. What lies beyond the box is refused.
     [[nodiscard]] std::uint16_t u16(const MovieBox &box, std::uint64_t offset);
@@ -91,9 +96,8 @@ public:
         }
     }
 
-    /// `first + second` and `first * second`; a result beyond 64 bits is refused.
+    /// `first + second`; a result beyond 64 bits is refused.
     [[nodiscard]] std::uint64_t sum(std::uint64_t first, std::uint64_t second) const;
-    [[nodiscard]] std::uint64_t product(std::uint64_t first, std::uint64_t second) const;
 
     [[noreturn]] void refuseDamaged() const
     {

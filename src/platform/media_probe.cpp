@@ -29,8 +29,8 @@ double editedSeconds(const MovieTrack &track, const MovieHeaders &movie)
     if (!track.hasEdits)
         return seconds(track.mediaEnd, track.timescale);
     double length = seconds(track.editUnits, movie.timescale);
-    if (track.openEditStart && *track.openEditStart < track.mediaEnd)
-        length += seconds(track.mediaEnd - *track.openEditStart, track.timescale);
+    if (track.openEditStart && *track.openEditStart < track.shownEnd)
+        length += seconds(track.shownEnd - *track.openEditStart, track.timescale);
     return length;
 }
 
@@ -54,6 +54,18 @@ float nominalFrameRate(const MovieTrack &track)
     return float(double(track.samples) * double(track.timescale) / double(track.sampleUnits));
 }
 
+ProbedVideoTrack videoTrackOf(const MovieTrack &track)
+{
+    const bool isSizeStated = track.width > 0 && track.height > 0;
+    return {.naturalWidth = isSizeStated ? track.width : track.codedWidth,
+            .naturalHeight = isSizeStated ? track.height : track.codedHeight,
+            .a = track.a,
+            .b = track.b,
+            .c = track.c,
+            .d = track.d,
+            .nominalFrameRate = nominalFrameRate(track)};
+}
+
 ProbedMedia answerOf(const MovieHeaders &movie)
 {
     ProbedMedia media;
@@ -62,16 +74,10 @@ ProbedMedia answerOf(const MovieHeaders &movie)
         // Pictures of chapters are no recording.
         if (std::ranges::find(movie.chapterTrackIds, track.id) != movie.chapterTrackIds.end())
             continue;
-        if (track.handler == boxType("soun"))
+        if (track.handler == "soun"_box)
             ++media.audioTrackCount;
-        if (track.handler == boxType("vide"))
-            media.videoTracks.push_back({.naturalWidth = track.width,
-                                         .naturalHeight = track.height,
-                                         .a = track.a,
-                                         .b = track.b,
-                                         .c = track.c,
-                                         .d = track.d,
-                                         .nominalFrameRate = nominalFrameRate(track)});
+        if (track.handler == "vide"_box)
+            media.videoTracks.push_back(videoTrackOf(track));
     }
     return media;
 }

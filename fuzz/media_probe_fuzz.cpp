@@ -1,0 +1,54 @@
+#include "check.h"
+#include "platform/media_boxes.h"
+#include "platform/media_probe.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace {
+
+using namespace vorn;
+
+/// Probes the input, followed by zeros up to `size`, as of a sparse file.
+void probe(std::span<const std::uint8_t> input, std::uint64_t size)
+{
+    std::uint64_t read = 0;
+    const auto readAt = [&](std::uint64_t offset, std::span<std::byte> into) {
+        check(offset < size, "no read begins beyond the file");
+        const std::size_t count = std::size_t(std::min<std::uint64_t>(into.size(), size - offset));
+        read += count;
+        std::memset(into.data(), 0, count);
+        if (offset < input.size())
+            std::memcpy(into.data(), input.data() + offset,
+                        std::min<std::size_t>(count, input.size() - offset));
+        return count;
+    };
+    try {
+        const ProbedMedia media =
+            probeMedia({.name = QStringLiteral("cam1.mov"), .size = size, .readAt = readAt});
+        check(std::isnan(media.durationSeconds)
+                  || (media.durationSeconds > 0 && std::isfinite(media.durationSeconds)),
+              "a duration is a length or none");
+        check(media.videoTracks.size() + std::size_t(media.audioTrackCount) <= 64,
+              "tracks are bounded");
+        for (const ProbedVideoTrack &track : media.videoTracks)
+            check(
+                track.nominalFrameRate >= 0 && std::isfinite(track.nominalFrameRate)
+                    && std::isfinite(track.a * track.naturalWidth + track.c * track.naturalHeight),
+                "rates and sizes are numbers");
+    } catch (const MediaProbeError &error) {
+        check(std::strncmp(error.what(), "cam1.mov is not ", 16) == 0, "an error names the file");
+    }
+    check(read <= 64 * 1024 * 1024, "what is read is bounded");
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    const std::span input(data, size);
+    probe(input, size);
+    probe(input, 10'000'000'000);
+    return 0;
+}
