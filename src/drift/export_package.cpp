@@ -26,7 +26,7 @@ using OnProgress = std::function<void(const ExportProgress &)>;
 // Only anchors of this meaning say where a clip lies in the reference camera's media.
 constexpr QStringView alignableMeaning = u"same-event-reference-media-seconds";
 
-void requireReferenceCamera(const VORNTake &take)
+QString requiredReferenceCamera(const VORNTake &take)
 {
     if (take.clips.empty())
         throw DriftExportError::missing(u"The selected take has no clips."_s);
@@ -34,6 +34,7 @@ void requireReferenceCamera(const VORNTake &take)
         || std::ranges::find(take.clips, *take.referenceCameraId, &VORNClip::cameraId)
                == take.clips.end())
         throw DriftExportError::missing(u"Choose a reference camera before export."_s);
+    return *take.referenceCameraId;
 }
 
 /// Paths need no such check: percent-encoding leaves nothing of them that XML could refuse.
@@ -112,7 +113,8 @@ Prepared prepared(const VORNClip &clip, const QString &referenceCameraId,
     return item;
 }
 
-std::vector<Prepared> preparedClips(const VORNTake &take, const OnProgress &onProgress)
+std::vector<Prepared> preparedClips(const VORNTake &take, const QString &referenceCameraId,
+                                    const OnProgress &onProgress)
 {
     ExportProgress progress;
     progress.clipCount = take.clips.size();
@@ -129,19 +131,20 @@ std::vector<Prepared> preparedClips(const VORNTake &take, const OnProgress &onPr
             if (onProgress)
                 onProgress(progress);
         };
-        items.push_back(prepared(clip, *take.referenceCameraId, report));
+        items.push_back(prepared(clip, referenceCameraId, report));
         bytesBefore = progress.completedBytes;
     }
     return items;
 }
 
 AlignmentReport alignmentReport(const VORNProject &project, const VORNTake &take,
+                                const QString &referenceCameraId,
                                 const std::vector<Prepared> &items)
 {
     AlignmentReport report;
     report.projectId = project.id;
     report.takeId = take.id;
-    report.referenceCameraId = *take.referenceCameraId;
+    report.referenceCameraId = referenceCameraId;
     for (const Prepared &item : items)
         report.clips.push_back(
             {.cameraId = item.clip.cameraId,
@@ -153,8 +156,9 @@ AlignmentReport alignmentReport(const VORNProject &project, const VORNTake &take
     return report;
 }
 
-/// The take as an import would read it; digests and paths as the library holds them.
-SourceManifest sourceManifest(const VORNProject &project, const VORNTake &take)
+/// The take as an import would read it; digests as the library holds them.
+SourceManifest sourceManifest(const VORNProject &project, const VORNTake &take,
+                              const QString &referenceCameraId, const std::vector<Prepared> &items)
 {
     SourceManifest manifest;
     manifest.projectId = project.id;
@@ -163,13 +167,14 @@ SourceManifest sourceManifest(const VORNProject &project, const VORNTake &take)
     manifest.projectNameAtCapture = take.projectNameAtCapture;
     manifest.projectRevisionAtCapture = take.projectRevisionAtCapture;
     manifest.takeId = take.id;
-    manifest.referenceCameraId = *take.referenceCameraId;
+    manifest.referenceCameraId = referenceCameraId;
     manifest.timelineFPS = take.timelineFPS;
-    for (const VORNClip &clip : take.clips)
+    for (const Prepared &item : items) {
+        const VORNClip &clip = item.clip;
         manifest.clips.push_back({.clipId = clip.id,
                                   .cameraId = clip.cameraId,
                                   .takeId = take.id,
-                                  .path = *clip.localPath,
+                                  .path = item.path,
                                   .sha256 = clip.sha256,
                                   .anchorMeaning = clip.anchorMeaning,
                                   .anchors = clip.anchors,
@@ -178,6 +183,7 @@ SourceManifest sourceManifest(const VORNProject &project, const VORNTake &take)
                                   .timingSidecarSHA256 = clip.timingSidecarSHA256,
                                   .deviceId = clip.deviceId,
                                   .deviceName = clip.deviceName});
+    }
     return manifest;
 }
 
@@ -204,7 +210,7 @@ void writePackage(const QString &folder, std::span<const PackageFile> files)
 QString DriftEngine::exportPackage(const VORNProject &project, const VORNTake &take,
                                    const QString &parent, const OnProgress &onProgress)
 {
-    requireReferenceCamera(take);
+    const QString referenceCameraId = requiredReferenceCamera(take);
     const double fps = fpsValue(take.timelineFPS);
     requireXmlNames(project, take);
 
@@ -212,18 +218,19 @@ QString DriftEngine::exportPackage(const VORNProject &project, const VORNTake &t
     if (somethingExistsAt(folder))
         throw DriftExportError::invalid(u"Export destination already exists."_s);
 
-    const std::vector<Prepared> items = preparedClips(take, onProgress);
+    const std::vector<Prepared> items = preparedClips(take, referenceCameraId, onProgress);
     std::vector<Placement> placements;
+    placements.reserve(items.size());
     for (const Prepared &item : items)
         placements.push_back(placement(item, fps));
 
+    const AlignmentReport report = alignmentReport(project, take, referenceCameraId, items);
+    const SourceManifest manifest = sourceManifest(project, take, referenceCameraId, items);
     const std::array files{
         PackageFile{u"timeline.fcpxml"_s,
                     timelineDocument(project.name, take.id, fps, placements).toUtf8()},
-        PackageFile{u"alignment-report.json"_s,
-                    prettyJson(jsonFromRecord(alignmentReport(project, take, items)))},
-        PackageFile{u"source-manifest.json"_s,
-                    prettyJson(jsonFromRecord(sourceManifest(project, take)))}};
+        PackageFile{u"alignment-report.json"_s, prettyJson(jsonFromRecord(report))},
+        PackageFile{u"source-manifest.json"_s, prettyJson(jsonFromRecord(manifest))}};
     writePackage(folder, files);
     return folder;
 }
