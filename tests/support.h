@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QFile>
 #include <QString>
 
@@ -18,6 +19,14 @@ template <class Work> [[nodiscard]] QString thrownText(Work &&work)
         return QString::fromUtf8(error.what());
     }
     return {};
+}
+
+/// Makes or replaces a file, without any promise.
+inline void writePlain(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QFile::WriteOnly) || file.write(bytes) != bytes.size())
+        qFatal("cannot write %s", qPrintable(path));
 }
 
 /// The permission bits of what stands at `path`, such as 0600; 0 when nothing does.

@@ -12,11 +12,6 @@ bool holdsClip(const VORNTake &take, const QString &clipId)
     return findById(take.clips, clipId) != nullptr;
 }
 
-template <class Value> bool differ(const std::optional<Value> &a, const std::optional<Value> &b)
-{
-    return a && b && *a != *b;
-}
-
 void requireUniqueClipId(const VORNClip &clip, const VORNTake &take, const VORNProject &project,
                          const VORNLibrary &library)
 {

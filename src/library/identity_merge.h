@@ -5,6 +5,7 @@
 #include <QByteArray>
 
 #include <exception>
+#include <optional>
 
 namespace vorn {
 
@@ -17,6 +18,14 @@ public:
 private:
     QByteArray m_text;
 };
+
+/// True when both sides state a value and the values are not the same: what only one side states is
+/// no conflict.
+template <class Value>
+[[nodiscard]] bool differ(const std::optional<Value> &a, const std::optional<Value> &b)
+{
+    return a && b && *a != *b;
+}
 
 /// Puts `clip` into `take`, a take of `project`, under the identity rules: a clip id stands in one
 /// take of the whole library only, a take holds one clip for each camera, and a verified local file

@@ -52,11 +52,6 @@ VORNClip mappedClip(const SourceClip &source, const SourceManifest &manifest, co
     return clip;
 }
 
-template <class Value> bool differ(const std::optional<Value> &a, const std::optional<Value> &b)
-{
-    return a && b && *a != *b;
-}
-
 void requireSameTake(const VORNTake &take, const SourceManifest &manifest)
 {
     const auto conflict = [&](const QString &what) {

@@ -13,13 +13,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-void writePlain(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QFile::WriteOnly));
-    QCOMPARE(file.write(bytes), bytes.size());
-}
-
 struct Named {
     QString name;
     int mark = 0;

@@ -12,13 +12,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-void writePlain(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QFile::WriteOnly));
-    QCOMPARE(file.write(bytes), bytes.size());
-}
-
 QStringList messages(const AppStore &store)
 {
     QStringList texts;
