@@ -40,7 +40,7 @@ void probe(std::span<const std::uint8_t> input, std::uint64_t size)
     } catch (const MediaProbeError &error) {
         check(std::strncmp(error.what(), "cam1.mov is not ", 16) == 0, "an error names the file");
     }
-    check(read <= 64 * 1024 * 1024, "what is read is bounded");
+    check(read <= std::uint64_t{64} * 1024 * 1024, "what is read is bounded");
 }
 
 } // namespace

@@ -16,7 +16,7 @@ constexpr std::uint32_t maximumBoxes = 100'000;
 
 // Eight million sample durations that all differ: 38 hours at 60 frames a second. Stops a sparse
 // file whose tables are real in size and empty in content.
-constexpr std::uint64_t maximumBytesRead = 64 * 1024 * 1024;
+constexpr std::uint64_t maximumBytesRead = std::uint64_t{64} * 1024 * 1024;
 
 constexpr std::uint64_t headerBytes = 8;
 constexpr std::uint64_t largeHeaderBytes = 16;

@@ -54,6 +54,16 @@ QByteArray withMore(const QByteArray &movie, const QByteArray &path, const QByte
     return withContent(movie, path, contentOf(movie, path) + more);
 }
 
+void row(const char *label, const QByteArray &movie, const ProbedMedia &expected)
+{
+    QTest::newRow(label) << movie << expected;
+}
+
+void row(const char *label, const QByteArray &bytes, const QString &expected)
+{
+    QTest::newRow(label) << bytes << expected;
+}
+
 QByteArray fragment(std::uint32_t track, const QByteArray &boxes)
 {
     const QByteArray header = box("tfhd", be32(0x8) + be32(track) + be32(512));
@@ -77,6 +87,8 @@ private Q_SLOTS:
     void givesUpOnEndlessFiles();
 
 private:
+    void addFragments(const ProbedMedia &plain) const;
+
     [[nodiscard]] QByteArray made(const QString &name, const QString &arguments) const
     {
         makeMovie(m_folder.path(), name, arguments);
@@ -103,7 +115,6 @@ void MovieHeadersTest::readsHeadersOfEveryForm_data()
     QTest::addColumn<QByteArray>("movie");
     QTest::addColumn<ProbedMedia>("expected");
     const ProbedMedia plain = probed(m_plain);
-    const ProbedMedia pieces = probed(m_pieces);
     const auto sized = [&](const char *label, const QByteArray &path, BoxSize size) {
         const QByteArray type = path.mid(path.lastIndexOf('/') + 1);
         QTest::newRow(label) << changed(m_plain, path, [&](const QByteArray &content) {
@@ -115,9 +126,6 @@ void MovieHeadersTest::readsHeadersOfEveryForm_data()
         QTest::newRow(label) << withContent(m_plain, path,
                                             widened(contentOf(m_plain, path), offsets))
                              << plain;
-    };
-    const auto row = [](const char *label, const QByteArray &movie, const ProbedMedia &expected) {
-        QTest::newRow(label) << movie << expected;
     };
 
     sized("64-bit size of the media", "mdat", BoxSize::large);
@@ -162,13 +170,18 @@ void MovieHeadersTest::readsHeadersOfEveryForm_data()
     row("no table of samples",
         changed(m_plain, inStbl("stts"), [](const QByteArray &) { return QByteArray(); }), other);
     row("no scale of the media", withBytes(m_plain, "moov/trak/mdia/mdhd", 12, be32(0)), other);
+    addFragments(plain);
+}
 
+void MovieHeadersTest::addFragments(const ProbedMedia &plain) const
+{
     const QByteArray mvex =
         box("mvex", box("trex", be32(0) + be32(1) + be32(1) + be32(512) + be32(0) + be32(0)));
     row("might have had fragments", withMore(m_plain, "moov", mvex), plain);
     row("fragments nobody announced", m_plain + fragment(9, ""), plain);
     const QByteArray fifteen = box("trun", be32(0) + be32(15));
-    other = pieces;
+    const ProbedMedia pieces = probed(m_pieces);
+    ProbedMedia other = pieces;
     other.durationSeconds = 2.5;
     row("samples of the fragment's length", m_pieces + fragment(1, fifteen), other);
     row("samples of the track's length",
@@ -232,9 +245,6 @@ void MovieHeadersTest::refusesWhatIsNoMovie_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QString>("expected");
-    const auto row = [](const char *label, const QByteArray &bytes, const QString &expected) {
-        QTest::newRow(label) << bytes << expected;
-    };
     row("nothing", "", refusal(u"the file is empty."_s));
     row("seven bytes", "\0\0\0\7moo"_ba, hasNoHeader);
     row("playlist", "#EXTM3U\n#EXTINF:10,\n/etc/passwd\n", hasNoHeader);
@@ -273,7 +283,8 @@ void MovieHeadersTest::refusesWhatIsNoMovie_data()
                     be32(1U << 24) + be32(2) + QByteArray(40, '\xFF')),
         isDamaged);
     row("chapters without end",
-        withMore(m_plain, "moov/trak", box("tref", box("chap", QByteArray(4 * 65, 'c')))),
+        withMore(m_plain, "moov/trak",
+                 box("tref", box("chap", QByteArray(qsizetype{4} * 65, 'c')))),
         isDamaged);
     const QByteArray track = box("trak", contentOf(m_plain, "moov/trak"));
     row("65 tracks", withMore(m_plain, "moov", track.repeated(63)),
@@ -359,7 +370,7 @@ void MovieHeadersTest::givesUpOnEndlessFiles()
         return into.size();
     });
     QCOMPARE(thrownText([&] { (void)probeMedia(file.bytes); }), expected);
-    QVERIFY2(file.read <= 64 * 1024 * 1024 && file.reads < 2'000'000,
+    QVERIFY2(file.read <= std::uint64_t{64} * 1024 * 1024 && file.reads < 2'000'000,
              QByteArray::number(file.reads).constData());
 }
 
