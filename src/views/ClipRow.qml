@@ -72,7 +72,7 @@ Rectangle {
                     id: hover
                 }
                 HelpTip {
-                    visible: hover.hovered && file.truncated
+                    open: hover.hovered && file.truncated
                     text: root.fileName
                 }
             }

@@ -24,7 +24,7 @@ RowLayout {
             id: hover
         }
         HelpTip {
-            visible: hover.hovered && shown.truncated
+            open: hover.hovered && shown.truncated
             text: root.value
         }
     }

@@ -1,7 +1,7 @@
 import QtQuick
 
 // Something that takes the keyboard as a whole: a list, a row of tabs. The ring is for people who came
-// by keyboard; a press of the pointer says so with focusByPointer().
+// by keyboard or go on with it; a press of the pointer says so with focusByPointer().
 Item {
     id: root
 
@@ -15,8 +15,4 @@ Item {
 
     activeFocusOnTab: true
     onActiveFocusChanged: pointerFocus = pointerFocus && activeFocus
-    Keys.onPressed: event => {
-        pointerFocus = false;
-        event.accepted = false;
-    }
 }

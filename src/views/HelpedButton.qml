@@ -26,7 +26,7 @@ Item {
         id: hover
     }
     HelpTip {
-        visible: hover.hovered && text.length > 0
+        open: hover.hovered && text.length > 0
         text: button.enabled ? button.help : button.help + "\n" + button.obstacle
     }
 }

@@ -37,7 +37,7 @@ SelectableRow {
         }
     }
     HelpTip {
-        visible: root.hovered && shown.truncated
+        open: root.hovered && shown.truncated
         text: root.name
     }
 }

@@ -22,6 +22,7 @@ FocusStop {
         list.positionViewAtIndex(row, ListView.Contain);
     }
     function go(rows: int) {
+        pointerFocus = false;
         if (selectable)
             rowRequested(Math.max(0, Math.min(list.count - 1, selectedIndex + rows)));
         else
@@ -64,6 +65,7 @@ FocusStop {
 
         anchors.fill: parent
         clip: true
+        cacheBuffer: 0 // rows are quick to make, and none is left half made when it goes
         currentIndex: -1
         boundsBehavior: Flickable.StopAtBounds
         keyNavigationEnabled: false

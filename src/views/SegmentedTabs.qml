@@ -14,10 +14,15 @@ FocusStop {
         current = Math.max(0, Math.min(titles.length - 1, index));
     }
 
+    function step(by: int) {
+        pointerFocus = false;
+        choose(current + by);
+    }
+
     implicitHeight: 32
     implicitWidth: row.implicitWidth + 4
-    Keys.onLeftPressed: choose(current - 1)
-    Keys.onRightPressed: choose(current + 1)
+    Keys.onLeftPressed: step(-1)
+    Keys.onRightPressed: step(1)
 
     Accessible.role: Accessible.PageTabList
     Accessible.name: label

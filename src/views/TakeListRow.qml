@@ -39,7 +39,7 @@ SelectableRow {
         color: root.complete ? Theme.ready : Theme.secondary
     }
     HelpTip {
-        visible: root.hovered && shown.truncated
+        open: root.hovered && shown.truncated
         text: root.takeId
     }
 }

@@ -2,6 +2,7 @@
 
 #include <QList>
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -80,6 +81,11 @@ bool belongs(char32_t before, char32_t c, char32_t after)
     return (c == zeroWidthNonJoiner || c == zeroWidthJoiner) && joinsLetters(before, c, after);
 }
 
+bool isPrintableAscii(QChar c)
+{
+    return c >= u' ' && c <= u'~';
+}
+
 QString visibleMark(char32_t c)
 {
     if (c < 0x20)
@@ -94,6 +100,9 @@ QString visibleMark(char32_t c)
 
 QString displayText(const QString &text, qsizetype maximum)
 {
+    // Nearly all text is plain, and a library has tens of thousands of names.
+    if (text.size() <= maximum && std::ranges::all_of(text, isPrintableAscii))
+        return text;
     QString shown;
     shown.reserve(qMin(text.size(), 2 * maximum));
     qsizetype count = 0;

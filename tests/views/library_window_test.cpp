@@ -367,6 +367,16 @@ private Q_SLOTS:
         QCOMPARE(accessibilityFaults(probe.window()), QString());
     }
 
+    void explainsADisabledButtonUnderThePointer()
+    {
+        WindowProbe probe(fewProjects());
+        QQuickItem *download = probe.named(u"Download Take"_s);
+        const QPointF centre(download->width() / 2, download->height() / 2);
+        QTest::mouseMove(probe.window(), download->mapToScene(centre).toPoint());
+        QTRY_VERIFY(probe.shows(
+            u"Resume and verify every pending camera recording in this take\nNo phone is connected."_s));
+    }
+
     void isWalkedByTab()
     {
         WindowProbe probe(fewProjects());
