@@ -236,7 +236,7 @@ private Q_SLOTS:
         probe.press(Qt::Key_Left);
         probe.press(Qt::Key_Left);
         QTRY_VERIFY(probe.shows(u"No active transfers"_s));
-        QVERIFY(probe.shows(u"Camera D, Camera D.mov, Verified on Mac"_s));
+        QTRY_VERIFY(probe.shows(u"Camera D, Camera D.mov, Verified on Mac"_s));
         QVERIFY(!probe.shows(u"REFERENCE"_s));
         probe.click(probe.named(u"Use as reference"_s));
         QCOMPARE(probe.store().selectedTake()->referenceCameraId, u"Camera A"_s);
