@@ -80,12 +80,16 @@ private Q_SLOTS:
         QVERIFY(std::abs(placement.sourceEnd - sourceEnd) < 1e-9);
     }
 
-    void staysWithinTheMedia()
+    void staysWithinTheMediaWhereRoundingLeavesIt()
     {
-        // 0.1 * 3 is a little more than 0.3: the end is held at the media's.
-        const Placement placement = DriftEngine::placement(clip(0.1 * 3, 1, 0.7), 10);
-        QCOMPARE(placement.sourceStart, std::max(placement.start - 0.1 * 3, 0.0));
-        QVERIFY(placement.sourceStart >= 0 && placement.sourceEnd <= 0.7);
+        // A hair after frame 11: 30 times it is 11 again, and so the clip would start before its
+        // first sample. A hair before frame 23: 30 times it is 23, past the last sample.
+        const double offset = std::nextafter(11 / 30.0, infinity);
+        QVERIFY(30 * offset == 11);
+        QCOMPARE(DriftEngine::placement(clip(offset, 1, 8), 30).sourceStart, 0.0);
+        const double duration = std::nextafter(23 / 30.0, 0.0);
+        QVERIFY(30 * duration == 23);
+        QVERIFY(DriftEngine::placement(clip(0, 1, duration), 30).sourceEnd == duration);
     }
 
     void refusesWhatCoversNoFrameOrNoMedia_data()
