@@ -86,7 +86,7 @@ private Q_SLOTS:
         // first sample. A hair before frame 23: 30 times it is 23, past the last sample.
         const double offset = std::nextafter(11 / 30.0, infinity);
         QVERIFY(30 * offset == 11);
-        QCOMPARE(DriftEngine::placement(clip(offset, 1, 8), 30).sourceStart, 0.0);
+        QVERIFY(DriftEngine::placement(clip(offset, 1, 8), 30).sourceStart == 0);
         const double duration = std::nextafter(23 / 30.0, 0.0);
         QVERIFY(30 * duration == 23);
         QVERIFY(DriftEngine::placement(clip(0, 1, duration), 30).sourceEnd == duration);
