@@ -4,6 +4,9 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 cd "$root"
 
+# The sanitizers find line numbers through binutils: clang's package brings no symbolizer of its own.
+export ASAN_OPTIONS=detect_leaks=1:external_symbolizer_path=/usr/bin/addr2line
+
 # build_preset PRESET [TARGET ...]: builds these targets, by default all. Ninja configures again by itself when
 # a CMakeLists.txt has changed, but knows nothing of the presets.
 build_preset() {
