@@ -89,18 +89,31 @@ private Q_SLOTS:
         }
     }
 
-    void refusesADurationThatIsNone()
+    void refusesHeadersWithoutTimes_data()
     {
-        QFile file(path(u"plain.mov"_s));
+        QTest::addColumn<QByteArray>("box");
+        QTest::addColumn<int>("offset"); // of a 32-bit number, behind the box's type
+        QTest::addColumn<QString>("refusal");
+        // ISO/IEC 14496-12, versions 0 of 8.2.2 (duration) and 8.6.1.2 (delta of all samples).
+        QTest::newRow("no duration")
+            << "mvhd"_ba << 20 << u"Invalid media duration for changed.mov."_s;
+        QTest::newRow("no rate") << "stts"_ba << 16 << u"Missing video frame rate."_s;
+    }
+
+    void refusesHeadersWithoutTimes()
+    {
+        QFETCH(const QByteArray, box);
+        QFETCH(const int, offset);
+        QFETCH(const QString, refusal);
+        makeMovie(path(u"silent.mov"_s), testMovie(2, u"30"_s, 0));
+        QFile file(path(u"silent.mov"_s));
         QVERIFY(file.open(QIODevice::ReadOnly));
         QByteArray bytes = file.readAll();
-        // ISO/IEC 14496-12 8.2.2, version 0: the duration stands 20 bytes behind the box's type.
-        bytes.replace(bytes.indexOf("mvhd") + 20, 4, QByteArray(4, '\0'));
-        QFile changed(path(u"no time.mov"_s));
+        bytes.replace(bytes.indexOf(box) + offset, 4, QByteArray(4, '\0'));
+        QFile changed(path(u"changed.mov"_s));
         QVERIFY(changed.open(QIODevice::WriteOnly) && changed.write(bytes) == bytes.size());
         changed.close();
-        QCOMPARE(thrownText([&] { (void)DriftEngine::mediaInfo(changed.fileName()); }),
-                 u"Invalid media duration for no time.mov."_s);
+        QCOMPARE(thrownText([&] { (void)DriftEngine::mediaInfo(changed.fileName()); }), refusal);
     }
 
     void passesTheReadersErrorsOn()
