@@ -137,7 +137,7 @@ void measure(const QString &folder, std::int64_t bytes)
     project.takes = {take};
     QStringList arguments{u"dgst"_s, u"-sha256"_s};
     for (const VORNClip &clip : take.clips)
-        arguments << *clip.localPath;
+        arguments << clip.localPath.value_or(QString());
 
     // A folder for each package: two of one second would have the same name.
     int packages = 0;

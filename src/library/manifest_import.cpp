@@ -10,7 +10,7 @@ namespace vorn {
 namespace {
 
 // A manifest of 10,000 clips with a hundred anchors each is below this.
-constexpr std::int64_t maximumManifestBytes = 256 * 1024 * 1024;
+constexpr std::int64_t maximumManifestBytes = std::int64_t{256} * 1024 * 1024;
 
 /// The project that the manifest belongs to, with the name and revision it has afterwards.
 VORNProject reconciledProject(const SourceManifest &manifest, const VORNLibrary &library)
