@@ -54,7 +54,7 @@ QString Sha256::finish()
 QString sha256OfFile(const QString &path, const std::function<void(std::int64_t)> &onProgress)
 {
     // One plain buffer: memory maps, direct input and a reader thread measured no faster.
-    constexpr std::size_t bufferBytes = 1024 * 1024;
+    constexpr auto bufferBytes = std::size_t{1024} * 1024;
 
     const FileDescriptor file = openRegularFile(path);
     ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_SEQUENTIAL);

@@ -65,7 +65,7 @@ QString AppStore::loadOrCreateCollectorID()
             return *known;
     } catch (const FileError &) { // NOLINT(bugprone-empty-catch): a first start, or nothing usable
     }
-    const QString fresh = newUuidText();
+    QString fresh = newUuidText();
     try {
         createFolders(m_supportDirectory, FolderMode::ownerOnly);
         writeFileAtomically(path, fresh.toUtf8(), FileMode::ownerOnly);

@@ -60,7 +60,7 @@ LibraryFile::EncodedTakes LibraryFile::encodedTakes(const VORNLibrary &library)
     EncodedTakes encoded;
     for (const VORNProject &project : library.projects) {
         for (const VORNTake &take : project.takes)
-            encoded.insert(takeKey(project, take), encodedTake(take));
+            encoded.emplace(takeKey(project, take), encodedTake(take));
     }
     return encoded;
 }
@@ -125,7 +125,7 @@ std::vector<QByteArray> LibraryFile::encode(const VORNLibrary &library)
                 entry = encodedTake(take);
             pieces.push_back(takeSeparator);
             pieces.push_back(entry.text);
-            encoded.insert(key, std::move(entry));
+            encoded.emplace(key, std::move(entry)); // insert would copy every take
             takeSeparator = ",\n\t\t\t\t";
         }
         pieces.push_back(frame.tail);

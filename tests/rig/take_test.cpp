@@ -301,7 +301,7 @@ private:
         const double duration = phone.rate.seconds(phone.frames);
         QVERIFY(anchors.size() >= 5);
         double previous = 0;
-        for (const QJsonValue &anchor : anchors) {
+        for (const QJsonValue anchor : anchors) {
             const double source = anchor[u"source_seconds"].toDouble();
             const double reference = anchor[u"reference_seconds"].toDouble();
             QVERIFY(source > previous && source - previous <= 0.35 * duration);

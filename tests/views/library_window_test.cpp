@@ -299,7 +299,7 @@ private Q_SLOTS:
 
     void exportsInSight()
     {
-        constexpr qint64 longEnoughToSee = 512 * 1024 * 1024;
+        constexpr auto longEnoughToSee = qint64{512} * 1024 * 1024;
         WindowProbe probe({});
         QVERIFY(!probe.named(u"Export for Resolve"_s)->isEnabled());
         probe.store().importManifest(writeManifest(probe.folder(), longEnoughToSee));

@@ -106,7 +106,9 @@ private Q_SLOTS:
         Watched watched;
         for (int round = 0; round < 400; ++round) {
             std::vector<Row> next;
-            for (int i = 0; i < random.bounded(24); ++i)
+            const int count = random.bounded(24);
+            next.reserve(std::size_t(count));
+            for (int i = 0; i < count; ++i)
                 next.push_back(
                     {QString(QChar(u'a' + char16_t(random.bounded(20)))), random.bounded(3)});
             std::vector<QPersistentModelIndex> kept;
