@@ -57,10 +57,11 @@ function(vorn_label_test name)
     add_dependencies(${folder}_tests ${name})
 endfunction()
 
-# vorn_add_test(<name> DEPENDS <rooms> [SOURCES <files>] [LIBRARIES <libraries>] [TIMEOUT <seconds>])
-# One Qt Test program, <name>.cpp unless SOURCES says otherwise, run as ctest case <name>.
+# vorn_add_test(<name> DEPENDS <rooms> [SOURCES <files>] [LIBRARIES <libraries>] [TIMEOUT <seconds>] [LAB])
+# One Qt Test program, <name>.cpp unless SOURCES says otherwise, run as ctest case <name>. With LAB it runs in a
+# network of its own (scripts/lab), as whatever listens for cameras or scans must.
 function(vorn_add_test name)
-    cmake_parse_arguments(arg "" "TIMEOUT" "SOURCES;DEPENDS;LIBRARIES" ${ARGN})
+    cmake_parse_arguments(arg "LAB" "TIMEOUT" "SOURCES;DEPENDS;LIBRARIES" ${ARGN})
     if(NOT arg_SOURCES)
         set(arg_SOURCES ${name}.cpp)
     endif()
@@ -72,7 +73,11 @@ function(vorn_add_test name)
     list(TRANSFORM arg_DEPENDS PREPEND vorn_)
     target_link_libraries(${name} PRIVATE vorn_flags vorn_warnings ${arg_DEPENDS} vorn_test_support Qt6::Test
         ${arg_LIBRARIES})
-    add_test(NAME ${name} COMMAND ${name})
+    if(arg_LAB)
+        add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/scripts/lab $<TARGET_FILE:${name}>)
+    else()
+        add_test(NAME ${name} COMMAND ${name})
+    endif()
     set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT}
         ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;UBSAN_OPTIONS=print_stacktrace=1")
     vorn_label_test(${name})
