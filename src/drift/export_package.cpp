@@ -117,7 +117,7 @@ std::vector<Prepared> preparedClips(const VORNTake &take, const QString &referen
                                     const OnProgress &onProgress)
 {
     ExportProgress progress;
-    progress.clipCount = take.clips.size();
+    progress.clipCount = std::size_t(take.clips.size());
     for (const VORNClip &clip : take.clips)
         progress.totalBytes += sizeOnDisk(clip);
 

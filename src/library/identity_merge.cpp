@@ -52,7 +52,7 @@ void mergeClip(const VORNClip &clip, VORNTake &take, const VORNProject &project,
         throw IdentityError(u"Take %1 has more than one finalized clip for camera %2."_s.arg(
             take.id, clip.cameraId));
     }
-    std::erase_if(take.clips, [&](const VORNClip &old) { return old.id == clip.id; });
+    take.clips.removeIf([&](const VORNClip &old) { return old.id == clip.id; });
     take.clips.push_back(std::move(merged));
 }
 

@@ -15,6 +15,10 @@ namespace vorn {
 // and writing both follow from that list. Plain fields are required; an std::optional that is
 // absent is left out, and read as absent when missing or null. Unknown keys are ignored.
 
+/// A list of records, such as std::vector or QList.
+template <class List>
+concept recordList = requires(List list) { list.emplace_back(); };
+
 /// Reads the fields of one object. Throws JsonError that names the place.
 class JsonReader {
 public:
@@ -37,7 +41,7 @@ public:
             read(json, placeOf(key), value.emplace());
     }
     /// A list that counts as empty when the key is missing.
-    template <class Record> void listOrEmpty(const QString &key, std::vector<Record> &list) const
+    template <recordList List> void listOrEmpty(const QString &key, List &list) const
     {
         const QJsonValue json = m_object.value(key);
         if (!json.isUndefined() && !json.isNull())
@@ -60,14 +64,14 @@ private:
             fail(json, place, "an object");
         describe(JsonReader(json.toObject(), m_document, place), record);
     }
-    template <class Record>
-    void read(const QJsonValue &json, const QString &place, std::vector<Record> &list) const
+    template <recordList List>
+    void read(const QJsonValue &json, const QString &place, List &list) const
     {
         if (!json.isArray())
             fail(json, place, "a list");
         const QJsonArray array = json.toArray();
         list.clear();
-        list.reserve(std::size_t(array.size()));
+        list.reserve(decltype(list.size())(array.size()));
         for (qsizetype index = 0; index < array.size(); ++index)
             read(array.at(index), QStringLiteral("%1[%2]").arg(place).arg(index),
                  list.emplace_back());
@@ -90,7 +94,7 @@ public:
         if (value)
             m_object.insert(key, json(*value));
     }
-    template <class Record> void listOrEmpty(const QString &key, const std::vector<Record> &list)
+    template <recordList List> void listOrEmpty(const QString &key, const List &list)
     {
         (*this)(key, list);
     }
@@ -108,10 +112,10 @@ private:
         describe(writer, record);
         return writer.m_object;
     }
-    template <class Record> static QJsonValue json(const std::vector<Record> &list)
+    template <recordList List> static QJsonValue json(const List &list)
     {
         QJsonArray array;
-        for (const Record &record : list)
+        for (const auto &record : list)
             array.append(json(record));
         return array;
     }

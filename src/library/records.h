@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDateTime>
+#include <QList>
 #include <QString>
 #include <QUuid>
 
@@ -59,7 +60,9 @@ struct VORNTake {
     std::optional<QString> referenceCameraId;
     QString timelineFPS = defaultTimelineFPS.toString();
     std::optional<QString> sourceManifestPath;
-    std::vector<VORNClip> clips;
+    /// Shared between copies, so that takes are copied, and found unchanged, without a look at
+    /// clips.
+    QList<VORNClip> clips;
 
     bool operator==(const VORNTake &) const = default;
 };
@@ -99,17 +102,9 @@ struct VORNLibrary {
 }
 
 /// The first record with this id, or null. Do not keep the pointer across a change of the list.
-template <class Record>
-[[nodiscard]] Record *findById(std::vector<Record> &records, const QString &id)
+template <class List> [[nodiscard]] auto *findById(List &records, const QString &id)
 {
-    const auto found = std::ranges::find(records, id, &Record::id);
-    return found == records.end() ? nullptr : &*found;
-}
-
-template <class Record>
-[[nodiscard]] const Record *findById(const std::vector<Record> &records, const QString &id)
-{
-    const auto found = std::ranges::find(records, id, &Record::id);
+    const auto found = std::ranges::find(records, id, &List::value_type::id);
     return found == records.end() ? nullptr : &*found;
 }
 

@@ -18,7 +18,7 @@ VORNClip clip(const QString &id, const QString &cameraId)
     return clip;
 }
 
-VORNTake take(const QString &id, std::vector<VORNClip> clips)
+VORNTake take(const QString &id, QList<VORNClip> clips)
 {
     VORNTake take;
     take.id = id;
@@ -126,7 +126,7 @@ private Q_SLOTS:
         again.anchors = {{1, 2, 1, 1}};
         mergeClip(again, target, project, library);
         again.localPath = u"/verified.mov"_s;
-        QCOMPARE(target.clips, std::vector{again});
+        QCOMPARE(target.clips, QList{again});
     }
 
     void replacesAProjectAndSortsByName()

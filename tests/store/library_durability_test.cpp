@@ -26,7 +26,7 @@ VORNLibrary sampleLibrary(int takes)
         clip.anchors.assign(10, {1.5, 2.25, 0.9, 1});
         VORNTake take;
         take.id = u"take-%1"_s.arg(index);
-        take.clips.assign(4, clip);
+        take.clips.fill(clip, 4);
         project.takes.push_back(take);
     }
     return {{project, {.id = u"q"_s, .name = u"empty"_s, .revision = {}, .takes = {}}}};

@@ -22,7 +22,7 @@ VORNClip clip(const QString &camera, bool local)
     return result;
 }
 
-VORNTake take(const QString &id, std::vector<VORNClip> clips = {})
+VORNTake take(const QString &id, QList<VORNClip> clips = {})
 {
     VORNTake result;
     result.id = id;
