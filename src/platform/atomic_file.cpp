@@ -100,13 +100,7 @@ private:
 
 void writeFileAtomically(const QString &path, std::span<const QByteArray> pieces, FileMode mode)
 {
-    const qsizetype slash = path.lastIndexOf(u'/');
-    const QString folderPath = slash > 0 ? path.first(slash) : slash == 0 ? u"/"_s : u"."_s;
-    const FileDescriptor folder(
-        ::open(nativePath(folderPath).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder.isOpen())
-        throw FileError(u"Cannot write"_s, path, errno);
-
+    const FileDescriptor folder = openParentFolder(path);
     qsizetype total = 0;
     for (const QByteArray &piece : pieces)
         total += piece.size();

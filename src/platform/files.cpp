@@ -129,10 +129,27 @@ QByteArray readFile(const QString &path, std::int64_t maximumBytes)
     return bytes;
 }
 
+FileDescriptor openParentFolder(const QString &path)
+{
+    const qsizetype slash = path.lastIndexOf(u'/');
+    const QString parent = slash > 0 ? path.first(slash) : slash == 0 ? u"/"_s : u"."_s;
+    FileDescriptor folder(
+        ::open(nativePath(parent).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.isOpen())
+        throw FileError(u"Cannot write"_s, path, errno);
+    return folder;
+}
+
 void createFolder(const QString &path)
 {
-    if (::mkdir(nativePath(path).constData(), mode_t(FolderMode::followUmask)) != 0)
+    const QByteArray native = nativePath(path);
+    if (::mkdir(native.constData(), mode_t(FolderMode::followUmask)) != 0)
         throw FileError(u"Cannot create the folder"_s, path, errno);
+    if (::fsync(openParentFolder(path).get()) != 0) {
+        const int failure = errno;
+        ::rmdir(native.constData());
+        throw FileError(u"Cannot create the folder"_s, path, failure);
+    }
 }
 
 void createFolders(const QString &path, FolderMode mode)

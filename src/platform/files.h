@@ -75,9 +75,13 @@ private:
 /// Reads a regular file whole. Throws FileError, also when it holds more than `maximumBytes`.
 [[nodiscard]] QByteArray readFile(const QString &path, std::int64_t maximumBytes);
 
+/// Opens the folder that holds `path`, to flush its entries. Throws FileError that names `path`.
+[[nodiscard]] FileDescriptor openParentFolder(const QString &path);
+
 enum class FolderMode : std::uint32_t { followUmask = 0777, ownerOnly = 0700 };
 
-/// Makes one folder whose parent must exist. Throws FileError, also when the path is taken.
+/// Makes one folder whose parent must exist, and flushes its entry there. Throws FileError, also
+/// when the path is taken.
 void createFolder(const QString &path);
 
 /// Makes `path` and what is missing above it; a folder that is there stays as it is, links to

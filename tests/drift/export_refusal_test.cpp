@@ -189,13 +189,16 @@ private Q_SLOTS:
     {
         const QStringList names{u"timeline.fcpxml"_s, u"alignment-report.json"_s,
                                 u"source-manifest.json"_s};
-        // Two flushes a file: its bytes, and its entry in the folder.
-        for (int flush = 1; flush <= 6; ++flush) {
+        // One flush for the folder's entry, then two a file: its bytes, and its entry.
+        for (int flush = 1; flush <= 7; ++flush) {
             flushCount = 0;
             failingFlush = flush;
             const QString text = refusalOf(m_samples->take());
-            QVERIFY2(text.startsWith(u"Cannot write "_s + m_samples->parent())
-                         && text.endsWith(names[(flush - 1) / 2] + u": Input/output error."_s),
+            const bool isFolder = flush == 1;
+            const QString action = isFolder ? u"Cannot create the folder "_s : u"Cannot write "_s;
+            const QString end = isFolder ? QString() : u'/' + names[(flush - 2) / 2];
+            QVERIFY2(text.startsWith(action + m_samples->parent())
+                         && text.endsWith(end + u": Input/output error."_s),
                      qPrintable(text));
             QCOMPARE(m_samples->inParent(), QStringList());
         }
