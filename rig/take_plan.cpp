@@ -1,8 +1,9 @@
 #include "rig/take_plan.h"
 
+#include "rig/dice.h"
+
 #include <algorithm>
 #include <cmath>
-#include <random>
 
 namespace vorn::rig {
 namespace {
@@ -11,28 +12,6 @@ using namespace Qt::StringLiterals;
 
 constexpr QSize landscapeSize(640, 360);
 constexpr int anchorCount = 24;
-
-// The distributions of <random> differ between standard libraries; these do not.
-class Dice {
-public:
-    explicit Dice(std::int64_t seed) : m_engine(std::uint64_t(seed)) {}
-
-    double uniform(double from, double to)
-    {
-        return from + (to - from) * double(m_engine() >> 11) * 0x1p-53;
-    }
-    // Twelve uniform values have variance 1 and are close to normal, by plain additions.
-    double normal()
-    {
-        double sum = -6;
-        for (int term = 0; term < 12; ++term)
-            sum += uniform(0, 1);
-        return sum;
-    }
-
-private:
-    std::mt19937_64 m_engine;
-};
 
 // Plans hold values that a person can read: microseconds, hundredths of ppm.
 double rounded(double value, double step)
