@@ -2,6 +2,8 @@
 
 #include "platform/json_text.h"
 #include "rig/check.h"
+#include "rig/control.h"
+#include "rig/phones.h"
 #include "rig/rig_error.h"
 #include "rig/take.h"
 
@@ -133,8 +135,100 @@ ExitCode runCheck()
     return check.isWithinOneFrame() ? done : failed;
 }
 
+std::optional<Endpoint> desktopEndpoint(const QString &text)
+{
+    if (text == u"none")
+        return std::nullopt;
+    const QHostAddress address(text.section(u':', 0, 0));
+    bool isNumber = true;
+    const quint16 port =
+        text.contains(u':') ? text.section(u':', 1).toUShort(&isNumber) : statusPort;
+    if (address.protocol() != QAbstractSocket::IPv4Protocol || !isNumber || port == 0)
+        throw UsageError(u"--desktop must be such as 10.77.0.1 or 127.0.0.1:50000, or none."_s);
+    return Endpoint{address, port};
+}
+
+PictureFormat formatOption(const QCommandLineParser &parser, const QString &option,
+                           const QString &text)
+{
+    const std::optional<PictureFormat> format = pictureFormatFromText(text);
+    if (!format)
+        throw UsageError(u"--%1 must give from 64x64@1 to 4096x4096@120, not %2."_s.arg(
+            option, parser.value(option)));
+    return *format;
+}
+
+PhonesOptions phonesOptions(const QCommandLineParser &parser)
+{
+    PhonesOptions options;
+    options.count = int(wholeNumber(parser, u"count"_s, 1, maximumCameras));
+    options.address = QHostAddress(parser.value(u"address"_s));
+    if (options.address.protocol() != QAbstractSocket::IPv4Protocol)
+        throw UsageError(u"--address must be an IPv4 address."_s);
+    options.port = quint16(wholeNumber(parser, u"port"_s, 0, 65'535));
+    options.previewPort = quint16(wholeNumber(parser, u"preview-port"_s, 0, 65'535));
+    options.desktop = desktopEndpoint(parser.value(u"desktop"_s));
+    const std::optional<TransferHabit> transfer =
+        transferHabitFromText(parser.value(u"transfer"_s));
+    if (!transfer)
+        throw UsageError(u"--transfer must be ask, approve, decline, pending or silent."_s);
+    options.transfer = *transfer;
+    options.seed = wholeNumber(parser, u"seed"_s, 0, 1'000'000'000);
+    options.wall = formatOption(parser, u"wall"_s, parser.value(u"wall"_s));
+    options.selected =
+        formatOption(parser, u"size"_s, parser.value(u"size"_s) + u'@' + parser.value(u"fps"_s));
+    return options;
+}
+
+ExitCode runPhones()
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        u"Puts phones on the network, each on an address of its own: status packets, previews of\n"
+        "the scene, and answers to requests for Transfer Mode. They are turned while they run by\n"
+        "commands: on the terminal, on the control socket, or by a scenario, a file whose lines\n"
+        "are commands with a time in front (+2.5 cam-a sleep). Says ready once all is open, and\n"
+        "ends with the process that started it. Meant for the network of scripts/lab:\n"
+        "nsenter --target $VORN_LAB_PHONES --net vorn-rig phones\n\n"_s
+        + Phones::help());
+    parser.addOptions({
+        {u"count"_s, u"Phones, 1 to 16 (4)."_s, u"N"_s, u"4"_s},
+        {u"address"_s, u"Of the first phone; the others have the next (10.77.0.11)."_s,
+         u"ADDRESS"_s, u"10.77.0.11"_s},
+        {u"desktop"_s, u"Gets each status by unicast too (10.77.0.1)."_s, u"ADDRESS[:PORT]|none"_s,
+         u"10.77.0.1"_s},
+        {u"control"_s, u"Path of the control socket."_s, u"PATH"_s},
+        {u"scenario"_s, u"Commands with their times."_s, u"FILE"_s},
+        {u"transfer"_s, u"ask, approve, decline, pending or silent (ask)."_s, u"HABIT"_s, u"ask"_s},
+        {u"seed"_s, u"Decides which datagrams faults hit (1)."_s, u"N"_s, u"1"_s},
+        {u"size"_s, u"Of the selected preview (1280x720)."_s, u"WxH"_s, u"1280x720"_s},
+        {u"fps"_s, u"Of the selected preview (30)."_s, u"RATE"_s, u"30"_s},
+        {u"wall"_s, u"Of the wall's previews (640x360@12)."_s, u"WxH@RATE"_s, u"640x360@12"_s},
+        {u"port"_s, u"UDP port of the phones; 0: any (45454)."_s, u"PORT"_s, u"45454"_s},
+        {u"preview-port"_s, u"TCP port of the phones; 0: any (45455)."_s, u"PORT"_s, u"45455"_s},
+    });
+    if (!parse(parser, u"phones"_s))
+        return done;
+    QObject owner;
+    quitWithParent(&owner);
+    Phones phones(phonesOptions(parser));
+    const CommandHandler handler = [&phones](const QString &line) { return phones.command(line); };
+    QObject::connect(&phones, &Phones::asked,
+                     [](const QString &text) { print(stdout, text + u'\n'); });
+    std::optional<ControlSocket> control;
+    if (parser.isSet(u"control"_s))
+        control.emplace(parser.value(u"control"_s), handler);
+    const TerminalControl terminal(handler);
+    if (parser.isSet(u"scenario"_s))
+        scheduleScenario(parser.value(u"scenario"_s), handler, &owner);
+    print(stdout, u"ready\n"_s);
+    QCoreApplication::exec();
+    return done;
+}
+
 const QString usage = u"Usage: vorn-rig COMMAND [options]\n"
                       "  take   film a synthetic scene with several simulated phones\n"
+                      "  phones put simulated phones on the network, live\n"
                       "  check  measure the alignment of an exported package\n"
                       "vorn-rig COMMAND --help tells more. Exit codes: 0 done, 1 failed or not\n"
                       "aligned, 2 wrong usage or unreadable input.\n"_s;
@@ -144,6 +238,8 @@ ExitCode run()
     const QString command = QCoreApplication::arguments().value(1);
     if (command == u"take")
         return runTake();
+    if (command == u"phones")
+        return runPhones();
     if (command == u"check")
         try {
             return runCheck();

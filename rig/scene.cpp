@@ -171,14 +171,14 @@ Scene::Scene(const SceneLook &look, QSize size)
 {
 }
 
-QImage Scene::picture(double sceneSeconds) const
+QImage Scene::picture(double sceneSeconds, const QString &note) const
 {
     QImage picture = m_backdrop.copy();
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::Antialiasing);
     paintWorld(painter, sceneSeconds);
     painter.resetTransform();
-    paintLabels(painter, sceneSeconds);
+    paintLabels(painter, sceneSeconds, note);
     painter.setRenderHint(QPainter::Antialiasing, false);
     drawCounter(painter, m_size, sceneSeconds);
     return picture;
@@ -192,7 +192,7 @@ void Scene::paintWorld(QPainter &painter, double sceneSeconds) const
     paintCars(painter, sceneSeconds);
 }
 
-void Scene::paintLabels(QPainter &painter, double sceneSeconds) const
+void Scene::paintLabels(QPainter &painter, double sceneSeconds, const QString &note) const
 {
     const QStringList sans{u"Inter"_s, u"DejaVu Sans"_s};
     const QStringList mono{u"JetBrains Mono"_s, u"DejaVu Sans Mono"_s};
@@ -205,7 +205,10 @@ void Scene::paintLabels(QPainter &painter, double sceneSeconds) const
     paintPlate(painter, name.bottomLeft() + QPointF(0, 5) * unit, m_look.owner, shade, Qt::white);
     painter.setFont(font(mono, 24 * unit, QFont::Medium));
     const double foot = counterStrip(m_size).top() - 46 * unit;
-    paintPlate(painter, QPointF(14 * unit, foot), clockText(sceneSeconds), shade, Qt::white);
+    const QRectF clock =
+        paintPlate(painter, QPointF(14 * unit, foot), clockText(sceneSeconds), shade, Qt::white);
+    if (!note.isEmpty())
+        paintPlate(painter, clock.topRight() + QPointF(5, 0) * unit, note, shade, m_look.tint);
 }
 
 } // namespace vorn::rig

@@ -17,12 +17,13 @@ public:
     /// The scene as the phone with that look sees it. A picture is `size` pixels, wide or upright.
     Scene(const SceneLook &look, QSize size);
 
-    /// The picture at that scene time, with the counter strip (counter.h). Format_RGB32.
-    [[nodiscard]] QImage picture(double sceneSeconds) const;
+    /// The picture at that scene time, with the counter strip (counter.h). Format_RGB32. `note`
+    /// stands behind the clock.
+    [[nodiscard]] QImage picture(double sceneSeconds, const QString &note = {}) const;
 
 private:
     void paintWorld(QPainter &painter, double sceneSeconds) const;
-    void paintLabels(QPainter &painter, double sceneSeconds) const;
+    void paintLabels(QPainter &painter, double sceneSeconds, const QString &note) const;
 
     SceneLook m_look;
     QSize m_size;
