@@ -1,7 +1,7 @@
 #include "views/activity_view_model.h"
 
+#include "platform/display_text.h"
 #include "store/app_store.h"
-#include "views/display_text.h"
 
 #include <QLocale>
 

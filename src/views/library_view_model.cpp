@@ -1,7 +1,7 @@
 #include "views/library_view_model.h"
 
+#include "platform/display_text.h"
 #include "store/app_store.h"
-#include "views/display_text.h"
 #include "views/file_panels.h"
 
 #include <QDir>

@@ -1,8 +1,8 @@
 #include "views/project_list_view_model.h"
 
+#include "platform/display_text.h"
 #include "platform/text_order.h"
 #include "store/app_store.h"
-#include "views/display_text.h"
 
 namespace vorn {
 

@@ -1,4 +1,4 @@
-#include "views/display_text.h"
+#include "platform/display_text.h"
 
 #include <QList>
 
