@@ -12,6 +12,10 @@ namespace vorn {
 // What a camera says of its previews. Sets are ordered, so that what is shown of them does not
 // jump.
 
+/// What one of the sets below may hold, several times what a camera has to say: a list longer than
+/// this reads as none, lest packets made of nothing else fill the memory.
+inline constexpr qsizetype maximumPreviewSetSize = 64;
+
 /// What a camera can deliver. The empty record belongs to a camera that never said.
 struct PreviewCapabilities {
     std::optional<std::int64_t> version;
@@ -53,11 +57,9 @@ struct PreviewTransportStatus {
 };
 
 /// The record under "previewCapabilities"; absent unless it is an object of version 1.
-[[nodiscard]] std::optional<PreviewCapabilities>
-decodePreviewCapabilities(const std::optional<QJsonValue> &value);
+[[nodiscard]] std::optional<PreviewCapabilities> decodePreviewCapabilities(const QJsonValue &value);
 
 /// The record under "previewTransport"; absent when it is no object, or says nothing.
-[[nodiscard]] std::optional<PreviewTransportStatus>
-decodePreviewTransport(const std::optional<QJsonValue> &value);
+[[nodiscard]] std::optional<PreviewTransportStatus> decodePreviewTransport(const QJsonValue &value);
 
 } // namespace vorn
