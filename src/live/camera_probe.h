@@ -1,0 +1,49 @@
+#pragma once
+
+#include "live/live_packet.h"
+#include "platform/files.h"
+
+#include <QByteArray>
+#include <QObject>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace vorn {
+
+/// Asks one host over TCP who it is. A camera answers a byte with a length and a snapshot; all else
+/// is no answer. Ends once, within `patience`, and has closed its socket by then.
+/// Context: the discovery thread.
+class CameraProbe : public QObject {
+    Q_OBJECT
+public:
+    static constexpr std::uint16_t port = 45455;
+    /// For the whole of it: a host that sends a byte now and then gains nothing.
+    static constexpr std::chrono::milliseconds patience{800};
+
+    CameraProbe(const QString &host, QObject *parent);
+
+Q_SIGNALS:
+    void finished(const std::optional<vorn::LiveCameraPacket> &answer);
+
+private:
+    void ask();
+    void read();
+    /// False when the connection has failed, or its answer cannot be one.
+    [[nodiscard]] bool readOn();
+    void finish(const std::optional<LiveCameraPacket> &answer);
+
+    FileDescriptor m_socket;
+    std::unique_ptr<QSocketNotifier> m_writable;
+    std::unique_ptr<QSocketNotifier> m_readable;
+    QTimer m_deadline;
+    QByteArray m_answer;      ///< length and body, as long as is known to come
+    qsizetype m_received = 0; ///< bytes of it that are there
+    bool m_isFinished = false;
+};
+
+} // namespace vorn

@@ -1,0 +1,194 @@
+#include "live/live_camera_discovery.h"
+
+#include <QUuid>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+
+LiveCameraDiscovery::LiveCameraDiscovery(QObject *parent, std::chrono::milliseconds requestLifetime)
+    : QObject(parent), m_worker(u"live-discovery"_s, [this, requestLifetime] {
+          auto worker = std::make_unique<LiveDiscoveryWorker>(requestLifetime);
+          listenTo(*worker);
+          return worker;
+      })
+{
+    start();
+}
+
+/// Runs on the worker's thread: what is connected here arrives on the UI thread.
+void LiveCameraDiscovery::listenTo(LiveDiscoveryWorker &worker)
+{
+    using Worker = LiveDiscoveryWorker;
+    connect(&worker, &Worker::opened, this, [this] {
+        setListening(true);
+        setErrorMessage({});
+    });
+    connect(&worker, &Worker::openFailed, this, [this](const QString &message) {
+        setErrorMessage(message);
+        setListening(false);
+    });
+    connect(&worker, &Worker::closed, this, [this] { setListening(false); });
+    connect(&worker, &Worker::scanningChanged, this, &LiveCameraDiscovery::setActiveScanning);
+    connect(&worker, &Worker::onlineAsked, this, [this] {
+        m_ui.assertCurrent();
+        const bool isAnyOnline = m_list.isAnyOnline(std::chrono::system_clock::now());
+        m_worker.post([isAnyOnline](Worker &asking) { asking.scanUnlessOnline(isAnyOnline); });
+    });
+    connect(&worker, &Worker::batchReady, this, &LiveCameraDiscovery::applyBatch);
+    connect(&worker, &Worker::requestChanged, this, &LiveCameraDiscovery::setTransferModeRequest);
+    connect(&worker, &Worker::requestExpired, this, [this](const TransferModeRequestState &state) {
+        m_ui.assertCurrent();
+        if (m_transferModeRequest && m_transferModeRequest->requestID == state.requestID)
+            setTransferModeRequest(state);
+    });
+    connect(&worker, &Worker::ticked, this, &LiveCameraDiscovery::tick);
+}
+
+const std::vector<LiveCamera> &LiveCameraDiscovery::cameras() const
+{
+    m_ui.assertCurrent();
+    return m_list.cameras();
+}
+
+bool LiveCameraDiscovery::isListening() const
+{
+    m_ui.assertCurrent();
+    return m_isListening;
+}
+
+bool LiveCameraDiscovery::isActiveScanning() const
+{
+    m_ui.assertCurrent();
+    return m_isActiveScanning;
+}
+
+const std::optional<QString> &LiveCameraDiscovery::errorMessage() const
+{
+    m_ui.assertCurrent();
+    return m_errorMessage;
+}
+
+const std::optional<TransferModeRequestState> &LiveCameraDiscovery::transferModeRequest() const
+{
+    m_ui.assertCurrent();
+    return m_transferModeRequest;
+}
+
+std::uint64_t LiveCameraDiscovery::livenessTick() const
+{
+    m_ui.assertCurrent();
+    return m_livenessTick;
+}
+
+void LiveCameraDiscovery::start()
+{
+    m_ui.assertCurrent();
+    m_worker.post([](LiveDiscoveryWorker &worker) { worker.start(); });
+}
+
+void LiveCameraDiscovery::stop()
+{
+    m_ui.assertCurrent();
+    m_worker.post([](LiveDiscoveryWorker &worker) { worker.stop(); });
+}
+
+void LiveCameraDiscovery::rescan()
+{
+    m_ui.assertCurrent();
+    m_worker.post([](LiveDiscoveryWorker &worker) { worker.rescan(); });
+}
+
+std::optional<QString> LiveCameraDiscovery::requestTransferMode(const LiveCamera &camera,
+                                                                const QString &collectorID,
+                                                                const QString &collectorName)
+{
+    m_ui.assertCurrent();
+    const QString requestID = QUuid::createUuid().toString(QUuid::WithoutBraces);
+    const PendingTransferRequest request{.cameraID = camera.id,
+                                         .cameraName = camera.name,
+                                         .host = camera.host,
+                                         .collectorID = collectorID};
+    const auto sentMs = std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::system_clock::now().time_since_epoch());
+    const auto data = transferModeRequestData(collectorID, camera.id, requestID,
+                                              cleanedCollectorName(collectorName), sentMs.count());
+    const bool isReady = camera.isOnline() && data;
+    const TransferModeRequestState state = transferModeState(
+        isReady ? TransferModeStage::sent : TransferModeStage::refused, requestID, request);
+    // Later, but before anything that the worker can say of it: the caller knows the id by then.
+    QMetaObject::invokeMethod(
+        this, [this, state] { setTransferModeRequest(state); }, Qt::QueuedConnection);
+    if (!isReady)
+        return std::nullopt;
+    m_worker.post([requestID, request, data = *data](LiveDiscoveryWorker &worker) {
+        worker.sendRequest(requestID, request, data);
+    });
+    return requestID;
+}
+
+void LiveCameraDiscovery::setListening(bool isListening)
+{
+    m_ui.assertCurrent();
+    if (std::exchange(m_isListening, isListening) != isListening)
+        Q_EMIT isListeningChanged();
+}
+
+void LiveCameraDiscovery::setActiveScanning(bool isScanning)
+{
+    m_ui.assertCurrent();
+    if (std::exchange(m_isActiveScanning, isScanning) != isScanning)
+        Q_EMIT isActiveScanningChanged();
+}
+
+void LiveCameraDiscovery::setErrorMessage(const std::optional<QString> &message)
+{
+    m_ui.assertCurrent();
+    if (std::exchange(m_errorMessage, message) != message)
+        Q_EMIT errorMessageChanged();
+}
+
+void LiveCameraDiscovery::setTransferModeRequest(const TransferModeRequestState &state)
+{
+    m_ui.assertCurrent();
+    if (std::exchange(m_transferModeRequest, state) != state)
+        Q_EMIT transferModeRequestChanged();
+}
+
+void LiveCameraDiscovery::applyBatch(const std::vector<CameraSnapshot> &batch)
+{
+    m_ui.assertCurrent();
+    bool isChanged = false;
+    for (const CameraSnapshot &snapshot : batch) {
+        if (m_list.apply(snapshot, std::chrono::system_clock::now()))
+            isChanged = true;
+    }
+    m_worker.post(
+        [listed = listedIds()](LiveDiscoveryWorker &worker) { worker.batchApplied(listed); });
+    if (isChanged)
+        Q_EMIT camerasChanged();
+}
+
+void LiveCameraDiscovery::tick()
+{
+    m_ui.assertCurrent();
+    if (m_list.removeExpired(std::chrono::system_clock::now())) {
+        m_worker.post(
+            [listed = listedIds()](LiveDiscoveryWorker &worker) { worker.setListed(listed); });
+        Q_EMIT camerasChanged();
+    }
+    ++m_livenessTick;
+    Q_EMIT livenessTickChanged();
+}
+
+QSet<QString> LiveCameraDiscovery::listedIds() const
+{
+    QSet<QString> ids;
+    for (const LiveCamera &camera : m_list.cameras())
+        ids.insert(camera.id);
+    return ids;
+}
+
+} // namespace vorn

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "live/camera_list.h"
+#include "live/live_camera.h"
+#include "live/live_discovery_worker.h"
+#include "live/transfer_mode_request.h"
+#include "platform/thread_context.h"
+#include "platform/worker_thread.h"
+
+#include <QObject>
+#include <QString>
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace vorn {
+
+/// The cameras that are alive on the local network. Listens from the moment it is made, asks around
+/// while no camera is online, and carries the request that a camera share its files. Its network
+/// work is done by a LiveDiscoveryWorker on a thread of its own. Context: UI thread.
+class LiveCameraDiscovery : public QObject {
+    Q_OBJECT
+public:
+    /// A test may give requests a shorter life.
+    explicit LiveCameraDiscovery(
+        QObject *parent = nullptr,
+        std::chrono::milliseconds requestLifetime = PendingTransferRequests::lifetime);
+
+    /// In the order of their names, offline ones included.
+    [[nodiscard]] const std::vector<LiveCamera> &cameras() const;
+    [[nodiscard]] bool isListening() const;
+    [[nodiscard]] bool isActiveScanning() const;
+    /// Why the program does not listen; absent while it does.
+    [[nodiscard]] const std::optional<QString> &errorMessage() const;
+    /// The last request; stays until the next one replaces it.
+    [[nodiscard]] const std::optional<TransferModeRequestState> &transferModeRequest() const;
+    /// Counts seconds. When it changes, cameras may have gone offline; nothing else tells.
+    [[nodiscard]] std::uint64_t livenessTick() const;
+
+    /// Listens again after stop(), or after a failure.
+    void start();
+    /// Listens and scans no more. What is known stays.
+    void stop();
+    /// Asks around at once, unless that is under way.
+    void rescan();
+    /// Asks a camera to share its files, in the name of this computer. Gives the request's id, or
+    /// nothing when the camera cannot be asked; how it goes is told by transferModeRequest().
+    std::optional<QString> requestTransferMode(const LiveCamera &camera, const QString &collectorID,
+                                               const QString &collectorName);
+
+Q_SIGNALS:
+    void camerasChanged();
+    void isListeningChanged();
+    void isActiveScanningChanged();
+    void errorMessageChanged();
+    void transferModeRequestChanged();
+    void livenessTickChanged();
+
+private:
+    void listenTo(LiveDiscoveryWorker &worker);
+    void setListening(bool isListening);
+    void setActiveScanning(bool isScanning);
+    void setErrorMessage(const std::optional<QString> &message);
+    void setTransferModeRequest(const TransferModeRequestState &state);
+    void applyBatch(const std::vector<CameraSnapshot> &batch);
+    void tick();
+    [[nodiscard]] QSet<QString> listedIds() const VORN_RUNS_ON(m_ui);
+
+    ThreadContext m_ui;
+    CameraList m_list VORN_OWNED_BY(m_ui);
+    bool m_isListening VORN_OWNED_BY(m_ui) = false;
+    bool m_isActiveScanning VORN_OWNED_BY(m_ui) = false;
+    std::optional<QString> m_errorMessage VORN_OWNED_BY(m_ui);
+    std::optional<TransferModeRequestState> m_transferModeRequest VORN_OWNED_BY(m_ui);
+    std::uint64_t m_livenessTick VORN_OWNED_BY(m_ui) = 0;
+    WorkerThread<LiveDiscoveryWorker> m_worker; ///< last: ends before what it reports to
+};
+
+} // namespace vorn

@@ -1,0 +1,248 @@
+#include "live/live_discovery_worker.h"
+
+#include "platform/ipv4_socket.h"
+#include "platform/monotonic_clock.h"
+#include "platform/network_interfaces.h"
+
+#include <array>
+#include <utility>
+#include <variant>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace vorn {
+namespace {
+
+constexpr std::uint16_t statusPort = 45454;
+const auto statusGroup = u"239.255.71.42"_s;
+
+constexpr auto firstScanAfter = 400ms;
+constexpr auto scanPeriod = 15s;
+constexpr auto livenessPeriod = 1s;
+
+// Timers and requests have their turn after this many, however many more wait.
+constexpr int maximumDatagramsAtOnce = 256;
+// Twelve datagrams fill what the system gives by itself.
+constexpr int receiveBufferBytes = 4 << 20;
+// The list need not change more often than the screen can show.
+constexpr auto batchPause = 33ms;
+
+std::unique_ptr<QTimer> preciseTimer()
+{
+    auto timer = std::make_unique<QTimer>();
+    timer->setTimerType(Qt::PreciseTimer);
+    return timer;
+}
+
+} // namespace
+
+LiveDiscoveryWorker::LiveDiscoveryWorker(std::chrono::milliseconds requestLifetime)
+    : m_requestLifetime(requestLifetime), m_scan([this] {
+          m_discovery.assertCurrent();
+          return m_orders.udpRevision();
+      })
+{
+    m_discovery.assertCurrent();
+    connect(&m_scan, &CameraScan::answered, this, &LiveDiscoveryWorker::takeAnswer);
+    connect(&m_scan, &CameraScan::finished, this, [this] { Q_EMIT scanningChanged(false); });
+    m_batchPause.setSingleShot(true);
+    m_batchPause.callOnTimeout(this, [this] {
+        m_discovery.assertCurrent();
+        postBatch();
+    });
+}
+
+void LiveDiscoveryWorker::start()
+{
+    m_discovery.assertCurrent();
+    openSocket();
+    startScanTimer();
+    startLivenessTimer();
+}
+
+void LiveDiscoveryWorker::stop()
+{
+    m_discovery.assertCurrent();
+    m_readable.reset();
+    m_socket = {};
+    m_scanTimer.reset();
+    m_livenessTimer.reset();
+    if (m_scan.isRunning()) {
+        m_scan.stop();
+        Q_EMIT scanningChanged(false);
+    }
+    Q_EMIT closed();
+}
+
+void LiveDiscoveryWorker::openSocket()
+{
+    if (m_socket.isOpen())
+        return;
+    FileDescriptor socket = openUdpSocket();
+    if (!socket.isOpen()) {
+        Q_EMIT openFailed(u"Could not create the VORN discovery socket."_s);
+        return;
+    }
+    if (!bindToSharedPort(socket, statusPort)) {
+        Q_EMIT openFailed(u"UDP port 45454 is unavailable."_s);
+        return;
+    }
+    askForReceiveBuffer(socket, receiveBufferBytes);
+    m_socket = std::move(socket);
+    joinGroup();
+    m_readable = std::make_unique<QSocketNotifier>(m_socket.get(), QSocketNotifier::Read);
+    connect(m_readable.get(), &QSocketNotifier::activated, this, &LiveDiscoveryWorker::receive);
+    Q_EMIT opened();
+}
+
+void LiveDiscoveryWorker::joinGroup()
+{
+    if (!m_socket.isOpen())
+        return;
+    for (const QString &address : localIPv4Links())
+        joinMulticastGroup(m_socket, statusGroup, address);
+}
+
+void LiveDiscoveryWorker::startLivenessTimer()
+{
+    if (m_livenessTimer)
+        return;
+    m_livenessTimer = preciseTimer();
+    m_livenessTimer->callOnTimeout(this, [this] { Q_EMIT ticked(); });
+    m_livenessTimer->start(livenessPeriod);
+}
+
+void LiveDiscoveryWorker::startScanTimer()
+{
+    if (m_scanTimer)
+        return;
+    m_scanTimer = preciseTimer();
+    m_scanTimer->callOnTimeout(this, [this] {
+        m_discovery.assertCurrent();
+        m_scanTimer->setInterval(scanPeriod);
+        if (m_scan.isRunning() || std::exchange(m_isAskingOnline, true))
+            return;
+        Q_EMIT onlineAsked();
+    });
+    m_scanTimer->start(firstScanAfter);
+}
+
+void LiveDiscoveryWorker::scanUnlessOnline(bool isAnyOnline)
+{
+    m_discovery.assertCurrent();
+    m_isAskingOnline = false;
+    // It may have been stopped while the question was on its way.
+    if (!isAnyOnline && m_scanTimer)
+        beginScan();
+}
+
+void LiveDiscoveryWorker::rescan()
+{
+    m_discovery.assertCurrent();
+    joinGroup();
+    beginScan();
+}
+
+void LiveDiscoveryWorker::beginScan()
+{
+    if (m_scan.isRunning())
+        return;
+    std::deque<QString> hosts = hostsToScan(localIPv4Links());
+    if (hosts.empty())
+        return;
+    Q_EMIT scanningChanged(true);
+    m_scan.start(std::move(hosts));
+}
+
+void LiveDiscoveryWorker::receive()
+{
+    m_discovery.assertCurrent();
+    // One byte more than a packet may have tells the one that is too long.
+    std::array<std::byte, maximumPacketBytes + 1> buffer;
+    for (int count = 0; count < maximumDatagramsAtOnce; ++count) {
+        const std::optional<ReceivedDatagram> datagram = receiveDatagram(m_socket, buffer);
+        if (!datagram)
+            break;
+        take(std::span(buffer).first(datagram->size), datagram->host);
+    }
+    postBatch();
+}
+
+void LiveDiscoveryWorker::take(std::span<const std::byte> data, const QString &host)
+{
+    const std::optional<LiveDatagram> datagram = decodeDatagram(data);
+    if (!datagram)
+        return;
+    if (const auto *response = std::get_if<TransferModeResponse>(&*datagram)) {
+        if (const auto state = m_requests.judge(*response, host))
+            Q_EMIT requestChanged(*state);
+        return;
+    }
+    const auto &packet = std::get<LiveCameraPacket>(*datagram);
+    // Room comes first: ids that nobody will see must not push out what is known of others.
+    if (m_batch.hasRoomFor(packet.cameraID())
+        && m_orders.acceptDatagram(packet, MonotonicClock::now()))
+        m_batch.add(decodeSnapshot(packet, host));
+}
+
+void LiveDiscoveryWorker::takeAnswer(const QString &host, const LiveCameraPacket &packet,
+                                     std::uint64_t startRevision)
+{
+    m_discovery.assertCurrent();
+    if (!m_batch.hasRoomFor(packet.cameraID())
+        || !m_orders.acceptProbe(packet, startRevision, MonotonicClock::now()))
+        return;
+    m_batch.add(decodeSnapshot(packet, host));
+    postBatch();
+}
+
+void LiveDiscoveryWorker::postBatch()
+{
+    if (m_batch.isEmpty() || m_isBatchPosted || m_batchPause.isActive())
+        return;
+    m_isBatchPosted = true;
+    m_batchPause.start(batchPause);
+    Q_EMIT batchReady(m_batch.take());
+}
+
+void LiveDiscoveryWorker::batchApplied(const QSet<QString> &listed)
+{
+    m_discovery.assertCurrent();
+    m_isBatchPosted = false;
+    m_batch.setListed(listed);
+    postBatch();
+}
+
+void LiveDiscoveryWorker::setListed(const QSet<QString> &listed)
+{
+    m_discovery.assertCurrent();
+    m_batch.setListed(listed);
+}
+
+void LiveDiscoveryWorker::sendRequest(const QString &requestID,
+                                      const PendingTransferRequest &request, const QByteArray &data)
+{
+    m_discovery.assertCurrent();
+    if (!m_socket.isOpen()) {
+        Q_EMIT requestChanged(transferModeState(TransferModeStage::noSocket, requestID, request));
+        return;
+    }
+    if (!sendDatagram(m_socket, data, request.host, statusPort)) {
+        Q_EMIT requestChanged(
+            transferModeState(TransferModeStage::unreachable, requestID, request));
+        return;
+    }
+    m_requests.add(requestID, request);
+    QTimer::singleShot(m_requestLifetime, Qt::PreciseTimer, this,
+                       [this, requestID] { expire(requestID); });
+}
+
+void LiveDiscoveryWorker::expire(const QString &requestID)
+{
+    m_discovery.assertCurrent();
+    if (const auto request = m_requests.remove(requestID))
+        Q_EMIT requestExpired(transferModeState(TransferModeStage::expired, requestID, *request));
+}
+
+} // namespace vorn

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "live/camera_scan.h"
+#include "live/peer_snapshot_orders.h"
+#include "live/snapshot_batch.h"
+#include "live/transfer_mode_request.h"
+#include "platform/files.h"
+#include "platform/thread_context.h"
+
+#include <QObject>
+#include <QSet>
+#include <QSocketNotifier>
+#include <QString>
+#include <QTimer>
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace vorn {
+
+/// The network's side of LiveCameraDiscovery: socket, scan, timers and requests under way. Speaks
+/// by signals, which cross to the UI thread. Context: the discovery thread, where it is made.
+class LiveDiscoveryWorker : public QObject {
+    Q_OBJECT
+public:
+    explicit LiveDiscoveryWorker(std::chrono::milliseconds requestLifetime);
+
+    /// Opens the socket and starts the timers, whichever is not there.
+    void start();
+    /// Closes the socket and ends timers and scan. Requests under way still expire.
+    void stop();
+    /// Joins the group on links that came up since, and scans.
+    void rescan();
+    /// The answer to onlineAsked().
+    void scanUnlessOnline(bool isAnyOnline);
+    /// The batch has been applied; `listed` are the ids that the list holds now.
+    void batchApplied(const QSet<QString> &listed);
+    void setListed(const QSet<QString> &listed);
+    void sendRequest(const QString &requestID, const PendingTransferRequest &request,
+                     const QByteArray &data);
+
+Q_SIGNALS:
+    void opened();
+    void openFailed(const QString &message);
+    void closed();
+    void scanningChanged(bool isScanning);
+    /// Wants scanUnlessOnline() with whether a camera is online.
+    void onlineAsked();
+    /// Wants batchApplied(); no other batch comes before.
+    void batchReady(const std::vector<vorn::CameraSnapshot> &batch);
+    void requestChanged(const vorn::TransferModeRequestState &state);
+    /// Nobody has decided in time. To be shown unless another request is.
+    void requestExpired(const vorn::TransferModeRequestState &state);
+    void ticked();
+
+private:
+    void openSocket() VORN_RUNS_ON(m_discovery);
+    void joinGroup() VORN_RUNS_ON(m_discovery);
+    void startScanTimer() VORN_RUNS_ON(m_discovery);
+    void startLivenessTimer() VORN_RUNS_ON(m_discovery);
+    void beginScan() VORN_RUNS_ON(m_discovery);
+    void receive();
+    void take(std::span<const std::byte> data, const QString &host) VORN_RUNS_ON(m_discovery);
+    void takeAnswer(const QString &host, const LiveCameraPacket &packet,
+                    std::uint64_t startRevision);
+    void postBatch() VORN_RUNS_ON(m_discovery);
+    void expire(const QString &requestID);
+
+    ThreadContext m_discovery;
+    const std::chrono::milliseconds m_requestLifetime;
+    FileDescriptor m_socket VORN_OWNED_BY(m_discovery);
+    std::unique_ptr<QSocketNotifier> m_readable VORN_OWNED_BY(m_discovery);
+    std::unique_ptr<QTimer> m_scanTimer VORN_OWNED_BY(m_discovery);
+    std::unique_ptr<QTimer> m_livenessTimer VORN_OWNED_BY(m_discovery);
+    PeerSnapshotOrders m_orders VORN_OWNED_BY(m_discovery);
+    CameraScan m_scan VORN_OWNED_BY(m_discovery);
+    bool m_isAskingOnline VORN_OWNED_BY(m_discovery) = false;
+    SnapshotBatch m_batch VORN_OWNED_BY(m_discovery);
+    bool m_isBatchPosted VORN_OWNED_BY(m_discovery) = false;
+    QTimer m_batchPause VORN_OWNED_BY(m_discovery);
+    PendingTransferRequests m_requests VORN_OWNED_BY(m_discovery);
+};
+
+} // namespace vorn

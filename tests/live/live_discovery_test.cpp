@@ -1,0 +1,294 @@
+// Cameras found over the lab's network, by their datagrams and by asking around.
+
+#include "lab_phones.h"
+#include "live/camera_probe.h"
+#include "live/camera_scan.h"
+#include "live/live_camera_discovery.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+using namespace vorn;
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto session = "3f2504e0-4f89-41d3-9a0c-0305e82c3301";
+constexpr auto otherSession = "6ba7b810-9dad-11d1-80b4-00c04fd430c8";
+
+void setCable(bool isIn)
+{
+    QCOMPARE(
+        QProcess::execute(u"ip"_s, {u"link"_s, u"set"_s, u"lab0"_s, isIn ? u"up"_s : u"down"_s}),
+        0);
+}
+
+/// TCP sockets of this network that wait for their connection (state 2, SYN_SENT).
+qsizetype connectingSockets()
+{
+    QFile table(u"/proc/self/net/tcp"_s);
+    if (!table.open(QFile::ReadOnly))
+        return -1;
+    qsizetype count = 0;
+    for (const QByteArray &line : table.readAll().split('\n')) {
+        const auto fields = line.simplified().split(' ');
+        count += fields.size() > 3 && fields[3] == "02";
+    }
+    return count;
+}
+
+} // namespace
+
+class LiveDiscoveryTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase() { QVERIFY2(qEnvironmentVariableIsSet("VORN_LAB_PHONES"), "no lab"); }
+
+    void namesTheHostsOfPrivateNetworks_data()
+    {
+        QTest::addColumn<bool>("isScanned");
+        for (const char *address : {"10.77.0.1", "172.16.0.5", "172.31.255.5", "192.168.1.20"})
+            QTest::newRow(address) << true;
+        for (const char *address :
+             {"172.15.0.5", "172.32.0.5", "169.254.3.3", "8.8.4.4", "192.169.1.1", "127.0.0.1",
+              "10.0.0", "10.0.x.1", "10.0.0.1.2", "10.300.0.1", "10.-1.0.1", "camera.local", ""})
+            QTest::newRow(address) << false;
+    }
+
+    void namesTheHostsOfPrivateNetworks()
+    {
+        QFETCH(const bool, isScanned);
+        const QString address = QString::fromLatin1(QTest::currentDataTag());
+        const auto hosts = hostsIn24(address);
+        QCOMPARE(hosts.size(), isScanned ? 254U : 0U);
+        if (!isScanned)
+            return;
+        const QString network = address.first(address.lastIndexOf(u'.') + 1);
+        QCOMPARE(hosts.front(), network + u'1');
+        QCOMPARE(hosts.back(), network + u"254"_s);
+        const auto asked = hostsToScan({address, u"8.8.4.4"_s});
+        QCOMPARE(asked.size(), 253U);
+        QVERIFY(std::ranges::find(asked, address) == asked.end());
+    }
+
+    void hearsCamerasAndScansNoMore()
+    {
+        const FileDescriptor phone = phoneSocket(u"10.77.0.11"_s);
+        const FileDescriptor other = phoneSocket(u"10.77.0.12"_s);
+        LiveCameraDiscovery discovery;
+        const QSignalSpy scans(&discovery, &LiveCameraDiscovery::isActiveScanningChanged);
+        QTRY_VERIFY(discovery.isListening());
+        sendToGroup(phone, status(u"a"_s, 5));
+        QTRY_COMPARE(batteryOf(discovery, u"a"_s), 5);
+        QCOMPARE(find(discovery, u"a"_s)->host, u"10.77.0.11"_s);
+        QVERIFY(find(discovery, u"a"_s)->isOnline());
+        QCOMPARE(discovery.errorMessage(), std::nullopt);
+        // By unicast, from another address: the camera has moved.
+        sendTo(other, u"10.77.0.1"_s, status(u"a"_s, 6));
+        QTRY_COMPARE(batteryOf(discovery, u"a"_s), 6);
+        QCOMPARE(find(discovery, u"a"_s)->host, u"10.77.0.12"_s);
+        // The first scan, before the first tick, has found a camera online.
+        QTRY_VERIFY(discovery.livenessTick() >= 1);
+        QCOMPARE(scans.count(), 0);
+    }
+
+    void appliesOnlyWhatIsNewer()
+    {
+        const FileDescriptor phone = phoneSocket(u"10.77.0.11"_s);
+        const QByteArray tooLong = status(u"long"_s, 1) + QByteArray(8192, ' ');
+        LiveCameraDiscovery discovery;
+        QTRY_VERIFY(discovery.isListening());
+        for (const QByteArray &data :
+             {status(u"a"_s, 1, sequenced(session, 5)), status(u"a"_s, 2, sequenced(session, 4)),
+              status(u"a"_s, 3), tooLong, QByteArray(), QByteArray("no JSON"),
+              status(u"b"_s, 4, sequenced(session, 1)),
+              status(u"b"_s, 5, sequenced(otherSession, 0)),
+              status(u"b"_s, 6, sequenced(session, 9))})
+            sendToGroup(phone, data);
+        sendToGroup(phone, status(u"last"_s, 7));
+        QTRY_COMPARE(batteryOf(discovery, u"last"_s), 7);
+        QCOMPARE(batteryOf(discovery, u"a"_s), 1);
+        QCOMPARE(batteryOf(discovery, u"b"_s), 5);
+        QCOMPARE(discovery.cameras().size(), 3U);
+    }
+
+    void findsSilentCamerasByAsking()
+    {
+        const auto answering = [](const QByteArray &body) {
+            return [body](int connection) { serveIdentity(connection, body); };
+        };
+        const QByteArray longest =
+            status(u"longest"_s, 8).leftJustified(int(maximumPacketBytes), ' ');
+        const PhoneServer camera(u"10.77.0.11"_s, answering(status(u"found"_s, 5)));
+        const PhoneServer big(u"10.77.0.12"_s, answering(longest));
+        const PhoneServer tooBig(u"10.77.0.13"_s, answering(status(u"too big"_s, 1) + longest));
+        const PhoneServer empty(u"10.77.0.14"_s, answering({}));
+        const PhoneServer wrong(u"10.77.0.15"_s, answering("{}"));
+        // Closes in the middle of its answer, and says nothing at all.
+        const PhoneServer cut(u"10.77.0.16"_s,
+                              [](int connection) { ::send(connection, "\0\0\0\x50{", 5, 0); });
+        std::atomic_bool isOver = false;
+        const PhoneServer mute(u"10.77.0.17"_s, [&](int connection) {
+            char byte = 0;
+            while (!isOver && ::recv(connection, &byte, 1, 0) == 1) {
+            }
+        });
+        // One byte at a time would last long enough for any limit but a total one.
+        const PhoneServer dripping(u"10.77.0.18"_s, [&](int connection) {
+            while (!isOver && ::send(connection, "\0", 1, MSG_NOSIGNAL) == 1)
+                std::this_thread::sleep_for(100ms);
+        });
+        LiveCameraDiscovery discovery;
+        QTRY_VERIFY(discovery.isActiveScanning());
+        QTRY_VERIFY_WITH_TIMEOUT(!discovery.isActiveScanning(), 60'000);
+        isOver = true;
+        QTRY_COMPARE(discovery.cameras().size(), 2U);
+        QCOMPARE(batteryOf(discovery, u"found"_s), 5);
+        QCOMPARE(find(discovery, u"found"_s)->host, u"10.77.0.11"_s);
+        QCOMPARE(batteryOf(discovery, u"longest"_s), 8);
+        for (const PhoneServer *server : {&tooBig, &empty, &wrong, &cut, &mute, &dripping})
+            QCOMPARE(server->connections(), 1);
+    }
+
+    void asksFewAtATime()
+    {
+        // On this thread, so that no socket comes or goes while the system counts them.
+        CameraScan scan([] { return 0; });
+        const QSignalSpy finished(&scan, &CameraScan::finished);
+        scan.start(hostsToScan({u"10.77.0.1"_s}));
+        QElapsedTimer duration;
+        duration.start();
+        qsizetype most = 0;
+        while (scan.isRunning() && duration.elapsed() < 60'000) {
+            most = std::max(most, connectingSockets());
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        }
+        QCOMPARE(finished.count(), 1);
+        QCOMPARE(most, CameraScan::maximumProbes);
+        qInfo("a /24 with nobody home: %lld ms", duration.elapsed());
+    }
+
+    void asksAgainOnDemand()
+    {
+        const LabNeighbours neighbours;
+        std::atomic_int battery = 1;
+        std::atomic<const char *> current = session;
+        const FileDescriptor phone = phoneSocket(u"10.77.0.11"_s);
+        const PhoneServer camera(u"10.77.0.11"_s, [&](int connection) {
+            serveIdentity(connection, status(u"a"_s, battery, sequenced(current, 10 + battery)));
+        });
+        LiveCameraDiscovery discovery;
+        const QSignalSpy scans(&discovery, &LiveCameraDiscovery::isActiveScanningChanged);
+        const auto scanOnce = [&] {
+            const auto before = scans.count();
+            discovery.rescan();
+            discovery.rescan(); // under way already
+            QTRY_COMPARE_WITH_TIMEOUT(scans.count(), before + 2, 60'000);
+            QVERIFY(!discovery.isActiveScanning());
+        };
+        scanOnce();
+        QCOMPARE(batteryOf(discovery, u"a"_s), 1);
+        // Never heard by datagram, so that an answer may begin a session.
+        battery = 2;
+        current = otherSession;
+        scanOnce();
+        QCOMPARE(batteryOf(discovery, u"a"_s), 2);
+        // Heard by datagram: an answer goes on in the session, and begins none.
+        sendToGroup(phone, status(u"a"_s, 20, sequenced(otherSession, 13)));
+        QTRY_COMPARE(batteryOf(discovery, u"a"_s), 20);
+        battery = 4;
+        scanOnce();
+        QCOMPARE(batteryOf(discovery, u"a"_s), 4);
+        battery = 5;
+        current = "9c5b94b1-35ad-49bb-b118-8e8fc24abf80";
+        scanOnce();
+        QCOMPARE(batteryOf(discovery, u"a"_s), 4);
+        QCOMPARE(camera.connections(), 4);
+    }
+
+    void findsCamerasWhileThePortIsTaken()
+    {
+        FileDescriptor taken(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(45454);
+        QCOMPARE(::bind(taken.get(), reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+        const FileDescriptor phone = phoneSocket(u"10.77.0.11"_s);
+        const PhoneServer camera(
+            u"10.77.0.11"_s, [](int connection) { serveIdentity(connection, status(u"a"_s, 5)); });
+        LiveCameraDiscovery discovery;
+        QTRY_COMPARE(discovery.errorMessage(), u"UDP port 45454 is unavailable."_s);
+        QVERIFY(!discovery.isListening());
+        QTRY_COMPARE(batteryOf(discovery, u"a"_s), 5);
+        // A request needs the socket.
+        const auto request = discovery.requestTransferMode(
+            *find(discovery, u"a"_s), QString::fromLatin1(session), u"Studio"_s);
+        QVERIFY(request);
+        QTRY_VERIFY(discovery.transferModeRequest() && discovery.transferModeRequest()->isFailure);
+        QCOMPARE(discovery.transferModeRequest()->message,
+                 u"VORN network discovery is not available."_s);
+
+        taken = {};
+        discovery.start();
+        QTRY_VERIFY(discovery.isListening());
+        QCOMPARE(discovery.errorMessage(), std::nullopt);
+        sendToGroup(phone, status(u"a"_s, 6));
+        QTRY_COMPARE(batteryOf(discovery, u"a"_s), 6);
+    }
+
+    void stopsAndGoesOn()
+    {
+        const FileDescriptor phone = phoneSocket(u"10.77.0.11"_s);
+        LiveCameraDiscovery discovery;
+        QTRY_VERIFY(discovery.isListening());
+        sendToGroup(phone, status(u"a"_s, 5, sequenced(session, 5)));
+        QTRY_COMPARE(batteryOf(discovery, u"a"_s), 5);
+        discovery.rescan();
+        QTRY_VERIFY(discovery.isActiveScanning());
+        discovery.stop();
+        QTRY_VERIFY(!discovery.isListening());
+        QVERIFY(!discovery.isActiveScanning());
+        QCOMPARE(discovery.cameras().size(), 1U);
+        discovery.start();
+        QTRY_VERIFY(discovery.isListening());
+        // It still knows what was said before.
+        sendToGroup(phone, status(u"a"_s, 4, sequenced(session, 4)));
+        sendToGroup(phone, status(u"a"_s, 6, sequenced(session, 6)));
+        QTRY_VERIFY(batteryOf(discovery, u"a"_s) != 5);
+        QCOMPARE(batteryOf(discovery, u"a"_s), 6);
+    }
+
+    void joinsNetworksThatComeUpLater()
+    {
+        const FileDescriptor phone = phoneSocket(u"10.77.0.11"_s);
+        setCable(false);
+        LiveCameraDiscovery discovery;
+        const QSignalSpy scans(&discovery, &LiveCameraDiscovery::isActiveScanningChanged);
+        QTRY_VERIFY(discovery.isListening());
+        QTRY_VERIFY(discovery.livenessTick() >= 1);
+        QCOMPARE(scans.count(), 0); // nobody to ask
+        setCable(true);
+        discovery.rescan();
+        QTRY_VERIFY(discovery.isActiveScanning());
+        const auto hears = [&] {
+            sendToGroup(phone, status(u"a"_s, 5));
+            return batteryOf(discovery, u"a"_s) == 5;
+        };
+        QTRY_VERIFY(hears());
+        // Joining again loses nothing.
+        discovery.rescan();
+        sendToGroup(phone, status(u"a"_s, 6));
+        QTRY_COMPARE(batteryOf(discovery, u"a"_s), 6);
+    }
+};
+
+QTEST_GUILESS_MAIN(LiveDiscoveryTest)
+#include "live_discovery_test.moc"
