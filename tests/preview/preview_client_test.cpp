@@ -253,10 +253,10 @@ private Q_SLOTS:
     {
         std::uint16_t port = 0;
         {
-            const PreviewServer gone([](int, PreviewPeer &) {});
+            const PreviewServer gone([](int, PreviewPeer &) {}, u"127.0.0.2"_s);
             port = gone.port();
         }
-        const Outcome outcome = receive({.host = u"127.0.0.1"_s, .serverPort = port}, StopSignal());
+        const Outcome outcome = receive({.host = u"127.0.0.2"_s, .serverPort = port}, StopSignal());
         QCOMPARE(outcome.error, Error::connectionFailed);
         QCOMPARE(thrownText([&] { throw VORNPreviewError(*outcome.error); }),
                  u"Preview connection failed"_s);

@@ -59,10 +59,10 @@ PreviewServer::~PreviewServer()
 {
     ::shutdown(m_listener.get(), SHUT_RDWR); // ends accept
     m_acceptor.join();
-    for (const Connection &connection : m_connections)
-        ::shutdown(connection.socket.get(), SHUT_RDWR);
-    for (Connection &connection : m_connections)
-        connection.thread.join();
+    std::unique_lock lock(m_mutex);
+    for (const int descriptor : m_open)
+        ::shutdown(descriptor, SHUT_RDWR);
+    m_closed.wait(lock, [this] { return m_open.empty(); });
 }
 
 std::vector<int> PreviewServer::modes() const
@@ -71,33 +71,44 @@ std::vector<int> PreviewServer::modes() const
     return m_modes;
 }
 
+int PreviewServer::openConnections() const
+{
+    const std::scoped_lock lock(m_mutex);
+    return int(m_open.size());
+}
+
 void PreviewServer::acceptAll()
 {
     for (;;) {
         FileDescriptor socket(::accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
         if (!socket.isOpen())
             return;
-        const int descriptor = socket.get();
-        m_connections.push_back(
-            {std::move(socket), std::thread([this, descriptor] { serve(descriptor); })});
+        {
+            const std::scoped_lock lock(m_mutex);
+            m_open.insert(socket.get());
+        }
+        std::thread([this, connection = std::move(socket)]() mutable {
+            serve(std::move(connection));
+        }).detach();
     }
 }
 
-void PreviewServer::serve(int descriptor)
+void PreviewServer::serve(FileDescriptor socket)
 {
-    ++m_open;
     char mode = 0;
-    if (::recv(descriptor, &mode, 1, 0) == 1) {
+    if (::recv(socket.get(), &mode, 1, 0) == 1) {
         {
             const std::scoped_lock lock(m_mutex);
             m_modes.push_back(mode);
         }
-        PreviewPeer peer(descriptor);
+        PreviewPeer peer(socket.get());
         m_answer(mode, peer);
     }
-    // The descriptor itself is closed with the server, so that its number is not taken meanwhile.
-    ::shutdown(descriptor, SHUT_RDWR);
-    --m_open;
+    // Closed under the lock: the number may be another connection's at once.
+    const std::scoped_lock lock(m_mutex);
+    m_open.erase(socket.get());
+    socket = {};
+    m_closed.notify_all();
 }
 
 } // namespace vorn

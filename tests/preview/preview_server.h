@@ -5,11 +5,11 @@
 #include <QByteArray>
 #include <QString>
 
-#include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <list>
 #include <mutex>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -32,7 +32,7 @@ private:
 };
 
 /// A phone's preview port as a test wants it to behave: a TCP server on plain threads, one for each
-/// connection.
+/// connection. What a connection takes is given back when it is closed.
 class PreviewServer {
 public:
     /// Gets the mode that was asked for, on the connection's thread. Its end closes the connection.
@@ -50,24 +50,19 @@ public:
     /// What was asked for up to now, in order. Any thread.
     [[nodiscard]] std::vector<int> modes() const;
     /// Connections that the client holds. Any thread.
-    [[nodiscard]] int openConnections() const { return m_open; }
+    [[nodiscard]] int openConnections() const;
 
 private:
-    struct Connection {
-        FileDescriptor socket;
-        std::thread thread;
-    };
-
     void acceptAll();
-    void serve(int descriptor);
+    void serve(FileDescriptor socket);
 
     Answer m_answer;
     FileDescriptor m_listener;
     std::uint16_t m_port = 0;
     mutable std::mutex m_mutex;
+    std::condition_variable m_closed;
     std::vector<int> m_modes;
-    std::atomic_int m_open = 0;
-    std::list<Connection> m_connections; ///< of the accepting thread, then of the destructor
+    std::set<int> m_open; ///< descriptors
     std::thread m_acceptor;
 };
 
