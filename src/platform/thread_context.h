@@ -14,9 +14,12 @@
 
 namespace vorn {
 
-/// The thread on which an object's fields live. Made on the thread it names.
+/// The thread on which an object's fields live: the one that makes it, or the one it is given.
 class VORN_THREAD_ATTRIBUTE(capability("thread context")) ThreadContext {
 public:
+    ThreadContext() = default;
+    explicit ThreadContext(QThread *thread) : m_thread(thread) {}
+
     /// Debug builds stop here when called from another thread.
     void assertCurrent() const VORN_THREAD_ATTRIBUTE(assert_capability(this))
     {

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <QByteArray>
+#include <QImage>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace vorn {
+
+/// What the headers of a JPEG picture say before anything is decoded.
+struct JPEGHeader {
+    int width = 0; ///< pixels, 1 to maximumSide
+    int height = 0;
+    int scans = 0;                      ///< passes over the picture that its data makes
+    std::span<const std::byte> comment; ///< the first comment; lies in the bytes that were read
+
+    // A few bytes can claim a picture of gigabytes, or send the decoder over a picture thousands
+    // of times. The bounds leave room for a 4K picture and for the ten scans of usual encoders.
+    static constexpr int maximumSide = 8192;
+    static constexpr int maximumPixels = 4096 * 4096;
+    static constexpr int maximumScans = 64;
+};
+
+/// Walks the markers of a JPEG picture (ISO/IEC 10918-1 Annex B) up to its end; none when they are
+/// damaged, ask for more than the bounds of JPEGHeader, or describe what the decoder cannot read:
+/// it reads grey and three-component pictures of 8 bits with Huffman coding.
+[[nodiscard]] std::optional<JPEGHeader> readJPEGHeader(std::span<const std::byte> jpeg);
+
+/// A picture with the comment that lay beside it.
+struct JPEGPicture {
+    QImage image; ///< Format_RGB32, which is drawn without a conversion
+    QByteArray comment;
+};
+
+/// Decodes JPEG pictures into images that are drawn as they are. One object serves one thread and
+/// reuses what pictures of one size have in common, their memory included: an image that nobody
+/// else holds any more takes the next picture.
+class JPEGDecoder {
+public:
+    /// Throws std::bad_alloc.
+    JPEGDecoder();
+
+    /// The picture; none when readJPEGHeader gives none or the data is damaged, however little.
+    [[nodiscard]] std::optional<JPEGPicture> decode(std::span<const std::byte> jpeg);
+
+private:
+    struct HandleDeleter {
+        void operator()(void *handle) const noexcept;
+    };
+
+    [[nodiscard]] QImage &freeImage(QSize size);
+
+    std::unique_ptr<void, HandleDeleter> m_handle;
+    std::vector<QImage> m_images;
+};
+
+} // namespace vorn

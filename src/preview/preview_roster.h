@@ -1,0 +1,21 @@
+#pragma once
+
+#include "live/live_camera.h"
+
+#include <QString>
+
+#include <cstddef>
+#include <set>
+#include <span>
+#include <vector>
+
+/// Which cameras may stream.
+namespace vorn::LivePreviewRoster {
+
+inline constexpr std::size_t maximumCameras = 4;
+
+/// The first four, in list order, of those that are online and no director's desk.
+[[nodiscard]] std::vector<LiveCamera> eligible(std::span<const LiveCamera> cameras, WallTime at);
+[[nodiscard]] std::set<QString> eligibleIDs(std::span<const LiveCamera> cameras, WallTime at);
+
+} // namespace vorn::LivePreviewRoster

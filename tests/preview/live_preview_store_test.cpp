@@ -1,0 +1,294 @@
+#include "jpeg_samples.h"
+#include "preview/live_preview_store.h"
+#include "preview_server.h"
+
+#include <QDir>
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <malloc.h>
+
+#include <atomic>
+#include <thread>
+
+using namespace vorn;
+using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr auto wall = VORNPreviewProfile::wall;
+constexpr auto selected = VORNPreviewProfile::selected;
+
+QByteArray plainJPEG(Qt::GlobalColor color)
+{
+    QImage image(64, 48, QImage::Format_RGB32);
+    image.fill(color);
+    return jpegOf(image);
+}
+
+const QByteArray redJPEG = plainJPEG(Qt::red);
+const QByteArray blueJPEG = plainJPEG(Qt::blue);
+
+bool isBlue(const PreviewFrame &frame)
+{
+    return frame.image.pixelColor(10, 10).blue() > 128;
+}
+
+PreviewServer::Answer streamOf(const QByteArray &jpeg)
+{
+    return [jpeg](int, PreviewPeer &peer) {
+        while (peer.sendFrame(jpeg))
+            std::this_thread::sleep_for(2ms);
+    };
+}
+
+void staySilent(int, PreviewPeer &peer)
+{
+    peer.stayUntilClosed();
+}
+
+LiveCamera camera(const QString &id, const QString &host)
+{
+    LiveCamera record;
+    record.id = id;
+    record.host = host;
+    record.lastSeen = std::chrono::system_clock::now() + 1h; // no test is about ageing
+    return record;
+}
+
+LivePreviewStore *makeStore(std::uint16_t port, QObject *parent)
+{
+    // Rests as short as that, so that no test waits for long.
+    return new LivePreviewStore({.serverPort = port,
+                                 .pace = {.firstBackOff = 5ms,
+                                          .maximumBackOff = 20ms,
+                                          .wallPause = 10ms,
+                                          .selectedPause = 5ms}},
+                                parent);
+}
+
+qsizetype descriptors()
+{
+    return QDir(u"/proc/self/fd"_s).entryList(QDir::NoFilter | QDir::NoDotAndDotDot).size();
+}
+
+/// The names of this program's threads.
+QStringList threads()
+{
+    QStringList names;
+    for (const QString &id :
+         QDir(u"/proc/self/task"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile name(u"/proc/self/task/%1/comm"_s.arg(id));
+        if (name.open(QFile::ReadOnly)) // else it has just ended
+            names << QString::fromUtf8(name.readAll().trimmed());
+    }
+    names.sort();
+    return names;
+}
+
+} // namespace
+
+class LivePreviewStoreTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void showsEveryCameraAndTheSelectedOnesLarge()
+    {
+        PreviewServer first(streamOf(redJPEG), u"127.0.0.2"_s);
+        PreviewServer second(streamOf(blueJPEG), u"127.0.0.3"_s, first.port());
+        QObject scope;
+        auto *const store = makeStore(first.port(), &scope);
+        QSignalSpy frameChanges(store, &LivePreviewStore::frameChanged);
+        store->start({camera(u"a"_s, u"127.0.0.2"_s), camera(u"b"_s, u"127.0.0.3"_s)});
+        QTRY_COMPARE(store->wallFrames().size(), std::size_t{2});
+        QVERIFY(!isBlue(store->wallFrames().at(u"a"_s)));
+        QVERIFY(isBlue(store->wallFrames().at(u"b"_s)));
+        QVERIFY(!frameChanges.isEmpty());
+        QCOMPARE(store->transport(u"a"_s, wall), Transport::persistent);
+        QVERIFY(store->frameTimes().contains(u"a"_s));
+        QVERIFY(store->errors().empty());
+
+        store->select({u"b"_s, u"unknown"_s});
+        QTRY_COMPARE(store->selectedFrames().size(), std::size_t{1});
+        QCOMPARE(second.modes(), (std::vector{4, 5}));
+        QCOMPARE(second.openConnections(), 2);
+
+        // The last large picture stays when its stream ends.
+        store->select({});
+        QTRY_COMPARE(second.openConnections(), 1);
+        QVERIFY(store->selectedFrames().contains(u"b"_s));
+        QCOMPARE(store->transport(u"b"_s, selected), Transport::persistent);
+        QCOMPARE(first.modes(), std::vector{4});
+
+        // All goes with the camera.
+        store->update({camera(u"a"_s, u"127.0.0.2"_s)});
+        QTRY_COMPARE(second.openConnections(), 0);
+        QTRY_COMPARE(store->wallFrames().size(), std::size_t{1});
+        QVERIFY(store->selectedFrames().empty());
+        QVERIFY(!store->frameTimes().contains(u"b"_s));
+        QVERIFY(!store->statistics().contains({u"b"_s, wall}));
+        QCOMPARE(store->transport(u"b"_s, wall), std::nullopt);
+
+        store->stop();
+        QTRY_COMPARE(first.openConnections(), 0);
+        QVERIFY(store->wallFrames().contains(u"a"_s));
+    }
+
+    void fallsBackToSinglePictures()
+    {
+        PreviewServer server([](int mode, PreviewPeer &peer) {
+            if (mode == 1)
+                peer.sendFrame(redJPEG);
+        });
+        QObject scope;
+        auto *const store = makeStore(server.port(), &scope);
+        QSignalSpy errorChanges(store, &LivePreviewStore::errorChanged);
+        store->start({camera(u"a"_s, u"127.0.0.1"_s)});
+        const StreamKey key{u"a"_s, wall};
+        QTRY_VERIFY(store->statistics().contains(key) && store->statistics().at(key).received > 3);
+        QCOMPARE(store->transport(u"a"_s, wall), Transport::legacy);
+        QVERIFY(errorChanges.isEmpty());
+        // The stream has been tried once only.
+        QCOMPARE(std::ranges::count(server.modes(), 4), 1);
+    }
+
+    void tellsWhyThereIsNoPictureUntilThereIsOne()
+    {
+        QObject scope;
+        auto server = std::make_unique<PreviewServer>(
+            [](int, PreviewPeer &peer) { peer.sendFrame("no JPEG"); }, u"127.0.0.2"_s);
+        auto *const store = makeStore(server->port(), &scope);
+        store->start({camera(u"a"_s, u"127.0.0.2"_s)});
+        QTRY_COMPARE(store->errors().size(), std::size_t{1});
+        QCOMPARE(store->errors().at(u"a"_s), u"Preview frame was not a valid JPEG"_s);
+        const auto port = server->port();
+        server.reset();
+        QTRY_COMPARE(store->errors().at(u"a"_s), u"Preview connection failed"_s);
+
+        // Back again; nobody has asked for it.
+        server = std::make_unique<PreviewServer>(streamOf(redJPEG), u"127.0.0.2"_s, port);
+        QTRY_VERIFY(store->wallFrames().contains(u"a"_s));
+        QVERIFY(store->errors().empty());
+
+        // Gone once more: the picture stays, without an error. A new one follows the return.
+        server.reset();
+        QSignalSpy errorChanges(store, &LivePreviewStore::errorChanged);
+        server = std::make_unique<PreviewServer>(streamOf(blueJPEG), u"127.0.0.2"_s, port);
+        QTRY_VERIFY(isBlue(store->wallFrames().at(u"a"_s)));
+        QVERIFY(errorChanges.isEmpty());
+    }
+
+    void showsNothingOfAnAddressThatIsNoLongerTheCameras()
+    {
+        PreviewServer before(streamOf(redJPEG), u"127.0.0.2"_s);
+        PreviewServer after(streamOf(blueJPEG), u"127.0.0.3"_s, before.port());
+        QObject scope;
+        auto *const store = makeStore(before.port(), &scope);
+        store->start({camera(u"a"_s, u"127.0.0.2"_s)});
+        QTRY_VERIFY(store->wallFrames().contains(u"a"_s));
+        store->update({camera(u"a"_s, u"127.0.0.3"_s)});
+        QTRY_VERIFY(isBlue(store->wallFrames().at(u"a"_s)));
+        bool hasTurnedBack = false;
+        connect(store, &LivePreviewStore::frameChanged, &scope,
+                [&] { hasTurnedBack |= !isBlue(store->wallFrames().at(u"a"_s)); });
+        const auto received = store->statistics().at({u"a"_s, wall}).received;
+        QTRY_VERIFY(store->statistics().at({u"a"_s, wall}).received > received + 10);
+        QVERIFY(!hasTurnedBack);
+        QTRY_COMPARE(before.openConnections(), 0);
+    }
+
+    // A phone may be faster than the window. The newest picture counts, and none is lost on the
+    // way.
+    void showsTheNewestPictureOfABurst()
+    {
+        constexpr std::uint64_t count = 200;
+        PreviewServer server([](int, PreviewPeer &peer) {
+            for (std::uint64_t i = 1; i < count; ++i)
+                peer.sendFrame(redJPEG);
+            peer.sendFrame(blueJPEG);
+            peer.stayUntilClosed();
+        });
+        QObject scope;
+        auto *const store = makeStore(server.port(), &scope);
+        store->start({camera(u"a"_s, u"127.0.0.1"_s)});
+        QTRY_VERIFY(store->wallFrames().contains(u"a"_s) && isBlue(store->wallFrames().at(u"a"_s)));
+        const StreamStatistics statistics = store->statistics().at({u"a"_s, wall});
+        QCOMPARE(statistics.received, count);
+        QCOMPARE(statistics.published + statistics.replaced, count);
+        QVERIFY(statistics.maximumGap > 0ns);
+    }
+
+    void aStopEndsTheStreamOfASilentPhone()
+    {
+        PreviewServer server(staySilent);
+        QObject scope;
+        // It would wait for an hour.
+        auto *const store = new LivePreviewStore(
+            {.serverPort = server.port(), .limits = {.persistentWait = 1h, .wholeFrame = 1h}},
+            &scope);
+        const std::vector cameras{camera(u"a"_s, u"127.0.0.1"_s)};
+        store->start(cameras);
+        QTRY_COMPARE(server.openConnections(), 1);
+        store->stop();
+        QTRY_COMPARE(server.openConnections(), 0);
+        store->start(cameras);
+        QTRY_COMPARE(server.openConnections(), 1);
+        delete store;
+        QTRY_COMPARE(server.openConnections(), 0);
+    }
+
+    void anAddressThatFlapsMakesNoMoreThanSixteenWorkers()
+    {
+        std::list<PreviewServer> servers;
+        servers.emplace_back(staySilent, u"127.0.0.2"_s);
+        for (int i = 3; i < 10; ++i)
+            servers.emplace_back(staySilent, u"127.0.0.%1"_s.arg(i), servers.front().port());
+        QObject scope;
+        auto *const store = makeStore(servers.front().port(), &scope);
+        store->start({});
+        qsizetype most = 0;
+        for (int i = 0; i < 2000; ++i) {
+            store->update({camera(u"a"_s, u"127.0.0.%1"_s.arg(2 + i % 8))});
+            most = std::max(most, threads().count(u"preview-worker"_s));
+        }
+        QVERIFY2(most <= StreamReconciler::maximumRuns, qPrintable(QString::number(most)));
+        QTRY_COMPARE(servers.back().openConnections(), 1);
+        for (PreviewServer &server : servers) {
+            if (&server != &servers.back())
+                QTRY_COMPARE(server.openConnections(), 0);
+        }
+    }
+
+    void startingAndStoppingLeavesNothingBehind()
+    {
+        PreviewServer server(streamOf(redJPEG), u"127.0.0.1"_s);
+        const std::vector cameras{camera(u"a"_s, u"127.0.0.1"_s)};
+        const auto cycle = [&] {
+            const auto store = std::unique_ptr<LivePreviewStore>(makeStore(server.port(), nullptr));
+            store->start(cameras);
+            store->select({u"a"_s});
+            QSignalSpy frames(store.get(), &LivePreviewStore::frameChanged);
+            while (store->wallFrames().empty() || store->selectedFrames().empty())
+                QVERIFY(frames.wait());
+            store->stop();
+            store->start(cameras);
+        };
+        for (int i = 0; i < 10; ++i)
+            cycle();
+        QTRY_COMPARE(server.openConnections(), 0);
+        const auto descriptorsBefore = descriptors();
+        const auto threadsBefore = threads();
+        const auto heap = [] { return ::mallinfo2().uordblks + ::mallinfo2().hblkhd; };
+        const auto heapBefore = heap();
+        for (int i = 0; i < 100; ++i)
+            cycle();
+        QTRY_COMPARE(server.openConnections(), 0);
+        QTRY_COMPARE(descriptors(), descriptorsBefore);
+        QTRY_COMPARE(threads(), threadsBefore);
+        // Room for what an allocator keeps; a lost picture a cycle would be 1.2 MB.
+        QVERIFY2(heap() < heapBefore + 300'000, qPrintable(QString::number(heap() - heapBefore)));
+    }
+};
+
+QTEST_GUILESS_MAIN(LivePreviewStoreTest)
+#include "live_preview_store_test.moc"
