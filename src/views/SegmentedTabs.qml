@@ -9,6 +9,7 @@ FocusStop {
     required property string label
     required property list<string> titles
     property int current: 0
+    property real segmentWidth: 0 // as wide as the title needs, if 0
 
     function choose(index: int) {
         current = Math.max(0, Math.min(titles.length - 1, index));
@@ -49,7 +50,7 @@ FocusStop {
                 required property string modelData
                 readonly property bool checked: index === root.current
 
-                width: Math.max(88, title.implicitWidth + 24)
+                width: root.segmentWidth || Math.max(88, title.implicitWidth + 24)
                 height: Theme.hit
                 radius: Theme.radius - 2
                 color: checked ? Theme.frame : pointer.containsMouse ? Theme.raised : "transparent"

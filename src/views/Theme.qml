@@ -15,6 +15,9 @@ QtObject {
     readonly property color disabled: "#6E7887"
     readonly property color ready: "#35C77A"
     readonly property color failure: "#FF5A5F"
+    readonly property color preview: "#35C77A" // and its dark text
+    readonly property color previewText: "#08110C"
+    readonly property color programFill: "#C9353A" // under white; frames and marks are as failures
     readonly property color warning: "#F2A93B"
     readonly property color accent: "#5B9BFF"
     readonly property color accentFill: "#2F6FDB"

@@ -1,0 +1,115 @@
+import QtQuick
+import QtQuick.Layouts
+import Vorn
+
+// One place of the wall. A click, or Return, puts its camera in Preview.
+FocusStop {
+    id: root
+
+    required property string cameraID
+    required property string title
+    required property string notice
+    required property string badge
+    required property string levelText
+    required property real levelDB
+    required property string batteryText
+    required property string qualityText
+    required property bool recording
+    required property bool online
+    required property DirectorViewModel director
+    readonly property bool empty: cameraID.length === 0
+    signal chosen
+
+    activeFocusOnTab: !empty
+    Keys.onReturnPressed: chosen()
+    Keys.onEnterPressed: chosen()
+
+    Accessible.role: empty ? Accessible.StaticText : Accessible.Button
+    Accessible.name: empty ? title + ", " + notice : title
+    Accessible.description: [badge, recording ? qsTr("REC") : "", levelText, batteryText,
+        well.hasPicture ? "" : notice].filter(part => part.length > 0).join(", ")
+    Accessible.onPressAction: if (!empty) chosen()
+
+    PictureWell {
+        id: well
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: parent.top
+        anchors.bottom: line.top
+        anchors.bottomMargin: Theme.tight
+        director: root.director
+        cameraID: root.cameraID
+        tally: root.badge
+        notice: root.notice
+
+        TallyBadge {
+            badge: root.badge
+        }
+        RecordingBadge {
+            anchors.right: parent.right
+            visible: root.recording
+        }
+    }
+    ColumnLayout {
+        id: line
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        spacing: 2
+
+        TextLabel {
+            id: name
+
+            Layout.fillWidth: true
+            text: root.title
+            color: root.online ? Theme.text : Theme.secondary
+            maximumLineCount: 1
+        }
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.preferredHeight: 16
+            spacing: 6
+            opacity: root.empty ? 0 : 1
+
+            SmallLabel {
+                Layout.preferredWidth: 50
+                text: root.levelText
+                font.family: Theme.mono
+            }
+            AudioMeter {
+                Layout.fillWidth: true
+                Layout.maximumWidth: 90
+                value: root.levelDB
+            }
+            Item {
+                Layout.fillWidth: true
+            }
+            SmallLabel {
+                text: root.batteryText
+                font.family: Theme.mono
+            }
+            SmallLabel {
+                Layout.maximumWidth: 90
+                text: root.qualityText
+            }
+        }
+    }
+    FocusRing {
+        visible: root.visualFocus
+    }
+    HelpTip {
+        open: pointer.containsMouse && name.truncated
+        text: root.title
+    }
+    MouseArea {
+        id: pointer
+
+        anchors.fill: parent
+        enabled: !root.empty
+        hoverEnabled: true
+        onPressed: root.focusByPointer()
+        onClicked: root.chosen()
+    }
+}

@@ -1,0 +1,60 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Vorn
+
+// The multiview: four places, two by two.
+StudioPanel {
+    id: root
+
+    required property DirectorViewModel director
+    readonly property CameraWallViewModel wall: director.wall
+
+    title: qsTr("MULTIVIEW")
+    subtitle: wall.subtitle
+    icon: "grid"
+
+    Column {
+        anchors.centerIn: parent
+        width: parent.width
+        visible: !root.wall.hasCameras
+        spacing: Theme.between
+
+        EmptyStateView {
+            width: parent.width
+            title: qsTr("No VORN cameras yet")
+            systemImage: "phone"
+            detail: qsTr("Keep a phone camera open on the same trusted Wi-Fi network.")
+        }
+        TextLabel {
+            anchors.horizontalCenter: parent.horizontalCenter
+            visible: text.length > 0
+            text: root.director.networkProblem
+            color: Theme.warning
+        }
+        HelpedButton {
+            anchors.horizontalCenter: parent.horizontalCenter
+            text: qsTr("Scan Again")
+            iconName: "search"
+            help: qsTr("Scan the local network for VORN cameras")
+            onClicked: root.director.scan()
+        }
+    }
+    Grid {
+        anchors.fill: parent
+        visible: root.wall.hasCameras
+        columns: 2
+        spacing: Theme.inside
+
+        Repeater {
+            model: root.wall.tiles
+
+            CameraTile {
+                width: (root.width - 3 * Theme.inside) / 2
+                height: Math.floor(((parent as Item).height - Theme.inside) / 2)
+                director: root.director
+                onChosen: root.wall.select(cameraID)
+            }
+        }
+    }
+}

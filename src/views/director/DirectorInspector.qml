@@ -1,0 +1,66 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Layouts
+import Vorn
+
+StudioPanel {
+    id: root
+
+    required property DirectorViewModel director
+    readonly property bool pickerOpen: session.pickerOpen || camera.pickerOpen
+
+    title: qsTr("Inspector")
+    subtitle: ""
+    icon: "list"
+
+    SegmentedTabs {
+        id: tabs
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        label: qsTr("Inspector")
+        titles: root.director.inspectorTitles
+        segmentWidth: Math.floor((width - 4) / 4)
+        current: root.director.inspectorIndex
+        onCurrentChanged: root.director.inspectorIndex = current
+    }
+    Connections {
+        target: root.director
+        function onInspectorIndexChanged() {
+            tabs.current = root.director.inspectorIndex;
+        }
+    }
+    Item {
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: tabs.bottom
+        anchors.bottom: parent.bottom
+        anchors.topMargin: Theme.between
+
+        SessionPage {
+            id: session
+
+            anchors.fill: parent
+            visible: tabs.current === 0
+            director: root.director
+        }
+        AudioPage {
+            anchors.fill: parent
+            visible: tabs.current === 1
+            director: root.director
+        }
+        CameraPage {
+            id: camera
+
+            anchors.fill: parent
+            visible: tabs.current === 2
+            director: root.director
+        }
+        EditsPage {
+            anchors.fill: parent
+            visible: tabs.current === 3
+            director: root.director
+        }
+    }
+}

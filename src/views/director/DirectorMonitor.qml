@@ -1,0 +1,53 @@
+import QtQuick
+import Vorn
+
+// One of the two large monitors.
+Item {
+    id: root
+
+    required property DirectorViewModel director
+    required property DirectorMonitorViewModel monitor
+    required property string title
+    required property string tally
+
+    Accessible.role: Accessible.Grouping
+    Accessible.name: title + ", " + monitor.cameraText
+
+    TextLabel {
+        id: heading
+
+        text: root.title
+        font.weight: Font.DemiBold
+        color: root.tally === "PGM" ? Theme.failure : Theme.preview
+    }
+    PictureWell {
+        id: well
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: heading.bottom
+        anchors.bottom: camera.top
+        anchors.topMargin: Theme.tight
+        anchors.bottomMargin: Theme.tight
+        director: root.director
+        cameraID: root.monitor.cameraID
+        monitor: true
+        tally: root.tally
+        notice: root.monitor.notice
+
+        RecordingBadge {
+            anchors.right: parent.right
+            visible: root.monitor.recording
+        }
+    }
+    TextLabel {
+        id: camera
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        text: root.monitor.cameraText
+        maximumLineCount: 1
+        color: root.monitor.cameraID.length > 0 ? Theme.text : Theme.secondary
+    }
+}

@@ -1,0 +1,58 @@
+import QtQuick
+import Vorn
+
+// A picture in its frame: green with Preview, red with Program.
+Rectangle {
+    id: root
+
+    required property DirectorViewModel director
+    required property string cameraID
+    required property string tally // "PVW", "PGM" or nothing
+    required property string notice
+    property bool monitor
+    readonly property bool hasPicture: picture.hasPicture
+    default property alias content: over.data
+
+    color: Theme.field
+    radius: Theme.radius
+    border.width: tally === "PGM" ? 3 : tally === "PVW" ? 2 : 1
+    border.color: tally === "PGM" ? Theme.failure : tally === "PVW" ? Theme.preview : Theme.frame
+
+    PreviewPicture {
+        id: picture
+
+        anchors.fill: parent
+        anchors.margins: 4
+        clip: true
+        director: root.director
+        cameraID: root.cameraID
+        monitor: root.monitor
+    }
+    Column {
+        anchors.centerIn: parent
+        width: parent.width - 2 * Theme.between
+        visible: !picture.hasPicture
+        spacing: Theme.tight
+
+        TokenIcon {
+            anchors.horizontalCenter: parent.horizontalCenter
+            icon: "video"
+            size: 20
+            color: Theme.disabled
+        }
+        TextLabel {
+            width: parent.width
+            visible: text.length > 0
+            text: root.notice
+            color: Theme.secondary
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+        }
+    }
+    Item {
+        id: over
+
+        anchors.fill: parent
+        anchors.margins: Theme.row
+    }
+}

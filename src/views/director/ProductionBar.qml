@@ -1,0 +1,62 @@
+import QtQuick
+import QtQuick.Layouts
+import Vorn
+
+// What holds for the whole production, on one line.
+Rectangle {
+    id: root
+
+    required property DirectorViewModel director
+
+    implicitHeight: 32
+    color: Theme.panel
+
+    component Fact: SmallLabel {
+        Layout.fillWidth: true
+        Layout.maximumWidth: implicitWidth + 1
+    }
+
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: Theme.between
+        anchors.rightMargin: Theme.between
+        spacing: 24
+
+        Row {
+            spacing: Theme.row
+
+            Rectangle {
+                anchors.verticalCenter: parent.verticalCenter
+                width: 8
+                height: 8
+                radius: 4
+                color: root.director.hasOnlineCamera ? Theme.ready : "transparent"
+                border.color: root.director.hasOnlineCamera ? Theme.ready : Theme.secondary
+            }
+            SmallLabel {
+                text: root.director.networkText
+                color: root.director.hasOnlineCamera ? Theme.text : Theme.secondary
+            }
+        }
+        Fact {
+            visible: text.length > 0
+            text: root.director.networkProblem
+            color: Theme.warning
+        }
+        Fact {
+            text: root.director.projectText
+        }
+        Fact {
+            text: root.director.policyText
+        }
+        Fact {
+            text: qsTr("Audio meters only")
+        }
+        Fact {
+            text: root.director.catalogsText
+        }
+        Item {
+            Layout.fillWidth: true
+        }
+    }
+}

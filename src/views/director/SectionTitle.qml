@@ -1,0 +1,9 @@
+import QtQuick
+import QtQuick.Layouts
+import Vorn
+
+SmallLabel {
+    Layout.fillWidth: true
+    font.weight: Font.DemiBold
+    font.letterSpacing: 0.5
+}
