@@ -2,6 +2,9 @@
 
 #include <QStringList>
 
+#include <array>
+#include <charconv>
+
 using namespace Qt::StringLiterals;
 
 namespace vorn {
@@ -36,6 +39,16 @@ QString withWordsCapitalised(QString text)
 
 } // namespace
 
+QString fixedText(double value, int decimals)
+{
+    // Qt's own formatting rounds a half up, and printf puts the locale's comma. The largest double
+    // has 309 digits before the point.
+    std::array<char, 400> text;
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), value,
+                                   std::chars_format::fixed, decimals);
+    return QString::fromLatin1(text.data(), end.ptr - text.data());
+}
+
 QString selectedLinkStatus(const LiveCamera *camera, WallTime now)
 {
     if (!camera)
@@ -44,8 +57,8 @@ QString selectedLinkStatus(const LiveCamera *camera, WallTime now)
         return offline.toString();
     const PreviewCapabilities &capabilities = camera->previewCapabilities;
     if (capabilities.wifiBandGHz && capabilities.usableMbps)
-        return QString::asprintf("%.1f GHz • %.0f Mbps", *capabilities.wifiBandGHz,
-                                 *capabilities.usableMbps);
+        return joined({fixedText(*capabilities.wifiBandGHz, 1) + u" GHz"_s,
+                       fixedText(*capabilities.usableMbps, 0) + u" Mbps"_s});
     const PreviewTransportStatus &transport = camera->previewTransport;
     if (!transport.isAdvertised())
         return notAdvertised.toString();

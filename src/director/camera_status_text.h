@@ -9,6 +9,9 @@
 
 namespace vorn {
 
+/// A number with so many decimals, in any locale with a point: what printf's "%.1f" gives in C.
+[[nodiscard]] QString fixedText(double value, int decimals);
+
 // What the status rows say about one camera, which is null when there is none.
 
 /// The Wi-Fi link as the camera sees it: band and rate, or as much as it tells of them.
