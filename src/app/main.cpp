@@ -1,11 +1,11 @@
+#include "live/live_camera_discovery.h"
 #include "platform/file_reveal.h"
 #include "platform/single_instance.h"
 #include "store/app_store.h"
-#include "views/library_view_model.h"
-#include "views/library_window.h"
+#include "views/program_windows.h"
 
 #include <QApplication>
-#include <QQmlApplicationEngine>
+#include <QSettings>
 
 using namespace Qt::StringLiterals;
 using namespace vorn;
@@ -24,11 +24,10 @@ int main(int argc, char *argv[])
     applyLook();
     AppStore store;
     QObject::connect(&store, &AppStore::exportCreated, &revealFile);
-    LibraryViewModel library(store);
-    QQmlApplicationEngine engine;
-    openLibraryWindow(engine, library);
-    if (engine.rootObjects().isEmpty())
-        return 1;
-    QObject::connect(&instance, &SingleInstance::raiseRequested, &engine, &raiseWindows);
+    LiveCameraDiscovery discovery;
+    QSettings settings;
+    ProgramWindows windows(store, discovery, settings);
+    windows.showDirector();
+    QObject::connect(&instance, &SingleInstance::raiseRequested, &windows, &ProgramWindows::raise);
     return QApplication::exec();
 }

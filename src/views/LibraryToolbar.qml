@@ -6,8 +6,9 @@ Item {
     id: root
 
     required property LibraryViewModel library
+    signal directorRequested
     // Each button has an icon and margins beside its words.
-    readonly property bool compact: width < labels.advanceWidth + 3 * 48 + 2 * Theme.row
+    readonly property bool compact: width < labels.advanceWidth + 4 * 48 + 3 * Theme.row
                                             + 2 * Theme.between
 
     implicitHeight: 56
@@ -24,7 +25,7 @@ Item {
         font.family: Theme.sans
         font.pixelSize: Theme.bodySize
         font.weight: Font.Medium
-        text: manifest.text + download.text + exporter.text
+        text: director.text + manifest.text + download.text + exporter.text
     }
     RowLayout {
         anchors.right: parent.right
@@ -32,6 +33,15 @@ Item {
         anchors.verticalCenter: parent.verticalCenter
         spacing: Theme.row
 
+        HelpedButton {
+            id: director
+
+            text: qsTr("Director")
+            iconName: "switch"
+            iconOnly: root.compact
+            help: qsTr("Open the live Director workspace")
+            onClicked: root.directorRequested()
+        }
         HelpedButton {
             id: manifest
 

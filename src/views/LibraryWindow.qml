@@ -6,6 +6,7 @@ ApplicationWindow {
     id: root
 
     required property LibraryViewModel library
+    signal directorRequested
 
     title: qsTr("VORN Library")
     width: 1180
@@ -19,6 +20,7 @@ ApplicationWindow {
         anchors.fill: parent
         library: root.library
         onSettingsRequested: settings.open()
+        onDirectorRequested: root.directorRequested()
     }
     SettingsWindow {
         id: settings

@@ -11,6 +11,7 @@ Rectangle {
     signal newRequested
     signal renameRequested
     signal settingsRequested
+    signal directorRequested
 
     function focusSearch() {
         search.forceActiveFocus(Qt.ShortcutFocusReason);
@@ -108,14 +109,26 @@ Rectangle {
                 onClicked: root.renameRequested()
             }
         }
-        HelpedButton {
-            Layout.leftMargin: Theme.inside
-            Layout.bottomMargin: Theme.inside
-            text: qsTr("Settings")
-            iconName: "gear"
-            iconOnly: true
-            help: qsTr("Settings")
-            onClicked: root.settingsRequested()
+        RowLayout {
+            Layout.margins: Theme.inside
+            Layout.topMargin: 0
+            spacing: Theme.row
+
+            HelpedButton {
+                text: qsTr("Settings")
+                iconName: "gear"
+                iconOnly: true
+                help: qsTr("Settings")
+                onClicked: root.settingsRequested()
+            }
+            HelpedButton {
+                Layout.fillWidth: true
+                text: qsTr("Director")
+                iconName: "switch"
+                prominent: true
+                help: qsTr("Open the live Director workspace")
+                onClicked: root.directorRequested()
+            }
         }
     }
 }

@@ -18,6 +18,7 @@ Item {
     // The lists give way before the take's own column becomes too narrow.
     readonly property int dashboardWidth: 442
     signal settingsRequested
+    signal directorRequested
 
     function askForNewProject() {
         showNewProject = true;
@@ -58,6 +59,7 @@ Item {
             onNewRequested: root.askForNewProject()
             onRenameRequested: root.askForRename()
             onSettingsRequested: root.settingsRequested()
+            onDirectorRequested: root.directorRequested()
         }
         TakeListView {
             SplitView.preferredWidth: 265
@@ -73,6 +75,7 @@ Item {
             LibraryToolbar {
                 Layout.fillWidth: true
                 library: root.library
+                onDirectorRequested: root.directorRequested()
             }
             ExportStrip {
                 Layout.fillWidth: true

@@ -47,8 +47,7 @@ TileRow tileOf(const LiveCamera &camera, const DirectorSession &session, WallTim
     const auto &errors = session.previews().errors();
     const auto error = errors.find(camera.id);
     row.notice = error == errors.end() ? u"Connecting\u2026"_s : error->second;
-    row.levelText =
-        QString::asprintf("%.0f dB", std::max(camera.leftDB, camera.rightDB));
+    row.levelText = QString::asprintf("%.0f dB", std::max(camera.leftDB, camera.rightDB));
     if (camera.battery)
         row.batteryText = u"%1%"_s.arg(*camera.battery);
     row.qualityText = displayText(camera.quality);
@@ -58,7 +57,8 @@ TileRow tileOf(const LiveCamera &camera, const DirectorSession &session, WallTim
 } // namespace
 
 CameraWallViewModel::CameraWallViewModel(DirectorSession &session, LiveCameraDiscovery &discovery)
-    : m_session(session), m_discovery(discovery),
+    : m_session(session),
+      m_discovery(discovery),
       m_rows({{"cameraID", &TileRow::cameraID},
               {"title", &TileRow::title},
               {"notice", &TileRow::notice},

@@ -44,11 +44,15 @@ bool DirectorMonitorViewModel::isRecording() const
 
 DirectorViewModel::DirectorViewModel(AppStore &store, LiveCameraDiscovery &discovery,
                                      QSettings &settings)
-    : m_store(store), m_discovery(discovery), m_session(store, discovery, settings),
+    : m_store(store),
+      m_discovery(discovery),
+      m_session(store, discovery, settings),
       m_wall(m_session, discovery),
       m_previewMonitor(m_session, &LiveEditTimeline::previewCameraID),
       m_programMonitor(m_session, &LiveEditTimeline::programCameraID),
-      m_sessionPage(m_session, store), m_audioPage(m_session, discovery), m_cameraPage(m_session),
+      m_sessionPage(m_session, store),
+      m_audioPage(m_session, discovery),
+      m_cameraPage(m_session),
       m_editsPage(m_session)
 {
     connect(&m_session, &DirectorSession::camerasChanged, this, &DirectorViewModel::camerasChanged);

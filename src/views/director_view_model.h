@@ -76,8 +76,8 @@ class DirectorViewModel : public QObject {
     Q_PROPERTY(QStringList fadeTitles READ fadeTitles CONSTANT)
     Q_PROPERTY(int fadeIndex READ fadeIndex WRITE setFadeIndex NOTIFY fadeIndexChanged)
     Q_PROPERTY(QStringList inspectorTitles READ inspectorTitles CONSTANT)
-    Q_PROPERTY(int inspectorIndex READ inspectorIndex WRITE setInspectorIndex NOTIFY
-                   inspectorIndexChanged)
+    Q_PROPERTY(
+        int inspectorIndex READ inspectorIndex WRITE setInspectorIndex NOTIFY inspectorIndexChanged)
     Q_PROPERTY(bool hasError READ hasError NOTIFY errorChanged)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorChanged)
 public:

@@ -102,13 +102,15 @@ void SessionPageViewModel::start()
 }
 
 AudioPageViewModel::AudioPageViewModel(DirectorSession &session, LiveCameraDiscovery &discovery)
-    : m_session(session), m_discovery(discovery), m_rows({{"name", &AudioStripRow::name},
-                                                          {"levelText", &AudioStripRow::levelText},
-                                                          {"leftDB", &AudioStripRow::leftDB},
-                                                          {"rightDB", &AudioStripRow::rightDB},
-                                                          {"gain", &AudioStripRow::gain},
-                                                          {"muted", &AudioStripRow::muted},
-                                                          {"solo", &AudioStripRow::solo}})
+    : m_session(session),
+      m_discovery(discovery),
+      m_rows({{"name", &AudioStripRow::name},
+              {"levelText", &AudioStripRow::levelText},
+              {"leftDB", &AudioStripRow::leftDB},
+              {"rightDB", &AudioStripRow::rightDB},
+              {"gain", &AudioStripRow::gain},
+              {"muted", &AudioStripRow::muted},
+              {"solo", &AudioStripRow::solo}})
 {
     connect(&session, &DirectorSession::camerasChanged, this, &AudioPageViewModel::refresh);
     connect(&session, &DirectorSession::audioChannelsChanged, this, &AudioPageViewModel::refresh);
@@ -123,17 +125,16 @@ void AudioPageViewModel::refresh()
     for (const AudioChannelState &channel : m_session.audioChannels()) {
         const LiveCamera *camera = findCamera(m_discovery.cameras(), channel.id);
         const bool isOnline = camera && camera->isOnline(now);
-        rows.push_back(
-            {.key = channel.id,
-             .name = displayText(channel.name),
-             .levelText = isOnline ? QString::asprintf("L %.0f  R %.0f dB", camera->leftDB,
-                                                       camera->rightDB)
-                                   : u"OFFLINE"_s,
-             .leftDB = isOnline ? camera->leftDB : silence,
-             .rightDB = isOnline ? camera->rightDB : silence,
-             .gain = channel.gain,
-             .muted = channel.muted,
-             .solo = channel.solo});
+        rows.push_back({.key = channel.id,
+                        .name = displayText(channel.name),
+                        .levelText = isOnline ? QString::asprintf("L %.0f  R %.0f dB",
+                                                                  camera->leftDB, camera->rightDB)
+                                              : u"OFFLINE"_s,
+                        .leftDB = isOnline ? camera->leftDB : silence,
+                        .rightDB = isOnline ? camera->rightDB : silence,
+                        .gain = channel.gain,
+                        .muted = channel.muted,
+                        .solo = channel.solo});
     }
     m_rows.setRows(std::move(rows));
     Q_EMIT changed();
@@ -195,9 +196,8 @@ void CameraPageViewModel::refresh()
 }
 
 EditsPageViewModel::EditsPageViewModel(DirectorSession &session)
-    : m_session(session), m_rows({{"time", &EditRow::time},
-                                  {"kind", &EditRow::kind},
-                                  {"detail", &EditRow::detail}})
+    : m_session(session),
+      m_rows({{"time", &EditRow::time}, {"kind", &EditRow::kind}, {"detail", &EditRow::detail}})
 {
     connect(&session, &DirectorSession::timelineChanged, this, &EditsPageViewModel::refresh);
     connect(&session, &DirectorSession::camerasChanged, this, &EditsPageViewModel::refresh);
@@ -222,8 +222,8 @@ void EditsPageViewModel::refresh()
     std::vector<EditRow> rows;
     const std::vector<DirectorEditEvent> events = m_session.editEvents();
     for (const DirectorEditEvent &event : std::views::reverse(events))
-        rows.push_back({event.id.toString(), elapsedText(event.elapsedSeconds),
-                        editKindText(event), displayText(editDetailText(event, nameOf))});
+        rows.push_back({event.id.toString(), elapsedText(event.elapsedSeconds), editKindText(event),
+                        displayText(editDetailText(event, nameOf))});
     m_rows.setRows(std::move(rows));
     Q_EMIT changed();
 }

@@ -22,8 +22,8 @@ class SessionPageViewModel : public QObject {
     QML_UNCREATABLE("Part of the director view model.")
     Q_PROPERTY(QStringList projectTitles READ projectTitles NOTIFY changed)
     Q_PROPERTY(int projectIndex READ projectIndex NOTIFY changed)
-    Q_PROPERTY(QString plannedTakeID READ plannedTakeID WRITE setPlannedTakeID NOTIFY
-                   plannedTakeIDChanged)
+    Q_PROPERTY(
+        QString plannedTakeID READ plannedTakeID WRITE setPlannedTakeID NOTIFY plannedTakeIDChanged)
     Q_PROPERTY(bool canStart READ canStart NOTIFY changed)
     Q_PROPERTY(QString startTitle READ startTitle NOTIFY changed)
     Q_PROPERTY(QString startObstacle READ startObstacle NOTIFY changed)

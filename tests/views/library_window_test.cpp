@@ -1,4 +1,4 @@
-#include "views/library_window.h"
+#include "views/program_windows.h"
 #include "window_probe.h"
 
 #include <QAccessible>

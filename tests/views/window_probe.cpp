@@ -1,7 +1,7 @@
 #include "window_probe.h"
 
 #include "store/library_file.h"
-#include "views/library_window.h"
+#include "views/program_windows.h"
 
 #include <QAccessible>
 #include <QtTest>
@@ -15,10 +15,10 @@ WindowProbe::WindowProbe(std::vector<VORNProject> projects)
     LibraryFile(m_folder.path()).save({std::move(projects)});
     m_store = std::make_unique<AppStore>(m_folder.path(), m_folder.path());
     m_view = std::make_unique<LibraryViewModel>(*m_store);
-    m_engine = std::make_unique<QQmlApplicationEngine>();
-    openLibraryWindow(*m_engine, *m_view);
-    m_window = qobject_cast<QQuickWindow *>(m_engine->rootObjects().value(0));
-    if (!m_window || !QTest::qWaitForWindowExposed(m_window))
+    m_engine = std::make_unique<QQmlEngine>();
+    m_owned = makeLibraryWindow(*m_engine, *m_view);
+    m_window = qobject_cast<QQuickWindow *>(m_owned.get());
+    if (!QTest::qWaitForWindowExposed(m_window))
         qFatal("The Library window does not open.");
     m_window->requestActivate();
     if (!QTest::qWaitForWindowActive(m_window))

@@ -3,7 +3,7 @@
 #include "store/app_store.h"
 #include "views/library_view_model.h"
 
-#include <QQmlApplicationEngine>
+#include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTemporaryDir>
@@ -39,7 +39,7 @@ private:
     QTemporaryDir m_folder;
     std::unique_ptr<AppStore> m_store;
     std::unique_ptr<LibraryViewModel> m_view;
-    std::unique_ptr<QQmlApplicationEngine> m_engine;
+    std::unique_ptr<QQmlEngine> m_engine;
     QQuickWindow *m_window = nullptr;
 };
 

@@ -8,14 +8,16 @@ StudioPanel {
 
     required property DirectorViewModel director
     readonly property bool pickerOpen: fadeLength.open
-    // The monitors stand beside each other until the panel is too narrow for that.
-    readonly property bool stacked: width < 520 && height > width
+    // Beside or above each other, whichever makes the pictures larger.
+    readonly property bool stacked: monitors.height > monitors.width * 0.75
 
     title: qsTr("SWITCHER")
     subtitle: qsTr("Preview and Program")
     icon: "switch"
 
     GridLayout {
+        id: monitors
+
         anchors.left: parent.left
         anchors.right: parent.right
         anchors.top: parent.top
@@ -24,11 +26,12 @@ StudioPanel {
         columns: root.stacked ? 1 : 2
         columnSpacing: Theme.inside
         rowSpacing: Theme.inside
-        uniformCellWidths: true
 
         DirectorMonitor {
             Layout.fillWidth: true
             Layout.fillHeight: true
+            Layout.preferredWidth: 1 // both the same
+            Layout.preferredHeight: 1
             director: root.director
             monitor: root.director.previewMonitor
             title: qsTr("PREVIEW")
@@ -37,6 +40,8 @@ StudioPanel {
         DirectorMonitor {
             Layout.fillWidth: true
             Layout.fillHeight: true
+            Layout.preferredWidth: 1 // both the same
+            Layout.preferredHeight: 1
             director: root.director
             monitor: root.director.programMonitor
             title: qsTr("PROGRAM")
@@ -49,6 +54,7 @@ StudioPanel {
         anchors.left: parent.left
         anchors.right: parent.right
         anchors.bottom: parent.bottom
+        anchors.bottomMargin: Theme.between
         spacing: Theme.row
 
         SwitchButton {
@@ -91,10 +97,10 @@ StudioPanel {
         Item {
             Layout.fillWidth: true
         }
-        SmallLabel {
-            Layout.maximumWidth: implicitWidth
-            Layout.fillWidth: true
-            text: qsTr("Monitor only")
-        }
+    }
+    SmallLabel {
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        text: qsTr("Monitor only")
     }
 }

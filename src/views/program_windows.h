@@ -1,0 +1,58 @@
+#pragma once
+
+#include "views/director_view_model.h"
+#include "views/library_view_model.h"
+
+#include <QObject>
+#include <QQmlEngine>
+#include <QWindow>
+
+#include <memory>
+
+class QSettings;
+
+namespace vorn {
+
+class AppStore;
+class LiveCameraDiscovery;
+
+/// Gives the application the look of its windows: type, and for the file panels a dark palette.
+/// Needs a QApplication, before the first window.
+void applyLook();
+
+/// Makes the Library window, with the Settings window behind it. Engine and view model must outlive
+/// it.
+[[nodiscard]] std::unique_ptr<QWindow> makeLibraryWindow(QQmlEngine &engine,
+                                                         LibraryViewModel &library);
+/// Makes the Director window.
+[[nodiscard]] std::unique_ptr<QWindow> makeDirectorWindow(QQmlEngine &engine,
+                                                          DirectorViewModel &director);
+
+/// The program's windows, each opened on request: a window that is there comes to the front
+/// instead. The Library window is kept when it closes; the Director window starts fresh. Context:
+/// UI thread.
+class ProgramWindows : public QObject {
+    Q_OBJECT
+public:
+    /// All must outlive it.
+    ProgramWindows(AppStore &store, LiveCameraDiscovery &discovery, QSettings &settings);
+
+public Q_SLOTS:
+    void showDirector();
+    void showLibrary();
+    /// Brings all open windows to the front.
+    void raise();
+    void endDirector();
+
+private:
+    AppStore &m_store;
+    LiveCameraDiscovery &m_discovery;
+    QSettings &m_settings;
+    LibraryViewModel m_library;
+    std::unique_ptr<DirectorViewModel> m_director; ///< as long as its window is open
+    QQmlEngine m_engine;
+    std::unique_ptr<QWindow> m_libraryWindow;
+    std::unique_ptr<QWindow> m_directorWindow;
+};
+
+} // namespace vorn
