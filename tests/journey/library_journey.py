@@ -119,6 +119,7 @@ def main():
 
     program = Program(path, pictures)
     try:
+        program.press("Library")
         program.wait("Select a Take")
         program.picture("first-start")
         make_and_rename_project(program)
