@@ -1,5 +1,6 @@
 // The phone's side of a request for Transfer Mode.
 
+#include "platform/display_text.h"
 #include "rig/phone.h"
 #include "rig/rig_error.h"
 
@@ -87,7 +88,7 @@ void Phone::receive(const QByteArray &datagram, const Endpoint &from)
     case TransferHabit::ask:
         Q_EMIT asked(
             u"%1: “%2” asks for Transfer Mode. Answer with: %1 approve, or: %1 decline"_s.arg(
-                m_cameraId, payload[u"collectorName"_s].toString()));
+                m_cameraId, displayText(payload[u"collectorName"_s].toString())));
         break;
     case TransferHabit::approve:
         acknowledge(true, {});
