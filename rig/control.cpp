@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 maximumScenarioBytes = 1 << 20;
-constexpr qint64 maximumLineBytes = 256 * 1024;
+constexpr qint64 maximumLineBytes = 1 << 18;
 
 QString lineText(const QByteArray &line)
 {
@@ -67,6 +67,9 @@ TerminalControl::TerminalControl(CommandHandler handler, QObject *parent)
 
 void TerminalControl::read()
 {
+    // In the background, reading would stop this process.
+    if (::tcgetpgrp(STDIN_FILENO) != ::getpgrp())
+        return;
     char buffer[4096];
     const ssize_t count = ::read(STDIN_FILENO, buffer, sizeof buffer);
     if (count <= 0) {

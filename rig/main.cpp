@@ -35,7 +35,7 @@ void print(std::FILE *stream, const QString &text)
 }
 
 // Parses the arguments of one command. Gives false when help was asked for, and printed.
-bool parse(QCommandLineParser &parser, const QString &command)
+bool parse(QCommandLineParser &parser, const QString &command, const QString &moreHelp = {})
 {
     parser.addPositionalArgument(command, QString(), command);
     const QCommandLineOption help({u"h"_s, u"help"_s}, u"Show this text."_s);
@@ -43,7 +43,7 @@ bool parse(QCommandLineParser &parser, const QString &command)
     if (!parser.parse(QCoreApplication::arguments()))
         throw UsageError(parser.errorText());
     if (parser.isSet(help)) {
-        print(stdout, parser.helpText());
+        print(stdout, parser.helpText() + moreHelp);
         return false;
     }
     if (parser.positionalArguments().size() != 1)
@@ -189,8 +189,7 @@ ExitCode runPhones()
         "commands: on the terminal, on the control socket, or by a scenario, a file whose lines\n"
         "are commands with a time in front (+2.5 cam-a sleep). Says ready once all is open, and\n"
         "ends with the process that started it. Meant for the network of scripts/lab:\n"
-        "nsenter --target $VORN_LAB_PHONES --net vorn-rig phones\n\n"_s
-        + Phones::help());
+        "nsenter --target $VORN_LAB_PHONES --net vorn-rig phones"_s);
     parser.addOptions({
         {u"count"_s, u"Phones, 1 to 16 (4)."_s, u"N"_s, u"4"_s},
         {u"address"_s, u"Of the first phone; the others have the next (10.77.0.11)."_s,
@@ -200,14 +199,16 @@ ExitCode runPhones()
         {u"control"_s, u"Path of the control socket."_s, u"PATH"_s},
         {u"scenario"_s, u"Commands with their times."_s, u"FILE"_s},
         {u"transfer"_s, u"ask, approve, decline, pending or silent (ask)."_s, u"HABIT"_s, u"ask"_s},
-        {u"seed"_s, u"Decides which datagrams faults hit (1)."_s, u"N"_s, u"1"_s},
+        {u"seed"_s, u"Decides which datagrams the faults hit (1)."_s, u"N"_s, u"1"_s},
         {u"size"_s, u"Of the selected preview (1280x720)."_s, u"WxH"_s, u"1280x720"_s},
         {u"fps"_s, u"Of the selected preview (30)."_s, u"RATE"_s, u"30"_s},
         {u"wall"_s, u"Of the wall's previews (640x360@12)."_s, u"WxH@RATE"_s, u"640x360@12"_s},
         {u"port"_s, u"UDP port of the phones; 0: any (45454)."_s, u"PORT"_s, u"45454"_s},
         {u"preview-port"_s, u"TCP port of the phones; 0: any (45455)."_s, u"PORT"_s, u"45455"_s},
     });
-    if (!parse(parser, u"phones"_s))
+    if (!parse(parser, u"phones"_s,
+               u"\nA command is one line, and so is its answer: ok, ok VALUE or error WORDS.\n"_s
+                   + Phones::help()))
         return done;
     QObject owner;
     quitWithParent(&owner);

@@ -1,5 +1,7 @@
 #include "rig/phone.h"
 
+#include "rig/rig_error.h"
+
 #include <QDateTime>
 #include <QUuid>
 
@@ -66,6 +68,7 @@ void Phone::resetSwitches()
     m_preview.wall = m_options.wall;
     m_preview.selected = m_options.selected;
     m_preview.isAsleep = m_isAsleep = false;
+    m_preview.dripBytesPerSecond = usualDripBytesPerSecond;
     m_form = StatusForm::current;
     m_spread = Spread::both;
     m_identityFault = IdentityFault::none;
@@ -76,12 +79,20 @@ void Phone::resetSwitches()
     m_payloadChanges.clear();
     m_envelopeChanges.clear();
     m_answerChanges.clear();
+    m_answerFrom.clear();
+    m_waiting.reset();
     m_statusTimer.setInterval(statusIntervalMs);
 }
 
 qint64 Phone::clockMs() const
 {
     return QDateTime::currentMSecsSinceEpoch() + m_clockOffsetMs;
+}
+
+void Phone::applyChanges(const Changes &changes, QJsonObject &object)
+{
+    for (const auto &[key, value] : changes)
+        object.insert(key, value);
 }
 
 QJsonObject Phone::nextStatus()
@@ -97,8 +108,7 @@ QJsonObject Phone::nextStatus()
                                          .wallFrames = m_preview.framesOfWall(),
                                          .selectedFrames = m_preview.framesOfSelected(),
                                          .skippedFrames = m_preview.skippedFrames()});
-    for (const auto &[key, value] : m_payloadChanges)
-        payload.insert(key, value);
+    applyChanges(m_payloadChanges, payload);
     QJsonObject envelope{{u"v"_s, 1},
                          {u"type"_s, m_hasAnnounced ? u"status"_s : u"announce"_s},
                          {u"sender"_s, m_cameraId},
@@ -111,8 +121,7 @@ QJsonObject Phone::nextStatus()
     if (m_form != StatusForm::bare)
         envelope.insert(u"sentMs"_s, clockMs());
     ++m_sequence;
-    for (const auto &[key, value] : m_envelopeChanges)
-        envelope.insert(key, value);
+    applyChanges(m_envelopeChanges, envelope);
     return envelope;
 }
 
@@ -140,6 +149,28 @@ void Phone::sendForeign(const QByteArray &datagram)
         m_link.sendAtOnce(datagram, *m_options.desktop);
     else
         m_link.sendAtOnce(datagram, {statusGroup, statusPort});
+}
+
+void Phone::sendHostile(const QString &hexOrName)
+{
+    const QByteArray hex = hexOrName.toLatin1();
+    QByteArray datagram = QByteArray::fromHex(hex);
+    if (datagram.isEmpty() || datagram.toHex() != hex.toLower()) {
+        const std::optional<QByteArray> hostile = hostilePacket(hexOrName, nextStatus());
+        if (!hostile)
+            throw RigError(u"hexadecimal bytes or a name of help are wanted"_s);
+        datagram = *hostile;
+    }
+    ++m_sent[u"raw"_s];
+    sendForeign(datagram);
+}
+
+void Phone::move(const QHostAddress &address)
+{
+    m_link.open({address, m_own.port});
+    m_preview.open({address, m_previewPort});
+    m_own.address = address;
+    sendStatus();
 }
 
 QByteArray Phone::identity()

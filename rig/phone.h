@@ -54,8 +54,8 @@ public:
 
     [[nodiscard]] QString cameraId() const { return m_cameraId; }
 
-    /// Turns a switch. Gives what there is to answer, mostly nothing. Throws RigError.
-    QString turn(const QString &name, const QString &value);
+    /// Turns a switch. Throws RigError.
+    void turn(const QString &name, const QString &value);
     /// One line for each switch.
     [[nodiscard]] static QString help();
 
@@ -74,7 +74,7 @@ private:
         QStringView name;
         QStringView value; ///< what to give, for the help
         QStringView about;
-        QString (Phone::*turn)(const QString &value);
+        void (*turn)(Phone &phone, const QString &value);
     };
     enum class Spread { both, multicast, unicast, off };
     enum class IdentityFault { none, zero, oversized, cut, garbage };
@@ -86,47 +86,25 @@ private:
     using Changes = std::map<QString, QJsonValue>; ///< an undefined value takes the key away
 
     [[nodiscard]] static const std::vector<Switch> &switches();
-    QString turnLoss(const QString &value);
-    QString turnDuplicate(const QString &value);
-    QString turnReorder(const QString &value);
-    QString turnDelay(const QString &value);
-    QString turnStatus(const QString &value);
-    QString turnInterval(const QString &value);
-    QString turnForm(const QString &value);
-    QString turnClock(const QString &value);
-    QString turnRestart(const QString &value);
-    QString turnSleep(const QString &value);
-    QString turnWake(const QString &value);
-    QString turnMove(const QString &value);
-    QString turnSet(const QString &value);
-    QString turnUnset(const QString &value);
-    QString turnEnvelope(const QString &value);
-    QString turnRecord(const QString &value);
-    QString turnSend(const QString &value);
-    QString turnPreview(const QString &value);
-    QString turnDrip(const QString &value);
-    QString turnIdentity(const QString &value);
-    QString turnWall(const QString &value);
-    QString turnSelected(const QString &value);
-    QString turnHold(const QString &value);
-    QString turnRender(const QString &value);
-    QString turnTransfer(const QString &value);
-    QString turnApprove(const QString &value);
-    QString turnDecline(const QString &value);
-    QString turnAnswer(const QString &value);
-    QString turnReset(const QString &value);
-    void addChange(Changes &changes, const QString &value);
+    [[nodiscard]] static std::vector<Switch> linkSwitches();
+    [[nodiscard]] static std::vector<Switch> statusSwitches();
+    [[nodiscard]] static std::vector<Switch> previewSwitches();
+    [[nodiscard]] static std::vector<Switch> transferSwitches();
 
     void beginSession();
     void resetSwitches();
     [[nodiscard]] qint64 clockMs() const;
+    static void applyChanges(const Changes &changes, QJsonObject &object);
     [[nodiscard]] QJsonObject nextStatus();
     [[nodiscard]] QByteArray identity();
     void sendStatus();
     void sendEverywhere(const QByteArray &datagram);
+    void sendHostile(const QString &hexOrName);
+    void move(const QHostAddress &address);
 
     void receive(const QByteArray &datagram, const Endpoint &from);
-    void answerTransfer(const QString &action, const QJsonObject &more);
+    void answerTransfer(const WaitingTransfer &request, const QString &action,
+                        const QJsonObject &more);
     void acknowledge(bool isAccepted, const QString &error);
 
     PhoneOptions m_options;
@@ -154,6 +132,7 @@ private:
     Changes m_payloadChanges;
     Changes m_envelopeChanges;
     Changes m_answerChanges;
+    QHostAddress m_answerFrom; ///< null: its own
 
     std::optional<WaitingTransfer> m_waiting;
     QJsonArray m_commands;         ///< those that came, newest last

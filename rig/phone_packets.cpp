@@ -1,5 +1,7 @@
 #include "rig/phone_packets.h"
 
+#include "rig/help_line.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -225,7 +227,7 @@ QStringList hostilePacketHelp()
 {
     QStringList lines;
     for (const HostilePacket &packet : hostilePackets)
-        lines += u"%1: %2"_s.arg(packet.name, packet.about);
+        lines += helpLine(packet.name.toString(), packet.about);
     return lines;
 }
 

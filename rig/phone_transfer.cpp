@@ -1,5 +1,6 @@
 // The phone's side of a request for Transfer Mode.
 
+#include "platform/display_text.h"
 #include "rig/phone.h"
 #include "rig/rig_error.h"
 
@@ -29,7 +30,7 @@ QString objection(const QJsonObject &command, const QString &cameraId)
     const QJsonObject payload = command[u"payload"_s].toObject();
     const QJsonValue sentMs = command[u"sentMs"_s];
     const qsizetype nameLength = payload[u"collectorName"_s].toString().size();
-    for (const QJsonValue &value : payload)
+    for (const auto &value : payload)
         if (!value.isString())
             return u"a value of the payload is no string"_s;
     if (command[u"v"_s] != QJsonValue(1))
@@ -79,13 +80,15 @@ void Phone::receive(const QByteArray &datagram, const Endpoint &from)
                                   {u"objection"_s, against}});
     if (!against.isEmpty() || m_transfer == TransferHabit::silent)
         return;
-    m_waiting = {payload[u"requestId"_s].toString(), command[u"sender"_s].toString(), from};
-    answerTransfer(u"TRANSFER_MODE_PENDING"_s, {});
+    const WaitingTransfer request{payload[u"requestId"_s].toString(),
+                                  command[u"sender"_s].toString(), from};
+    m_waiting = request;
+    answerTransfer(request, u"TRANSFER_MODE_PENDING"_s, {});
     switch (m_transfer) {
     case TransferHabit::ask:
         Q_EMIT asked(
             u"%1: “%2” asks for Transfer Mode. Answer with: %1 approve, or: %1 decline"_s.arg(
-                m_cameraId, payload[u"collectorName"_s].toString()));
+                m_cameraId, displayText(payload[u"collectorName"_s].toString())));
         break;
     case TransferHabit::approve:
         acknowledge(true, {});
@@ -99,21 +102,28 @@ void Phone::receive(const QByteArray &datagram, const Endpoint &from)
     }
 }
 
-void Phone::answerTransfer(const QString &action, const QJsonObject &more)
+void Phone::answerTransfer(const WaitingTransfer &request, const QString &action,
+                           const QJsonObject &more)
 {
     QJsonObject payload = more;
     payload.insert(u"action"_s, action);
-    payload.insert(u"requestId"_s, m_waiting->requestId);
-    payload.insert(u"target"_s, m_waiting->collectorId);
-    for (const auto &[key, value] : m_answerChanges)
-        payload.insert(key, value);
+    payload.insert(u"requestId"_s, request.requestId);
+    payload.insert(u"target"_s, request.collectorId);
+    applyChanges(m_answerChanges, payload);
+    QJsonObject envelope{{u"v"_s, 1},
+                         {u"type"_s, u"command"_s},
+                         {u"sender"_s, m_cameraId},
+                         {u"sentMs"_s, clockMs()},
+                         {u"payload"_s, payload}};
+    applyChanges(m_envelopeChanges, envelope);
     ++m_sent[action];
-    m_link.send(compactJson({{u"v"_s, 1},
-                             {u"type"_s, u"command"_s},
-                             {u"sender"_s, m_cameraId},
-                             {u"sentMs"_s, clockMs()},
-                             {u"payload"_s, payload}}),
-                m_waiting->from);
+    if (m_answerFrom.isNull()) {
+        m_link.send(compactJson(envelope), request.from);
+    } else {
+        QUdpSocket stranger;
+        stranger.bind(m_answerFrom);
+        stranger.writeDatagram(compactJson(envelope), request.from.address, request.from.port);
+    }
 }
 
 void Phone::acknowledge(bool isAccepted, const QString &error)
@@ -123,7 +133,7 @@ void Phone::acknowledge(bool isAccepted, const QString &error)
     QJsonObject more{{u"accepted"_s, isAccepted}};
     if (!error.isEmpty())
         more.insert(u"error"_s, error);
-    answerTransfer(u"TRANSFER_MODE_ACK"_s, more);
+    answerTransfer(*m_waiting, u"TRANSFER_MODE_ACK"_s, more);
     m_waiting.reset();
 }
 

@@ -1,5 +1,6 @@
 #include "rig/phones.h"
 
+#include "rig/help_line.h"
 #include "rig/rig_error.h"
 
 #include <QJsonDocument>
@@ -71,29 +72,28 @@ QString Phones::turn(const QString &line)
     const QString first = line.section(u' ', 0, 0);
     if (first == u"state")
         return QString::fromUtf8(compactJson(state()));
-    if (first == u"storm")
-        return turnStorm(line.section(u' ', 1));
     if (first == u"help")
         return help().trimmed().replace(u'\n', u" | "_s);
-    return turnPhones(first, line.section(u' ', 1, 1), line.section(u' ', 2));
+    if (first == u"storm")
+        turnStorm(line.section(u' ', 1));
+    else
+        turnPhones(first, line.section(u' ', 1, 1), line.section(u' ', 2));
+    return {};
 }
 
-QString Phones::turnPhones(const QString &target, const QString &name, const QString &value)
+void Phones::turnPhones(const QString &target, const QString &name, const QString &value)
 {
-    QString answer;
     bool isKnown = false;
-    for (const auto &phone : m_phones) {
-        if (target != u"all" && target != phone->cameraId())
-            continue;
-        isKnown = true;
-        answer = phone->turn(name, value);
-    }
+    for (const auto &phone : m_phones)
+        if (target == u"all" || target == phone->cameraId()) {
+            phone->turn(name, value);
+            isKnown = true;
+        }
     if (!isKnown)
         throw RigError(u"there is no phone “%1”; try help"_s.arg(target));
-    return answer;
 }
 
-QString Phones::turnStorm(const QString &value)
+void Phones::turnStorm(const QString &value)
 {
     bool hasCount = false;
     bool hasRate = true;
@@ -111,7 +111,6 @@ QString Phones::turnStorm(const QString &value)
         m_stormTimer.stop();
     else
         m_stormTimer.start(stormTickMs);
-    return {};
 }
 
 void Phones::storm()
@@ -138,13 +137,12 @@ QJsonObject Phones::state() const
 
 QString Phones::help()
 {
-    return u"Commands, one a line, each answered by one line (ok, ok VALUE or error WORDS):\n"
-           "  CAMERA|all SWITCH [VALUE]   such as: cam-a loss 0.3, all restart\n"
-           "  storm COUNT [PER-SECOND]    status packets of so many other cameras; 0 ends it\n"
-           "  state                       what each phone sent and served, as JSON\n"
-           "  help                        this list\n"
-           "Switches:\n"_s
-           + Phone::help();
+    return u"Commands:\n"_s
+           + helpLine(u"CAMERA|all SWITCH [VALUE]"_s, u"such as: cam-a loss 0.3, all restart")
+           + helpLine(u"storm COUNT [PER-SECOND]"_s,
+                      u"status packets of so many other cameras; 0 ends it")
+           + helpLine(u"state"_s, u"what each phone sent and served, as JSON")
+           + helpLine(u"help"_s, u"this list") + u"Switches:\n"_s + Phone::help();
 }
 
 } // namespace vorn::rig

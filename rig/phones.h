@@ -43,8 +43,8 @@ Q_SIGNALS:
 
 private:
     QString turn(const QString &line);
-    QString turnPhones(const QString &target, const QString &name, const QString &value);
-    QString turnStorm(const QString &value);
+    void turnPhones(const QString &target, const QString &name, const QString &value);
+    void turnStorm(const QString &value);
     void storm();
     [[nodiscard]] QJsonObject state() const;
 

@@ -1,5 +1,6 @@
 #include "rig/preview_server.h"
 
+#include "rig/help_line.h"
 #include "rig/preview_connection.h"
 #include "rig/rig_error.h"
 
@@ -11,44 +12,49 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct FaultName {
+struct NamedFault {
     QStringView name;
     PreviewFault fault;
+    QStringView about;
 };
 
-constexpr std::array faultNames{
-    FaultName{u"ok", PreviewFault::none},
-    FaultName{u"refuse", PreviewFault::refuse},
-    FaultName{u"silent", PreviewFault::silent},
-    FaultName{u"legacy-only", PreviewFault::legacyOnly},
-    FaultName{u"drop", PreviewFault::drop},
-    FaultName{u"truncate", PreviewFault::truncate},
-    FaultName{u"huge", PreviewFault::huge},
-    FaultName{u"largest", PreviewFault::largest},
-    FaultName{u"slow", PreviewFault::slow},
-    FaultName{u"wrong-length", PreviewFault::wrongLength},
-    FaultName{u"zero", PreviewFault::zero},
-    FaultName{u"claim", PreviewFault::claim},
-    FaultName{u"garbage", PreviewFault::garbage},
-    FaultName{u"bomb", PreviewFault::bomb},
+constexpr std::array namedFaults{
+    NamedFault{u"ok", PreviewFault::none, u"nothing is wrong"},
+    NamedFault{u"refuse", PreviewFault::refuse, u"nobody listens, connections end"},
+    NamedFault{u"silent", PreviewFault::silent, u"accepts and reads, but never answers"},
+    NamedFault{u"legacy-only", PreviewFault::legacyOnly,
+               u"ends a connection that asks for a stream"},
+    NamedFault{u"drop", PreviewFault::drop, u"ends the connection in the middle of a picture"},
+    NamedFault{u"truncate", PreviewFault::truncate,
+               u"a picture without its second half, its length told rightly"},
+    NamedFault{u"huge", PreviewFault::huge, u"a picture of 2,097,153 bytes"},
+    NamedFault{u"largest", PreviewFault::largest,
+               u"a picture of 2,097,152 bytes, which is still to be read"},
+    NamedFault{u"slow", PreviewFault::slow, u"a few bytes at a time, see drip"},
+    NamedFault{u"wrong-length", PreviewFault::wrongLength,
+               u"tells a hundred bytes more than the picture has"},
+    NamedFault{u"zero", PreviewFault::zero, u"tells a length of nothing"},
+    NamedFault{u"claim", PreviewFault::claim, u"tells four gigabytes"},
+    NamedFault{u"garbage", PreviewFault::garbage, u"as long as a picture, but none"},
+    NamedFault{u"bomb", PreviewFault::bomb, u"a few bytes that claim 65,500 by 65,500 pixels"},
 };
 
 } // namespace
 
 std::optional<PreviewFault> previewFaultFromText(QStringView text)
 {
-    for (const FaultName &entry : faultNames)
+    for (const NamedFault &entry : namedFaults)
         if (entry.name == text)
             return entry.fault;
     return std::nullopt;
 }
 
-QStringList previewFaultNames()
+QStringList previewFaultHelp()
 {
-    QStringList names;
-    for (const FaultName &entry : faultNames)
-        names += entry.name.toString();
-    return names;
+    QStringList lines;
+    for (const NamedFault &entry : namedFaults)
+        lines += helpLine(entry.name.toString(), entry.about);
+    return lines;
 }
 
 PreviewServer::PreviewServer(PictureStore &pictures, int castIndex,
@@ -63,12 +69,13 @@ void PreviewServer::open(const Endpoint &own)
 {
     cutConnections();
     m_own = own;
-    listen();
+    m_server.close();
+    if (m_fault != PreviewFault::refuse)
+        listen();
 }
 
 void PreviewServer::listen()
 {
-    m_server.close();
     if (!m_server.listen(m_own.address, m_own.port))
         throw RigError(u"TCP port %1 of %2 cannot be opened: %3."_s.arg(m_own.port)
                            .arg(m_own.address.toString(), m_server.errorString()));

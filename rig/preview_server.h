@@ -17,31 +17,35 @@
 
 namespace vorn::rig {
 
-/// What is wrong with a preview server. All but refuse and silent spare the identity request.
+/// What is wrong with a preview server; previewFaultHelp() tells what each does. All but refuse and
+/// silent spare the identity request.
 enum class PreviewFault {
     none,
-    refuse,      ///< nobody listens
-    silent,      ///< accepts, reads and never answers
-    legacyOnly,  ///< ends a connection that asks for a stream; single pictures work
-    drop,        ///< ends the connection in the middle of a picture
-    truncate,    ///< a picture without its second half, its length told rightly
-    huge,        ///< a picture of 2,097,153 bytes, one more than anybody has to read
-    largest,     ///< a picture of 2,097,152 bytes, which is right
-    slow,        ///< a few bytes at a time, see PreviewServer::dripBytesPerSecond
-    wrongLength, ///< tells a hundred bytes more than it sends; the stream is out of step then
-    zero,        ///< tells a length of nothing
-    claim,       ///< tells four gigabytes and goes on with pictures
-    garbage,     ///< no JPEG, but as long as one
-    bomb,        ///< a JPEG of a few bytes that claims 65,500 by 65,500 pixels
+    refuse,
+    silent,
+    legacyOnly,
+    drop,
+    truncate,
+    huge,
+    largest,
+    slow,
+    wrongLength,
+    zero,
+    claim,
+    garbage,
+    bomb,
 };
+
+/// Of the fault slow: a picture would take hours.
+inline constexpr int usualDripBytesPerSecond = 4;
 
 /// The four bytes in front of an answer.
 [[nodiscard]] QByteArray lengthPrefix(quint32 length);
 
 /// The fault of that name, such as "wrong-length"; absent when there is none.
 [[nodiscard]] std::optional<PreviewFault> previewFaultFromText(QStringView text);
-/// All of their names.
-[[nodiscard]] QStringList previewFaultNames();
+/// Names and explanations, for the help.
+[[nodiscard]] QStringList previewFaultHelp();
 
 /// A phone's preview server: one byte in asks for a picture (1 wall, 2 selected), for who the phone
 /// is (3), or for a stream (4 wall, 5 selected). Each answer is a length of four bytes, most
@@ -77,7 +81,7 @@ public:
     PictureFormat wall{{640, 360}, 12};
     PictureFormat selected{{1280, 720}, 30};
     bool isAsleep = false;
-    int dripBytesPerSecond = 4;
+    int dripBytesPerSecond = usualDripBytesPerSecond;
 
 private:
     friend class PreviewConnection;

@@ -15,8 +15,8 @@ struct RigPhonesOptions {
     int seed = 1;
     /// Gets the status packets by unicast, such as "127.0.0.1:50000". By default 10.77.0.1 in the
     /// lab, and nobody elsewhere.
-    QString desktop;
-    QStringList more; ///< further options of vorn-rig phones
+    QString desktop = {};
+    QStringList more = {}; ///< further options of vorn-rig phones
 };
 
 /// The simulated phones of vorn-rig in a process of their own, for as long as this object lives.
