@@ -9,7 +9,7 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
 PATIENCE_SECONDS = 30
-PRESSED_ROLES = ("push button", "button", "page tab", "radio button", "list item", "table cell")
+PRESSED_ROLES = ("push button", "button", "combo box", "page tab", "radio button", "list item", "table cell")
 CONTAINER_ROLES = ("dialog", "frame", "window", "file chooser", "alert", "panel", "list item")
 
 

@@ -11,7 +11,7 @@ import re
 import socket
 import sys
 
-from desktop import JourneyError, Program, descendants, is_showing, wait_for
+from desktop import Atspi, JourneyError, Program, descendants, is_showing, wait_for
 
 
 class Phones:
@@ -35,9 +35,10 @@ def expect_equal(what, found, expected):
 
 def edits(program):
     """What the rows of the edit list say, newest first, without the times."""
-    rows = [node.get_name() for node in descendants(program.root)
+    rows = [node for node in descendants(program.root)
             if is_showing(node) and node.get_role_name() == "list item"]
-    found = [re.fullmatch(r"\d\d:\d\d:\d\d, (CUT|FADE|MARK), (.*)", row) for row in rows]
+    rows.sort(key=lambda node: node.get_extents(Atspi.CoordType.SCREEN).y)
+    found = [re.fullmatch(r"\d\d:\d\d:\d\d, (CUT|FADE|MARK), (.*)", row.get_name()) for row in rows]
     return [(row[1], row[2]) for row in found if row]
 
 
@@ -47,6 +48,7 @@ def make_project(program):
     program.type_into("Project name", "Night Shoot")
     program.press("Create")
     program.wait("No takes yet")
+    program.press("Director")
 
 
 def start_session(program):
@@ -101,6 +103,7 @@ def check_records(program, expected_edits):
     lines = [f"Director {kind} to {name} at {take['id']}." for kind, name in zip(kinds, names)]
     lines.append(f"Started Director edit log {take['id']}.")
     program.wait(lines[0])
+    program.picture("activity")
     logged = [text for text in program.texts() if text.startswith(("Director ", "Started "))]
     expect_equal("the activity log", logged, lines)
 

@@ -64,6 +64,7 @@ FocusStop {
 
             Layout.fillWidth: true
             text: root.title
+            Accessible.ignored: true // the tile says it all
             color: root.online ? Theme.text : Theme.secondary
             maximumLineCount: 1
         }
@@ -76,6 +77,7 @@ FocusStop {
             SmallLabel {
                 Layout.preferredWidth: 50
                 text: root.levelText
+                Accessible.ignored: true
                 font.family: Theme.mono
             }
             AudioMeter {
@@ -88,11 +90,13 @@ FocusStop {
             }
             SmallLabel {
                 text: root.batteryText
+                Accessible.ignored: true
                 font.family: Theme.mono
             }
             SmallLabel {
                 Layout.maximumWidth: 90
                 text: root.qualityText
+                Accessible.ignored: true
             }
         }
     }

@@ -62,7 +62,7 @@ ApplicationWindow {
             }
 
             CameraWall {
-                SplitView.preferredWidth: Math.round(panes.width * 0.36)
+                SplitView.preferredWidth: Math.round(panes.width * 0.35)
                 SplitView.minimumWidth: 340
                 director: root.director
             }
@@ -76,8 +76,8 @@ ApplicationWindow {
             DirectorInspector {
                 id: inspector
 
-                SplitView.preferredWidth: 300
-                SplitView.minimumWidth: 280
+                SplitView.preferredWidth: 340
+                SplitView.minimumWidth: 300
                 SplitView.maximumWidth: 480
                 director: root.director
             }
