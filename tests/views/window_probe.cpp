@@ -17,28 +17,33 @@ WindowProbe::WindowProbe(std::vector<VORNProject> projects)
     m_view = std::make_unique<LibraryViewModel>(*m_store);
     m_engine = std::make_unique<QQmlEngine>();
     m_owned = makeLibraryWindow(*m_engine, *m_view);
-    m_window = qobject_cast<QQuickWindow *>(m_owned.get());
-    if (!QTest::qWaitForWindowExposed(m_window))
-        qFatal("The Library window does not open.");
-    m_window->requestActivate();
-    if (!QTest::qWaitForWindowActive(m_window))
-        qFatal("The Library window does not become active.");
+    takeUp(m_owned.get());
 }
 
 WindowProbe::~WindowProbe() = default;
 
-void WindowProbe::press(Qt::Key key, Qt::KeyboardModifiers modifiers)
+void WindowHands::takeUp(QWindow *window)
+{
+    m_window = qobject_cast<QQuickWindow *>(window);
+    if (!m_window || !QTest::qWaitForWindowExposed(m_window))
+        qFatal("The window does not open.");
+    m_window->requestActivate();
+    if (!QTest::qWaitForWindowActive(m_window))
+        qFatal("The window does not become active.");
+}
+
+void WindowHands::press(Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
     QTest::keyClick(m_window, key, modifiers);
 }
 
-void WindowProbe::type(const QString &text)
+void WindowHands::type(const QString &text)
 {
     for (const QChar c : text)
         QTest::keyClick(m_window, c.toLatin1());
 }
 
-void WindowProbe::click(QQuickItem *item)
+void WindowHands::click(QQuickItem *item)
 {
     QVERIFY(item);
     // What has just appeared is placed with the next frame.
@@ -47,7 +52,7 @@ void WindowProbe::click(QQuickItem *item)
     QTest::mouseClick(m_window, Qt::LeftButton, {}, item->mapToScene(centre).toPoint());
 }
 
-QQuickItem *WindowProbe::named(const QString &name) const
+QQuickItem *WindowHands::named(const QString &name) const
 {
     for (QQuickItem *item : visibleItems(m_window->contentItem())) {
         if (accessibleName(item) == name)
@@ -56,13 +61,13 @@ QQuickItem *WindowProbe::named(const QString &name) const
     return nullptr;
 }
 
-QString WindowProbe::focusName() const
+QString WindowHands::focusName() const
 {
     QQuickItem *item = m_window->activeFocusItem();
     return item ? accessibleName(item) : QString();
 }
 
-QQuickItem *WindowProbe::listView(const QString &name) const
+QQuickItem *WindowHands::listView(const QString &name) const
 {
     QQuickItem *list = nullptr;
     for (QQuickItem *item : visibleItems(m_window->contentItem())) {
@@ -88,6 +93,47 @@ QString accessibleName(QQuickItem *item)
 {
     QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(item);
     return accessible ? accessible->text(QAccessible::Name) : QString();
+}
+
+namespace {
+
+// Why an item is of no use to assistive tools; empty when it is.
+QString accessibilityFault(QQuickItem *item)
+{
+    // Rows and tabs are worked by a pointer area that lies over them.
+    QQuickItem *control = item->inherits("QQuickMouseArea") ? item->parentItem() : item;
+    const bool isPressed = control != item || item->inherits("QQuickAbstractButton");
+    if (!isPressed && !item->activeFocusOnTab())
+        return {};
+    const QString type = QString::fromLatin1(control->metaObject()->className());
+    QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(control);
+    if (!accessible)
+        return type + u": unknown to assistive tools"_s;
+    const QString name = accessible->text(QAccessible::Name);
+    if (name.isEmpty())
+        return type + u": no name"_s;
+    if (accessible->role() == QAccessible::NoRole || accessible->role() == QAccessible::Client)
+        return name + u": no role"_s;
+    if (!item->isEnabled() && accessible->text(QAccessible::Description).isEmpty())
+        return name + u": does not say why it is disabled"_s;
+    const QAccessibleActionInterface *action = accessible->actionInterface();
+    if (isPressed
+        && (!action || !action->actionNames().contains(QAccessibleActionInterface::pressAction())))
+        return name + u": cannot be pressed"_s;
+    return {};
+}
+
+} // namespace
+
+QString accessibilityFaults(QQuickWindow *window)
+{
+    QStringList faults;
+    for (QQuickItem *item : visibleItems(window->contentItem())) {
+        const QString fault = accessibilityFault(item);
+        if (!fault.isEmpty())
+            faults += fault;
+    }
+    return faults.join(u'\n');
 }
 
 } // namespace vorn

@@ -12,16 +12,10 @@
 
 namespace vorn {
 
-/// The Library window over a store of its own, and hands to work it like a user.
-class WindowProbe {
+/// Hands to work a window like a user.
+class WindowHands {
 public:
-    explicit WindowProbe(std::vector<VORNProject> projects);
-    ~WindowProbe();
-
-    [[nodiscard]] AppStore &store() { return *m_store; }
-    [[nodiscard]] LibraryViewModel &view() { return *m_view; }
     [[nodiscard]] QQuickWindow *window() const { return m_window; }
-    [[nodiscard]] QString folder() const { return m_folder.path(); }
 
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {});
     void type(const QString &text);
@@ -35,17 +29,37 @@ public:
     /// The list that assistive tools know by this name.
     [[nodiscard]] QQuickItem *listView(const QString &name) const;
 
+protected:
+    /// The window, once it is shown and active.
+    void takeUp(QWindow *window);
+
+private:
+    QQuickWindow *m_window = nullptr;
+};
+
+/// The Library window over a store of its own.
+class WindowProbe : public WindowHands {
+public:
+    explicit WindowProbe(std::vector<VORNProject> projects);
+    ~WindowProbe();
+
+    [[nodiscard]] AppStore &store() { return *m_store; }
+    [[nodiscard]] LibraryViewModel &view() { return *m_view; }
+    [[nodiscard]] QString folder() const { return m_folder.path(); }
+
 private:
     QTemporaryDir m_folder;
     std::unique_ptr<AppStore> m_store;
     std::unique_ptr<LibraryViewModel> m_view;
     std::unique_ptr<QQmlEngine> m_engine;
-    QQuickWindow *m_window = nullptr;
+    std::unique_ptr<QWindow> m_owned;
 };
 
 /// All items under `root` that are visible, and it.
 [[nodiscard]] QList<QQuickItem *> visibleItems(QQuickItem *root);
 /// Name of an item for assistive tools; empty when it has none.
 [[nodiscard]] QString accessibleName(QQuickItem *item);
+/// What of a window is of no use to assistive tools, a line for each fault.
+[[nodiscard]] QString accessibilityFaults(QQuickWindow *window);
 
 } // namespace vorn

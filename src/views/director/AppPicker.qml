@@ -28,8 +28,6 @@ ComboBox {
     Accessible.role: Accessible.ComboBox
     Accessible.name: label + ", " + displayText
     Accessible.onPressAction: popup.open()
-    Keys.onReturnPressed: popup.open()
-    Keys.onEnterPressed: popup.open()
 
     contentItem: TextLabel {
         leftPadding: Theme.row + 2

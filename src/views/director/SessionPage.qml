@@ -70,7 +70,7 @@ ScrollPage {
                 Layout.fillWidth: true
                 available: false
                 help: qsTr("Unavailable until authenticated camera pairing is implemented")
-                obstacle: ""
+                obstacle: help
             }
 
             LockedButton {

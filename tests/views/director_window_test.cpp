@@ -1,0 +1,228 @@
+// The Director window with simulated phones on the lab's network.
+
+#include "live/live_camera_discovery.h"
+#include "rig_phones.h"
+#include "views/program_windows.h"
+#include "window_probe.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QClipboard>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QtTest>
+
+using namespace vorn;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int limitMs = 30'000;
+
+/// The window over a store with one project.
+class DirectorProbe : public WindowHands {
+public:
+    DirectorProbe()
+        : m_store(m_folder.path(), m_folder.path()),
+          m_settings(m_folder.filePath(u"settings.ini"_s), QSettings::IniFormat)
+    {
+        m_store.createProject(u"Night Shoot"_s);
+        m_director.emplace(m_store, m_discovery, m_settings);
+        m_window = makeDirectorWindow(m_engine, *m_director);
+        takeUp(m_window.get());
+    }
+
+    [[nodiscard]] AppStore &store() { return m_store; }
+    [[nodiscard]] const LiveEditTimeline &timeline() const
+    {
+        return m_director->session().timeline();
+    }
+    [[nodiscard]] DirectorViewModel &director() { return *m_director; }
+
+    void startSession()
+    {
+        QTRY_COMPARE_WITH_TIMEOUT(m_director->cameraCountText(), u"4 CAMERAS"_s, limitMs);
+        click(named(u"Start Director Session"_s));
+        QVERIFY(m_director->isSessionRunning());
+    }
+
+private:
+    QTemporaryDir m_folder;
+    AppStore m_store;
+    LiveCameraDiscovery m_discovery;
+    QSettings m_settings;
+    std::optional<DirectorViewModel> m_director;
+    QQmlEngine m_engine;
+    std::unique_ptr<QWindow> m_window;
+};
+
+void pressRepeatedly(QQuickWindow *window)
+{
+    for (int i = 0; i < 5; ++i)
+        QTest::simulateEvent(window, true, Qt::Key_Space, Qt::NoModifier, u" "_s, true);
+}
+
+} // namespace
+
+class DirectorWindowTest : public QObject {
+    Q_OBJECT
+public:
+    static void initMain() { QQuickWindow::setGraphicsApi(QSGRendererInterface::Software); }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(qEnvironmentVariableIsSet("VORN_LAB_PHONES"), "no lab");
+        QAccessible::setActive(true);
+        applyLook();
+        m_phones.emplace();
+    }
+    void init() { m_phones->must(u"all reset"_s); }
+    void cleanupTestCase() { m_phones.reset(); }
+
+    void cutsByTheSpaceBar()
+    {
+        DirectorProbe probe;
+        probe.startSession();
+        const auto preview = probe.timeline().previewCameraID;
+        QVERIFY(preview);
+
+        // Wherever the focus is: on the button that has just been pressed, too.
+        probe.press(Qt::Key_Space);
+        QTRY_COMPARE(probe.timeline().programCameraID, preview);
+        const std::size_t events = probe.timeline().events.size();
+        // Preview is empty: nothing to cut to, and nothing else that the key could do.
+        probe.press(Qt::Key_Space);
+        QCOMPARE(probe.timeline().events.size(), events);
+
+        probe.click(probe.named(*preview == u"cam-a"_s ? u"Jonas's phone"_s : u"Mara's phone"_s));
+        QVERIFY(probe.director().canTake());
+        pressRepeatedly(probe.window());
+        QCOMPARE(probe.timeline().events.size(), events);
+        probe.press(Qt::Key_Space);
+        QTRY_COMPARE(probe.timeline().events.size(), events + 1);
+    }
+
+    void typesBlanksInATextField()
+    {
+        DirectorProbe probe;
+        probe.startSession();
+        const auto items = visibleItems(probe.window()->contentItem());
+        const auto field = std::ranges::find_if(
+            items, [](QQuickItem *item) { return item->inherits("QQuickTextField"); });
+        probe.click(*field);
+        probe.press(Qt::Key_End);
+        probe.press(Qt::Key_Space);
+        probe.press(Qt::Key_X);
+        QVERIFY(probe.director().sessionPage()->plannedTakeID().endsWith(u" x"_s));
+        QVERIFY(!probe.timeline().programCameraID);
+    }
+
+    void leavesTheSpaceBarToAnOpenPicker()
+    {
+        DirectorProbe probe;
+        probe.startSession();
+        probe.click(probe.named(u"Fade duration, 1.0 s"_s));
+        probe.press(Qt::Key_Down);
+        probe.press(Qt::Key_Space);
+        QTRY_VERIFY(probe.shows(u"Fade duration, 1.5 s"_s));
+        QVERIFY(!probe.timeline().programCameraID);
+        // Return opens it again; Escape leaves things as they are.
+        probe.press(Qt::Key_Return);
+        probe.press(Qt::Key_Down);
+        probe.press(Qt::Key_Escape);
+        QVERIFY(probe.shows(u"Fade duration, 1.5 s"_s));
+        probe.press(Qt::Key_Space);
+        QTRY_VERIFY(probe.timeline().programCameraID);
+    }
+
+    void showsWhatIsInPreviewAndOnProgram()
+    {
+        DirectorProbe probe;
+        probe.startSession();
+        QTRY_VERIFY_WITH_TIMEOUT(
+            [&] {
+                int pictures = 0;
+                for (QQuickItem *item : visibleItems(probe.window()->contentItem()))
+                    pictures += item->inherits("vorn::PreviewPicture")
+                                && item->property("hasPicture").toBool();
+                return pictures == 5; // four tiles and Preview
+            }(),
+            limitMs);
+        probe.click(probe.named(u"Mara's phone"_s));
+        probe.press(Qt::Key_Space);
+        QTRY_VERIFY(probe.shows(u"PROGRAM, Mara's phone"_s));
+        QTRY_VERIFY(probe.shows(u"PREVIEW, No camera selected"_s));
+        QAccessibleInterface *tile =
+            QAccessible::queryAccessibleInterface(probe.named(u"Mara's phone"_s));
+        QVERIFY(tile->text(QAccessible::Description).startsWith(u"PGM, "_s));
+        m_phones->must(u"cam-a sleep"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(probe.shows(u"PROGRAM, Mara's phone \u2022 OFFLINE"_s), limitMs);
+        m_phones->must(u"cam-a wake"_s);
+    }
+
+    void asksBeforeASessionIsLost()
+    {
+        DirectorProbe probe;
+        const QSignalSpy closed(probe.window(), SIGNAL(closed()));
+        probe.startSession();
+        probe.window()->close();
+        QTRY_COMPARE(probe.focusName(), u"Keep Working"_s);
+        probe.press(Qt::Key_Space); // not a cut
+        QVERIFY(!probe.timeline().programCameraID);
+        probe.press(Qt::Key_Escape);
+        QVERIFY(probe.window()->isVisible());
+        probe.window()->close();
+        QTRY_VERIFY(probe.shows(u"End Session"_s));
+        probe.click(probe.named(u"End Session"_s));
+        QTRY_COMPARE(closed.count(), 1);
+    }
+
+    void closesAtOnceWithoutASession()
+    {
+        DirectorProbe probe;
+        const QSignalSpy closed(probe.window(), SIGNAL(closed()));
+        probe.window()->close();
+        QTRY_COMPARE(closed.count(), 1);
+    }
+
+    void copiesTheEdits()
+    {
+        DirectorProbe probe;
+        probe.startSession();
+        probe.click(probe.named(u"Marker"_s));
+        QTRY_VERIFY(probe.shows(u"1 events in this session"_s));
+        probe.click(probe.named(u"Copy"_s));
+        const QStringList lines =
+            QGuiApplication::clipboard()->text().split(u'\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 2);
+        QVERIFY(lines.last().endsWith(u"\tMARK\tEdit marker"_s));
+    }
+
+    void alertsWhenTheTakeCannotBeUsed()
+    {
+        DirectorProbe probe;
+        QTRY_VERIFY_WITH_TIMEOUT(probe.director().hasOnlineCamera(), limitMs);
+        probe.store().importManifest(u"/nowhere.json"_s);
+        QTRY_COMPARE(probe.focusName(), u"OK"_s);
+        probe.press(Qt::Key_Return);
+        QTRY_VERIFY(!probe.director().hasError());
+    }
+
+    void speaksToAssistiveTools()
+    {
+        DirectorProbe probe;
+        probe.startSession();
+        probe.click(probe.named(u"Marker"_s));
+        for (const QString &page : DirectorViewModel::inspectorTitles()) {
+            probe.click(probe.named(page));
+            QCOMPARE(accessibilityFaults(probe.window()), QString());
+        }
+    }
+
+private:
+    std::optional<RigPhones> m_phones;
+};
+
+QTEST_MAIN(DirectorWindowTest)
+#include "director_window_test.moc"
