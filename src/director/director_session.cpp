@@ -1,0 +1,377 @@
+#include "director/director_session.h"
+
+#include "director/camera_status_text.h"
+#include "director/edit_log_text.h"
+#include "live/live_camera_discovery.h"
+#include "platform/text_order.h"
+#include "store/app_store.h"
+
+#include <QDateTime>
+#include <QSettings>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+namespace {
+
+WallTime now()
+{
+    return std::chrono::system_clock::now();
+}
+
+} // namespace
+
+QString text(DirectorPlanState state)
+{
+    switch (state) {
+    case DirectorPlanState::idle:
+        return u"IDLE"_s;
+    case DirectorPlanState::planned:
+        break;
+    }
+    return u"READY"_s;
+}
+
+QString text(DirectorInspectorTab tab)
+{
+    switch (tab) {
+    case DirectorInspectorTab::session:
+        return u"Session"_s;
+    case DirectorInspectorTab::audio:
+        return u"Audio"_s;
+    case DirectorInspectorTab::camera:
+        return u"Camera"_s;
+    case DirectorInspectorTab::edits:
+        break;
+    }
+    return u"Edits"_s;
+}
+
+DirectorSession::DirectorSession(AppStore &store, LiveCameraDiscovery &discovery,
+                                 QSettings &settings, QObject *parent)
+    : QObject(parent),
+      m_store(store),
+      m_discovery(discovery),
+      m_settings(settings),
+      m_isBefore(localizedLess()),
+      m_plannedTakeID(u"take-"_s + QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss"_s))
+{
+    m_ui.assertCurrent();
+    synchronizeCameras();
+    m_previews.start(m_discovery.cameras());
+    synchronizePreviewProfiles();
+    m_couldStartSession = canStartSession();
+
+    const auto onCameras = &DirectorSession::followCameras;
+    connect(&m_discovery, &LiveCameraDiscovery::camerasChanged, this, onCameras);
+    connect(&m_discovery, &LiveCameraDiscovery::livenessTickChanged, this, onCameras);
+    const auto onProjects = &DirectorSession::refreshCanStartSession;
+    connect(&m_store, &AppStore::selectedProjectIDChanged, this, onProjects);
+    connect(&m_store, &AppStore::libraryChanged, this, onProjects);
+}
+
+DirectorPlanState DirectorSession::planState() const
+{
+    return isSessionRunning() ? DirectorPlanState::planned : DirectorPlanState::idle;
+}
+
+const QString &DirectorSession::plannedTakeID() const
+{
+    m_ui.assertCurrent();
+    return m_plannedTakeID;
+}
+
+const LiveEditTimeline &DirectorSession::timeline() const
+{
+    m_ui.assertCurrent();
+    return m_timeline;
+}
+
+double DirectorSession::fadeDuration() const
+{
+    m_ui.assertCurrent();
+    return m_fadeDuration;
+}
+
+const std::vector<AudioChannelState> &DirectorSession::audioChannels() const
+{
+    m_ui.assertCurrent();
+    return m_audioChannels;
+}
+
+DirectorInspectorTab DirectorSession::inspectorTab() const
+{
+    m_ui.assertCurrent();
+    return m_inspectorTab;
+}
+
+VORNPreviewNetworkPolicy DirectorSession::previewNetworkPolicy() const
+{
+    m_ui.assertCurrent();
+    return vorn::previewNetworkPolicy(m_settings.value(previewNetworkPolicyKey).toString())
+        .value_or(VORNPreviewNetworkPolicy::automatic);
+}
+
+void DirectorSession::setPlannedTakeID(const QString &id)
+{
+    m_ui.assertCurrent();
+    if (std::exchange(m_plannedTakeID, id) == id)
+        return;
+    Q_EMIT plannedTakeIDChanged();
+    refreshCanStartSession();
+}
+
+void DirectorSession::setFadeDuration(double seconds)
+{
+    m_ui.assertCurrent();
+    if (std::exchange(m_fadeDuration, seconds) != seconds)
+        Q_EMIT fadeDurationChanged();
+}
+
+void DirectorSession::setInspectorTab(DirectorInspectorTab tab)
+{
+    m_ui.assertCurrent();
+    if (std::exchange(m_inspectorTab, tab) != tab)
+        Q_EMIT inspectorTabChanged();
+}
+
+void DirectorSession::setPreviewNetworkPolicy(VORNPreviewNetworkPolicy policy)
+{
+    m_ui.assertCurrent();
+    const VORNPreviewNetworkPolicy before = previewNetworkPolicy();
+    m_settings.setValue(previewNetworkPolicyKey, id(policy));
+    if (policy == before)
+        return;
+    synchronizePreviewProfiles();
+    Q_EMIT previewNetworkPolicyChanged();
+}
+
+void DirectorSession::selectPreview(const QString &cameraID)
+{
+    m_ui.assertCurrent();
+    if (m_timeline.previewCameraID == cameraID)
+        return;
+    m_timeline.selectPreview(cameraID);
+    tellTimelineChanged();
+}
+
+bool DirectorSession::isSessionRunning() const
+{
+    m_ui.assertCurrent();
+    return m_timeline.isRunning();
+}
+
+bool DirectorSession::canStartSession() const
+{
+    m_ui.assertCurrent();
+    return m_store.selectedProject() && !m_plannedTakeID.trimmed().isEmpty() && !isSessionRunning();
+}
+
+void DirectorSession::startSession()
+{
+    m_ui.assertCurrent();
+    if (!canStartSession() || !m_store.prepareDirectorTake(m_plannedTakeID))
+        return;
+    m_timeline.start(now());
+    m_store.log(u"Started Director edit log %1."_s.arg(m_plannedTakeID));
+    tellTimelineChanged();
+    refreshCanStartSession();
+}
+
+bool DirectorSession::canTake() const
+{
+    m_ui.assertCurrent();
+    return vorn::canTake(m_timeline, m_discovery.cameras(), now());
+}
+
+void DirectorSession::perform(DirectorTransition transition)
+{
+    m_ui.assertCurrent();
+    // The button may still be enabled while its camera has just gone.
+    if (!canTake() || !m_timeline.take(transition, m_fadeDuration, now()))
+        return;
+    const LiveCamera *program = findCamera(m_discovery.cameras(), m_timeline.programCameraID);
+    if (program)
+        m_loggedNames[program->id] = program->name;
+    // One call for all arguments: a name may hold "%3".
+    m_store.log(u"Director %1 to %2 at %3."_s.arg(
+        text(transition), cameraName(m_timeline.programCameraID), m_plannedTakeID));
+    tellTimelineChanged();
+}
+
+void DirectorSession::addMarker()
+{
+    m_ui.assertCurrent();
+    if (!m_timeline.addMarker())
+        return;
+    setInspectorTab(DirectorInspectorTab::edits);
+    Q_EMIT timelineChanged();
+}
+
+std::vector<const LiveCamera *> DirectorSession::cameraWallCameras() const
+{
+    m_ui.assertCurrent();
+    return vorn::cameraWallCameras(m_discovery.cameras(), now(), m_isBefore);
+}
+
+std::vector<const LiveCamera *> DirectorSession::onlineCameras() const
+{
+    const WallTime moment = now();
+    auto cameras = vorn::cameraWallCameras(m_discovery.cameras(), moment, m_isBefore);
+    std::erase_if(cameras,
+                  [moment](const LiveCamera *camera) { return !camera->isOnline(moment); });
+    return cameras;
+}
+
+const LiveCamera *DirectorSession::selectedCamera() const
+{
+    m_ui.assertCurrent();
+    return findCamera(m_discovery.cameras(), m_timeline.previewCameraID);
+}
+
+VORNPreviewNetworkPolicy DirectorSession::effectivePreviewPolicy() const
+{
+    m_ui.assertCurrent();
+    return vorn::effectivePreviewPolicy(previewNetworkPolicy(), m_timeline, m_discovery.cameras(),
+                                        now());
+}
+
+QString DirectorSession::cameraName(const std::optional<QString> &id) const
+{
+    if (!id)
+        return u"No camera selected"_s;
+    const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
+    if (!camera)
+        return *id;
+    return camera->isOnline() ? camera->name : camera->name + u" • OFFLINE"_s;
+}
+
+QImage DirectorSession::previewImage(const std::optional<QString> &id) const
+{
+    const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
+    if (!camera || !camera->isOnline())
+        return {};
+    for (const auto *frames : {&m_previews.selectedFrames(), &m_previews.wallFrames()}) {
+        if (const auto found = frames->find(camera->id); found != frames->end())
+            return found->second.image;
+    }
+    return {};
+}
+
+std::int64_t DirectorSession::previewRotation(const std::optional<QString> &id) const
+{
+    const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
+    return camera ? camera->previewRotation : 0;
+}
+
+QString DirectorSession::previewAspect(const std::optional<QString> &id) const
+{
+    const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
+    return camera ? camera->aspect : u"16:9"_s;
+}
+
+bool DirectorSession::cameraIsOnline(const std::optional<QString> &id) const
+{
+    const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
+    return camera && camera->isOnline();
+}
+
+bool DirectorSession::cameraIsRecording(const std::optional<QString> &id) const
+{
+    const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
+    return camera && camera->displaysRecording(now());
+}
+
+QString DirectorSession::transportStatus(VORNPreviewProfile profile) const
+{
+    const LiveCamera *camera = selectedCamera();
+    return vorn::transportStatus(profile, camera,
+                                 camera ? m_previews.transport(camera->id, profile) : std::nullopt);
+}
+
+std::vector<DirectorEditEvent> DirectorSession::editEvents() const
+{
+    m_ui.assertCurrent();
+    std::vector<DirectorEditEvent> edits;
+    std::ranges::copy_if(m_timeline.events, std::back_inserter(edits), [](const auto &event) {
+        return event.kind != DirectorEditEventKind::sessionStarted;
+    });
+    return edits;
+}
+
+QString DirectorSession::editLog() const
+{
+    m_ui.assertCurrent();
+    const auto nameOf = [this](const std::optional<QString> &id) {
+        m_ui.assertCurrent();
+        const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
+        if (camera)
+            return camera->name;
+        const auto logged = m_loggedNames.find(id.value_or(QString()));
+        return logged == m_loggedNames.end() ? cameraName(id) : logged->second;
+    };
+    return editLogTable(editEvents(), nameOf);
+}
+
+void DirectorSession::followCameras()
+{
+    m_ui.assertCurrent();
+    const bool isSameList =
+        std::ranges::equal(m_discovery.cameras(), m_knownCameras, {}, [](const LiveCamera &camera) {
+            return std::pair(camera.id, isDirector(camera));
+        });
+    if (!isSameList)
+        synchronizeCameras();
+    m_previews.update(m_discovery.cameras());
+    synchronizePreviewProfiles();
+    Q_EMIT camerasChanged();
+}
+
+void DirectorSession::synchronizeCameras()
+{
+    const std::vector<LiveCamera> &cameras = m_discovery.cameras();
+    m_knownCameras.clear();
+    for (const LiveCamera &camera : cameras)
+        m_knownCameras.emplace_back(camera.id, isDirector(camera));
+
+    auto channels = vorn::audioChannels(m_audioChannels, cameras);
+    const bool channelsDiffer = channels != m_audioChannels;
+    m_audioChannels = std::move(channels);
+
+    const LiveCamera *online = firstOnlineCamera(cameras, now());
+    const bool fillsPreview = !m_timeline.previewCameraID && online;
+    if (fillsPreview)
+        m_timeline.selectPreview(online->id);
+
+    if (channelsDiffer)
+        Q_EMIT audioChannelsChanged();
+    if (fillsPreview)
+        tellTimelineChanged();
+}
+
+void DirectorSession::synchronizePreviewProfiles()
+{
+    auto selected = selectedProfileCameraIDs(m_timeline, effectivePreviewPolicy());
+    if (selected == m_selectedCameraIDs)
+        return;
+    m_selectedCameraIDs = std::move(selected);
+    m_previews.select(m_selectedCameraIDs);
+}
+
+void DirectorSession::refreshCanStartSession()
+{
+    m_ui.assertCurrent();
+    const bool can = canStartSession();
+    if (std::exchange(m_couldStartSession, can) != can)
+        Q_EMIT canStartSessionChanged();
+}
+
+void DirectorSession::tellTimelineChanged()
+{
+    synchronizePreviewProfiles();
+    Q_EMIT timelineChanged();
+}
+
+} // namespace vorn

@@ -1,0 +1,155 @@
+#pragma once
+
+#include "director/director_cameras.h"
+#include "director/live_edit_timeline.h"
+#include "platform/thread_context.h"
+#include "preview/live_preview_store.h"
+
+#include <QImage>
+#include <QObject>
+#include <QString>
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <utility>
+#include <vector>
+
+class QSettings;
+
+namespace vorn {
+
+class AppStore;
+class LiveCameraDiscovery;
+
+enum class DirectorPlanState : std::uint8_t { idle, planned };
+/// "IDLE" or "READY".
+[[nodiscard]] QString text(DirectorPlanState state);
+
+enum class DirectorInspectorTab : std::uint8_t { session, audio, camera, edits };
+inline constexpr std::array allDirectorInspectorTabs{
+    DirectorInspectorTab::session, DirectorInspectorTab::audio, DirectorInspectorTab::camera,
+    DirectorInspectorTab::edits};
+/// What the tab says, such as "Audio".
+[[nodiscard]] QString text(DirectorInspectorTab tab);
+
+/// The lengths of a fade that are offered, in seconds.
+inline constexpr std::array fadeDurations{0.5, 1.0, 1.5, 2.0};
+
+/// One opening of the Director window: all of its state, what it derives from the library, the
+/// cameras and the preview pictures, and what it does when they change. A window that opens again
+/// gets a new one. Context: UI thread.
+class DirectorSession : public QObject {
+    Q_OBJECT
+public:
+    /// Where the user's choice of policy is kept, by its id.
+    static constexpr QStringView previewNetworkPolicyKey = u"director.previewNetworkPolicy";
+
+    /// The window appears. All three must outlive it.
+    DirectorSession(AppStore &store, LiveCameraDiscovery &discovery, QSettings &settings,
+                    QObject *parent = nullptr);
+
+    [[nodiscard]] DirectorPlanState planState() const;
+    /// As typed.
+    [[nodiscard]] const QString &plannedTakeID() const;
+    [[nodiscard]] const LiveEditTimeline &timeline() const;
+    /// Of the next fade.
+    [[nodiscard]] double fadeDuration() const;
+    [[nodiscard]] const std::vector<AudioChannelState> &audioChannels() const;
+    [[nodiscard]] DirectorInspectorTab inspectorTab() const;
+    /// The user's choice; automatic when what is stored is none.
+    [[nodiscard]] VORNPreviewNetworkPolicy previewNetworkPolicy() const;
+
+    void setPlannedTakeID(const QString &id);
+    void setFadeDuration(double seconds);
+    void setInspectorTab(DirectorInspectorTab tab);
+    void setPreviewNetworkPolicy(VORNPreviewNetworkPolicy policy);
+
+    /// Puts a camera in Preview, whether or not it is online.
+    void selectPreview(const QString &cameraID);
+    [[nodiscard]] bool isSessionRunning() const;
+    [[nodiscard]] bool canStartSession() const;
+    /// Prepares the take and starts the edit log. When the take cannot be used, the store says why.
+    void startSession();
+    [[nodiscard]] bool canTake() const;
+    /// Swaps Preview and Program and logs it, if canTake().
+    void perform(DirectorTransition transition);
+    /// Logs a marker and shows the list of edits, while a session runs.
+    void addMarker();
+
+    // From the list of cameras. Pointers into it are good until it changes.
+
+    /// See vorn::cameraWallCameras.
+    [[nodiscard]] std::vector<const LiveCamera *> cameraWallCameras() const;
+    /// The online ones, in the same order.
+    [[nodiscard]] std::vector<const LiveCamera *> onlineCameras() const;
+    /// The camera in Preview; null when none is, or it is not listed.
+    [[nodiscard]] const LiveCamera *selectedCamera() const;
+    /// Which policy holds with the cameras in Preview and on Program.
+    [[nodiscard]] VORNPreviewNetworkPolicy effectivePreviewPolicy() const;
+
+    /// The name to show; it says when the camera is offline.
+    [[nodiscard]] QString cameraName(const std::optional<QString> &id) const;
+    /// The latest picture, the large one if there is one; null when there is nothing to show.
+    [[nodiscard]] QImage previewImage(const std::optional<QString> &id) const;
+    /// Degrees, as advertised.
+    [[nodiscard]] std::int64_t previewRotation(const std::optional<QString> &id) const;
+    [[nodiscard]] QString previewAspect(const std::optional<QString> &id) const;
+    [[nodiscard]] bool cameraIsOnline(const std::optional<QString> &id) const;
+    [[nodiscard]] bool cameraIsRecording(const std::optional<QString> &id) const;
+    /// How the pictures of the camera in Preview come. The other status rows are functions of
+    /// selectedCamera(), in camera_status_text.h.
+    [[nodiscard]] QString transportStatus(VORNPreviewProfile profile) const;
+
+    /// The edits without the session's start, oldest first.
+    [[nodiscard]] std::vector<DirectorEditEvent> editEvents() const;
+    /// See editLogTable. Knows the names of cameras that have left since.
+    [[nodiscard]] QString editLog() const;
+
+    /// The pictures, with signals of their own.
+    [[nodiscard]] const LivePreviewStore &previews() const { return m_previews; }
+
+Q_SIGNALS:
+    /// Whatever is derived from the cameras, or from the time that has passed since they were
+    /// heard: comes about once a second at least.
+    void camerasChanged();
+    /// Preview, Program, the session's state or the edits.
+    void timelineChanged();
+    void audioChannelsChanged();
+    void plannedTakeIDChanged();
+    void canStartSessionChanged();
+    void fadeDurationChanged();
+    void inspectorTabChanged();
+    void previewNetworkPolicyChanged();
+
+private:
+    void followCameras();
+    void synchronizeCameras() VORN_RUNS_ON(m_ui);
+    void synchronizePreviewProfiles() VORN_RUNS_ON(m_ui);
+    void refreshCanStartSession();
+    void tellTimelineChanged() VORN_RUNS_ON(m_ui);
+
+    ThreadContext m_ui;
+    AppStore &m_store;
+    LiveCameraDiscovery &m_discovery;
+    QSettings &m_settings;
+    LivePreviewStore m_previews;
+    std::function<bool(const QString &, const QString &)> m_isBefore;
+    QString m_plannedTakeID VORN_OWNED_BY(m_ui);
+    LiveEditTimeline m_timeline VORN_OWNED_BY(m_ui);
+    double m_fadeDuration VORN_OWNED_BY(m_ui) = 1.0;
+    std::vector<AudioChannelState> m_audioChannels VORN_OWNED_BY(m_ui);
+    DirectorInspectorTab m_inspectorTab VORN_OWNED_BY(m_ui) = DirectorInspectorTab::session;
+    /// Id and isDirector of each camera when they were last synchronized.
+    std::vector<std::pair<QString, bool>> m_knownCameras VORN_OWNED_BY(m_ui);
+    /// As last handed to the previews.
+    std::set<QString> m_selectedCameraIDs VORN_OWNED_BY(m_ui);
+    /// Of the cameras in the log; phones are switched off before the log is used.
+    std::map<QString, QString> m_loggedNames VORN_OWNED_BY(m_ui);
+    bool m_couldStartSession VORN_OWNED_BY(m_ui) = false;
+};
+
+} // namespace vorn

@@ -1,0 +1,254 @@
+// The Director's desk over the lab's network, with phones that come and go.
+
+#include "director/director_session.h"
+#include "live/live_camera_discovery.h"
+#include "rig_phones.h"
+#include "store/app_store.h"
+
+#include <QRegularExpression>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace vorn;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Far longer than anything takes, a camera's 30 seconds of silence included.
+constexpr int limitMs = 60'000;
+
+constexpr auto cut = DirectorTransition::cut;
+constexpr auto fade = DirectorTransition::fade;
+
+QStringList messages(const AppStore &store)
+{
+    QStringList texts;
+    for (const ActivityEntry &entry : store.activities())
+        texts.prepend((entry.isError ? u"! "_s : QString()) + entry.message);
+    return texts;
+}
+
+QString wallOf(const DirectorSession &session)
+{
+    QStringList ids;
+    for (const LiveCamera *camera : session.cameraWallCameras())
+        ids << camera->id;
+    return ids.join(u' ');
+}
+
+QString channelsOf(const DirectorSession &session)
+{
+    QStringList names;
+    for (const AudioChannelState &channel : session.audioChannels())
+        names << channel.name;
+    return names.join(u", ");
+}
+
+} // namespace
+
+class DirectorSessionTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase() { QVERIFY2(qEnvironmentVariableIsSet("VORN_LAB_PHONES"), "no lab"); }
+
+    void init()
+    {
+        QVERIFY(m_folder.emplace().isValid());
+        m_store.emplace(m_folder->path());
+        m_settings.emplace(m_folder->filePath(u"settings.ini"_s), QSettings::IniFormat);
+    }
+
+    void startsOnlyWithAProjectAndATake()
+    {
+        LiveCameraDiscovery discovery;
+        DirectorSession session(*m_store, discovery, *m_settings);
+        static const QRegularExpression takeForm(u"^take-\\d{8}-\\d{6}$"_s);
+        QVERIFY(takeForm.match(session.plannedTakeID()).hasMatch());
+        QSignalSpy canStart(&session, &DirectorSession::canStartSessionChanged);
+        session.startSession();
+        QVERIFY(!session.canStartSession() && !session.isSessionRunning());
+        m_store->createProject(u"Night"_s);
+        QVERIFY(session.canStartSession());
+        session.setPlannedTakeID(u" \n"_s);
+        QVERIFY(!session.canStartSession());
+        session.startSession();
+        session.setPlannedTakeID(u"night-1"_s);
+        session.setPlannedTakeID(u"night-2"_s);
+        QCOMPARE(canStart.count(), 3);
+
+        // A take that was prepared under another name of the project.
+        session.setPlannedTakeID(u"night-1"_s);
+        QVERIFY(m_store->prepareDirectorTake(u"night-1"_s));
+        m_store->renameSelectedProject(u"Day"_s);
+        session.startSession();
+        QVERIFY(!session.isSessionRunning() && session.canStartSession());
+        QCOMPARE(text(session.planState()), u"IDLE"_s);
+        QCOMPARE(messages(*m_store),
+                 (QStringList{u"Created project Night."_s,
+                              u"Prepared take night-1 for Night revision 1."_s,
+                              u"Renamed project to Day."_s,
+                              u"! Take night-1 is frozen to a different project revision."_s}));
+        QVERIFY(session.timeline() == LiveEditTimeline());
+    }
+
+    void remembersThePolicy()
+    {
+        LiveCameraDiscovery discovery;
+        const auto stored = [&] {
+            return DirectorSession(*m_store, discovery, *m_settings).previewNetworkPolicy();
+        };
+        QCOMPARE(stored(), VORNPreviewNetworkPolicy::automatic);
+        {
+            DirectorSession session(*m_store, discovery, *m_settings);
+            QSignalSpy changed(&session, &DirectorSession::previewNetworkPolicyChanged);
+            session.setPreviewNetworkPolicy(VORNPreviewNetworkPolicy::performance5GHz);
+            session.setPreviewNetworkPolicy(VORNPreviewNetworkPolicy::performance5GHz);
+            QCOMPARE(changed.count(), 1);
+            QCOMPARE(session.effectivePreviewPolicy(), VORNPreviewNetworkPolicy::performance5GHz);
+        }
+        QCOMPARE(stored(), VORNPreviewNetworkPolicy::performance5GHz);
+        QCOMPARE(m_settings->value(u"director.previewNetworkPolicy"_s).toString(),
+                 u"performance5GHz"_s);
+        m_settings->setValue(u"director.previewNetworkPolicy"_s, u"fastest"_s);
+        QCOMPARE(stored(), VORNPreviewNetworkPolicy::automatic);
+    }
+
+    void logsAShow()
+    {
+        RigPhones phones;
+        phones.must(u"cam-a record tape-1"_s);
+        LiveCameraDiscovery discovery;
+        QTRY_COMPARE_WITH_TIMEOUT(discovery.cameras().size(), 4U, limitMs);
+        m_store->createProject(u"Night"_s);
+        DirectorSession session(*m_store, discovery, *m_settings);
+        session.setPlannedTakeID(u"night-1"_s);
+        QSignalSpy timelineChanged(&session, &DirectorSession::timelineChanged);
+
+        // Ada, Jonas, Mara, Tarek.
+        QCOMPARE(wallOf(session), u"cam-c cam-b cam-a cam-d"_s);
+        QCOMPARE(channelsOf(session), u"Ada's phone, Jonas's phone, Mara's phone, Tarek's phone"_s);
+        QCOMPARE(session.timeline().previewCameraID, u"cam-c"_s);
+        session.perform(cut);
+        session.addMarker();
+        session.startSession();
+        QCOMPARE(text(session.planState()), u"READY"_s);
+        QVERIFY(session.canTake() && !session.canStartSession());
+        session.perform(cut);
+        session.perform(cut);
+        QVERIFY(!session.canTake()); // Preview is empty now, and stays so
+        QSignalSpy camerasChanged(&session, &DirectorSession::camerasChanged);
+        QTRY_VERIFY_WITH_TIMEOUT(camerasChanged.count() >= 5, limitMs);
+        QVERIFY(!session.timeline().previewCameraID);
+        phones.must(u"storm 1 20"_s); // until a fifth phone joins
+        QTRY_COMPARE_WITH_TIMEOUT(session.timeline().previewCameraID, u"cam-c"_s, limitMs);
+        QVERIFY(!session.canTake()); // on Program already
+        QCOMPARE(wallOf(session), u"cam-c cam-b cam-a storm-001 cam-d"_s);
+        QCOMPARE(channelsOf(session),
+                 u"Ada's phone, Jonas's phone, Mara's phone, storm-001, Tarek's phone"_s);
+        session.selectPreview(u"cam-a"_s);
+        session.selectPreview(u"cam-a"_s);
+        QVERIFY(session.cameraIsRecording(u"cam-a"_s) && !session.cameraIsRecording(u"cam-c"_s));
+        session.setFadeDuration(1.5);
+        session.perform(fade);
+        session.addMarker();
+        QCOMPARE(session.inspectorTab(), DirectorInspectorTab::edits);
+        QCOMPARE(timelineChanged.count(), 6);
+
+        phones.must(u"cam-c sleep"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(session.cameraName(u"cam-c"_s), u"Ada's phone • OFFLINE"_s,
+                                  limitMs);
+        QCOMPARE(session.timeline().previewCameraID, u"cam-c"_s);
+        QVERIFY(!session.canTake());
+        session.perform(cut);
+        QCOMPARE(wallOf(session), u"cam-b cam-a storm-001 cam-d cam-c"_s);
+        QCOMPARE(session.onlineCameras().size(), 4U);
+        phones.must(u"cam-c wake"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(session.canTake(), limitMs);
+        session.perform(cut);
+
+        phones.must(uR"(cam-b set role "director")"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(wallOf(session), u"cam-c cam-a storm-001 cam-d"_s, limitMs);
+        QCOMPARE(channelsOf(session), u"Ada's phone, Mara's phone, storm-001, Tarek's phone"_s);
+
+        // The show is over, and the phones are switched off.
+        phones.must(u"storm 0"_s);
+        phones.must(u"all sleep"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(wallOf(session), QString(), limitMs);
+        QCOMPARE(session.cameraName(u"cam-c"_s), u"cam-c"_s);
+        QVERIFY(session.audioChannels().empty() && !session.selectedCamera());
+        static const QRegularExpression log(u"^Time\tEdit\tCamera or label\n"
+                                            "\\d\\d:\\d\\d:\\d\\d\\.\\d{3}\tCUT\tAda's phone\n"
+                                            "\\d\\d:\\d\\d:\\d\\d\\.\\d{3}\tFADE\tMara's phone\n"
+                                            "\\d\\d:\\d\\d:\\d\\d\\.\\d{3}\tMARK\tEdit marker\n"
+                                            "\\d\\d:\\d\\d:\\d\\d\\.\\d{3}\tCUT\tAda's phone\n$"_s);
+        QVERIFY2(log.match(session.editLog()).hasMatch(), qPrintable(session.editLog()));
+        const auto edits = session.editEvents();
+        QCOMPARE(edits.at(1).durationSeconds, 1.5);
+        QCOMPARE(edits.at(1).fromCameraID, u"cam-c"_s);
+        // Ada had to be silent for 6.5 seconds, less what had passed since she was heard.
+        QVERIFY(edits.at(3).elapsedSeconds > 3 && edits.at(3).elapsedSeconds < 120);
+        QCOMPARE(messages(*m_store), (QStringList{
+                                         u"Created project Night."_s,
+                                         u"Prepared take night-1 for Night revision 1."_s,
+                                         u"Started Director edit log night-1."_s,
+                                         u"Director CUT to Ada's phone at night-1."_s,
+                                         u"Director FADE to Mara's phone at night-1."_s,
+                                         u"Director CUT to Ada's phone at night-1."_s,
+                                     }));
+        const VORNTake *take = m_store->selectedTake();
+        QVERIFY(take && take->id == u"night-1"_s && take->clips.empty());
+        QCOMPARE(m_store->selectedProject()->takes.size(), 1U);
+    }
+
+    void showsPictures()
+    {
+        RigPhones phones;
+        phones.render();
+        LiveCameraDiscovery discovery;
+        // In any order; the session begins with Ada in Preview when it knows them all.
+        QTRY_COMPARE_WITH_TIMEOUT(discovery.cameras().size(), 4U, limitMs);
+        DirectorSession session(*m_store, discovery, *m_settings);
+        m_store->createProject(u"Night"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(session.previews().wallFrames().size(), 4U, limitMs);
+        session.selectPreview(u"cam-a"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(session.previewImage(u"cam-a"_s).size(), QSize(1280, 720),
+                                  limitMs);
+        QCOMPARE(session.previewImage(u"cam-b"_s).size(), QSize(640, 360));
+        QVERIFY(session.previewImage({}).isNull() && session.previewImage(u"cam-z"_s).isNull());
+        QCOMPARE(session.transportStatus(VORNPreviewProfile::wall), u"JPEG mode 4 • persistent"_s);
+        QCOMPARE(session.transportStatus(VORNPreviewProfile::selected),
+                 u"JPEG mode 5 • persistent"_s);
+
+        // On a good network Program has large pictures too; they end when one phone's is not.
+        session.startSession();
+        session.perform(cut);
+        session.selectPreview(u"cam-b"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(session.previewImage(u"cam-b"_s).size(), QSize(1280, 720),
+                                  limitMs);
+        const auto connections = [&phones] {
+            return phones.phone(u"cam-a"_s)[u"preview"_s][u"open"_s].toInt();
+        };
+        QTRY_COMPARE_WITH_TIMEOUT(connections(), 2, limitMs);
+        phones.must(uR"(cam-b set previewCapabilities {"v": 1})"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(connections(), 1, limitMs);
+        QCOMPARE(session.effectivePreviewPolicy(), VORNPreviewNetworkPolicy::conservative24GHz);
+        session.setPreviewNetworkPolicy(VORNPreviewNetworkPolicy::performance5GHz);
+        QTRY_COMPARE_WITH_TIMEOUT(connections(), 2, limitMs);
+
+        phones.must(u"cam-b sleep"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(session.previewImage(u"cam-b"_s).isNull(), limitMs);
+        QTRY_COMPARE_WITH_TIMEOUT(session.transportStatus(VORNPreviewProfile::wall),
+                                  u"Negotiating…"_s, limitMs);
+        QVERIFY(!session.previewImage(u"cam-a"_s).isNull());
+    }
+
+private:
+    std::optional<QTemporaryDir> m_folder;
+    std::optional<AppStore> m_store;
+    std::optional<QSettings> m_settings;
+};
+
+QTEST_GUILESS_MAIN(DirectorSessionTest)
+#include "director_session_test.moc"
