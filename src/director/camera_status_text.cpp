@@ -91,8 +91,8 @@ QString previewHealthStatus(const LiveCamera *camera, WallTime now)
     QStringList parts;
     if (transport.thermalLevel)
         parts << withWordsCapitalised(*transport.thermalLevel);
-    if (transport.deliveryLimitedClients.value_or(0) > 0)
-        parts << u"%1 limited"_s.arg(*transport.deliveryLimitedClients);
+    if (const auto limited = transport.deliveryLimitedClients.value_or(0); limited > 0)
+        parts << u"%1 limited"_s.arg(limited);
     if (transport.pendingEncodeJobs)
         parts << u"%1 pending"_s.arg(*transport.pendingEncodeJobs);
     return parts.isEmpty() ? u"Normal"_s : joined(parts);

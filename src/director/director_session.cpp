@@ -250,10 +250,11 @@ QString DirectorSession::cameraName(const std::optional<QString> &id) const
 
 QImage DirectorSession::previewImage(const std::optional<QString> &id) const
 {
-    if (!cameraIsOnline(id))
+    const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
+    if (!camera || !camera->isOnline())
         return {};
     for (const auto *frames : {&m_previews.selectedFrames(), &m_previews.wallFrames()}) {
-        if (const auto found = frames->find(*id); found != frames->end())
+        if (const auto found = frames->find(camera->id); found != frames->end())
             return found->second.image;
     }
     return {};

@@ -1,5 +1,6 @@
 #include "views/camera_wall_view_model.h"
 
+#include "director/camera_status_text.h"
 #include "director/director_session.h"
 #include "live/live_camera_discovery.h"
 #include "platform/display_text.h"
@@ -47,7 +48,7 @@ TileRow tileOf(const LiveCamera &camera, const DirectorSession &session, WallTim
     const auto &errors = session.previews().errors();
     const auto error = errors.find(camera.id);
     row.notice = error == errors.end() ? u"Connecting\u2026"_s : error->second;
-    row.levelText = QString::asprintf("%.0f dB", std::max(camera.leftDB, camera.rightDB));
+    row.levelText = fixedText(std::max(camera.leftDB, camera.rightDB), 0) + u" dB"_s;
     if (camera.battery)
         row.batteryText = u"%1%"_s.arg(*camera.battery);
     row.qualityText = displayText(camera.quality);

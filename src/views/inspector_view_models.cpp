@@ -127,9 +127,10 @@ void AudioPageViewModel::refresh()
         const bool isOnline = camera && camera->isOnline(now);
         rows.push_back({.key = channel.id,
                         .name = displayText(channel.name),
-                        .levelText = isOnline ? QString::asprintf("L %.0f  R %.0f dB",
-                                                                  camera->leftDB, camera->rightDB)
-                                              : u"OFFLINE"_s,
+                        .levelText = isOnline
+                                         ? u"L %1  R %2 dB"_s.arg(fixedText(camera->leftDB, 0),
+                                                                  fixedText(camera->rightDB, 0))
+                                         : u"OFFLINE"_s,
                         .leftDB = isOnline ? camera->leftDB : silence,
                         .rightDB = isOnline ? camera->rightDB : silence,
                         .gain = channel.gain,

@@ -136,8 +136,17 @@ private Q_SLOTS:
         QCOMPARE(text(session.planState()), u"READY"_s);
         QVERIFY(session.canTake() && !session.canStartSession());
         session.perform(cut);
-        QVERIFY(!session.canTake()); // Preview is empty now
         session.perform(cut);
+        QVERIFY(!session.canTake()); // Preview is empty now, and stays so
+        QSignalSpy camerasChanged(&session, &DirectorSession::camerasChanged);
+        QTRY_VERIFY_WITH_TIMEOUT(camerasChanged.count() >= 5, limitMs);
+        QVERIFY(!session.timeline().previewCameraID);
+        phones.must(u"storm 1 20"_s); // until a fifth phone joins
+        QTRY_COMPARE_WITH_TIMEOUT(session.timeline().previewCameraID, u"cam-c"_s, limitMs);
+        QVERIFY(!session.canTake()); // on Program already
+        QCOMPARE(wallOf(session), u"cam-c cam-b cam-a storm-001 cam-d"_s);
+        QCOMPARE(channelsOf(session),
+                 u"Ada's phone, Jonas's phone, Mara's phone, storm-001, Tarek's phone"_s);
         session.selectPreview(u"cam-a"_s);
         session.selectPreview(u"cam-a"_s);
         QVERIFY(session.cameraIsRecording(u"cam-a"_s) && !session.cameraIsRecording(u"cam-c"_s));
@@ -145,7 +154,7 @@ private Q_SLOTS:
         session.perform(fade);
         session.addMarker();
         QCOMPARE(session.inspectorTab(), DirectorInspectorTab::edits);
-        QCOMPARE(timelineChanged.count(), 5);
+        QCOMPARE(timelineChanged.count(), 6);
 
         phones.must(u"cam-c sleep"_s);
         QTRY_COMPARE_WITH_TIMEOUT(session.cameraName(u"cam-c"_s), u"Ada's phone • OFFLINE"_s,
@@ -153,16 +162,12 @@ private Q_SLOTS:
         QCOMPARE(session.timeline().previewCameraID, u"cam-c"_s);
         QVERIFY(!session.canTake());
         session.perform(cut);
-        QCOMPARE(wallOf(session), u"cam-b cam-a cam-d cam-c"_s);
-        QCOMPARE(session.onlineCameras().size(), 3U);
+        QCOMPARE(wallOf(session), u"cam-b cam-a storm-001 cam-d cam-c"_s);
+        QCOMPARE(session.onlineCameras().size(), 4U);
         phones.must(u"cam-c wake"_s);
         QTRY_VERIFY_WITH_TIMEOUT(session.canTake(), limitMs);
         session.perform(cut);
 
-        phones.must(u"storm 1 20"_s); // a fifth phone
-        QTRY_COMPARE_WITH_TIMEOUT(wallOf(session), u"cam-c cam-b cam-a storm-001 cam-d"_s, limitMs);
-        QCOMPARE(channelsOf(session),
-                 u"Ada's phone, Jonas's phone, Mara's phone, storm-001, Tarek's phone"_s);
         phones.must(uR"(cam-b set role "director")"_s);
         QTRY_COMPARE_WITH_TIMEOUT(wallOf(session), u"cam-c cam-a storm-001 cam-d"_s, limitMs);
         QCOMPARE(channelsOf(session), u"Ada's phone, Mara's phone, storm-001, Tarek's phone"_s);
@@ -183,7 +188,7 @@ private Q_SLOTS:
         QCOMPARE(edits.at(1).durationSeconds, 1.5);
         QCOMPARE(edits.at(1).fromCameraID, u"cam-c"_s);
         // Ada had to be silent for 6.5 seconds, less what had passed since she was heard.
-        QVERIFY(edits.at(3).elapsedSeconds > 3 && edits.at(3).elapsedSeconds < limitMs / 500);
+        QVERIFY(edits.at(3).elapsedSeconds > 3 && edits.at(3).elapsedSeconds < 120);
         QCOMPARE(messages(*m_store), (QStringList{
                                          u"Created project Night."_s,
                                          u"Prepared take night-1 for Night revision 1."_s,
@@ -202,9 +207,10 @@ private Q_SLOTS:
         RigPhones phones;
         phones.render();
         LiveCameraDiscovery discovery;
+        // In any order; the session begins with Ada in Preview when it knows them all.
+        QTRY_COMPARE_WITH_TIMEOUT(discovery.cameras().size(), 4U, limitMs);
         DirectorSession session(*m_store, discovery, *m_settings);
         m_store->createProject(u"Night"_s);
-        // The phones are heard in any order.
         QTRY_COMPARE_WITH_TIMEOUT(session.previews().wallFrames().size(), 4U, limitMs);
         session.selectPreview(u"cam-a"_s);
         QTRY_COMPARE_WITH_TIMEOUT(session.previewImage(u"cam-a"_s).size(), QSize(1280, 720),
@@ -224,7 +230,7 @@ private Q_SLOTS:
         const auto connections = [&phones] {
             return phones.phone(u"cam-a"_s)[u"preview"_s][u"open"_s].toInt();
         };
-        QCOMPARE(connections(), 2);
+        QTRY_COMPARE_WITH_TIMEOUT(connections(), 2, limitMs);
         phones.must(uR"(cam-b set previewCapabilities {"v": 1})"_s);
         QTRY_COMPARE_WITH_TIMEOUT(connections(), 1, limitMs);
         QCOMPARE(session.effectivePreviewPolicy(), VORNPreviewNetworkPolicy::conservative24GHz);
