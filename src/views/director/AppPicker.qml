@@ -28,6 +28,13 @@ ComboBox {
     Accessible.role: Accessible.ComboBox
     Accessible.name: label + ", " + displayText
     Accessible.onPressAction: popup.open()
+    // An open list takes Return when it is released, and so does what opens it.
+    Keys.onReleased: event => {
+        if ((event.key === Qt.Key_Return || event.key === Qt.Key_Enter) && !open) {
+            popup.open();
+            event.accepted = true;
+        }
+    }
 
     contentItem: TextLabel {
         leftPadding: Theme.row + 2
