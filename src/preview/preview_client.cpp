@@ -1,5 +1,6 @@
 #include "preview/preview_client.h"
 
+#include "platform/ipv4_socket.h"
 #include "platform/jpeg_decoder.h"
 #include "platform/tcp_socket.h"
 
@@ -74,10 +75,9 @@ private:
     static TcpSocket connected(const Camera &camera, std::chrono::milliseconds wait,
                                const StopSignal &stop)
     {
-        const auto address = ipv4Address(camera.host);
-        if (!address)
+        if (!isIPv4Address(camera.host))
             throw VORNPreviewError(invalidHost);
-        auto socket = TcpSocket::connect(*address, camera.serverPort, wait, stop);
+        auto socket = TcpSocket::connect(camera.host, camera.serverPort, wait, stop);
         if (!socket)
             throw VORNPreviewError(connectionFailed);
         return *std::move(socket);

@@ -6,6 +6,7 @@
 
 #include <QtTest>
 
+#include <arpa/inet.h>
 #include <sys/socket.h>
 
 #include <thread>
@@ -336,7 +337,7 @@ private Q_SLOTS:
         const FileDescriptor listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
         sockaddr_in address{.sin_family = AF_INET,
                             .sin_port = 0,
-                            .sin_addr = ipv4Address(u"127.0.0.1"_s).value(),
+                            .sin_addr = {.s_addr = htonl(INADDR_LOOPBACK)},
                             .sin_zero = {}};
         socklen_t size = sizeof address;
         auto *const generic = reinterpret_cast<sockaddr *>(&address);
@@ -346,7 +347,7 @@ private Q_SLOTS:
         const std::uint16_t port = ntohs(address.sin_port);
         const StopSignal never;
         std::vector<TcpSocket> queued;
-        while (auto socket = TcpSocket::connect(address.sin_addr, port, 100ms, never))
+        while (auto socket = TcpSocket::connect(u"127.0.0.1"_s, port, 100ms, never))
             queued.push_back(*std::move(socket));
 
         const StopSignal stop;
