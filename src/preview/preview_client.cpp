@@ -55,7 +55,7 @@ public:
     /// again. They grow with what has come, not with what was announced.
     std::span<const std::byte> readFrame(std::vector<std::byte> &buffer)
     {
-        constexpr std::size_t firstPiece = 64 * 1024;
+        constexpr std::size_t firstPiece = 0x10000;
         const auto deadline = MonotonicClock::now() + m_wholeFrame;
         std::array<std::byte, lengthPrefixBytes> prefix;
         readExactly(prefix, deadline);

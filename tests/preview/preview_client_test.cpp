@@ -131,11 +131,11 @@ private Q_SLOTS:
         PreviewServer server([](int, PreviewPeer &peer) { peer.sendFrame(jpeg); });
         for (const auto profile : {VORNPreviewProfile::wall, VORNPreviewProfile::selected}) {
             for (const bool preferLegacy : {false, true}) {
-                try {
+                // The server ends each stream, which is an error.
+                (void)thrownText([&] {
                     client::receive(cameraOf(server), profile, preferLegacy, StopSignal(),
                                     [](const PreviewFrame &) {});
-                } catch (const VORNPreviewError &) { // the server ends each stream
-                }
+                });
             }
         }
         QCOMPARE(server.modes(), (std::vector{4, 1, 5, 2}));
