@@ -113,7 +113,7 @@ private Q_SLOTS:
         QSignalSpy frames(m_store.get(), &LivePreviewStore::frameChanged);
         QSignalSpy errors(m_store.get(), &LivePreviewStore::errorChanged);
         m_phones->must(u"cam-a sleep"_s);
-        while (frames.wait(1000)) // longer than the store waits for a picture
+        while (frames.wait(1500)) // longer than the store waits for a picture
             frames.clear();
         QVERIFY(hasFrame());
         m_phones->must(u"cam-a wake"_s);
