@@ -47,6 +47,13 @@ private:
     std::thread m_thread;
 };
 
+// The address sanitizer keeps what was freed, for a while.
+#if __has_feature(address_sanitizer)
+constexpr bool isMemoryOurs = false;
+#else
+constexpr bool isMemoryOurs = true;
+#endif
+
 qint64 residentBytes()
 {
     QFile file(u"/proc/self/statm"_s);
@@ -119,7 +126,7 @@ private Q_SLOTS:
         const qint64 grown = residentBytes() - before;
         qInfo("longest wait of the interface %lld ms, heard again after %lld ms, %lld KiB more",
               longestGap, recovery.elapsed(), grown / 1024);
-        QVERIFY(grown < qint64{64} << 20);
+        QVERIFY(!isMemoryOurs || grown < qint64{64} << 20);
     }
 
     void hearsListedCamerasAmongMadeUpOnes()
