@@ -1,5 +1,7 @@
 #include "platform/ipv4_socket.h"
 
+#include "platform/tcp_socket.h"
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -9,14 +11,6 @@
 
 namespace vorn {
 namespace {
-
-std::optional<in_addr> parsed(const QString &host)
-{
-    in_addr address{};
-    if (::inet_pton(AF_INET, host.toLatin1().constData(), &address) != 1)
-        return std::nullopt;
-    return address;
-}
 
 sockaddr_in endpoint(in_addr address, std::uint16_t port)
 {
@@ -77,8 +71,8 @@ void askForReceiveBuffer(const FileDescriptor &socket, int bytes)
 void joinMulticastGroup(const FileDescriptor &socket, const QString &group,
                         const QString &interfaceAddress)
 {
-    const auto multicast = parsed(group);
-    const auto local = parsed(interfaceAddress);
+    const auto multicast = ipv4Address(group);
+    const auto local = ipv4Address(interfaceAddress);
     if (!multicast || !local)
         return;
     const ip_mreq membership{.imr_multiaddr = *multicast, .imr_interface = *local};
@@ -103,7 +97,7 @@ std::optional<ReceivedDatagram> receiveDatagram(const FileDescriptor &socket,
 bool sendDatagram(const FileDescriptor &socket, const QByteArray &data, const QString &host,
                   std::uint16_t port)
 {
-    const auto address = parsed(host);
+    const auto address = ipv4Address(host);
     if (!address)
         return false;
     const sockaddr_in to = endpoint(*address, port);
@@ -116,7 +110,7 @@ bool sendDatagram(const FileDescriptor &socket, const QByteArray &data, const QS
 
 FileDescriptor beginConnection(const QString &host, std::uint16_t port)
 {
-    const auto address = parsed(host);
+    const auto address = ipv4Address(host);
     FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     if (!address || !socket.isOpen())
         return {};
