@@ -106,7 +106,7 @@ std::optional<QString> LiveCameraDiscovery::requestTransferMode(const LiveCamera
                                                                 const QString &collectorName)
 {
     m_ui.assertCurrent();
-    const QString requestID = QUuid::createUuid().toString(QUuid::WithoutBraces);
+    QString requestID = QUuid::createUuid().toString(QUuid::WithoutBraces);
     const PendingTransferRequest request{.cameraID = camera.id,
                                          .cameraName = camera.name,
                                          .host = camera.host,

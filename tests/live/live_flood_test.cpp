@@ -78,8 +78,8 @@ private Q_SLOTS:
     void keepsHearingThroughAFlood_data()
     {
         QTest::addColumn<std::function<QByteArray(int)>>("packet");
-        const auto row = [](const char *name, std::function<QByteArray(int)> packet) {
-            QTest::newRow(name) << std::move(packet);
+        const auto row = [](const char *name, const std::function<QByteArray(int)> &packet) {
+            QTest::newRow(name) << packet;
         };
         row("one camera", [](int number) { return usualStatus(u"loud"_s, number); });
         row("new cameras",
