@@ -17,7 +17,7 @@ namespace vorn {
 
 /// Asks one host over TCP who it is. A camera answers a byte with a length and a snapshot; all else
 /// is no answer. Ends once, within `patience`, and has closed its socket by then.
-/// Context: the discovery thread.
+/// Context: the thread it is made on.
 class CameraProbe : public QObject {
     Q_OBJECT
 public:

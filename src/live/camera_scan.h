@@ -22,7 +22,7 @@ class CameraProbe;
 /// Whom to ask when this computer has these addresses: all of their networks, without itself.
 [[nodiscard]] std::deque<QString> hostsToScan(const std::vector<QString> &links);
 
-/// Asks many hosts who they are, a few at a time. Context: the discovery thread.
+/// Asks many hosts who they are, a few at a time. Context: the thread it is made on.
 class CameraScan : public QObject {
     Q_OBJECT
 public:

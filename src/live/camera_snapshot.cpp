@@ -27,24 +27,30 @@ template <class Visit> void forEachField(Visit &&visit)
     visit(&CameraSnapshot::previewTransport, &LiveCamera::previewTransport);
 }
 
+/// What was said takes the place of what is known.
+template <class Value> void takeOver(std::optional<Value> &said, Value &known)
+{
+    if (said)
+        known = *std::move(said);
+}
+template <class Value> void takeOver(std::optional<Value> &said, std::optional<Value> &known)
+{
+    if (said)
+        known = std::move(said);
+}
+
 } // namespace
 
 void CameraSnapshot::merge(CameraSnapshot newer)
 {
     host = newer.host;
-    forEachField([&](auto field, auto) {
-        if (newer.*field)
-            this->*field = std::move(newer.*field);
-    });
+    forEachField([&](auto field, auto) { takeOver(newer.*field, this->*field); });
 }
 
 void CameraSnapshot::applyTo(LiveCamera &camera) &&
 {
     camera.host = host;
-    forEachField([&](auto field, auto target) {
-        if (this->*field)
-            camera.*target = *std::move(this->*field);
-    });
+    forEachField([&](auto field, auto target) { takeOver(this->*field, camera.*target); });
 }
 
 CameraSnapshot decodeSnapshot(const LiveCameraPacket &packet, const QString &host)

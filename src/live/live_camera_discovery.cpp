@@ -38,7 +38,7 @@ void LiveCameraDiscovery::listenTo(LiveDiscoveryWorker &worker)
         m_worker.post([isAnyOnline](Worker &asking) { asking.scanUnlessOnline(isAnyOnline); });
     });
     connect(&worker, &Worker::batchReady, this, &LiveCameraDiscovery::applyBatch);
-    connect(&worker, &Worker::requestChanged, this, &LiveCameraDiscovery::setTransferModeRequest);
+    connect(&worker, &Worker::requestFailed, this, &LiveCameraDiscovery::setTransferModeRequest);
     connect(&worker, &Worker::requestExpired, this, [this](const TransferModeRequestState &state) {
         m_ui.assertCurrent();
         if (m_transferModeRequest && m_transferModeRequest->requestID == state.requestID)
@@ -106,7 +106,7 @@ std::optional<QString> LiveCameraDiscovery::requestTransferMode(const LiveCamera
                                                                 const QString &collectorName)
 {
     m_ui.assertCurrent();
-    const QString requestID = QUuid::createUuid().toString(QUuid::WithoutBraces);
+    QString requestID = QUuid::createUuid().toString(QUuid::WithoutBraces);
     const PendingTransferRequest request{.cameraID = camera.id,
                                          .cameraName = camera.name,
                                          .host = camera.host,
@@ -157,11 +157,12 @@ void LiveCameraDiscovery::setTransferModeRequest(const TransferModeRequestState 
         Q_EMIT transferModeRequestChanged();
 }
 
-void LiveCameraDiscovery::applyBatch(const std::vector<CameraSnapshot> &batch)
+void LiveCameraDiscovery::applyBatch(const std::vector<CameraSnapshot> &snapshots,
+                                     const std::optional<TransferModeRequestState> &answered)
 {
     m_ui.assertCurrent();
     bool isChanged = false;
-    for (const CameraSnapshot &snapshot : batch) {
+    for (const CameraSnapshot &snapshot : snapshots) {
         if (m_list.apply(snapshot, std::chrono::system_clock::now()))
             isChanged = true;
     }
@@ -169,6 +170,8 @@ void LiveCameraDiscovery::applyBatch(const std::vector<CameraSnapshot> &batch)
         [listed = listedIds()](LiveDiscoveryWorker &worker) { worker.batchApplied(listed); });
     if (isChanged)
         Q_EMIT camerasChanged();
+    if (answered)
+        setTransferModeRequest(*answered);
 }
 
 void LiveCameraDiscovery::tick()

@@ -64,7 +64,8 @@ private:
     void setActiveScanning(bool isScanning);
     void setErrorMessage(const std::optional<QString> &message);
     void setTransferModeRequest(const TransferModeRequestState &state);
-    void applyBatch(const std::vector<CameraSnapshot> &batch);
+    void applyBatch(const std::vector<CameraSnapshot> &snapshots,
+                    const std::optional<TransferModeRequestState> &answered);
     void tick();
     [[nodiscard]] QSet<QString> listedIds() const VORN_RUNS_ON(m_ui);
 

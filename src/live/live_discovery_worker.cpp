@@ -175,8 +175,8 @@ void LiveDiscoveryWorker::take(std::span<const std::byte> data, const QString &h
     if (!datagram)
         return;
     if (const auto *response = std::get_if<TransferModeResponse>(&*datagram)) {
-        if (const auto state = m_requests.judge(*response, host))
-            Q_EMIT requestChanged(*state);
+        if (auto state = m_requests.judge(*response, host))
+            m_answered = std::move(state);
         return;
     }
     const auto &packet = std::get<LiveCameraPacket>(*datagram);
@@ -199,11 +199,11 @@ void LiveDiscoveryWorker::takeAnswer(const QString &host, const LiveCameraPacket
 
 void LiveDiscoveryWorker::postBatch()
 {
-    if (m_batch.isEmpty() || m_isBatchPosted || m_batchPause.isActive())
+    if ((m_batch.isEmpty() && !m_answered) || m_isBatchPosted || m_batchPause.isActive())
         return;
     m_isBatchPosted = true;
     m_batchPause.start(batchPause);
-    Q_EMIT batchReady(m_batch.take());
+    Q_EMIT batchReady(m_batch.take(), std::exchange(m_answered, std::nullopt));
 }
 
 void LiveDiscoveryWorker::batchApplied(const QSet<QString> &listed)
@@ -224,13 +224,14 @@ void LiveDiscoveryWorker::sendRequest(const QString &requestID,
                                       const PendingTransferRequest &request, const QByteArray &data)
 {
     m_discovery.assertCurrent();
+    // Shown as sent by now: an older answer that still waits would take its place.
+    m_answered.reset();
     if (!m_socket.isOpen()) {
-        Q_EMIT requestChanged(transferModeState(TransferModeStage::noSocket, requestID, request));
+        Q_EMIT requestFailed(transferModeState(TransferModeStage::noSocket, requestID, request));
         return;
     }
     if (!sendDatagram(m_socket, data, request.host, statusPort)) {
-        Q_EMIT requestChanged(
-            transferModeState(TransferModeStage::unreachable, requestID, request));
+        Q_EMIT requestFailed(transferModeState(TransferModeStage::unreachable, requestID, request));
         return;
     }
     m_requests.add(requestID, request);
@@ -241,8 +242,12 @@ void LiveDiscoveryWorker::sendRequest(const QString &requestID,
 void LiveDiscoveryWorker::expire(const QString &requestID)
 {
     m_discovery.assertCurrent();
-    if (const auto request = m_requests.remove(requestID))
-        Q_EMIT requestExpired(transferModeState(TransferModeStage::expired, requestID, *request));
+    const auto request = m_requests.remove(requestID);
+    if (!request)
+        return;
+    if (m_answered && m_answered->requestID == requestID)
+        m_answered.reset();
+    Q_EMIT requestExpired(transferModeState(TransferModeStage::expired, requestID, *request));
 }
 
 } // namespace vorn

@@ -16,6 +16,7 @@
 #include <chrono>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -49,9 +50,12 @@ Q_SIGNALS:
     void scanningChanged(bool isScanning);
     /// Wants scanUnlessOnline() with whether a camera is online.
     void onlineAsked();
-    /// Wants batchApplied(); no other batch comes before.
-    void batchReady(const std::vector<vorn::CameraSnapshot> &batch);
-    void requestChanged(const vorn::TransferModeRequestState &state);
+    /// What was heard: snapshots, and what the last answer to a request means, if one came. Wants
+    /// batchApplied(); no other batch comes before.
+    void batchReady(const std::vector<vorn::CameraSnapshot> &snapshots,
+                    const std::optional<vorn::TransferModeRequestState> &answered);
+    /// The request could not be sent.
+    void requestFailed(const vorn::TransferModeRequestState &state);
     /// Nobody has decided in time. To be shown unless another request is.
     void requestExpired(const vorn::TransferModeRequestState &state);
     void ticked();
@@ -79,6 +83,8 @@ private:
     CameraScan m_scan VORN_OWNED_BY(m_discovery);
     bool m_isAskingOnline VORN_OWNED_BY(m_discovery) = false;
     SnapshotBatch m_batch VORN_OWNED_BY(m_discovery);
+    std::optional<TransferModeRequestState>
+        m_answered VORN_OWNED_BY(m_discovery); ///< for the batch
     bool m_isBatchPosted VORN_OWNED_BY(m_discovery) = false;
     QTimer m_batchPause VORN_OWNED_BY(m_discovery);
     PendingTransferRequests m_requests VORN_OWNED_BY(m_discovery);

@@ -24,7 +24,7 @@ std::set<Element> elements(const QJsonValue &value, Read &&read)
     if (array.size() > maximumPreviewSetSize)
         return {};
     std::set<Element> set;
-    for (const QJsonValue &item : array) {
+    for (const auto &item : array) {
         std::optional<Element> element = read(item);
         if (!element)
             return {};

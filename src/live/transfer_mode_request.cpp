@@ -97,12 +97,9 @@ void PendingTransferRequests::add(const QString &requestID, const PendingTransfe
 
 std::optional<PendingTransferRequest> PendingTransferRequests::remove(const QString &requestID)
 {
-    const auto found = m_requests.constFind(requestID);
-    if (found == m_requests.cend())
+    if (!m_requests.contains(requestID))
         return std::nullopt;
-    const PendingTransferRequest request = *found;
-    m_requests.erase(found);
-    return request;
+    return m_requests.take(requestID);
 }
 
 std::optional<TransferModeRequestState>
@@ -118,8 +115,7 @@ PendingTransferRequests::judge(const TransferModeResponse &response, const QStri
     if (response.payload.value(u"action").toString() == u"TRANSFER_MODE_PENDING")
         return transferModeState(TransferModeStage::pending, requestID, *found);
 
-    const PendingTransferRequest request = *found;
-    m_requests.erase(found);
+    const PendingTransferRequest request = m_requests.take(requestID);
     if (strictBoolean(response.payload.value(u"accepted")) == true)
         return transferModeState(TransferModeStage::approved, requestID, request);
     return transferModeState(TransferModeStage::declined, requestID, request,

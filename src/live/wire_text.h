@@ -21,7 +21,7 @@ inline constexpr qsizetype maximumRequestIdBytes = 64; ///< of a Transfer Mode r
 [[nodiscard]] inline std::optional<QString> canonicalUuid(const QString &text)
 {
     // What does not parse becomes the nil UUID, which then differs from the text.
-    const QString canonical = QUuid::fromString(text).toString(QUuid::WithoutBraces);
+    QString canonical = QUuid::fromString(text).toString(QUuid::WithoutBraces);
     if (canonical.compare(text, Qt::CaseInsensitive) != 0)
         return std::nullopt;
     return canonical;

@@ -13,7 +13,9 @@ namespace {
 std::optional<in_addr> parsed(const QString &host)
 {
     in_addr address{};
-    if (::inet_pton(AF_INET, host.toLatin1().constData(), &address) != 1)
+    // The system would stop reading at a NUL.
+    if (host.contains(QChar(u'\0'))
+        || ::inet_pton(AF_INET, host.toLatin1().constData(), &address) != 1)
         return std::nullopt;
     return address;
 }
@@ -54,6 +56,11 @@ bool wouldBlock()
 }
 
 } // namespace
+
+bool isIPv4Address(const QString &host)
+{
+    return parsed(host).has_value();
+}
 
 FileDescriptor openUdpSocket()
 {

@@ -18,6 +18,8 @@ struct ReceivedDatagram {
     QString host;
 };
 
+[[nodiscard]] bool isIPv4Address(const QString &host);
+
 /// A UDP socket; not open when the system has none to give.
 [[nodiscard]] FileDescriptor openUdpSocket();
 

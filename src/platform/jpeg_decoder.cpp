@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <cstring>
 #include <new>
 
 namespace vorn {
@@ -119,9 +120,11 @@ private:
         if (m_header.width == 0 || ++m_header.scans > JPEGHeader::maximumScans)
             return false;
         for (;;) {
-            const auto rest = m_bytes.subspan(m_position);
-            const auto prefix = std::ranges::find(rest, std::byte{markerPrefix});
-            m_position += std::size_t(prefix - rest.begin());
+            const void *const prefix =
+                std::memchr(m_bytes.data() + m_position, markerPrefix, m_bytes.size() - m_position);
+            if (!prefix)
+                return false;
+            m_position = std::size_t(static_cast<const std::byte *>(prefix) - m_bytes.data());
             const auto code = byteAt(m_position + 1);
             if (!code)
                 return false;

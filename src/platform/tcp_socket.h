@@ -6,8 +6,6 @@
 
 #include <QString>
 
-#include <netinet/in.h>
-
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -16,16 +14,13 @@
 
 namespace vorn {
 
-/// The address that a dotted IPv4 text such as "192.168.1.20" names; names are not resolved.
-[[nodiscard]] std::optional<in_addr> ipv4Address(const QString &text);
-
 /// One TCP connection of a thread that may block. Every wait ends at its limit, and at once when
 /// `stop`, which must outlive the socket, is requested.
 class TcpSocket {
 public:
-    /// Connects within `limit`, which then holds for each wait of the connection. None when that
-    /// fails or is stopped.
-    [[nodiscard]] static std::optional<TcpSocket> connect(in_addr address, std::uint16_t port,
+    /// Connects to a dotted IPv4 address within `limit`, which then holds for each wait of the
+    /// connection. None when that fails or is stopped.
+    [[nodiscard]] static std::optional<TcpSocket> connect(const QString &host, std::uint16_t port,
                                                           std::chrono::milliseconds limit,
                                                           const StopSignal &stop);
 

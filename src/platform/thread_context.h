@@ -14,12 +14,9 @@
 
 namespace vorn {
 
-/// The thread on which an object's fields live: the one that makes it, or the one it is given.
+/// The thread on which an object's fields live. Made on the thread it names.
 class VORN_THREAD_ATTRIBUTE(capability("thread context")) ThreadContext {
 public:
-    ThreadContext() = default;
-    explicit ThreadContext(QThread *thread) : m_thread(thread) {}
-
     /// Debug builds stop here when called from another thread.
     void assertCurrent() const VORN_THREAD_ATTRIBUTE(assert_capability(this))
     {

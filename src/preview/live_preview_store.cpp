@@ -1,52 +1,47 @@
 #include "preview/live_preview_store.h"
 
+#include <memory>
 #include <utility>
+
+using namespace Qt::StringLiterals;
 
 namespace vorn {
 
 LivePreviewStore::LivePreviewStore(PreviewOptions options, QObject *parent)
-    : QObject(parent), m_streams(new PreviewStreams(&m_thread, options))
+    : QObject(parent), m_streams(u"preview-state"_s, [this, options] {
+          auto streams = std::make_unique<PreviewStreams>(options);
+          // Connected on the streams' thread; arrives on the UI thread.
+          connect(streams.get(), &PreviewStreams::published, this, &LivePreviewStore::publish);
+          connect(streams.get(), &PreviewStreams::failed, this, &LivePreviewStore::fail);
+          connect(streams.get(), &PreviewStreams::eligibleIDsChanged, this,
+                  &LivePreviewStore::keepOnly);
+          return streams;
+      })
 {
-    // Posted, since the streams live on a thread of their own.
-    connect(m_streams, &PreviewStreams::published, this, &LivePreviewStore::publish);
-    connect(m_streams, &PreviewStreams::failed, this, &LivePreviewStore::fail);
-    connect(m_streams, &PreviewStreams::eligibleIDsChanged, this, &LivePreviewStore::keepOnly);
-    connect(&m_thread, &QThread::finished, m_streams, &QObject::deleteLater);
-    m_thread.setObjectName(QStringLiteral("preview-state"));
-    m_thread.start();
-}
-
-LivePreviewStore::~LivePreviewStore()
-{
-    m_thread.quit();
-    m_thread.wait();
 }
 
 void LivePreviewStore::start(const std::vector<LiveCamera> &cameras)
 {
     m_ui.assertCurrent();
-    QMetaObject::invokeMethod(m_streams,
-                              [streams = m_streams, cameras] { streams->start(cameras); });
+    m_streams.post([cameras](PreviewStreams &streams) { streams.start(cameras); });
 }
 
 void LivePreviewStore::update(const std::vector<LiveCamera> &cameras)
 {
     m_ui.assertCurrent();
-    QMetaObject::invokeMethod(m_streams,
-                              [streams = m_streams, cameras] { streams->update(cameras); });
+    m_streams.post([cameras](PreviewStreams &streams) { streams.update(cameras); });
 }
 
 void LivePreviewStore::select(const std::set<QString> &cameraIDs)
 {
     m_ui.assertCurrent();
-    QMetaObject::invokeMethod(m_streams,
-                              [streams = m_streams, cameraIDs] { streams->select(cameraIDs); });
+    m_streams.post([cameraIDs](PreviewStreams &streams) { streams.select(cameraIDs); });
 }
 
 void LivePreviewStore::stop()
 {
     m_ui.assertCurrent();
-    QMetaObject::invokeMethod(m_streams, &PreviewStreams::stop);
+    m_streams.post([](PreviewStreams &streams) { streams.stop(); });
 }
 
 const std::map<QString, PreviewFrame> &LivePreviewStore::wallFrames() const
@@ -102,7 +97,7 @@ void LivePreviewStore::publish(const StreamKey &key, const PreviewFrame &frame,
     m_frameTimes[key.cameraID] = std::chrono::system_clock::now();
     m_statistics[key] = statistics;
     const bool hadError = m_errors.erase(key.cameraID) > 0;
-    QMetaObject::invokeMethod(m_streams, [streams = m_streams, key] { streams->frameTaken(key); });
+    m_streams.post([key](PreviewStreams &streams) { streams.frameTaken(key); });
     Q_EMIT frameChanged(key.cameraID, key.profile);
     if (before != frame.transport)
         Q_EMIT transportChanged(key.cameraID, key.profile);

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "platform/thread_context.h"
+#include "platform/worker_thread.h"
 #include "preview/preview_streams.h"
 
 #include <QObject>
-#include <QThread>
 
 #include <map>
 #include <optional>
@@ -19,9 +19,8 @@ namespace vorn {
 class LivePreviewStore : public QObject {
     Q_OBJECT
 public:
+    /// Its end ends all streams, and waits until they have ended.
     explicit LivePreviewStore(PreviewOptions options = {}, QObject *parent = nullptr);
-    /// Ends all streams, and waits until they have ended.
-    ~LivePreviewStore() override;
 
     /// Streams from now on. Pictures of before stay until new ones come.
     void start(const std::vector<LiveCamera> &cameras);
@@ -65,8 +64,7 @@ private:
     std::map<QString, QString> m_errors VORN_OWNED_BY(m_ui);
     std::map<QString, WallTime> m_frameTimes VORN_OWNED_BY(m_ui);
     std::map<StreamKey, StreamStatistics> m_statistics VORN_OWNED_BY(m_ui);
-    QThread m_thread;
-    PreviewStreams *m_streams; ///< lives on m_thread and is deleted there
+    WorkerThread<PreviewStreams> m_streams; ///< last: ends before what it reports to
 };
 
 } // namespace vorn

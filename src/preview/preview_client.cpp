@@ -1,5 +1,6 @@
 #include "preview/preview_client.h"
 
+#include "platform/ipv4_socket.h"
 #include "platform/jpeg_decoder.h"
 #include "platform/tcp_socket.h"
 
@@ -54,7 +55,7 @@ public:
     /// again. They grow with what has come, not with what was announced.
     std::span<const std::byte> readFrame(std::vector<std::byte> &buffer)
     {
-        constexpr std::size_t firstPiece = 64 * 1024;
+        constexpr std::size_t firstPiece = 0x10000;
         const auto deadline = MonotonicClock::now() + m_wholeFrame;
         std::array<std::byte, lengthPrefixBytes> prefix;
         readExactly(prefix, deadline);
@@ -74,10 +75,9 @@ private:
     static TcpSocket connected(const Camera &camera, std::chrono::milliseconds wait,
                                const StopSignal &stop)
     {
-        const auto address = ipv4Address(camera.host);
-        if (!address)
+        if (!isIPv4Address(camera.host))
             throw VORNPreviewError(invalidHost);
-        auto socket = TcpSocket::connect(*address, camera.serverPort, wait, stop);
+        auto socket = TcpSocket::connect(camera.host, camera.serverPort, wait, stop);
         if (!socket)
             throw VORNPreviewError(connectionFailed);
         return *std::move(socket);

@@ -7,10 +7,9 @@
 
 namespace vorn {
 
-PreviewStreams::PreviewStreams(QThread *thread, PreviewOptions options)
-    : m_state(thread), m_options(options), m_reconciler(options.pace)
+PreviewStreams::PreviewStreams(PreviewOptions options)
+    : m_options(options), m_reconciler(options.pace)
 {
-    moveToThread(thread);
 }
 
 PreviewStreams::~PreviewStreams()

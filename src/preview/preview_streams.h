@@ -25,8 +25,7 @@ struct PreviewOptions {
 class PreviewStreams : public QObject {
     Q_OBJECT
 public:
-    /// Made on any thread; lives on `thread` from then on, and ends with it.
-    PreviewStreams(QThread *thread, PreviewOptions options);
+    explicit PreviewStreams(PreviewOptions options);
     /// Ends all workers.
     ~PreviewStreams() override;
 

@@ -47,6 +47,13 @@ private:
     std::thread m_thread;
 };
 
+// The address sanitizer keeps what was freed, for a while.
+#if __has_feature(address_sanitizer)
+constexpr bool isMemoryOurs = false;
+#else
+constexpr bool isMemoryOurs = true;
+#endif
+
 qint64 residentBytes()
 {
     QFile file(u"/proc/self/statm"_s);
@@ -71,12 +78,14 @@ private Q_SLOTS:
     void keepsHearingThroughAFlood_data()
     {
         QTest::addColumn<std::function<QByteArray(int)>>("packet");
-        const auto row = [](const char *name, std::function<QByteArray(int)> packet) {
-            QTest::newRow(name) << std::move(packet);
+        const auto row = [](const char *name, const std::function<QByteArray(int)> &packet) {
+            QTest::newRow(name) << packet;
         };
         row("one camera", [](int number) { return usualStatus(u"loud"_s, number); });
         row("new cameras",
             [](int number) { return usualStatus(u"made up %1"_s.arg(number), number); });
+        row("long statuses",
+            [](int number) { return status(u"loud"_s, number).leftJustified(8192, ' '); });
         row("long rubbish", [](int) { return QByteArray(8192, '['); });
         row("nothing", [](int) { return QByteArray(); });
     }
@@ -117,7 +126,7 @@ private Q_SLOTS:
         const qint64 grown = residentBytes() - before;
         qInfo("longest wait of the interface %lld ms, heard again after %lld ms, %lld KiB more",
               longestGap, recovery.elapsed(), grown / 1024);
-        QVERIFY(grown < qint64{64} << 20);
+        QVERIFY(!isMemoryOurs || grown < qint64{64} << 20);
     }
 
     void hearsListedCamerasAmongMadeUpOnes()

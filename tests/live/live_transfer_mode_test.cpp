@@ -132,6 +132,20 @@ private Q_SLOTS:
         QTRY_COMPARE(state(), expected(older, u"Approved — waiting for secure Transfer Mode."_s));
     }
 
+    void showsTheLastOfManyAnswers()
+    {
+        const QString id = ask();
+        QSignalSpy changes(m_discovery.get(), &LiveCameraDiscovery::transferModeRequestChanged);
+        for (int i = 0; i < 2000; ++i)
+            say(answer(id, u"TRANSFER_MODE_PENDING"_s));
+        const auto decide = [&] {
+            say(decision(id, false, u"No"_s)); // the system may have dropped the first
+            return state() == expected(id, u"No"_s, true);
+        };
+        QTRY_VERIFY(decide());
+        QVERIFY(changes.count() <= 2);
+    }
+
     void refusesWhatCannotBeAsked_data()
     {
         QTest::addColumn<QString>("collectorID");

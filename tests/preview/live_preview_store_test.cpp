@@ -134,50 +134,6 @@ private Q_SLOTS:
         QVERIFY(store->wallFrames().contains(u"a"_s));
     }
 
-    void fallsBackToSinglePictures()
-    {
-        PreviewServer server([](int mode, PreviewPeer &peer) {
-            if (mode == 1)
-                peer.sendFrame(redJPEG);
-        });
-        QObject scope;
-        auto *const store = makeStore(server.port(), &scope);
-        QSignalSpy errorChanges(store, &LivePreviewStore::errorChanged);
-        store->start({camera(u"a"_s, u"127.0.0.1"_s)});
-        const StreamKey key{u"a"_s, wall};
-        QTRY_VERIFY(store->statistics().contains(key) && store->statistics().at(key).received > 3);
-        QCOMPARE(store->transport(u"a"_s, wall), Transport::legacy);
-        QVERIFY(errorChanges.isEmpty());
-        // The stream has been tried once only.
-        QCOMPARE(std::ranges::count(server.modes(), 4), 1);
-    }
-
-    void tellsWhyThereIsNoPictureUntilThereIsOne()
-    {
-        QObject scope;
-        auto server = std::make_unique<PreviewServer>(
-            [](int, PreviewPeer &peer) { peer.sendFrame("no JPEG"); }, u"127.0.0.2"_s);
-        auto *const store = makeStore(server->port(), &scope);
-        store->start({camera(u"a"_s, u"127.0.0.2"_s)});
-        QTRY_COMPARE(store->errors().size(), std::size_t{1});
-        QCOMPARE(store->errors().at(u"a"_s), u"Preview frame was not a valid JPEG"_s);
-        const auto port = server->port();
-        server.reset();
-        QTRY_COMPARE(store->errors().at(u"a"_s), u"Preview connection failed"_s);
-
-        // Back again; nobody has asked for it.
-        server = std::make_unique<PreviewServer>(streamOf(redJPEG), u"127.0.0.2"_s, port);
-        QTRY_VERIFY(store->wallFrames().contains(u"a"_s));
-        QVERIFY(store->errors().empty());
-
-        // Gone once more: the picture stays, without an error. A new one follows the return.
-        server.reset();
-        QSignalSpy errorChanges(store, &LivePreviewStore::errorChanged);
-        server = std::make_unique<PreviewServer>(streamOf(blueJPEG), u"127.0.0.2"_s, port);
-        QTRY_VERIFY(isBlue(store->wallFrames().at(u"a"_s)));
-        QVERIFY(errorChanges.isEmpty());
-    }
-
     void showsNothingOfAnAddressThatIsNoLongerTheCameras()
     {
         PreviewServer before(streamOf(redJPEG), u"127.0.0.2"_s);

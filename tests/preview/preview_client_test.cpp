@@ -6,6 +6,7 @@
 
 #include <QtTest>
 
+#include <arpa/inet.h>
 #include <sys/socket.h>
 
 #include <thread>
@@ -67,19 +68,6 @@ client::Camera cameraOf(const PreviewServer &server, client::Limits limits = {})
     return {.host = u"127.0.0.1"_s, .serverPort = server.port(), .limits = limits};
 }
 
-void sendAndStay(PreviewPeer &peer, const QByteArray &bytes)
-{
-    peer.send(bytes);
-    peer.stayUntilClosed();
-}
-
-void dripUntilClosed(PreviewPeer &peer)
-{
-    peer.send(QByteArray::fromHex("00001000"));
-    while (peer.send("x"))
-        std::this_thread::sleep_for(1ms);
-}
-
 } // namespace
 
 class PreviewClientTest : public QObject {
@@ -130,11 +118,11 @@ private Q_SLOTS:
         PreviewServer server([](int, PreviewPeer &peer) { peer.sendFrame(jpeg); });
         for (const auto profile : {VORNPreviewProfile::wall, VORNPreviewProfile::selected}) {
             for (const bool preferLegacy : {false, true}) {
-                try {
+                // The server ends each stream, which is an error.
+                (void)thrownText([&] {
                     client::receive(cameraOf(server), profile, preferLegacy, StopSignal(),
                                     [](const PreviewFrame &) {});
-                } catch (const VORNPreviewError &) { // the server ends each stream
-                }
+                });
             }
         }
         QCOMPARE(server.modes(), (std::vector{4, 1, 5, 2}));
@@ -191,37 +179,17 @@ private Q_SLOTS:
         QCOMPARE(server.modes(), (std::vector{wallStream, wallPicture}));
     }
 
-    void failsWithTheErrorOfTheSinglePicture_data()
+    void theErrorOfTheSinglePictureCounts()
     {
-        QTest::addColumn<QByteArray>("answer");
-        QTest::addColumn<Error>("error");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("closed") << QByteArray() << Error::transportFailed
-                                << u"Preview response was incomplete"_s;
-        QTest::newRow("length of 0") << QByteArray::fromHex("00000000") << Error::invalidLength
-                                     << u"Preview frame size was rejected"_s;
-        QTest::newRow("no JPEG") << QByteArray::fromHex("0000000412345678") << Error::invalidJPEG
-                                 << u"Preview frame was not a valid JPEG"_s;
-        QTest::newRow("an empty JPEG")
-            << QByteArray::fromHex("00000004FFD8FFD9") << Error::invalidJPEG
-            << u"Preview frame was not a valid JPEG"_s;
-    }
-
-    void failsWithTheErrorOfTheSinglePicture()
-    {
-        QFETCH(const QByteArray, answer);
-        QFETCH(const Error, error);
-        PreviewServer server([answer](int mode, PreviewPeer &peer) {
+        PreviewServer server([](int mode, PreviewPeer &peer) {
             if (mode == wallPicture)
-                peer.send(answer);
+                peer.sendFrame(QByteArray::fromHex("FFD8FFD9")); // begins and ends, no more
         });
-        const Outcome outcome = receive(cameraOf(server), StopSignal());
-        QCOMPARE(outcome.error, error);
-        QTEST(thrownText([error] { throw VORNPreviewError(error); }), "text");
+        QCOMPARE(receive(cameraOf(server), StopSignal()).error, Error::invalidJPEG);
         QCOMPARE(thrownText([&] {
                      (void)client::fetchJPEG(u"127.0.0.1"_s, server.port(), std::byte{wallPicture});
                  }),
-                 thrownText([error] { throw VORNPreviewError(error); }));
+                 u"Preview frame was not a valid JPEG"_s);
     }
 
     void fetchesThePictureAsItWasSent()
@@ -247,42 +215,6 @@ private Q_SLOTS:
         QCOMPARE(outcome.error, Error::invalidHost);
         QCOMPARE(thrownText([&] { throw VORNPreviewError(*outcome.error); }),
                  u"Invalid camera address"_s);
-    }
-
-    void aRefusedConnectionIsAnError()
-    {
-        std::uint16_t port = 0;
-        {
-            const PreviewServer gone([](int, PreviewPeer &) {}, u"127.0.0.2"_s);
-            port = gone.port();
-        }
-        const Outcome outcome = receive({.host = u"127.0.0.2"_s, .serverPort = port}, StopSignal());
-        QCOMPARE(outcome.error, Error::connectionFailed);
-        QCOMPARE(thrownText([&] { throw VORNPreviewError(*outcome.error); }),
-                 u"Preview connection failed"_s);
-    }
-
-    void aSlowCameraRunsOutOfTime_data()
-    {
-        using Answer = std::function<void(PreviewPeer &)>;
-        QTest::addColumn<Answer>("answer");
-        QTest::newRow("silent") << Answer([](PreviewPeer &peer) { peer.stayUntilClosed(); });
-        QTest::newRow("silent in the length")
-            << Answer([](PreviewPeer &peer) { sendAndStay(peer, QByteArray::fromHex("00")); });
-        QTest::newRow("silent in the picture") << Answer(
-            [](PreviewPeer &peer) { sendAndStay(peer, QByteArray::fromHex("00200000FFD8")); });
-        QTest::newRow("byte by byte") << Answer(dripUntilClosed);
-    }
-
-    void aSlowCameraRunsOutOfTime()
-    {
-        QFETCH(const std::function<void(PreviewPeer &)>, answer);
-        PreviewServer server([&answer](int, PreviewPeer &peer) { answer(peer); });
-        const Outcome outcome = receive(
-            cameraOf(server, {.persistentWait = 50ms, .legacyWait = 50ms, .wholeFrame = 100ms}),
-            StopSignal());
-        QCOMPARE(outcome.error, Error::transportFailed);
-        QTRY_COMPARE(server.openConnections(), 0);
     }
 
     void aStopBetweenPicturesEndsTheStreamWithoutAnError()
@@ -336,7 +268,7 @@ private Q_SLOTS:
         const FileDescriptor listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
         sockaddr_in address{.sin_family = AF_INET,
                             .sin_port = 0,
-                            .sin_addr = ipv4Address(u"127.0.0.1"_s).value(),
+                            .sin_addr = {.s_addr = htonl(INADDR_LOOPBACK)},
                             .sin_zero = {}};
         socklen_t size = sizeof address;
         auto *const generic = reinterpret_cast<sockaddr *>(&address);
@@ -346,7 +278,7 @@ private Q_SLOTS:
         const std::uint16_t port = ntohs(address.sin_port);
         const StopSignal never;
         std::vector<TcpSocket> queued;
-        while (auto socket = TcpSocket::connect(address.sin_addr, port, 100ms, never))
+        while (auto socket = TcpSocket::connect(u"127.0.0.1"_s, port, 100ms, never))
             queued.push_back(*std::move(socket));
 
         const StopSignal stop;

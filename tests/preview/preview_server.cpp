@@ -1,9 +1,8 @@
 #include "preview_server.h"
 
-#include "platform/tcp_socket.h"
-
 #include <QtEndian>
 
+#include <arpa/inet.h>
 #include <sys/socket.h>
 
 #include <array>
@@ -44,7 +43,7 @@ PreviewServer::PreviewServer(Answer answer, const QString &host, std::uint16_t p
     ::setsockopt(m_listener.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
     sockaddr_in address{.sin_family = AF_INET,
                         .sin_port = htons(port),
-                        .sin_addr = ipv4Address(host).value(),
+                        .sin_addr = {.s_addr = ::inet_addr(qPrintable(host))},
                         .sin_zero = {}};
     socklen_t size = sizeof address;
     auto *const generic = reinterpret_cast<sockaddr *>(&address);
