@@ -5,6 +5,8 @@
 #include "live/live_camera_discovery.h"
 #include "platform/display_text.h"
 
+#include <QStringList>
+
 #include <algorithm>
 
 namespace vorn {
@@ -28,6 +30,14 @@ QString badgeOf(const LiveCamera &camera, const LiveEditTimeline &timeline)
     return timeline.previewCameraID == camera.id ? u"PVW"_s : QString();
 }
 
+QString spokenText(const TileRow &row)
+{
+    QStringList parts{row.badge, row.recording ? u"REC"_s : QString(), row.levelText,
+                      row.batteryText, row.qualityText};
+    parts.removeAll(QString());
+    return parts.join(u", "_s);
+}
+
 TileRow tileOf(const LiveCamera &camera, const DirectorSession &session, WallTime now)
 {
     constexpr double silence = -60;
@@ -43,6 +53,7 @@ TileRow tileOf(const LiveCamera &camera, const DirectorSession &session, WallTim
         row.notice = u"Offline"_s;
         row.levelText = u"OFFLINE"_s;
         row.qualityText = u"\u2014"_s;
+        row.spoken = spokenText(row);
         return row;
     }
     const auto &errors = session.previews().errors();
@@ -52,6 +63,7 @@ TileRow tileOf(const LiveCamera &camera, const DirectorSession &session, WallTim
     if (camera.battery)
         row.batteryText = u"%1%"_s.arg(*camera.battery);
     row.qualityText = displayText(camera.quality);
+    row.spoken = spokenText(row);
     return row;
 }
 
@@ -68,6 +80,7 @@ CameraWallViewModel::CameraWallViewModel(DirectorSession &session, LiveCameraDis
               {"levelDB", &TileRow::levelDB},
               {"batteryText", &TileRow::batteryText},
               {"qualityText", &TileRow::qualityText},
+              {"spoken", &TileRow::spoken},
               {"recording", &TileRow::recording},
               {"online", &TileRow::online}})
 {

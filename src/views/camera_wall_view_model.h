@@ -21,6 +21,7 @@ struct TileRow {
     double levelDB = 0;
     QString batteryText;
     QString qualityText;
+    QString spoken; ///< all of these, for assistive tools
     bool recording = false;
     bool online = false;
 

@@ -73,9 +73,9 @@ class DirectorViewModel : public QObject {
     Q_PROPERTY(bool sessionRunning READ isSessionRunning NOTIFY timelineChanged)
     Q_PROPERTY(bool canTake READ canTake NOTIFY camerasChanged)
     Q_PROPERTY(QString takeObstacle READ takeObstacle NOTIFY camerasChanged)
-    Q_PROPERTY(QStringList fadeTitles READ fadeTitles CONSTANT)
+    Q_PROPERTY(QList<QString> fadeTitles READ fadeTitles CONSTANT)
     Q_PROPERTY(int fadeIndex READ fadeIndex WRITE setFadeIndex NOTIFY fadeIndexChanged)
-    Q_PROPERTY(QStringList inspectorTitles READ inspectorTitles CONSTANT)
+    Q_PROPERTY(QList<QString> inspectorTitles READ inspectorTitles CONSTANT)
     Q_PROPERTY(
         int inspectorIndex READ inspectorIndex WRITE setInspectorIndex NOTIFY inspectorIndexChanged)
     Q_PROPERTY(bool hasError READ hasError NOTIFY errorChanged)

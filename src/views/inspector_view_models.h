@@ -20,7 +20,7 @@ class SessionPageViewModel : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Part of the director view model.")
-    Q_PROPERTY(QStringList projectTitles READ projectTitles NOTIFY changed)
+    Q_PROPERTY(QList<QString> projectTitles READ projectTitles NOTIFY changed)
     Q_PROPERTY(int projectIndex READ projectIndex NOTIFY changed)
     Q_PROPERTY(
         QString plannedTakeID READ plannedTakeID WRITE setPlannedTakeID NOTIFY plannedTakeIDChanged)
@@ -104,7 +104,7 @@ class CameraPageViewModel : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("Part of the director view model.")
     Q_PROPERTY(QAbstractItemModel *rows READ rows CONSTANT)
-    Q_PROPERTY(QStringList policyTitles READ policyTitles CONSTANT)
+    Q_PROPERTY(QList<QString> policyTitles READ policyTitles CONSTANT)
     Q_PROPERTY(int policyIndex READ policyIndex WRITE setPolicyIndex NOTIFY policyIndexChanged)
 public:
     explicit CameraPageViewModel(DirectorSession &session);

@@ -14,6 +14,7 @@ FocusStop {
     required property real levelDB
     required property string batteryText
     required property string qualityText
+    required property string spoken
     required property bool recording
     required property bool online
     required property DirectorViewModel director
@@ -26,8 +27,7 @@ FocusStop {
 
     Accessible.role: empty ? Accessible.StaticText : Accessible.Button
     Accessible.name: empty ? title + ", " + notice : title
-    Accessible.description: [badge, recording ? qsTr("REC") : "", levelText, batteryText,
-        well.hasPicture ? "" : notice].filter(part => part.length > 0).join(", ")
+    Accessible.description: well.hasPicture ? spoken : notice + ", " + spoken
     Accessible.onPressAction: if (!empty) chosen()
 
     PictureWell {

@@ -23,14 +23,14 @@ ColumnLayout {
     component Toggle: AbstractButton {
         id: toggle
 
-        required property string title
+        required property string label
 
         implicitWidth: Theme.hit
         implicitHeight: Theme.hit
         enabled: false
         checkable: true
         Accessible.role: Accessible.CheckBox
-        Accessible.name: title + ", " + root.name
+        Accessible.name: label
         Accessible.description: qsTr("Disabled")
         contentItem: SmallLabel {
             text: toggle.text
@@ -106,12 +106,12 @@ ColumnLayout {
         }
         Toggle {
             text: qsTr("M")
-            title: qsTr("Mute")
+            label: qsTr("Mute") + ", " + root.name
             checked: root.muted
         }
         Toggle {
             text: qsTr("S")
-            title: qsTr("Solo")
+            label: qsTr("Solo") + ", " + root.name
             checked: root.solo
         }
     }

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Layouts
 import Vorn
 
 // A section of the desk under its title.
