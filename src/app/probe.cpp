@@ -107,8 +107,8 @@ void Probe::printCameras()
 
 void Probe::printRequest()
 {
-    const auto &request = m_discovery.transferModeRequest();
-    print(u"\nTransfer Mode: %1\n"_s.arg(displayText(request->message)));
+    if (const auto &request = m_discovery.transferModeRequest())
+        print(u"\nTransfer Mode: %1\n"_s.arg(displayText(request->message)));
 }
 
 void Probe::measure(const QString &cameraID, VORNPreviewProfile profile)

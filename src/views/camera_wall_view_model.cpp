@@ -114,6 +114,7 @@ void CameraWallViewModel::refresh()
     const WallTime now = std::chrono::system_clock::now();
     const std::vector<const LiveCamera *> cameras = m_session.cameraWallCameras();
     std::vector<TileRow> rows;
+    rows.reserve(places);
     for (int place = 0; place < places; ++place)
         rows.push_back(std::size_t(place) < cameras.size()
                            ? tileOf(*cameras[std::size_t(place)], m_session, now)

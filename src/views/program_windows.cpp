@@ -63,11 +63,9 @@ std::unique_ptr<QWindow> makeWindow(QQmlEngine &engine, const QString &file,
     [[maybe_unused]] volatile const auto registration = &qml_register_types_Vorn;
     engine.addImportPath(u"qrc:/qt/qml"_s);
     QQmlComponent component(&engine, QUrl(u"qrc:/qt/qml/Vorn/"_s + file));
-    std::unique_ptr<QObject> object(component.createWithInitialProperties(properties));
-    auto *window = qobject_cast<QWindow *>(object.get());
+    auto *window = qobject_cast<QWindow *>(component.createWithInitialProperties(properties));
     if (!window)
         qFatal("%s", qPrintable(component.errorString()));
-    (void)object.release();
     return std::unique_ptr<QWindow>(window);
 }
 
