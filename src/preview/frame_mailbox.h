@@ -2,6 +2,7 @@
 
 #include "preview/preview_client.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <optional>
