@@ -1,0 +1,227 @@
+// Usage: director_timing SECONDS cameras|nobody
+// The Director window with the cameras that are on the network: how soon it has their pictures,
+// what six streams cost, how fast a cut is seen, whether opening and closing leaves memory behind.
+// With nobody there: what the window costs when nothing happens. Needs a display, and the network
+// of scripts/lab.
+
+#include "live/live_camera_discovery.h"
+#include "store/app_store.h"
+#include "views/program_windows.h"
+
+#include <QApplication>
+#include <QEventLoop>
+#include <QFile>
+#include <QKeyEvent>
+#include <QQuickWindow>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <stdexcept>
+#include <string_view>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using namespace std::string_view_literals;
+using namespace vorn;
+
+namespace {
+
+using Clock = MonotonicClock;
+using Seconds = std::chrono::duration<double>;
+
+constexpr std::size_t wallSlots = 4;
+
+double since(Clock::time_point start)
+{
+    return Seconds(Clock::now() - start).count();
+}
+
+/// Works the event loop until `condition` holds, which is looked at after each event.
+bool workUntil(const std::function<bool()> &condition, std::chrono::seconds limit = 30s)
+{
+    const auto start = Clock::now();
+    QTimer end;
+    end.setSingleShot(true);
+    end.start(limit);
+    while (!condition()) {
+        if (Clock::now() - start > limit)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    return true;
+}
+
+void workFor(std::chrono::milliseconds time)
+{
+    QEventLoop loop;
+    QTimer::singleShot(time, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+double cpuSeconds()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    const auto seconds = [](const timeval &time) {
+        return double(time.tv_sec) + double(time.tv_usec) / 1e6;
+    };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+double residentMiB()
+{
+    QFile status(u"/proc/self/status"_s);
+    if (!status.open(QIODevice::ReadOnly))
+        throw std::runtime_error("no /proc");
+    for (const QByteArray &line : status.readAll().split('\n'))
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).simplified().split(' ').first().toDouble() / 1024;
+    throw std::runtime_error("no VmRSS");
+}
+
+/// One opening of the window.
+class Opening {
+public:
+    Opening(AppStore &store, LiveCameraDiscovery &discovery, QSettings &settings,
+            QQmlEngine &engine)
+        : m_director(store, discovery, settings),
+          m_owned(makeDirectorWindow(engine, m_director)),
+          m_window(qobject_cast<QQuickWindow *>(m_owned.get()))
+    {
+        QObject::connect(m_window, &QQuickWindow::frameSwapped, m_window, [this] { ++m_swaps; });
+        m_window->requestActivate();
+    }
+
+    [[nodiscard]] DirectorViewModel &director() { return m_director; }
+    [[nodiscard]] int swaps() const { return m_swaps; }
+
+    [[nodiscard]] std::size_t pictures() const
+    {
+        return m_director.session().previews().wallFrames().size();
+    }
+
+    void awaitFrame()
+    {
+        const int before = m_swaps;
+        workUntil([&] { return m_swaps > before; });
+    }
+
+    void pressSpace()
+    {
+        for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease})
+            QCoreApplication::postEvent(m_window,
+                                        new QKeyEvent(type, Qt::Key_Space, Qt::NoModifier, u" "_s));
+    }
+
+private:
+    DirectorViewModel m_director;
+    std::unique_ptr<QWindow> m_owned;
+    QQuickWindow *m_window;
+    int m_swaps = 0;
+};
+
+/// The share of one core that the program takes, in percent, and the frames a second.
+void printLoad(const char *name, Opening &opening, std::chrono::seconds time)
+{
+    const double cpu = cpuSeconds();
+    const int swaps = opening.swaps();
+    const auto start = Clock::now();
+    workFor(time);
+    const double wall = since(start);
+    std::printf("%-44s %6.1f %% of a core, %5.1f frames a second\n", name,
+                100 * (cpuSeconds() - cpu) / wall, (opening.swaps() - swaps) / wall);
+}
+
+void measureCuts(Opening &opening)
+{
+    std::vector<double> milliseconds;
+    for (int cut = 0; cut < 60; ++cut) {
+        workFor(std::chrono::milliseconds(50 + cut * 7 % 60));
+        const auto program = opening.director().session().timeline().programCameraID;
+        const auto start = Clock::now();
+        opening.pressSpace();
+        if (!workUntil(
+                [&] { return opening.director().session().timeline().programCameraID != program; }))
+            throw std::runtime_error("the space bar does not cut");
+        opening.awaitFrame();
+        milliseconds.push_back(since(start) * 1000);
+    }
+    std::ranges::sort(milliseconds);
+    std::printf("%-44s %6.1f ms median, %.1f ms at most, of %zu\n",
+                "key press to the changed monitors", milliseconds[milliseconds.size() / 2],
+                milliseconds.back(), milliseconds.size());
+}
+
+} // namespace
+
+int main(int argumentCount, char *arguments[])
+try {
+    QApplication application(argumentCount, arguments);
+    applyLook();
+    if (argumentCount != 3)
+        throw std::runtime_error("Usage: director_timing SECONDS cameras|nobody");
+    const std::chrono::seconds time(std::atoi(arguments[1]));
+    const QTemporaryDir folder;
+    AppStore store(folder.path(), folder.path());
+    store.createProject(u"Night Shoot"_s);
+    QSettings settings(folder.filePath(u"settings.ini"_s), QSettings::IniFormat);
+    settings.setValue(u"director.previewNetworkPolicy"_s, u"performance5GHz"_s);
+    LiveCameraDiscovery discovery;
+    QQmlEngine engine;
+
+    if (arguments[2] == "nobody"sv) {
+        Opening opening(store, discovery, settings, engine);
+        printLoad("first seconds, with the scan", opening, 12s);
+        printLoad("nothing happens", opening, time);
+        return 0;
+    }
+
+    workUntil([&] { return discovery.cameras().size() >= wallSlots; });
+    std::vector<double> openings;
+    for (int i = 0; i < 9; ++i) {
+        const auto start = Clock::now();
+        Opening opening(store, discovery, settings, engine);
+        if (!workUntil([&] { return opening.pictures() == wallSlots; }))
+            throw std::runtime_error("not all pictures came");
+        opening.awaitFrame();
+        openings.push_back(since(start) * 1000);
+    }
+    std::ranges::sort(openings);
+    std::printf("%-44s %6.0f ms median, %.0f ms at most\n", "opening to four pictures shown",
+                openings[4], openings.back());
+
+    {
+        Opening opening(store, discovery, settings, engine);
+        workUntil([&] { return opening.pictures() == wallSlots; });
+        printLoad("four wall streams, one selected", opening, time);
+        opening.director().sessionPage()->start();
+        opening.director().cut();
+        opening.director().wall()->select(discovery.cameras()[1].id);
+        workUntil(
+            [&] { return opening.director().session().previews().selectedFrames().size() == 2; });
+        printLoad("four wall streams, two selected", opening, time);
+        measureCuts(opening);
+    }
+
+    double memory = 0;
+    for (int i = 1; i <= 100; ++i) {
+        Opening opening(store, discovery, settings, engine);
+        workUntil([&] { return opening.pictures() == wallSlots; });
+        opening.awaitFrame();
+        if (i == 10)
+            memory = residentMiB();
+        if (i % 10 == 0)
+            std::printf("memory while open, opening %3d %20.1f MiB (%+.1f)\n", i, residentMiB(),
+                        residentMiB() - memory);
+    }
+    return 0;
+} catch (const std::exception &error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 1;
+}
