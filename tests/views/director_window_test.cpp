@@ -39,6 +39,13 @@ public:
     }
     [[nodiscard]] DirectorViewModel &director() { return *m_director; }
 
+    /// Where the item of this name is in the window.
+    [[nodiscard]] QRectF placeOf(const QString &name) const
+    {
+        QQuickItem *item = named(name);
+        return item->mapRectToScene(item->boundingRect());
+    }
+
     void startSession()
     {
         QTRY_COMPARE_WITH_TIMEOUT(m_director->cameraCountText(), u"4 CAMERAS"_s, limitMs);
@@ -184,6 +191,69 @@ private Q_SLOTS:
         const QSignalSpy closed(probe.window(), SIGNAL(closed()));
         probe.window()->close();
         QTRY_COMPARE(closed.count(), 1);
+    }
+
+    void movesTheFocusAsTheEyeMoves()
+    {
+        DirectorProbe probe;
+        probe.startSession();
+        const QStringList round{u"Scan"_s,          u"Library"_s,      u"Ada's phone"_s,
+                                u"Jonas's phone"_s, u"Mara's phone"_s, u"Tarek's phone"_s,
+                                u"CUT"_s,           u"FADE"_s,         u"Fade duration, 1.0 s"_s,
+                                u"Marker"_s,        u"Inspector"_s,    u"Project, Night Shoot"_s,
+                                u"Take"_s};
+        for (const QString &stop : round + round) {
+            probe.press(Qt::Key_Tab);
+            QCOMPARE(probe.focusName(), stop);
+        }
+        probe.press(Qt::Key_Backtab, Qt::ShiftModifier);
+        QCOMPARE(probe.focusName(), u"Project, Night Shoot"_s);
+    }
+
+    void keepsEveryControlWithinTheSmallestWindow()
+    {
+        DirectorProbe probe;
+        QTRY_COMPARE_WITH_TIMEOUT(probe.director().cameraCountText(), u"4 CAMERAS"_s, limitMs);
+        for (const QSize size : {QSize(2400, 1200), QSize(1120, 700)}) {
+            probe.window()->resize(size);
+            const auto fits = [&](const QString &name) {
+                return QRectF(QPointF(), size).contains(probe.placeOf(name));
+            };
+            QTRY_VERIFY(fits(u"Edits"_s)); // the layout follows the size
+            for (const QString &page : DirectorViewModel::inspectorTitles()) {
+                probe.click(probe.named(page));
+                for (const QString &name : {u"Library"_s, u"Marker"_s, u"Tarek's phone"_s, page})
+                    QVERIFY2(fits(name), qPrintable(name));
+            }
+            QVERIFY(probe.placeOf(u"Tarek's phone"_s).right() < probe.placeOf(u"CUT"_s).left());
+            QVERIFY(probe.placeOf(u"Marker"_s).right() < probe.placeOf(u"Session"_s).left());
+        }
+    }
+
+    void opensOnceAndLeavesTheLibraryAlone()
+    {
+        const QTemporaryDir folder;
+        AppStore store(folder.path(), folder.path());
+        LiveCameraDiscovery discovery;
+        QSettings settings(folder.filePath(u"settings.ini"_s), QSettings::IniFormat);
+        ProgramWindows windows(store, discovery, settings);
+        const auto shown = [](const QString &title) {
+            QWindowList found = QGuiApplication::topLevelWindows();
+            erase_if(found, [&](QWindow *window) {
+                return window->title() != title || !window->isVisible();
+            });
+            return found;
+        };
+        windows.showLibrary();
+        windows.showDirector();
+        windows.showDirector();
+        QCOMPARE(shown(u"VORN Director"_s).size(), 1);
+        const QPointer<QWindow> first = shown(u"VORN Director"_s).first();
+        first->close();
+        QTRY_VERIFY(!first); // and with it its streams and its timeline
+        QCOMPARE(shown(u"VORN Library"_s).size(), 1);
+        windows.showDirector();
+        QCOMPARE(shown(u"VORN Director"_s).size(), 1);
     }
 
     void copiesTheEdits()

@@ -80,11 +80,6 @@ FocusStop {
                 Accessible.ignored: true
                 font.family: Theme.mono
             }
-            AudioMeter {
-                Layout.fillWidth: true
-                Layout.maximumWidth: 90
-                value: root.levelDB
-            }
             Item {
                 Layout.fillWidth: true
             }
@@ -98,6 +93,11 @@ FocusStop {
                 text: root.qualityText
                 Accessible.ignored: true
             }
+        }
+        AudioMeter {
+            Layout.fillWidth: true
+            value: root.levelDB
+            opacity: root.empty ? 0 : 1
         }
     }
     FocusRing {

@@ -47,6 +47,7 @@ Item {
         HelpedButton {
             text: qsTr("Library")
             iconName: "tray"
+            help: qsTr("Open the library of projects and takes")
             onClicked: root.libraryRequested()
         }
     }

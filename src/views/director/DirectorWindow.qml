@@ -45,6 +45,12 @@ ApplicationWindow {
         SplitView {
             id: panes
 
+            // What each pane needs; together as much as the smallest window has.
+            readonly property int wallNeeds: 320
+            readonly property int switcherNeeds: 430
+            readonly property int inspectorNeeds: 300
+            readonly property real sideRoom: width - switcherNeeds - 2 * Theme.between
+
             Layout.fillWidth: true
             Layout.fillHeight: true
             Layout.margins: Theme.between
@@ -61,24 +67,26 @@ ApplicationWindow {
                 }
             }
 
+            // The outer panes keep what a hand gave them only as far as the switcher keeps its room.
             CameraWall {
                 SplitView.preferredWidth: Math.round(panes.width * 0.35)
-                SplitView.minimumWidth: 340
+                SplitView.minimumWidth: panes.wallNeeds
+                SplitView.maximumWidth: Math.max(panes.wallNeeds, panes.sideRoom - inspector.width)
                 director: root.director
             }
             Switcher {
                 id: switcher
 
                 SplitView.fillWidth: true
-                SplitView.minimumWidth: 400
+                SplitView.minimumWidth: panes.switcherNeeds
                 director: root.director
             }
             DirectorInspector {
                 id: inspector
 
-                SplitView.preferredWidth: 340
-                SplitView.minimumWidth: 300
-                SplitView.maximumWidth: 480
+                SplitView.preferredWidth: panes.width < 1200 ? panes.inspectorNeeds : 340
+                SplitView.minimumWidth: panes.inspectorNeeds
+                SplitView.maximumWidth: Math.max(panes.inspectorNeeds, Math.min(480, panes.sideRoom - panes.wallNeeds))
                 director: root.director
             }
         }

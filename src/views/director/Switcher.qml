@@ -52,13 +52,12 @@ StudioPanel {
         id: controls
 
         anchors.left: parent.left
-        anchors.right: parent.right
         anchors.bottom: parent.bottom
         anchors.bottomMargin: Theme.between
         spacing: Theme.row
 
         SwitchButton {
-            Layout.preferredWidth: 132
+            Layout.preferredWidth: 124
             Layout.preferredHeight: 52
             text: qsTr("CUT")
             large: true
@@ -68,7 +67,7 @@ StudioPanel {
             onClicked: root.director.cut()
         }
         SwitchButton {
-            Layout.preferredWidth: 84
+            Layout.preferredWidth: 80
             Layout.preferredHeight: 40
             text: qsTr("FADE")
             help: qsTr("Fade from Program to Preview using the selected duration and log the edit")
@@ -79,7 +78,7 @@ StudioPanel {
         AppPicker {
             id: fadeLength
 
-            Layout.preferredWidth: 88
+            Layout.preferredWidth: 84
             label: qsTr("Fade duration")
             titles: root.director.fadeTitles
             current: root.director.fadeIndex
@@ -93,9 +92,6 @@ StudioPanel {
             available: root.director.sessionRunning
             obstacle: qsTr("Start a Director session first.")
             onClicked: root.director.addMarker()
-        }
-        Item {
-            Layout.fillWidth: true
         }
     }
     SmallLabel {
