@@ -8,6 +8,7 @@
 #include "live/snapshot_batch.h"
 #include "live/transfer_mode_request.h"
 #include "live/wire_text.h"
+#include "platform/text_form.h"
 
 #include <QJsonDocument>
 

@@ -2,6 +2,7 @@
 
 #include "live/json_values.h"
 #include "live/wire_text.h"
+#include "platform/text_form.h"
 
 #include <QByteArray>
 #include <QJsonDocument>

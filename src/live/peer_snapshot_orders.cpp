@@ -1,6 +1,7 @@
 #include "live/peer_snapshot_orders.h"
 
 #include "live/wire_text.h"
+#include "platform/text_form.h"
 
 namespace vorn {
 

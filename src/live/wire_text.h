@@ -1,30 +1,10 @@
 #pragma once
 
-#include <QString>
-#include <QUuid>
-
-#include <optional>
+#include <QtGlobal>
 
 namespace vorn {
 
 inline constexpr qsizetype maximumIdBytes = 128;       ///< of a camera's or sender's id
 inline constexpr qsizetype maximumRequestIdBytes = 64; ///< of a Transfer Mode request's id
-
-/// True when `text` holds 1 to `maximumBytes` bytes of UTF-8.
-[[nodiscard]] inline bool isBoundedText(const QString &text, qsizetype maximumBytes)
-{
-    // A UTF-16 unit is at least one byte of UTF-8: long texts need no conversion.
-    return !text.isEmpty() && text.size() <= maximumBytes && text.toUtf8().size() <= maximumBytes;
-}
-
-/// A UUID written as RFC 4122 section 3 has it, 36 characters in either case, in lower case.
-[[nodiscard]] inline std::optional<QString> canonicalUuid(const QString &text)
-{
-    // What does not parse becomes the nil UUID, which then differs from the text.
-    QString canonical = QUuid::fromString(text).toString(QUuid::WithoutBraces);
-    if (canonical.compare(text, Qt::CaseInsensitive) != 0)
-        return std::nullopt;
-    return canonical;
-}
 
 } // namespace vorn

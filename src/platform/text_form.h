@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QString>
+#include <QUuid>
+
+#include <optional>
+
+namespace vorn {
+
+// Forms that a text from outside must have.
+
+/// True when `text` holds 1 to `maximumBytes` bytes of UTF-8.
+[[nodiscard]] inline bool isBoundedText(const QString &text, qsizetype maximumBytes)
+{
+    // A UTF-16 unit is at least one byte of UTF-8: long texts need no conversion.
+    return !text.isEmpty() && text.size() <= maximumBytes && text.toUtf8().size() <= maximumBytes;
+}
+
+/// A UUID written as RFC 4122 section 3 has it, 36 characters in either case, in lower case.
+[[nodiscard]] inline std::optional<QString> canonicalUuid(const QString &text)
+{
+    // What does not parse becomes the nil UUID, which then differs from the text.
+    QString canonical = QUuid::fromString(text).toString(QUuid::WithoutBraces);
+    if (canonical.compare(text, Qt::CaseInsensitive) != 0)
+        return std::nullopt;
+    return canonical;
+}
+
+} // namespace vorn
