@@ -1,5 +1,6 @@
 #pragma once
 
+#include "library/device_catalog.h"
 #include "library/source_manifest.h"
 #include "platform/json_text.h"
 
@@ -213,6 +214,57 @@ void describe(Fields &&fields, Record &manifest)
     fields(QStringLiteral("referenceCameraId"), manifest.referenceCameraId);
     fields(QStringLiteral("timelineFPS"), manifest.timelineFPS);
     fields(QStringLiteral("clips"), manifest.clips);
+}
+
+template <class Fields, recordOf<CatalogClip> Record> void describe(Fields &&fields, Record &clip)
+{
+    fields(QStringLiteral("clipId"), clip.clipId);
+    fields(QStringLiteral("cameraId"), clip.cameraId);
+    fields(QStringLiteral("fileName"), clip.fileName);
+    fields(QStringLiteral("sizeBytes"), clip.sizeBytes);
+    fields(QStringLiteral("sha256"), clip.sha256);
+    fields(QStringLiteral("downloadURL"), clip.downloadURL);
+    fields(QStringLiteral("finalized"), clip.finalized);
+    fields(QStringLiteral("mediaKind"), clip.mediaKind);
+    fields(QStringLiteral("hasVideo"), clip.hasVideo);
+    fields(QStringLiteral("hasAudio"), clip.hasAudio);
+    fields(QStringLiteral("timingSidecarURL"), clip.timingSidecarURL);
+    fields(QStringLiteral("timingSidecarSHA256"), clip.timingSidecarSHA256);
+    fields(QStringLiteral("anchorMeaning"), clip.anchorMeaning);
+    fields(QStringLiteral("anchors"), clip.anchors);
+}
+
+template <class Fields, recordOf<CatalogTake> Record> void describe(Fields &&fields, Record &take)
+{
+    fields(QStringLiteral("takeId"), take.takeId);
+    fields(QStringLiteral("projectId"), take.projectId);
+    fields(QStringLiteral("projectNameAtCapture"), take.projectNameAtCapture);
+    fields(QStringLiteral("projectRevisionAtCapture"), take.projectRevisionAtCapture);
+    fields(QStringLiteral("createdAt"), take.createdAt);
+    fields(QStringLiteral("referenceCameraId"), take.referenceCameraId);
+    fields(QStringLiteral("timelineFPS"), take.timelineFPS);
+    fields(QStringLiteral("clips"), take.clips);
+}
+
+template <class Fields, recordOf<CatalogProject> Record>
+void describe(Fields &&fields, Record &project)
+{
+    fields(QStringLiteral("projectId"), project.projectId);
+    fields(QStringLiteral("name"), project.name);
+    fields(QStringLiteral("revision"), project.revision);
+    fields(QStringLiteral("takes"), project.takes);
+}
+
+template <class Fields, recordOf<DeviceCatalog> Record>
+void describe(Fields &&fields, Record &catalog)
+{
+    fields(QStringLiteral("schemaVersion"), catalog.schemaVersion);
+    fields(QStringLiteral("deviceId"), catalog.deviceId);
+    fields(QStringLiteral("deviceName"), catalog.deviceName);
+    fields(QStringLiteral("catalogRevision"), catalog.catalogRevision);
+    fields(QStringLiteral("generatedAt"), catalog.generatedAt);
+    fields(QStringLiteral("projects"), catalog.projects);
+    fields(QStringLiteral("unassignedTakes"), catalog.unassignedTakes);
 }
 
 /// Reads a record from the text of a JSON document; `document` is what errors call the file.
