@@ -20,18 +20,24 @@ namespace vorn {
 template <class List>
 concept recordList = requires(List list) { list.emplace_back(); };
 
+/// Where a value stands in a document. Put into words only when the value is wrong.
+struct JsonPlace {
+    const JsonPlace *above = nullptr; ///< the object or list around it; null for the document
+    QString name = {};                ///< the document's, or the key; empty for a list's element
+    qsizetype index = 0;              ///< of a list's element
+};
+
 /// Reads the fields of one object. Throws JsonError that names the place.
 class JsonReader {
 public:
-    /// `place` is how errors call the object, with nothing for the root: "projects[2]".
-    JsonReader(const QJsonObject &object, QString document, QString place)
-        : m_object(object), m_document(std::move(document)), m_place(std::move(place))
+    /// `place` must outlive the reader.
+    JsonReader(const QJsonObject &object, const JsonPlace &place) : m_object(object), m_place(place)
     {
     }
 
     template <class Value> void operator()(const QString &key, Value &value) const
     {
-        read(m_object.value(key), placeOf(key), value);
+        read(m_object.value(key), {&m_place, key}, value);
     }
     template <class Value> void operator()(const QString &key, std::optional<Value> &value) const
     {
@@ -39,34 +45,33 @@ public:
         if (json.isUndefined() || json.isNull())
             value.reset();
         else
-            read(json, placeOf(key), value.emplace());
+            read(json, {&m_place, key}, value.emplace());
     }
     /// A list that counts as empty when the key is missing.
     template <recordList List> void listOrEmpty(const QString &key, List &list) const
     {
         const QJsonValue json = m_object.value(key);
         if (!json.isUndefined() && !json.isNull())
-            read(json, placeOf(key), list);
+            read(json, {&m_place, key}, list);
     }
 
 private:
-    [[nodiscard]] QString placeOf(const QString &key) const;
-    [[noreturn]] void fail(const QJsonValue &json, const QString &place,
-                           const char *expected) const;
+    [[noreturn]] static void fail(const QJsonValue &json, const JsonPlace &place,
+                                  const char *expected);
 
-    void read(const QJsonValue &json, const QString &place, QString &value) const;
-    void read(const QJsonValue &json, const QString &place, std::int64_t &value) const;
-    void read(const QJsonValue &json, const QString &place, double &value) const;
-    void read(const QJsonValue &json, const QString &place, bool &value) const;
+    static void read(const QJsonValue &json, const JsonPlace &place, QString &value);
+    static void read(const QJsonValue &json, const JsonPlace &place, std::int64_t &value);
+    static void read(const QJsonValue &json, const JsonPlace &place, double &value);
+    static void read(const QJsonValue &json, const JsonPlace &place, bool &value);
     template <class Record>
-    void read(const QJsonValue &json, const QString &place, Record &record) const
+    static void read(const QJsonValue &json, const JsonPlace &place, Record &record)
     {
         if (!json.isObject())
             fail(json, place, "an object");
-        describe(JsonReader(json.toObject(), m_document, place), record);
+        describe(JsonReader(json.toObject(), place), record);
     }
     template <recordList List>
-    void read(const QJsonValue &json, const QString &place, List &list) const
+    static void read(const QJsonValue &json, const JsonPlace &place, List &list)
     {
         if (!json.isArray())
             fail(json, place, "a list");
@@ -74,13 +79,11 @@ private:
         list.clear();
         list.reserve(decltype(list.size())(array.size()));
         for (qsizetype index = 0; index < array.size(); ++index)
-            read(array.at(index), QStringLiteral("%1[%2]").arg(place).arg(index),
-                 list.emplace_back());
+            read(array.at(index), {&place, {}, index}, list.emplace_back());
     }
 
     QJsonObject m_object;
-    QString m_document;
-    QString m_place;
+    const JsonPlace &m_place;
 };
 
 /// Collects the fields of one record into an object.
@@ -273,7 +276,8 @@ template <class Record>
 [[nodiscard]] Record recordFromJson(const QByteArray &text, const QString &document)
 {
     Record record;
-    describe(JsonReader(parseJsonObject(text, document), document, {}), record);
+    const JsonPlace root{.name = document};
+    describe(JsonReader(parseJsonObject(text, document), root), record);
     return record;
 }
 
