@@ -7,53 +7,109 @@ using namespace Qt::StringLiterals;
 namespace vorn {
 namespace {
 
-bool holdsClip(const VORNTake &take, const QString &clipId)
+/// What only one side states is no conflict.
+template <class Value> bool differ(const std::optional<Value> &a, const std::optional<Value> &b)
 {
-    return findById(take.clips, clipId) != nullptr;
+    return a && b && *a != *b;
 }
 
-void requireUniqueClipId(const VORNClip &clip, const VORNTake &take, const VORNProject &project,
-                         const VORNLibrary &library)
+void requireNoContradiction(const TakeStatement &statement, const VORNTake &take)
 {
-    for (const VORNProject &other : library.projects) {
-        if (other.id == project.id)
-            continue;
-        for (const VORNTake &otherTake : other.takes) {
-            if (holdsClip(otherTake, clip.id))
-                throw IdentityError(
-                    u"Immutable clip ID %1 appears in multiple projects."_s.arg(clip.id));
-        }
-    }
-    for (const VORNTake &other : project.takes) {
-        if (other.id != take.id && holdsClip(other, clip.id))
-            throw IdentityError(u"Immutable clip ID %1 appears in multiple takes."_s.arg(clip.id));
-    }
+    const auto requireSame = [&](bool isSame, const QString &what) {
+        if (!isSame)
+            throw IdentityError(u"Take %1 has conflicting %2."_s.arg(take.id, what));
+    };
+    requireSame(!differ(take.projectNameAtCapture, statement.projectNameAtCapture),
+                u"captured project names"_s);
+    requireSame(!differ(take.projectRevisionAtCapture, statement.projectRevisionAtCapture),
+                u"captured project revisions"_s);
+    requireSame(!differ(take.createdAt, statement.createdAt), u"creation times"_s);
+    requireSame(!differ(take.referenceCameraId, statement.referenceCameraId),
+                u"reference cameras"_s);
+    requireSame(take.timelineFPS == defaultTimelineFPS
+                    || take.timelineFPS == statement.timelineFPS.value_or(take.timelineFPS),
+                u"timeline frame rates"_s);
 }
 
 } // namespace
 
-void mergeClip(const VORNClip &clip, VORNTake &take, const VORNProject &project,
-               const VORNLibrary &library)
+void applyStatement(const TakeStatement &statement, VORNTake &take)
+{
+    requireNoContradiction(statement, take);
+    const auto takeOver = [](const auto &stated, auto &known) {
+        if (stated)
+            known = *stated;
+    };
+    takeOver(statement.projectNameAtCapture, take.projectNameAtCapture);
+    takeOver(statement.projectRevisionAtCapture, take.projectRevisionAtCapture);
+    takeOver(statement.createdAt, take.createdAt);
+    takeOver(statement.referenceCameraId, take.referenceCameraId);
+    takeOver(statement.timelineFPS, take.timelineFPS);
+}
+
+ClipPlaces::ClipPlaces(const VORNLibrary &library)
+{
+    for (const VORNProject &project : library.projects) {
+        for (const VORNTake &take : project.takes) {
+            for (const VORNClip &clip : take.clips)
+                add(clip.id, project.id, take.id);
+        }
+    }
+}
+
+void ClipPlaces::add(const QString &clipId, const QString &projectId, const QString &takeId)
+{
+    m_places.insert(clipId, {projectId, takeId});
+}
+
+void ClipPlaces::requireNoOther(const QString &clipId, const QString &projectId,
+                                const QString &takeId) const
+{
+    const auto [first, last] = m_places.equal_range(clipId);
+    if (std::any_of(first, last, [&](const Place &place) { return place.projectId != projectId; }))
+        throw IdentityError(u"Immutable clip ID %1 appears in multiple projects."_s.arg(clipId));
+    if (std::any_of(first, last, [&](const Place &place) { return place.takeId != takeId; }))
+        throw IdentityError(u"Immutable clip ID %1 appears in multiple takes."_s.arg(clipId));
+}
+
+TakeMerge::TakeMerge(VORNTake take, QString projectId, ClipPlaces &places)
+    : m_take(std::move(take)),
+      m_projectId(std::move(projectId)),
+      m_places(places),
+      m_clips(m_take.clips)
+{
+    m_cameraIds.reserve(m_take.clips.size());
+    for (const VORNClip &clip : std::as_const(m_take.clips))
+        m_cameraIds.insert(clip.cameraId);
+}
+
+void TakeMerge::mergeClip(VORNClip clip)
 {
     if (clip.id.isEmpty() || clip.cameraId.isEmpty() || clip.sha256.isEmpty())
         throw IdentityError(u"Clip identity, camera, or SHA-256 is missing."_s);
-    requireUniqueClipId(clip, take, project, library);
+    m_places.requireNoOther(clip.id, m_projectId, m_take.id);
 
-    VORNClip merged = clip;
-    if (const VORNClip *existing = findById(take.clips, clip.id)) {
-        if (existing->sha256.compare(clip.sha256, Qt::CaseInsensitive) != 0
-            || existing->cameraId != clip.cameraId || differ(existing->sizeBytes, clip.sizeBytes)
-            || differ(existing->deviceId, clip.deviceId))
+    if (const VORNClip *known = m_clips.find(clip.id)) {
+        if (known->sha256.compare(clip.sha256, Qt::CaseInsensitive) != 0
+            || known->cameraId != clip.cameraId || differ(known->sizeBytes, clip.sizeBytes)
+            || differ(known->deviceId, clip.deviceId))
             throw IdentityError(u"Immutable clip ID %1 has conflicting metadata."_s.arg(clip.id));
-        if (existing->localPath)
-            merged.localPath = existing->localPath;
-    } else if (std::ranges::find(take.clips, clip.cameraId, &VORNClip::cameraId)
-               != take.clips.end()) {
-        throw IdentityError(u"Take %1 has more than one finalized clip for camera %2."_s.arg(
-            take.id, clip.cameraId));
+        if (known->localPath)
+            clip.localPath = known->localPath;
+    } else {
+        if (m_cameraIds.contains(clip.cameraId))
+            throw IdentityError(u"Take %1 has more than one finalized clip for camera %2."_s.arg(
+                m_take.id, clip.cameraId));
+        m_cameraIds.insert(clip.cameraId);
+        m_places.add(clip.id, m_projectId, m_take.id);
     }
-    take.clips.removeIf([&](const VORNClip &old) { return old.id == clip.id; });
-    take.clips.push_back(std::move(merged));
+    m_clips.put(std::move(clip));
+}
+
+VORNTake TakeMerge::result() &&
+{
+    m_take.clips = std::move(m_clips).take();
+    return std::move(m_take);
 }
 
 void mergeProject(VORNProject project, VORNLibrary &library)

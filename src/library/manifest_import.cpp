@@ -52,22 +52,6 @@ VORNClip mappedClip(const SourceClip &source, const SourceManifest &manifest, co
     return clip;
 }
 
-void requireSameTake(const VORNTake &take, const SourceManifest &manifest)
-{
-    const auto conflict = [&](const QString &what) {
-        return IdentityError(u"Take %1 has conflicting %2."_s.arg(manifest.takeId, what));
-    };
-    if (differ(take.projectNameAtCapture, manifest.projectNameAtCapture))
-        throw conflict(u"captured project names"_s);
-    if (differ(take.projectRevisionAtCapture, manifest.projectRevisionAtCapture))
-        throw conflict(u"captured project revisions"_s);
-    if (take.referenceCameraId && *take.referenceCameraId != manifest.referenceCameraId)
-        throw conflict(u"reference cameras"_s);
-    if (manifest.timelineFPS && take.timelineFPS != defaultTimelineFPS
-        && *manifest.timelineFPS != take.timelineFPS)
-        throw conflict(u"timeline frame rates"_s);
-}
-
 } // namespace
 
 SourceManifest readSourceManifest(const QString &path)
@@ -85,21 +69,22 @@ ImportedTake importedTake(const SourceManifest &manifest, const QString &manifes
     const VORNTake *known = findById(project.takes, manifest.takeId);
     VORNTake take = known ? *known : VORNTake{};
     take.id = manifest.takeId;
-    requireSameTake(take, manifest);
-    if (manifest.projectNameAtCapture)
-        take.projectNameAtCapture = manifest.projectNameAtCapture;
-    if (manifest.projectRevisionAtCapture)
-        take.projectRevisionAtCapture = manifest.projectRevisionAtCapture;
-    take.referenceCameraId = manifest.referenceCameraId;
-    take.timelineFPS = manifest.timelineFPS.value_or(take.timelineFPS);
+    applyStatement({.projectNameAtCapture = manifest.projectNameAtCapture,
+                    .projectRevisionAtCapture = manifest.projectRevisionAtCapture,
+                    .createdAt = {},
+                    .referenceCameraId = manifest.referenceCameraId,
+                    .timelineFPS = manifest.timelineFPS},
+                   take);
     take.sourceManifestPath = manifestPath;
 
     const QString base = manifestPath.first(manifestPath.lastIndexOf(u'/') + 1);
+    ClipPlaces places(library);
+    TakeMerge merge(std::move(take), project.id, places);
     for (const SourceClip &source : manifest.clips)
-        mergeClip(mappedClip(source, manifest, base), take, project, library);
+        merge.mergeClip(mappedClip(source, manifest, base));
 
-    std::erase_if(project.takes, [&](const VORNTake &old) { return old.id == take.id; });
-    project.takes.push_back(std::move(take));
+    std::erase_if(project.takes, [&](const VORNTake &old) { return old.id == manifest.takeId; });
+    project.takes.push_back(std::move(merge).result());
     return {std::move(project), manifest.takeId, manifest.clips.size()};
 }
 

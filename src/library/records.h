@@ -83,10 +83,13 @@ struct VORNLibrary {
     bool operator==(const VORNLibrary &) const = default;
 };
 
-/// Collects the takes of one device that belong to no project; not a regular project.
+/// How the id begins of a project that collects the takes of one device that belong to no project.
+inline constexpr QStringView unassignedProjectPrefix = u"unassigned-";
+
+/// True for such a collection, which is not a regular project.
 [[nodiscard]] inline bool isUnassignedProject(const QString &projectId)
 {
-    return projectId.startsWith(QStringLiteral("unassigned-"));
+    return projectId.startsWith(unassignedProjectPrefix);
 }
 
 /// A clip counts as on this computer when its verified file is known.

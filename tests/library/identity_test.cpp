@@ -94,39 +94,57 @@ private Q_SLOTS:
         QFETCH(const VORNClip, incoming);
         QFETCH(const QString, message);
         VORNLibrary library = sampleLibrary();
-        VORNProject project = library.projects.front();
-        VORNTake &target = project.takes.front();
+        VORNTake &target = library.projects[0].takes[0];
         target.clips.front().sizeBytes = 3;
         target.clips.front().deviceId = u"device"_s;
-        const VORNTake before = target;
-        QCOMPARE(thrownText([&] { mergeClip(incoming, target, project, library); }), message);
-        QCOMPARE(target, before);
+        ClipPlaces places(library);
+        TakeMerge merge(target, u"p"_s, places);
+        QCOMPARE(thrownText([&] { merge.mergeClip(incoming); }), message);
+        QCOMPARE(std::move(merge).result(), target);
     }
 
     void namesTheProjectBeforeTheTake()
     {
         VORNLibrary library = sampleLibrary();
         library.projects[1].takes[0].clips[0].id = u"d"_s;
-        VORNProject project = library.projects.front();
-        QCOMPARE(thrownText([&] {
-                     mergeClip(clip(u"d"_s, u"B"_s), project.takes.front(), project, library);
-                 }),
+        ClipPlaces places(library);
+        TakeMerge merge(library.projects[0].takes[0], u"p"_s, places);
+        QCOMPARE(thrownText([&] { merge.mergeClip(clip(u"d"_s, u"B"_s)); }),
                  u"Immutable clip ID d appears in multiple projects."_s);
     }
 
     void refreshesAClipButNeverForgetsItsFile()
     {
-        const VORNLibrary library = sampleLibrary();
-        VORNProject project = library.projects.front();
-        VORNTake &target = project.takes.front();
+        VORNLibrary library = sampleLibrary();
+        VORNTake &target = library.projects[0].takes[0];
         target.clips.front().localPath = u"/verified.mov"_s;
+        target.clips.push_back(clip(u"g"_s, u"G"_s));
+        ClipPlaces places(library);
+        TakeMerge merge(target, u"p"_s, places);
         VORNClip again = clip(u"c"_s, u"A"_s);
         again.sha256 = u"AB"_s;
         again.localPath = u"/elsewhere.mov"_s;
+        merge.mergeClip(again);
         again.anchors = {{1, 2, 1, 1}};
-        mergeClip(again, target, project, library);
+        merge.mergeClip(again);
+        merge.mergeClip(clip(u"h"_s, u"H"_s));
         again.localPath = u"/verified.mov"_s;
-        QCOMPARE(target.clips, QList{again});
+        QCOMPARE(std::move(merge).result().clips,
+                 (QList{clip(u"g"_s, u"G"_s), again, clip(u"h"_s, u"H"_s)}));
+    }
+
+    // Where the file was edited by hand: the clip that is merged stands for all of its id, and what
+    // is not merged stays.
+    void mendsOnlyWhatItMerges()
+    {
+        VORNClip other = clip(u"c"_s, u"B"_s);
+        const VORNTake target =
+            take(u"t"_s, {clip(u"x"_s, u"X"_s), clip(u"c"_s, u"A"_s), other, clip(u"x"_s, u"Y"_s)});
+        ClipPlaces places({});
+        TakeMerge merge(target, u"p"_s, places);
+        merge.mergeClip(clip(u"c"_s, u"A"_s));
+        QCOMPARE(std::move(merge).result().clips,
+                 (QList{clip(u"x"_s, u"X"_s), clip(u"x"_s, u"Y"_s), clip(u"c"_s, u"A"_s)}));
     }
 
     void replacesAProjectAndSortsByName()
