@@ -38,13 +38,13 @@ void applyStatement(const TakeStatement &statement, VORNTake &take)
     requireNoContradiction(statement, take);
     const auto takeOver = [](const auto &stated, auto &known) {
         if (stated)
-            known = *stated;
+            known = stated;
     };
     takeOver(statement.projectNameAtCapture, take.projectNameAtCapture);
     takeOver(statement.projectRevisionAtCapture, take.projectRevisionAtCapture);
     takeOver(statement.createdAt, take.createdAt);
     takeOver(statement.referenceCameraId, take.referenceCameraId);
-    takeOver(statement.timelineFPS, take.timelineFPS);
+    take.timelineFPS = statement.timelineFPS.value_or(take.timelineFPS);
 }
 
 ClipPlaces::ClipPlaces(const VORNLibrary &library)

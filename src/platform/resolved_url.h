@@ -12,7 +12,7 @@ namespace vorn {
 [[nodiscard]] inline std::optional<QUrl> resolvedUrl(const QString &text, const QUrl &base)
 {
     const QUrl reference(text, QUrl::StrictMode);
-    const QUrl url = base.resolved(reference);
+    QUrl url = base.resolved(reference);
     if (!reference.isValid() || !url.isValid() || url.isRelative())
         return std::nullopt;
     return url;

@@ -198,6 +198,12 @@ private Q_SLOTS:
                  u"https://cam-1.local:8443"_s + path);
     }
 
+    void aCatalogThatIsNotSecureHasNoFiles()
+    {
+        const QUrl legacy(u"http://cam-1.local:8443/vorn/v1/catalog"_s);
+        QCOMPARE(thrownText([&] { (void)transfer::resolvedFileURL(u"/x"_s, legacy); }), offOrigin);
+    }
+
     void takesOnlyTheRouteOfTheClip_data()
     {
         QTest::addColumn<QString>("rawURL");
