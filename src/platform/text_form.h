@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QByteArrayView>
 #include <QString>
+#include <QStringDecoder>
 #include <QUuid>
 
 #include <optional>
@@ -14,6 +16,17 @@ namespace vorn {
 {
     // A UTF-16 unit is at least one byte of UTF-8: long texts need no conversion.
     return !text.isEmpty() && text.size() <= maximumBytes && text.toUtf8().size() <= maximumBytes;
+}
+
+/// The text of UTF-8 bytes, to the character; absent when they are none (RFC 3629).
+[[nodiscard]] inline std::optional<QString> utf8Text(QByteArrayView bytes)
+{
+    using Flag = QStringDecoder::Flag;
+    QStringDecoder decoder(QStringDecoder::Utf8, Flag::Stateless | Flag::ConvertInitialBom);
+    QString text = decoder(bytes);
+    if (decoder.hasError())
+        return std::nullopt;
+    return text;
 }
 
 /// A UUID written as RFC 4122 section 3 has it, 36 characters in either case, in lower case.
