@@ -1,0 +1,124 @@
+#include "multicast_dns.h"
+
+#include "phones_side.h"
+
+#include <QtEndian>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <thread>
+
+namespace vorn {
+namespace {
+
+constexpr quint16 mdnsPort = 5353;
+constexpr auto group = "224.0.0.251";
+constexpr auto stranger = "10.77.0.26";
+
+enum RecordType : quint16 { a = 1, ptr = 12, txt = 16, srv = 33 };
+constexpr quint16 internet = 1;
+constexpr quint16 internetUnique = 0x8001; // replaces what was known, RFC 6762 section 10.2
+
+QByteArray bigEndian(auto value)
+{
+    QByteArray bytes(sizeof value, '\0');
+    qToBigEndian(value, bytes.data());
+    return bytes;
+}
+
+QByteArray encoded(const QByteArrayList &labels)
+{
+    QByteArray name;
+    for (const QByteArray &label : labels)
+        name += char(label.size()) + label;
+    return name + '\0';
+}
+
+QByteArrayList labelsOf(const QByteArray &type)
+{
+    return type.split('.') + QByteArrayList{"local"};
+}
+
+sockaddr_in endpoint(const char *host)
+{
+    sockaddr_in made{};
+    made.sin_family = AF_INET;
+    made.sin_port = htons(mdnsPort);
+    ::inet_pton(AF_INET, host, &made.sin_addr);
+    return made;
+}
+
+} // namespace
+
+MulticastDns::MulticastDns()
+{
+    std::thread([this] {
+        enterPhonesSide();
+        m_socket = FileDescriptor(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+        const int on = 1;
+        ::setsockopt(m_socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+        const int farthest = 255;
+        ::setsockopt(m_socket.get(), IPPROTO_IP, IP_MULTICAST_TTL, &farthest, sizeof farthest);
+        const sockaddr_in own = endpoint(stranger);
+        ::setsockopt(m_socket.get(), IPPROTO_IP, IP_MULTICAST_IF, &own.sin_addr,
+                     sizeof own.sin_addr);
+        if (::bind(m_socket.get(), reinterpret_cast<const sockaddr *>(&own), sizeof own) != 0)
+            qFatal("cannot bind %s", stranger);
+    }).join();
+}
+
+void MulticastDns::send()
+{
+    const QByteArray header = bigEndian(quint16(0)) + bigEndian(quint16(0x8400))
+                              + bigEndian(quint16(0)) + bigEndian(std::exchange(m_count, 0))
+                              + bigEndian(quint32(0));
+    const QByteArray packet = header + std::exchange(m_records, {});
+    const sockaddr_in to = endpoint(group);
+    if (::sendto(m_socket.get(), packet.constData(), std::size_t(packet.size()), 0,
+                 reinterpret_cast<const sockaddr *>(&to), sizeof to)
+        != packet.size())
+        qFatal("cannot send %lld bytes", static_cast<long long>(packet.size()));
+}
+
+MulticastDns &MulticastDns::pointer(const QByteArray &name, const QByteArray &type,
+                                    quint32 lifetime)
+{
+    const QByteArrayList domain = labelsOf(type);
+    return add(domain, ptr, internet, lifetime, encoded(QByteArrayList{name} + domain));
+}
+
+MulticastDns &MulticastDns::server(const QByteArray &name, const QByteArray &type,
+                                   const QByteArray &host, quint16 port)
+{
+    // Priority and weight come first.
+    return add(QByteArrayList{name} + labelsOf(type), srv, internetUnique, usualLifetime,
+               bigEndian(quint32(0)) + bigEndian(port) + encoded({host, "local"}));
+}
+
+MulticastDns &MulticastDns::text(const QByteArray &name, const QByteArray &type,
+                                 const QByteArrayList &strings)
+{
+    QByteArray data;
+    for (const QByteArray &string : strings)
+        data += char(string.size()) + string;
+    return add(QByteArrayList{name} + labelsOf(type), txt, internetUnique, usualLifetime, data);
+}
+
+MulticastDns &MulticastDns::address(const QByteArray &host, quint8 lastByte)
+{
+    return add({host, "local"}, a, internetUnique, usualLifetime,
+               bigEndian(quint32(0x0A4D0000U + lastByte)));
+}
+
+MulticastDns &MulticastDns::add(const QByteArrayList &labels, quint16 type, quint16 dnsClass,
+                                quint32 lifetime, const QByteArray &data)
+{
+    ++m_count;
+    m_records += encoded(labels) + bigEndian(type) + bigEndian(dnsClass) + bigEndian(lifetime)
+                 + bigEndian(quint16(data.size())) + data;
+    return *this;
+}
+
+} // namespace vorn

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/worker_thread.h"
+#include "rig/announcement.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <utility>
+
+namespace vorn {
+
+/// Moves the calling thread to the phones' side: what it opens from now on is opened there.
+void enterPhonesSide();
+
+/// The announced services, on a thread of the phones' side.
+struct AnnouncedServices {
+    using Key = std::pair<QString, QString>; ///< name and type
+    std::map<Key, std::unique_ptr<rig::Announcement>> announcements;
+};
+
+/// Phones that only announce themselves, on the other side of the lab's cable. All calls return at
+/// once; they take effect in their order.
+class PhonesSide {
+public:
+    PhonesSide();
+
+    /// A phone at 10.77.0.`lastByte`. `published` is called on another thread.
+    void announce(const QString &name, const QString &type, int lastByte, quint16 port,
+                  const rig::ServiceText &text = {}, const std::function<void()> &published = {});
+    void setText(const QString &name, const QString &type, const rig::ServiceText &text);
+    /// Says goodbye.
+    void withdraw(const QString &name, const QString &type);
+    void withdrawAll();
+
+private:
+    WorkerThread<AnnouncedServices> m_thread;
+};
+
+/// A program that finds a daemon of the machine on the system bus would look at the machine's real
+/// network. To be called before anything else looks for one.
+void hideSystemBus();
+
+} // namespace vorn

@@ -1,0 +1,123 @@
+// Services that are announced as no phone would.
+
+#include "multicast_dns.h"
+#include "phones_side.h"
+#include "transfer/lan_discovery.h"
+
+#include <QtTest>
+
+using namespace vorn;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QByteArray transfer = "_vorn-transfer._tcp";
+constexpr int limitMs = 20'000;
+
+QStringList names(const LANDiscovery &discovery)
+{
+    QStringList list;
+    for (const DiscoveredDevice &device : discovery.devices())
+        list.append(device.serviceName);
+    return list;
+}
+
+} // namespace
+
+class StrangeServicesTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(qEnvironmentVariableIsSet("VORN_LAB_PHONES"), "no lab");
+        hideSystemBus();
+    }
+
+    void init()
+    {
+        m_discovery = std::make_unique<LANDiscovery>();
+        // It listens from when it has heard of the first.
+        complete("first");
+        QTRY_VERIFY_WITH_TIMEOUT((resendUntilHeard(), !m_discovery->devices().empty()), limitMs);
+    }
+
+    void cleanup() { m_discovery.reset(); }
+
+    void listsAServiceWithoutATextRecord()
+    {
+        m_dns.pointer("bare", transfer).server("bare", transfer, "host", 8443).address("host", 11);
+        m_dns.send();
+        QTRY_COMPARE_WITH_TIMEOUT(names(*m_discovery), QStringList({u"bare"_s, u"first"_s}),
+                                  limitMs);
+        const DiscoveredDevice &bare = m_discovery->devices().front();
+        QCOMPARE(bare.catalogURL, QUrl(u"https://host.local:8443/vorn/v1/catalog"_s));
+        QCOMPARE(bare.address, QHostAddress(u"10.77.0.11"_s));
+        QVERIFY(!bare.supportsAuthenticatedTransfer());
+    }
+
+    void forgetsAServiceThatGoesWhileItIsResolved()
+    {
+        m_dns.pointer("brief", transfer).send();
+        m_dns.pointer("brief", transfer, MulticastDns::goodbye).send();
+        complete("second");
+        QTRY_COMPARE_WITH_TIMEOUT(names(*m_discovery), QStringList({u"first"_s, u"second"_s}),
+                                  limitMs);
+        // It comes back, whole.
+        complete("brief");
+        QTRY_COMPARE_WITH_TIMEOUT(names(*m_discovery),
+                                  QStringList({u"brief"_s, u"first"_s, u"second"_s}), limitMs);
+    }
+
+    void resolvesBehindServicesThatDoNot()
+    {
+        // Sixteen at once, five seconds each: the third round is its turn.
+        QElapsedTimer clock;
+        clock.start();
+        for (int i = 0; i < 40; ++i)
+            m_dns.pointer("empty-" + QByteArray::number(i), transfer);
+        m_dns.send();
+        complete("real");
+        // One that waits for its turn goes.
+        m_dns.pointer("empty-30", transfer, MulticastDns::goodbye).send();
+        QTRY_COMPARE_WITH_TIMEOUT(names(*m_discovery), QStringList({u"first"_s, u"real"_s}),
+                                  2 * limitMs);
+        QVERIFY(clock.elapsed() >= 10'000);
+    }
+
+    void leavesOutWhatItCannotTake()
+    {
+        const auto send = [this](const QByteArray &name, const QByteArray &host, quint16 port,
+                                 const QByteArrayList &text) {
+            m_dns.pointer(name, transfer).server(name, transfer, host, port);
+            m_dns.text(name, transfer, text).send();
+        };
+        QByteArrayList large;
+        for (int i = 0; i < 33; ++i)
+            large.append("k" + QByteArray::number(i) + '=' + QByteArray(248, 'x'));
+        m_dns.address("evil@host", 11).send();
+        send("no port", "first", 0, {"a=b"});
+        send("bad host", "evil@host", 8443, {"a=b"});
+        send("not UTF-8 \xFF", "first", 8443, {"a=b"});
+        send("large", "first", 8443, large);
+        send("large enough", "first", 8443, large.first(32));
+        complete("real");
+        QTRY_COMPARE_WITH_TIMEOUT(names(*m_discovery),
+                                  QStringList({u"first"_s, u"large enough"_s, u"real"_s}), limitMs);
+    }
+
+private:
+    void complete(const QByteArray &name)
+    {
+        m_dns.pointer(name, transfer).server(name, transfer, name, 8443);
+        m_dns.text(name, transfer, {"sessionId=s"}).address(name, 12).send();
+    }
+
+    // A browser that has just begun may not be there yet.
+    void resendUntilHeard() { complete("first"); }
+
+    MulticastDns m_dns;
+    std::unique_ptr<LANDiscovery> m_discovery;
+};
+
+QTEST_GUILESS_MAIN(StrangeServicesTest)
+#include "strange_services_test.moc"
