@@ -1,0 +1,31 @@
+#include "platform/secret_bytes.h"
+
+#include <openssl/crypto.h>
+
+namespace vorn {
+
+void wipe(void *memory, std::size_t bytes) noexcept
+{
+    OPENSSL_cleanse(memory, bytes);
+}
+
+void wipe(QByteArray &bytes) noexcept
+{
+    if (bytes.isDetached())
+        wipe(bytes.data(), std::size_t(bytes.size()));
+    bytes = {};
+}
+
+SecretBytes secretBytes(std::initializer_list<QByteArrayView> parts)
+{
+    std::size_t size = 0;
+    for (const QByteArrayView part : parts)
+        size += std::size_t(part.size());
+    SecretBytes bytes;
+    bytes.reserve(size);
+    for (const QByteArrayView part : parts)
+        bytes.insert(bytes.end(), part.begin(), part.end());
+    return bytes;
+}
+
+} // namespace vorn
