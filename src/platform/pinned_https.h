@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/https_connection.h"
+#include "platform/thread_context.h"
+#include "platform/worker_thread.h"
+
+#include <QCoroTask>
+#include <QObject>
+
+namespace vorn {
+
+/// One HTTPS connection to one origin whose leaf certificate has one SHA-256, on a thread of its
+/// own. Requests queue on it, in their order. Context: UI thread.
+class PinnedHttps {
+public:
+    explicit PinnedHttps(HttpsOrigin origin, HttpsLimits limits = {});
+    /// As close(), and waits for the thread, which takes milliseconds.
+    ~PinnedHttps();
+    PinnedHttps(const PinnedHttps &) = delete;
+    PinnedHttps &operator=(const PinnedHttps &) = delete;
+
+    /// The answer to `request`, whose `received` is called on this thread and not after the end of
+    /// this object, at most every 100 ms. Throws HttpsError, and what `checkHead` throws.
+    [[nodiscard]] QCoro::Task<HttpsAnswer> send(HttpsRequest request);
+
+    /// Ends the connection at once: the requests that wait, and all to come, fail.
+    void close();
+
+private:
+    ThreadContext m_ui;
+    QObject m_inbox; ///< receives the progress of requests
+    StopSignal m_stop;
+    WorkerThread<HttpsConnection> m_thread;
+};
+
+} // namespace vorn
