@@ -1,0 +1,126 @@
+#include "transfer/pairing_messages.h"
+
+#include "library/record_json.h"
+#include "platform/json_secret.h"
+#include "transfer/transfer_protocol.h"
+
+#include <QJsonDocument>
+#include <QRegularExpression>
+#include <QTextBoundaryFinder>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+
+template <class Fields> void describe(Fields &&fields, PairingResponse &response)
+{
+    fields(u"schemaVersion"_s, response.schemaVersion);
+    fields(u"deviceId"_s, response.deviceId);
+    fields(u"sessionId"_s, response.sessionId);
+    QString left; // of the token, which has been cut out unless its escapes are wrong
+    fields(u"bearerToken"_s, left);
+    if (!left.isEmpty())
+        throw JsonError(u"Pairing response: bearerToken is not a text"_s);
+    fields(u"expiresAt"_s, response.expiresAt);
+    fields(u"scopes"_s, response.scopes);
+    fields(u"certificateSHA256"_s, response.certificateSHA256);
+    fields(u"foregroundOnly"_s, response.foregroundOnly);
+}
+
+namespace {
+
+constexpr int maximumCollectorNameCharacters = 64;
+constexpr std::size_t minimumTokenBytes = 32;
+/// Seconds that a camera's clock may be ahead of ours.
+constexpr double clockTolerance = 30.0;
+
+void require(bool holds, const QString &message)
+{
+    if (!holds)
+        throw TransferProtocolError::invalid(message);
+}
+
+bool grants(const PairingResponse &response, const QString &scope)
+{
+    return std::ranges::find(response.scopes, scope) != response.scopes.end();
+}
+
+bool isSufficient(const PairingResponse &response)
+{
+    return response.schemaVersion == 1 && !response.deviceId.isEmpty()
+           && !response.sessionId.isEmpty() && response.bearerToken.size() >= minimumTokenBytes
+           && response.foregroundOnly && grants(response, u"catalog.read"_s)
+           && grants(response, u"files.read"_s);
+}
+
+bool isSessionEnd(const QDateTime &expiry, const QDateTime &now)
+{
+    const double left = double(now.msecsTo(expiry)) / 1000;
+    return left > 0 && left <= TransferProtocol::maximumSessionLifetime + clockTolerance;
+}
+
+} // namespace
+
+QString shownCollectorName(const QString &name)
+{
+    QString shown = name.trimmed();
+    QTextBoundaryFinder characters(QTextBoundaryFinder::Grapheme, shown);
+    for (int count = 0; count < maximumCollectorNameCharacters; ++count)
+        characters.toNextBoundary();
+    if (characters.position() >= 0)
+        shown.truncate(characters.position());
+    return shown.isEmpty() ? u"VORN Mac"_s : shown;
+}
+
+SecretBytes jsonFromRequest(const PairingRequest &request)
+{
+    JsonWriter fields;
+    fields(u"schemaVersion"_s, request.schemaVersion);
+    fields(u"requestId"_s, request.requestId);
+    fields(u"collectorId"_s, request.collectorId);
+    fields(u"collectorName"_s, request.collectorName);
+    fields(u"certificateSHA256"_s, request.certificateSHA256);
+    const QByteArray open = QJsonDocument(fields.object()).toJson(QJsonDocument::Compact);
+    // A writer would keep copies of the code. Digits need no escape.
+    return secretBytes(
+        {QByteArrayView(open).chopped(1), R"(,"pairingCode":")", request.pairingCode, R"("})"});
+}
+
+PairingResponse pairingResponseFromJson(QByteArray &body)
+{
+    std::optional<SecretBytes> token = cutJsonSecret(body, "bearerToken");
+    auto response = recordFromJson<PairingResponse>(body, u"Pairing response"_s);
+    response.bearerToken = std::move(token).value_or(SecretBytes());
+    return response;
+}
+
+std::optional<QDateTime> instantFromText(const QString &text)
+{
+    static const QRegularExpression form(QRegularExpression::anchoredPattern(
+        u"[0-9]{4}-[0-9]{2}-[0-9]{2}T([01][0-9]|2[0-3]):[0-5][0-9]:[0-5][0-9](\\.[0-9]{1,9})?"
+        u"(Z|[+-]([01][0-9]|2[0-3]):[0-5][0-9])"_s));
+    if (!form.match(text).hasMatch())
+        return std::nullopt;
+    const QDateTime instant = QDateTime::fromString(text, Qt::ISODateWithMs);
+    return instant.isValid() ? std::optional(instant.toUTC()) : std::nullopt;
+}
+
+QDateTime checkedExpiry(const PairingResponse &response, const DiscoveredDevice &device,
+                        const QString &fingerprint, const QDateTime &now)
+{
+    require(isSufficient(response), u"Pairing response is incomplete or grants the wrong scope."_s);
+    require(!device.deviceId || device.deviceId->isEmpty() || *device.deviceId == response.deviceId,
+            u"Camera identity changed during pairing."_s);
+    require(!device.sessionId || *device.sessionId == response.sessionId,
+            u"Transfer session changed during pairing."_s);
+    require(TransferProtocol::normalizedSHA256(response.certificateSHA256) == fingerprint,
+            u"Certificate fingerprint changed during pairing."_s);
+    const std::optional<QDateTime> expiry = instantFromText(response.expiresAt);
+    if (!expiry || !isSessionEnd(*expiry, now))
+        throw TransferProtocolError::invalid(u"Transfer session expiry is invalid."_s);
+    return *expiry;
+}
+
+} // namespace vorn
