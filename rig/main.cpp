@@ -95,6 +95,7 @@ ExitCode runTake()
         {u"seconds"_s, u"Length of the take, 4 to 3600 (20)."_s, u"S"_s, u"20"_s},
         {u"fps"_s, u"Frame rate, 10 to 120, or such as 30000/1001 (30)."_s, u"RATE"_s, u"30"_s},
         {u"seed"_s, u"Chooses starts, drifts and noise (1)."_s, u"N"_s, u"1"_s},
+        {u"number"_s, u"The take is called take-0001 and so on, 1 to 9999 (1)."_s, u"N"_s, u"1"_s},
     });
     if (!parse(parser, u"take"_s))
         return done;
@@ -103,6 +104,7 @@ ExitCode runTake()
     options.cameras = int(wholeNumber(parser, u"cameras"_s, 1, maximumCameras));
     options.seconds = int(wholeNumber(parser, u"seconds"_s, 4, 3600));
     options.seed = wholeNumber(parser, u"seed"_s, 0, std::numeric_limits<qint64>::max());
+    options.number = int(wholeNumber(parser, u"number"_s, 1, 9999));
     const std::optional<FrameRate> fps = frameRateFromText(parser.value(u"fps"_s));
     if (!fps)
         throw UsageError(u"--fps must be from 10 to 120, or such as 30000/1001."_s);

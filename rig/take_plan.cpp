@@ -100,7 +100,8 @@ PhonePlan planPhone(const TakeOptions &options, const QString &takeId, int index
 
 TakePlan planTake(const TakeOptions &options)
 {
-    TakePlan plan{u"take-0001"_s, options.fps, options.seed, {}};
+    const QString takeId = u"take-%1"_s.arg(options.number, 4, 10, QChar(u'0'));
+    TakePlan plan{takeId, options.fps, options.seed, {}};
     Dice dice(options.seed);
     for (int index = 0; index < options.cameras; ++index)
         plan.phones.push_back(planPhone(options, plan.takeId, index, dice));

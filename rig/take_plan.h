@@ -25,6 +25,7 @@ struct TakeOptions {
     int seconds = 20;           ///< length of the reference phone's movie, 4 to 3600
     FrameRate fps;              ///< of the timeline, and of all phones but one kind
     std::int64_t seed = 1;      ///< the same seed gives the same take
+    int number = 1;             ///< of the take, 1 to 9999
     bool hasHevcEncoder = true; ///< without it that phone writes H.264 too
 };
 
