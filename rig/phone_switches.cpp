@@ -3,27 +3,13 @@
 #include "rig/help_line.h"
 #include "rig/phone.h"
 #include "rig/rig_error.h"
-
-#include <QJsonArray>
-#include <QJsonDocument>
-
-#include <initializer_list>
-#include <utility>
+#include "rig/switch_values.h"
 
 namespace vorn::rig {
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-qint64 wholeNumber(const QString &text, qint64 least, qint64 most)
-{
-    bool isNumber = false;
-    const qint64 value = text.toLongLong(&isNumber);
-    if (!isNumber || value < least || value > most)
-        throw RigError(u"a whole number from %1 to %2 is wanted"_s.arg(least).arg(most));
-    return value;
-}
 
 double share(const QString &text)
 {
@@ -34,42 +20,12 @@ double share(const QString &text)
     return value;
 }
 
-template <class Choice>
-Choice choice(const QString &text, std::initializer_list<std::pair<QStringView, Choice>> choices)
-{
-    QStringList names;
-    for (const auto &[name, value] : choices) {
-        if (name == text)
-            return value;
-        names += name.toString();
-    }
-    throw RigError(u"one of these is wanted: "_s + names.join(u", "_s));
-}
-
 QHostAddress ipv4Address(const QString &text)
 {
     const QHostAddress address(text);
     if (address.protocol() != QAbstractSocket::IPv4Protocol)
         throw RigError(u"an IPv4 address is wanted"_s);
     return address;
-}
-
-// Of "battery 12".
-QString keyOf(const QString &text)
-{
-    if (!text.contains(u' '))
-        throw RigError(u"a key and a value are wanted"_s);
-    return text.section(u' ', 0, 0);
-}
-
-QJsonValue jsonOf(const QString &text)
-{
-    // In an array, since the root of a document must be an array or an object.
-    const QByteArray json = '[' + text.section(u' ', 1).toUtf8() + ']';
-    const QJsonArray values = QJsonDocument::fromJson(json).array();
-    if (values.size() != 1)
-        throw RigError(u"a value in JSON is wanted"_s);
-    return values.first();
 }
 
 // "1280x720@30"
