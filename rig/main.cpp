@@ -160,6 +160,17 @@ PictureFormat formatOption(const QCommandLineParser &parser, const QString &opti
     return *format;
 }
 
+// One of the phones, or empty.
+QString cameraOption(const QCommandLineParser &parser, const QString &option, int count)
+{
+    QStringList cameras{QString()};
+    for (int index = 0; index < count; ++index)
+        cameras += castMember(index).cameraId;
+    if (!cameras.contains(parser.value(option)))
+        throw UsageError(u"--%1 must name one of the phones, such as cam-a."_s.arg(option));
+    return parser.value(option);
+}
+
 PhonesOptions phonesOptions(const QCommandLineParser &parser)
 {
     PhonesOptions options;
@@ -176,6 +187,10 @@ PhonesOptions phonesOptions(const QCommandLineParser &parser)
         throw UsageError(u"--transfer must be ask, approve, decline, pending or silent."_s);
     options.transfer = *transfer;
     options.seed = wholeNumber(parser, u"seed"_s, 0, 1'000'000'000);
+    options.media.folder = parser.value(u"media"_s);
+    options.media.clips = int(wholeNumber(parser, u"clips"_s, 0, 100'000));
+    options.media.clipBytes = wholeNumber(parser, u"clip-bytes"_s, 1, qint64{1} << 40);
+    options.media.unassignedOf = cameraOption(parser, u"unassigned"_s, options.count);
     options.wall = formatOption(parser, u"wall"_s, parser.value(u"wall"_s));
     options.selected =
         formatOption(parser, u"size"_s, parser.value(u"size"_s) + u'@' + parser.value(u"fps"_s));
@@ -187,7 +202,7 @@ ExitCode runPhones()
     QCommandLineParser parser;
     parser.setApplicationDescription(
         u"Puts phones on the network, each on an address of its own: status packets, previews of\n"
-        "the scene, and answers to requests for Transfer Mode. They are turned while they run by\n"
+        "the scene, and in Transfer Mode their recordings. They are turned while they run by\n"
         "commands: on the terminal, on the control socket, or by a scenario, a file whose lines\n"
         "are commands with a time in front (+2.5 cam-a sleep). Says ready once all is open, and\n"
         "ends with the process that started it. Meant for the network of scripts/lab:\n"
@@ -201,6 +216,10 @@ ExitCode runPhones()
         {u"control"_s, u"Path of the control socket."_s, u"PATH"_s},
         {u"scenario"_s, u"Commands with their times."_s, u"FILE"_s},
         {u"transfer"_s, u"ask, approve, decline, pending or silent (ask)."_s, u"HABIT"_s, u"ask"_s},
+        {u"media"_s, u"A folder of vorn-rig take, or of several, for Transfer Mode."_s, u"DIR"_s},
+        {u"clips"_s, u"Synthetic clips of each phone besides (0)."_s, u"N"_s, u"0"_s},
+        {u"clip-bytes"_s, u"Size of each of them (4096)."_s, u"BYTES"_s, u"4096"_s},
+        {u"unassigned"_s, u"The phone that has one more, of no project."_s, u"CAMERA"_s},
         {u"seed"_s, u"Decides which datagrams the faults hit (1)."_s, u"N"_s, u"1"_s},
         {u"size"_s, u"Of the selected preview (1280x720)."_s, u"WxH"_s, u"1280x720"_s},
         {u"fps"_s, u"Of the selected preview (30)."_s, u"RATE"_s, u"30"_s},
@@ -216,7 +235,7 @@ ExitCode runPhones()
     quitWithParent(&owner);
     Phones phones(phonesOptions(parser));
     const CommandHandler handler = [&phones](const QString &line) { return phones.command(line); };
-    QObject::connect(&phones, &Phones::asked,
+    QObject::connect(&phones, &Phones::said,
                      [](const QString &text) { print(stdout, text + u'\n'); });
     std::optional<ControlSocket> control;
     if (parser.isSet(u"control"_s))

@@ -37,6 +37,7 @@ Phone::Phone(const PhoneOptions &options, PictureStore &pictures, QObject *paren
       m_pictures(pictures),
       m_link(options.seed * maximumCameras + options.castIndex),
       m_preview(pictures, options.castIndex, [this] { return identity(); }),
+      m_transferServer(options.castIndex, options.media),
       m_own(options.status),
       m_previewPort(options.previewPort)
 {
@@ -47,6 +48,8 @@ Phone::Phone(const PhoneOptions &options, PictureStore &pictures, QObject *paren
     m_previewPort = m_preview.port();
     beginSession();
     connect(&m_link, &PhoneLink::received, this, &Phone::receive);
+    connect(&m_transferServer, &TransferServer::begun, this, &Phone::showTransfer);
+    connect(&m_transferServer, &TransferServer::over, &m_preview, &PreviewServer::resume);
     connect(&m_statusTimer, &QTimer::timeout, this, &Phone::sendStatus);
     m_statusTimer.start(statusIntervalMs);
     QTimer::singleShot(0, this, &Phone::sendStatus);
@@ -81,6 +84,8 @@ void Phone::resetSwitches()
     m_answerChanges.clear();
     m_answerFrom.clear();
     m_waiting.reset();
+    m_transferServer.stop();
+    m_transferServer.resetFaults();
     m_statusTimer.setInterval(statusIntervalMs);
 }
 
@@ -169,6 +174,7 @@ void Phone::move(const QHostAddress &address)
 {
     m_link.open({address, m_own.port});
     m_preview.open({address, m_previewPort});
+    m_transferServer.move(address);
     m_own.address = address;
     sendStatus();
 }
@@ -206,6 +212,7 @@ QJsonObject Phone::state() const
             {u"isAsleep"_s, m_isAsleep},
             {u"sent"_s, sent},
             {u"preview"_s, m_preview.counts()},
+            {u"transfer"_s, m_transferServer.state()},
             {u"commands"_s, m_commands},
             {u"isTransferWaiting"_s, m_waiting.has_value()}};
 }

@@ -4,6 +4,7 @@
 #include "rig/phone_packets.h"
 #include "rig/pictures.h"
 #include "rig/preview_server.h"
+#include "rig/transfer/transfer_server.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -42,6 +43,7 @@ struct PhoneOptions {
     TransferHabit transfer = TransferHabit::approve;
     PictureFormat wall;
     PictureFormat selected;
+    MediaOptions media;
 };
 
 /// One simulated phone on the network. Everything about it can be turned while it runs, by the
@@ -49,7 +51,7 @@ struct PhoneOptions {
 class Phone : public QObject {
     Q_OBJECT
 public:
-    /// Opens its sockets and begins to send. Throws RigError.
+    /// Opens its sockets and begins to send. Throws RigError, and what TransferServer throws.
     Phone(const PhoneOptions &options, PictureStore &pictures, QObject *parent = nullptr);
 
     [[nodiscard]] QString cameraId() const { return m_cameraId; }
@@ -66,8 +68,8 @@ public:
     void sendForeign(const QByteArray &datagram);
 
 Q_SIGNALS:
-    /// Somebody wants an answer from a person.
-    void asked(const QString &text);
+    /// A line for the person at the terminal.
+    void said(const QString &text);
 
 private:
     struct Switch {
@@ -106,12 +108,14 @@ private:
     void answerTransfer(const WaitingTransfer &request, const QString &action,
                         const QJsonObject &more);
     void acknowledge(bool isAccepted, const QString &error);
+    void showTransfer();
 
     PhoneOptions m_options;
     QString m_cameraId;
     PictureStore &m_pictures;
     PhoneLink m_link;
     PreviewServer m_preview;
+    TransferServer m_transferServer; ///< open in Transfer Mode
     QTimer m_statusTimer;
 
     Endpoint m_own;

@@ -81,6 +81,7 @@ std::vector<Phone::Switch> Phone::linkSwitches()
         {u"restart", u"", u"new session, connections end",
          [](Phone &phone, const QString &) {
              phone.m_preview.cutConnections();
+             phone.m_transferServer.stop();
              phone.m_waiting.reset();
              phone.beginSession();
              phone.sendStatus();
@@ -219,6 +220,13 @@ std::vector<Phone::Switch> Phone::transferSwitches()
          }},
         {u"answer-from", u"ADDRESS", u"sends them from there",
          [](Phone &phone, const QString &value) { phone.m_answerFrom = ipv4Address(value); }},
+        {u"server", u"on|off", u"goes into Transfer Mode, once more if it is there, or out",
+         [](Phone &phone, const QString &value) {
+             if (choice<bool>(value, {{u"on", true}, {u"off", false}}))
+                 phone.m_transferServer.begin(phone.m_own.address);
+             else
+                 phone.m_transferServer.stop();
+         }},
     };
 }
 
@@ -227,6 +235,8 @@ void Phone::turn(const QString &name, const QString &value)
     for (const Switch &entry : switches())
         if (entry.name == name)
             return entry.turn(*this, value);
+    if (m_transferServer.turn(name, value))
+        return;
     throw RigError(u"there is no switch “%1”; try help"_s.arg(name));
 }
 
@@ -236,7 +246,8 @@ QString Phone::help()
     for (const Switch &entry : switches())
         text += helpLine(entry.name.toString() + u' ' + entry.value.toString(), entry.about);
     return text + u"Faults of preview:\n"_s + previewFaultHelp().join(QString())
-           + u"Datagrams of send:\n"_s + hostilePacketHelp().join(QString());
+           + u"Datagrams of send:\n"_s + hostilePacketHelp().join(QString())
+           + u"Switches of Transfer Mode's server:\n"_s + TransferServer::help();
 }
 
 } // namespace vorn::rig

@@ -86,7 +86,7 @@ void Phone::receive(const QByteArray &datagram, const Endpoint &from)
     answerTransfer(request, u"TRANSFER_MODE_PENDING"_s, {});
     switch (m_transfer) {
     case TransferHabit::ask:
-        Q_EMIT asked(
+        Q_EMIT said(
             u"%1: “%2” asks for Transfer Mode. Answer with: %1 approve, or: %1 decline"_s.arg(
                 m_cameraId, displayText(payload[u"collectorName"_s].toString())));
         break;
@@ -135,6 +135,15 @@ void Phone::acknowledge(bool isAccepted, const QString &error)
         more.insert(u"error"_s, error);
     answerTransfer(*m_waiting, u"TRANSFER_MODE_ACK"_s, more);
     m_waiting.reset();
+    if (isAccepted)
+        m_transferServer.begin(m_own.address);
+}
+
+// Camera and preview stop while the phone is in Transfer Mode; its status packets go on.
+void Phone::showTransfer()
+{
+    m_preview.stop();
+    Q_EMIT said(m_cameraId + u" transfer "_s + m_transferServer.shownText());
 }
 
 } // namespace vorn::rig

@@ -49,9 +49,10 @@ Phones::Phones(const PhonesOptions &options)
                                                                 .desktop = options.desktop,
                                                                 .transfer = options.transfer,
                                                                 .wall = options.wall,
-                                                                .selected = options.selected},
+                                                                .selected = options.selected,
+                                                                .media = options.media},
                                                    m_pictures));
-        connect(m_phones.back().get(), &Phone::asked, this, &Phones::asked);
+        connect(m_phones.back().get(), &Phone::said, this, &Phones::said);
     }
     m_stormTimer.setTimerType(Qt::PreciseTimer);
     connect(&m_stormTimer, &QTimer::timeout, this, &Phones::storm);

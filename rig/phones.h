@@ -22,13 +22,14 @@ struct PhonesOptions {
     std::int64_t seed = 1;
     PictureFormat wall{{640, 360}, 12};
     PictureFormat selected{{1280, 720}, 30};
+    MediaOptions media;
 };
 
 /// All phones of the rig, and a storm of cameras that exist in status packets only.
 class Phones : public QObject {
     Q_OBJECT
 public:
-    /// Opens all sockets. Throws RigError.
+    /// Opens all sockets. Throws what Phone throws.
     explicit Phones(const PhonesOptions &options);
 
     /// Does what one line says, such as "cam-a loss 0.3", "all sleep", "storm 200" or "state".
@@ -39,7 +40,7 @@ public:
     [[nodiscard]] static QString help();
 
 Q_SIGNALS:
-    void asked(const QString &text);
+    void said(const QString &text);
 
 private:
     QString turn(const QString &line);

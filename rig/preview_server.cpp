@@ -67,15 +67,29 @@ PreviewServer::PreviewServer(PictureStore &pictures, int castIndex,
 
 void PreviewServer::open(const Endpoint &own)
 {
+    m_server.close();
     cutConnections();
     m_own = own;
+    listen();
+}
+
+void PreviewServer::stop()
+{
+    m_isStopped = true;
     m_server.close();
-    if (m_fault != PreviewFault::refuse)
-        listen();
+    cutConnections();
+}
+
+void PreviewServer::resume()
+{
+    m_isStopped = false;
+    listen();
 }
 
 void PreviewServer::listen()
 {
+    if (m_isStopped || m_fault == PreviewFault::refuse || m_server.isListening())
+        return;
     if (!m_server.listen(m_own.address, m_own.port))
         throw RigError(u"TCP port %1 of %2 cannot be opened: %3."_s.arg(m_own.port)
                            .arg(m_own.address.toString(), m_server.errorString()));
@@ -89,9 +103,8 @@ void PreviewServer::setFault(PreviewFault fault, int after)
     if (fault == PreviewFault::refuse) {
         m_server.close();
         cutConnections();
-    } else if (!m_server.isListening()) {
-        listen();
     }
+    listen();
 }
 
 void PreviewServer::cutConnections()

@@ -62,6 +62,10 @@ public:
     void open(const Endpoint &own);
     [[nodiscard]] quint16 port() const { return m_own.port; }
 
+    /// Closes the port and ends all connections, until resume().
+    void stop();
+    void resume();
+
     /// `after` pictures of each connection are good.
     void setFault(PreviewFault fault, int after);
     /// Ends all connections at once.
@@ -94,6 +98,7 @@ private:
     std::function<QByteArray()> m_identity;
     QTcpServer m_server;
     Endpoint m_own;
+    bool m_isStopped = false;
     PreviewFault m_fault = PreviewFault::none;
     int m_goodPictures = 0;
     int m_accepted = 0;

@@ -30,6 +30,10 @@ RigPhones::RigPhones(const RigPhonesOptions &options)
         command = QStringList{u"nsenter"_s, u"--target"_s, lab, u"--net"_s} + command;
     if (!options.desktop.isEmpty())
         command += {u"--desktop"_s, options.desktop};
+    if (!options.media.isEmpty())
+        command += {u"--media"_s, options.media};
+    if (options.clips > 0)
+        command += {u"--clips"_s, QString::number(options.clips)};
     command += options.more;
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_process.start(command.first(), command.sliced(1));
@@ -53,6 +57,8 @@ RigPhones::~RigPhones()
 
 QString RigPhones::command(const QString &line)
 {
+    m_process.waitForReadyRead(0); // what it says goes to nobody, but must not fill the pipe
+    m_process.readAllStandardOutput();
     m_control.write(line.toUtf8() + '\n');
     while (!m_control.canReadLine())
         if (!m_control.waitForReadyRead(limitMs))
@@ -78,10 +84,15 @@ QJsonObject RigPhones::phone(const QString &cameraId)
     return state()[u"phones"_s][cameraId].toObject();
 }
 
+QJsonObject RigPhones::transfer(const QString &cameraId)
+{
+    return phone(cameraId)[u"transfer"_s].toObject();
+}
+
 void RigPhones::render()
 {
     must(u"all render"_s);
-    const QDeadlineTimer deadline(10 * limitMs);
+    const QDeadlineTimer deadline(10LL * limitMs);
     for (QJsonObject pictures = state()[u"pictures"_s].toObject();
          pictures[u"made"_s] != pictures[u"wanted"_s];
          pictures = state()[u"pictures"_s].toObject()) {

@@ -16,6 +16,8 @@ struct RigPhonesOptions {
     /// Gets the status packets by unicast, such as "127.0.0.1:50000". By default 10.77.0.1 in the
     /// lab, and nobody elsewhere.
     QString desktop = {};
+    QString media = {};    ///< folder of vorn-rig take, or of several, for Transfer Mode
+    int clips = 0;         ///< synthetic clips of each phone besides
     QStringList more = {}; ///< further options of vorn-rig phones
 };
 
@@ -40,6 +42,9 @@ public:
     [[nodiscard]] QJsonObject state();
     /// The part of one phone.
     [[nodiscard]] QJsonObject phone(const QString &cameraId);
+
+    /// What one phone's server of Transfer Mode shows and counts.
+    [[nodiscard]] QJsonObject transfer(const QString &cameraId);
 
     /// Makes the pictures of all phones in their present formats before somebody waits for them.
     void render();

@@ -303,6 +303,22 @@ private Q_SLOTS:
         QCOMPARE(got[u"objection"_s].toString(), QString());
     }
 
+    void anApprovedPhoneGoesIntoTransferMode()
+    {
+        m_rig.must(u"all transfer approve"_s);
+        m_ear.say(transferCommand(u"cam-c"_s), addressOf(2));
+        QTRY_VERIFY_WITH_TIMEOUT(!m_rig.transfer(u"cam-c"_s)[u"isOver"_s].toBool(true), limitMs);
+        QCOMPARE(Viewer(addressOf(2), 3).next(), u"refused"_s);
+        (void)m_ear.nextOf(u"cam-c"_s);
+        m_rig.must(u"cam-c move 10.77.0.23"_s);
+        const QJsonObject moved = m_rig.transfer(u"cam-c"_s);
+        QVERIFY(moved[u"catalogURL"_s].toString().startsWith(u"https://10.77.0.23:"_s));
+        QCOMPARE(Viewer(u"10.77.0.23"_s, 3).next(), u"refused"_s);
+        m_rig.must(u"cam-c restart"_s);
+        QCOMPARE(m_rig.transfer(u"cam-c"_s)[u"isListening"_s], QJsonValue(false));
+        QVERIFY(Viewer(u"10.77.0.23"_s, 3).next() != u"refused"_s);
+    }
+
     void onlyProperRequestsAreAnswered()
     {
         m_rig.must(u"all transfer approve"_s);

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "rig/transfer/http_message.h"
+#include "rig/transfer/tls_socket.h"
+
+#include <QTimer>
+
+namespace vorn::rig {
+
+class TransferServer;
+
+/// One connection to a transfer server: a request, its answer, the next request. Deletes itself
+/// when it ends.
+class TransferConnection : public QObject {
+    Q_OBJECT
+public:
+    TransferConnection(TransferServer &server, FileDescriptor socket, SSL_CTX *context);
+
+    /// Ends at once.
+    void cut() { m_socket.abort(); }
+
+private:
+    void receive(const QByteArray &bytes);
+    void serve();
+    void pump();
+    [[nodiscard]] bool refill();
+    void drip();
+    void finish();
+
+    TransferServer &m_server;
+    TlsSocket m_socket;
+    int m_number;
+    HttpRequestReader m_reader;
+    HttpAnswer m_answer;
+    bool m_isAnswering = false;
+    bool m_isLast = false;  ///< the client wants no more on this connection
+    qint64 m_bodyDone = 0;  ///< bytes of the body that went into m_ready
+    bool m_hasTail = false; ///< the end of the chunks went too
+    QByteArray m_ready;     ///< to be sent next
+    qsizetype m_readyDone = 0;
+    QTimer m_drip;
+};
+
+} // namespace vorn::rig
