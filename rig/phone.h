@@ -108,6 +108,7 @@ private:
     void answerTransfer(const WaitingTransfer &request, const QString &action,
                         const QJsonObject &more);
     void acknowledge(bool isAccepted, const QString &error);
+    void approve();
     void showTransfer();
 
     PhoneOptions m_options;

@@ -91,7 +91,7 @@ void Phone::receive(const QByteArray &datagram, const Endpoint &from)
                 m_cameraId, displayText(payload[u"collectorName"_s].toString())));
         break;
     case TransferHabit::approve:
-        acknowledge(true, {});
+        approve();
         break;
     case TransferHabit::decline:
         acknowledge(false, m_declineText);
@@ -137,6 +137,16 @@ void Phone::acknowledge(bool isAccepted, const QString &error)
     m_waiting.reset();
     if (isAccepted)
         m_transferServer.begin(m_own.address);
+}
+
+// Nobody is there to hear of a failure but the person at the terminal.
+void Phone::approve()
+{
+    try {
+        acknowledge(true, {});
+    } catch (const RigError &error) {
+        Q_EMIT said(m_cameraId + u": "_s + QString::fromUtf8(error.what()));
+    }
 }
 
 // Camera and preview stop while the phone is in Transfer Mode; its status packets go on.

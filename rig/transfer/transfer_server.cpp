@@ -68,7 +68,34 @@ void TransferServer::begin(const QHostAddress &address)
     m_isOver = false;
     makeContext();
     listenAt(address);
+    announce();
     Q_EMIT begun();
+}
+
+void TransferServer::announce()
+{
+    m_announcement.reset();
+    // Loopback is for tests that have no network of their own: nothing may leave it.
+    if (!m_isOver && !m_isHidden && !serverAddress().isLoopback())
+        m_announcement.emplace(m_member.deviceName, u"_vorn-transfer._tcp"_s, serverAddress(),
+                               serverPort(), announcedText());
+}
+
+ServiceText TransferServer::announcedText() const
+{
+    ServiceText text{{u"scheme"_s, "https"},
+                     {u"catalog"_s, "/vorn/v1/catalog"},
+                     {u"pair"_s, "/vorn/v1/pair"},
+                     {u"deviceId"_s, m_member.deviceId.toUtf8()},
+                     {u"sessionId"_s, m_session.sessionId().toUtf8()},
+                     {u"fp"_s, m_session.fingerprint().toUtf8()},
+                     {u"foreground"_s, "1"}};
+    for (const auto &[key, value] : m_textChanges) {
+        text.erase(key);
+        if (value)
+            text.emplace(key, *value);
+    }
+    return text;
 }
 
 void TransferServer::listenAt(const QHostAddress &address)
@@ -85,6 +112,7 @@ void TransferServer::move(const QHostAddress &address)
         return;
     cutConnections();
     listenAt(address);
+    announce();
     if (!m_isOver)
         Q_EMIT begun();
 }
@@ -102,6 +130,7 @@ void TransferServer::endSession()
     if (m_isOver)
         return;
     m_isOver = true;
+    m_announcement.reset();
     m_session.end();
     Q_EMIT over();
 }
@@ -128,6 +157,8 @@ void TransferServer::makeContext()
 void TransferServer::resetFaults()
 {
     m_tlsFault = TlsFault::none;
+    m_isHidden = false;
+    m_textChanges.clear();
     m_seconds = TransferSession::maximumSeconds;
     m_pairChanges.clear();
     m_answerFaults.clear();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/files.h"
+#include "rig/announcement.h"
 #include "rig/cast.h"
 #include "rig/transfer/answer_faults.h"
 #include "rig/transfer/http_message.h"
@@ -23,8 +24,9 @@
 namespace vorn::rig {
 
 /// What a phone serves in Transfer Mode: pairing, catalog and files over HTTPS, with a fresh
-/// certificate for each stay. When the stay is over, by the computer's word or by the clock, the
-/// port stays open and answers 401, until stop() or the next begin().
+/// certificate for each stay, and announced unless it is on loopback. When the stay is over, by the
+/// computer's word or by the clock, the port stays open and answers 401, until stop() or the next
+/// begin().
 class TransferServer : public QTcpServer {
     Q_OBJECT
 public:
@@ -88,6 +90,8 @@ private:
     void listenAt(const QHostAddress &address);
     void makeContext();
     void cutConnections();
+    void announce();
+    [[nodiscard]] ServiceText announcedText() const;
     void endSession();
 
     // Called by connections.
@@ -102,17 +106,20 @@ private:
     PhoneMedia m_media;
     QJsonObject m_catalog; ///< as it is told
     std::optional<TlsIdentity> m_identity;
-    TransferSession m_session;          ///< the last one
-    std::shared_ptr<SSL_CTX> m_context; ///< of the next connections
+    TransferSession m_session;                  ///< the last one
+    std::shared_ptr<SSL_CTX> m_context;         ///< of the next connections
+    std::optional<Announcement> m_announcement; ///< while a stay lasts
     QTimer m_expiry;
     bool m_isOver = true;
     TransferJournal m_journal;
     std::vector<FileDescriptor> m_silent; ///< connections that are not heard
 
     TlsFault m_tlsFault = TlsFault::none;
-    int m_seconds = TransferSession::maximumSeconds; ///< that a pairing lasts
-    std::map<QString, QJsonValue> m_pairChanges;     ///< an undefined value takes the key away
-    std::map<QString, AnswerFaults> m_answerFaults;  ///< by route
+    bool m_isHidden = false;                                    ///< not announced
+    std::map<QString, std::optional<QByteArray>> m_textChanges; ///< none takes the key away
+    int m_seconds = TransferSession::maximumSeconds;            ///< that a pairing lasts
+    std::map<QString, QJsonValue> m_pairChanges;    ///< an undefined value takes the key away
+    std::map<QString, AnswerFaults> m_answerFaults; ///< by route
 };
 
 } // namespace vorn::rig

@@ -93,6 +93,20 @@ const std::vector<TransferServer::Switch> &TransferServer::switches()
              server.m_session.setCode(value);
              Q_EMIT server.begun();
          }},
+        {u"announce", u"on|off", u"whether the network is told of the server",
+         [](TransferServer &server, const QString &value) {
+             server.m_isHidden = choice<bool>(value, {{u"on", false}, {u"off", true}});
+             server.announce();
+         }},
+        {u"txt", u"KEY TEXT|none", u"an attribute of the announcement, also of the next",
+         [](TransferServer &server, const QString &value) {
+             std::optional<QByteArray> text = value.section(u' ', 1).toUtf8();
+             if (text == "none")
+                 text.reset();
+             server.m_textChanges.insert_or_assign(keyOf(value), text);
+             if (server.m_announcement)
+                 server.m_announcement->setText(server.announcedText());
+         }},
         {u"expiry", u"SECONDS", u"that the next pairing lasts (900)",
          [](TransferServer &server, const QString &value) {
              server.m_seconds = int(wholeNumber(value, -1'000'000, 1'000'000));

@@ -319,6 +319,43 @@ private Q_SLOTS:
         QVERIFY(Viewer(u"10.77.0.23"_s, 3).next() != u"refused"_s);
     }
 
+    // Attributes stand in the datagrams of multicast DNS as they are (RFC 6763 section 6).
+    void aServerIsAnnounced()
+    {
+        QUdpSocket socket;
+        QVERIFY(socket.bind(QHostAddress::AnyIPv4, 5353,
+                            QUdpSocket::ShareAddress | QUdpSocket::ReuseAddressHint));
+        QVERIFY(socket.joinMulticastGroup(QHostAddress(u"224.0.0.251"_s),
+                                          QNetworkInterface::interfaceFromName(u"lab0"_s)));
+        const auto hear = [&](const QByteArray &attribute) {
+            // Before a name is its own, a phone asks for it (RFC 6762 section 8.1).
+            constexpr int flagsPlace = 2;
+            QByteArray datagram(12, '\0');
+            while ((datagram.at(flagsPlace) & 0x80) == 0
+                   || !datagram.contains(char(attribute.size()) + attribute)) {
+                if (!socket.hasPendingDatagrams() && !socket.waitForReadyRead(limitMs))
+                    qFatal("nobody announces %s", attribute.constData());
+                datagram = socket.receiveDatagram().data();
+            }
+            return datagram;
+        };
+        m_rig.must(u"cam-d server on"_s);
+        const QJsonObject state = m_rig.transfer(u"cam-d"_s);
+        const QByteArray datagram = hear("fp=" + state[u"fingerprint"_s].toString().toLatin1());
+        for (const QByteArray &expected :
+             {QByteArrayLiteral("\x0E_vorn-transfer\x04_tcp"),
+              QByteArrayLiteral("\x0Cscheme=https"),
+              QByteArrayLiteral("\x18"
+                                "catalog=/vorn/v1/catalog"),
+              QByteArrayLiteral("\x12pair=/vorn/v1/pair"),
+              QByteArrayLiteral("\x0C"
+                                "foreground=1"),
+              "sessionId=" + state[u"sessionId"_s].toString().toLatin1()})
+            QVERIFY2(datagram.contains(expected), expected.constData());
+        m_rig.must(u"cam-d txt fp abc"_s);
+        (void)hear("fp=abc");
+    }
+
     void onlyProperRequestsAreAnswered()
     {
         m_rig.must(u"all transfer approve"_s);
