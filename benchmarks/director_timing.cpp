@@ -6,6 +6,7 @@
 
 #include "live/live_camera_discovery.h"
 #include "store/app_store.h"
+#include "transfer/lan_discovery.h"
 #include "views/program_windows.h"
 
 #include <QApplication>
@@ -88,9 +89,9 @@ double residentMiB()
 /// One opening of the window.
 class Opening {
 public:
-    Opening(AppStore &store, LiveCameraDiscovery &discovery, QSettings &settings,
-            QQmlEngine &engine)
-        : m_director(store, discovery, settings),
+    Opening(AppStore &store, LANDiscovery &catalogs, LiveCameraDiscovery &discovery,
+            QSettings &settings, QQmlEngine &engine)
+        : m_director(store, catalogs, discovery, settings),
           m_owned(makeDirectorWindow(engine, m_director)),
           m_window(qobject_cast<QQuickWindow *>(m_owned.get()))
     {
@@ -172,11 +173,12 @@ try {
     store.createProject(u"Night Shoot"_s);
     QSettings settings(folder.filePath(u"settings.ini"_s), QSettings::IniFormat);
     settings.setValue(u"director.previewNetworkPolicy"_s, u"performance5GHz"_s);
+    LANDiscovery catalogs;
     LiveCameraDiscovery discovery;
     QQmlEngine engine;
 
     if (arguments[2] == "nobody"sv) {
-        Opening opening(store, discovery, settings, engine);
+        Opening opening(store, catalogs, discovery, settings, engine);
         printLoad("first seconds, with the scan", opening, 12s);
         printLoad("nothing happens", opening, time);
         return 0;
@@ -186,7 +188,7 @@ try {
     std::vector<double> openings;
     for (int i = 0; i < 9; ++i) {
         const auto start = Clock::now();
-        Opening opening(store, discovery, settings, engine);
+        Opening opening(store, catalogs, discovery, settings, engine);
         if (!workUntil([&] { return opening.pictures() == wallSlots; }))
             throw std::runtime_error("not all pictures came");
         opening.awaitFrame();
@@ -197,7 +199,7 @@ try {
                 openings[4], openings.back());
 
     {
-        Opening opening(store, discovery, settings, engine);
+        Opening opening(store, catalogs, discovery, settings, engine);
         workUntil([&] { return opening.pictures() == wallSlots; });
         printLoad("four wall streams, one selected", opening, time);
         opening.director().sessionPage()->start();
@@ -211,7 +213,7 @@ try {
 
     double memory = 0;
     for (int i = 1; i <= 100; ++i) {
-        Opening opening(store, discovery, settings, engine);
+        Opening opening(store, catalogs, discovery, settings, engine);
         workUntil([&] { return opening.pictures() == wallSlots; });
         opening.awaitFrame();
         if (i == 10)

@@ -2,6 +2,7 @@
 #include "platform/file_reveal.h"
 #include "platform/single_instance.h"
 #include "store/app_store.h"
+#include "transfer/lan_discovery.h"
 #include "views/program_windows.h"
 
 #include <QApplication>
@@ -24,9 +25,10 @@ int main(int argc, char *argv[])
     applyLook();
     AppStore store;
     QObject::connect(&store, &AppStore::exportCreated, &revealFile);
-    LiveCameraDiscovery discovery;
+    LANDiscovery catalogs;
+    LiveCameraDiscovery cameras;
     QSettings settings;
-    ProgramWindows windows(store, discovery, settings);
+    ProgramWindows windows(store, catalogs, cameras, settings);
     windows.showDirector();
     QObject::connect(&instance, &SingleInstance::raiseRequested, &windows, &ProgramWindows::raise);
     return QApplication::exec();

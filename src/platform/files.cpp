@@ -166,6 +166,8 @@ void createFolders(const QString &path, FolderMode mode)
     // Another process may have made it meanwhile.
     if (::mkdir(nativePath(path).constData(), mode_t(mode)) != 0 && errno != EEXIST)
         throw FileError(u"Cannot create the folder"_s, path, errno);
+    if (::fsync(openParentFolder(path).get()) != 0)
+        throw FileError(u"Cannot create the folder"_s, path, errno);
 }
 
 void removeFolderQuietly(const QString &path) noexcept

@@ -85,7 +85,8 @@ enum class FolderMode : std::uint32_t { followUmask = 0777, ownerOnly = 0700 };
 void createFolder(const QString &path);
 
 /// Makes `path` and what is missing above it; a folder that is there stays as it is, links to
-/// folders included. `mode` holds for the folders that are made. Throws FileError.
+/// folders included. `mode` holds for the folders that are made, whose entries are on the disk when
+/// it returns. Throws FileError.
 void createFolders(const QString &path, FolderMode mode);
 
 /// Removes a folder with all it holds; failures are ignored. Does not follow links.

@@ -53,7 +53,10 @@ AppStore::AppStore(std::optional<QString> storageRoot, std::optional<QString> re
 
 AppStore::~AppStore()
 {
+    m_ui.assertCurrent();
     *m_stop = true;
+    for (const auto &[deviceId, client] : m_transferClients)
+        client->invalidate();
 }
 
 QString AppStore::loadOrCreateCollectorID()
@@ -176,6 +179,18 @@ const std::optional<ExportProgress> &AppStore::exportProgress() const
 {
     m_ui.assertCurrent();
     return m_exportProgress;
+}
+
+const std::vector<TransferSessionSummary> &AppStore::transferSessions() const
+{
+    m_ui.assertCurrent();
+    return m_transferSessions;
+}
+
+const std::optional<DownloadProgress> &AppStore::downloadProgress() const
+{
+    m_ui.assertCurrent();
+    return m_downloadProgress;
 }
 
 void AppStore::setSelectedProjectID(std::optional<QString> id)

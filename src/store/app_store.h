@@ -2,18 +2,39 @@
 
 #include "drift/export_package.h"
 #include "library/records.h"
+#include "platform/sleep_inhibitor.h"
 #include "platform/thread_context.h"
 #include "store/library_file.h"
+#include "transfer/authenticated_transfer_client.h"
+#include "transfer/discovered_device.h"
 
 #include <QCoroTask>
 #include <QObject>
 
 #include <atomic>
+#include <deque>
+#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
 
 namespace vorn {
+
+struct DeviceCatalog;
+
+/// How far the running downloads are, those that wait included.
+struct DownloadProgress {
+    QString clipId; ///< the one that is fetched
+    QString cameraId;
+    std::size_t clipIndex = 0; ///< from 0
+    std::size_t clipCount = 0;
+    std::int64_t clipBytes = 0;
+    std::int64_t clipTotalBytes = 0;
+    std::int64_t allBytes = 0; ///< of all clips together
+    std::int64_t allTotalBytes = 0;
+
+    bool operator==(const DownloadProgress &) const = default;
+};
 
 /// Owns the library and everything the windows show of it, and is the only writer of the library
 /// file. Every change of the library is on the disk when the operation that made it returns.
@@ -37,6 +58,11 @@ public:
     [[nodiscard]] bool isBusy() const;
     /// The latest failure; stays until a view clears it.
     [[nodiscard]] const std::optional<QString> &errorMessage() const;
+    /// The phones that are paired, by name.
+    [[nodiscard]] const std::vector<TransferSessionSummary> &transferSessions() const;
+    /// Finer than transfers(), whose entries change with each chunk; absent when nothing is
+    /// fetched.
+    [[nodiscard]] const std::optional<DownloadProgress> &downloadProgress() const;
     /// How far the running export is; absent when none runs.
     [[nodiscard]] const std::optional<ExportProgress> &exportProgress() const;
 
@@ -70,6 +96,21 @@ public:
     /// Exports the selected take into a new folder under `parentFolder` and shows it.
     QCoro::Task<> exportSelectedTake(QString parentFolder);
 
+    /// Pairs with the phone and merges its catalog into the library; true when both succeeded.
+    /// Whatever fails, the library is as it was and no session is listed.
+    QCoro::Task<bool> pairAndConnect(DiscoveredDevice device, QString pairingCode,
+                                     bool fingerprintConfirmed);
+    /// Tells the phone, after the session has gone from the list.
+    QCoro::Task<> endTransferSession(QString deviceId);
+    QCoro::Task<> endAllTransferSessions();
+
+    /// True when some of the selected take's recordings are to be fetched, and all of those can be.
+    [[nodiscard]] bool canDownloadSelectedTake() const;
+    /// Fetches the recordings of the selected take that are not on this computer, one after the
+    /// other, and verifies each. While a download runs, further ones wait for their turn, and the
+    /// call returns at once.
+    QCoro::Task<> downloadSelectedTake();
+
 Q_SIGNALS:
     void libraryChanged();
     void selectedProjectIDChanged();
@@ -79,6 +120,8 @@ Q_SIGNALS:
     void isBusyChanged();
     void errorMessageChanged();
     void exportProgressChanged();
+    void transferSessionsChanged();
+    void downloadProgressChanged();
     /// An export has succeeded; `path` is its timeline document, to be shown to the user.
     void exportCreated(const QString &path);
 
@@ -94,6 +137,28 @@ private:
     void setExportProgress(std::optional<ExportProgress> progress);
     [[nodiscard]] VORNProject *selectedProjectForChange() VORN_RUNS_ON(m_ui);
 
+    using Client = std::shared_ptr<AuthenticatedTransferClient>;
+    struct PendingDownload {
+        VORNClip clip;
+        QString projectId;
+        QString takeId;
+    };
+    [[nodiscard]] Client clientOf(const VORNClip &clip) const VORN_RUNS_ON(m_ui);
+    void addSession(const Client &client);
+    void removeSessions(const QString &deviceId);
+    void mergeCatalog(const DeviceCatalog &catalog, const Client &client);
+    QCoro::Task<> download(PendingDownload pending);
+    QCoro::Task<> fetch(PendingDownload pending, Client client, QUrl url);
+    [[nodiscard]] const VORNClip *storedClip(const PendingDownload &pending) const
+        VORN_RUNS_ON(m_ui);
+    void updateClip(const PendingDownload &pending, const QString &localPath);
+    void setTransfer(const VORNClip &clip, TransferPhase phase, std::int64_t completed,
+                     const QString &message);
+    void failDownload(const VORNClip &clip, const Client &client, const std::exception &error);
+    void beginProgress(const PendingDownload &pending);
+    void setClipBytes(std::int64_t bytes);
+    void endProgress();
+
     ThreadContext m_ui;
     QString m_supportDirectory;
     QString m_recordingsDirectory;
@@ -107,6 +172,12 @@ private:
     bool m_isBusy VORN_OWNED_BY(m_ui) = false;
     std::optional<QString> m_errorMessage VORN_OWNED_BY(m_ui);
     std::optional<ExportProgress> m_exportProgress VORN_OWNED_BY(m_ui);
+    /// By device id. Never written to a file.
+    std::map<QString, Client> m_transferClients VORN_OWNED_BY(m_ui);
+    std::vector<TransferSessionSummary> m_transferSessions VORN_OWNED_BY(m_ui);
+    /// Clips that wait for their turn; the first one is being fetched.
+    std::deque<PendingDownload> m_downloads VORN_OWNED_BY(m_ui);
+    std::optional<DownloadProgress> m_downloadProgress VORN_OWNED_BY(m_ui);
     /// Set when the store ends; a running export sees it and stops.
     std::shared_ptr<std::atomic_bool> m_stop = std::make_shared<std::atomic_bool>(false);
 };

@@ -60,6 +60,7 @@ Item {
             help: qsTr("Resume and verify every pending camera recording in this take")
             available: root.library.canDownload
             obstacle: root.library.downloadObstacle
+            onClicked: root.library.download()
         }
         HelpedButton {
             id: exporter

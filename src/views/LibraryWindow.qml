@@ -8,7 +8,7 @@ ApplicationWindow {
     required property LibraryViewModel library
     signal directorRequested
 
-    title: qsTr("VORN Library")
+    title: library.title
     width: 1180
     height: 760
     minimumWidth: 900

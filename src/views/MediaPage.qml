@@ -65,6 +65,7 @@ ColumnLayout {
                 rowSpacing: Theme.row
                 model: root.dashboard.transfers
                 delegate: TransferRow {
+                    running: root.dashboard.runningTransfer
                     width: ListView.view.width - Theme.inside
                 }
             }

@@ -12,6 +12,7 @@ Rectangle {
     signal renameRequested
     signal settingsRequested
     signal directorRequested
+    signal connectRequested
 
     function focusSearch() {
         search.forceActiveFocus(Qt.ShortcutFocusReason);
@@ -121,6 +122,18 @@ Rectangle {
                 help: qsTr("Settings")
                 onClicked: root.settingsRequested()
             }
+            HelpedButton {
+                Layout.fillWidth: true
+                text: qsTr("Connect")
+                iconName: "phone"
+                help: qsTr("Connect to a phone media catalog")
+                onClicked: root.connectRequested()
+            }
+        }
+        RowLayout {
+            Layout.margins: Theme.inside
+            Layout.topMargin: 0
+
             HelpedButton {
                 Layout.fillWidth: true
                 text: qsTr("Director")

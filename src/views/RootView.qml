@@ -13,6 +13,7 @@ Item {
     required property LibraryViewModel library
     property bool showNewProject
     property bool showRenameProject
+    property bool showCatalog
     property string newProjectName
     property string renameProjectName
     // The lists give way before the take's own column becomes too narrow.
@@ -59,6 +60,7 @@ Item {
             onNewRequested: root.askForNewProject()
             onRenameRequested: root.askForRename()
             onSettingsRequested: root.settingsRequested()
+            onConnectRequested: root.showCatalog = true
             onDirectorRequested: root.directorRequested()
         }
         TakeListView {
@@ -77,9 +79,25 @@ Item {
                 library: root.library
                 onDirectorRequested: root.directorRequested()
             }
-            ExportStrip {
+            StatusLine {
                 Layout.fillWidth: true
-                visible: root.library.exportProgress.running
+                Layout.margins: Theme.inside
+                Layout.leftMargin: Theme.between
+                Layout.rightMargin: Theme.between
+                Layout.bottomMargin: 0
+                visible: text.length > 0
+                text: root.library.downloadOutlook.text
+                icon: root.library.downloadOutlook.warning ? "warning" : "download"
+                iconColor: root.library.downloadOutlook.warning ? Theme.warning : Theme.secondary
+            }
+            ProgressStrip {
+                Layout.fillWidth: true
+                visible: progress.running
+                progress: root.library.downloadProgress
+            }
+            ProgressStrip {
+                Layout.fillWidth: true
+                visible: progress.running
                 progress: root.library.exportProgress
             }
             DashboardView {
@@ -106,6 +124,11 @@ Item {
         onNameChanged: root.renameProjectName = name
         onConfirmed: root.renameProject()
         onClosed: root.showRenameProject = false
+    }
+    SecureCameraConnectView {
+        visible: root.showCatalog
+        connection: root.library.connection
+        onClosed: root.showCatalog = false
     }
     ErrorAlert {
         visible: root.library.hasError
@@ -134,6 +157,15 @@ Item {
         sequence: "Ctrl+E"
         enabled: root.library.canExport
         onActivated: root.library.chooseExportFolder(root.Window.window)
+    }
+    Shortcut {
+        sequence: "Ctrl+D"
+        enabled: root.library.canDownload
+        onActivated: root.library.download()
+    }
+    Shortcut {
+        sequence: "Ctrl+K"
+        onActivated: root.showCatalog = true
     }
     Shortcut {
         sequence: "Ctrl+,"

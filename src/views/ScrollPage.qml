@@ -8,11 +8,35 @@ FocusStop {
 
     required property string label
     default property alias content: column.data
-    readonly property bool overflows: column.implicitHeight > height
+    readonly property real contentHeight: column.implicitHeight
+    readonly property bool overflows: contentHeight > height
 
     function scrollBy(distance: real) {
         flickable.contentY = Math.max(0, Math.min(flickable.contentHeight - flickable.height,
                                                   flickable.contentY + distance));
+    }
+
+    // Scrolls as little as shows the item, its head before its foot.
+    function reveal(item: Item) {
+        const top = item.mapToItem(column, 0, 0).y;
+        scrollBy(Math.max(0, top + item.height - flickable.contentY - flickable.height));
+        scrollBy(Math.min(0, top - flickable.contentY));
+    }
+    function isWithin(item: Item): bool {
+        for (let above = item; above; above = above.parent)
+            if (above === column)
+                return true;
+        return false;
+    }
+
+    // The keyboard leads to what is out of sight as well.
+    Connections {
+        target: root.Window.window
+        function onActiveFocusItemChanged() {
+            const item = root.Window.activeFocusItem;
+            if (root.overflows && item && root.isWithin(item))
+                root.reveal(item);
+        }
     }
 
     activeFocusOnTab: overflows
@@ -27,7 +51,7 @@ FocusStop {
 
         anchors.fill: parent
         clip: true
-        contentHeight: column.implicitHeight
+        contentHeight: root.contentHeight
         boundsBehavior: Flickable.StopAtBounds
         ScrollBar.vertical: SlimScrollBar {}
 

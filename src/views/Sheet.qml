@@ -11,11 +11,12 @@ Popup {
     required property string title
     default property alias content: body.data
     property alias buttons: buttonRow.data
+    property int wide: 420
     signal confirmed
 
     parent: T.Overlay.overlay
     anchors.centerIn: parent
-    width: Math.min(420, parent ? parent.width - 2 * Theme.between : 420)
+    width: Math.min(wide, parent ? parent.width - 2 * Theme.between : wide)
     padding: Theme.between + Theme.tight
     modal: true
     dim: true

@@ -8,6 +8,7 @@ RowLayout {
     required property string text
     required property string icon
     property color iconColor: Theme.secondary
+    property color textColor: Theme.text
 
     spacing: Theme.row
 
@@ -19,6 +20,7 @@ RowLayout {
     TextLabel {
         Layout.fillWidth: true
         text: root.text
+        color: root.textColor
         wrapMode: Text.Wrap
         elide: Text.ElideNone
     }

@@ -1,5 +1,8 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Layouts
+import Vorn
 
 // One running transfer.
 Rectangle {
@@ -9,6 +12,9 @@ Rectangle {
     required property string phase
     required property string message
     required property double progress
+    required property bool isRunning
+    required property WorkProgressViewModel running
+    readonly property bool tellsMore: isRunning && running.running
 
     implicitHeight: 64
     color: Theme.raised
@@ -38,12 +44,26 @@ Rectangle {
         }
         FlatProgressBar {
             Layout.fillWidth: true
-            value: root.progress
+            value: root.tellsMore ? root.running.fraction : root.progress
             label: root.clipName
         }
-        SmallLabel {
-            Layout.fillWidth: true
-            text: root.message
+        RowLayout {
+            spacing: Theme.between
+
+            SmallLabel {
+                Layout.fillWidth: true
+                text: root.message
+            }
+            Repeater {
+                model: root.tellsMore ? [root.running.bytesText, root.running.rateText, root.running.timeLeftText] : []
+
+                SmallLabel {
+                    required property string modelData
+
+                    text: modelData
+                    font.family: Theme.mono
+                }
+            }
         }
     }
 }

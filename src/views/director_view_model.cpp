@@ -3,6 +3,7 @@
 #include "live/live_camera_discovery.h"
 #include "platform/display_text.h"
 #include "store/app_store.h"
+#include "transfer/lan_discovery.h"
 
 #include <algorithm>
 
@@ -42,9 +43,10 @@ bool DirectorMonitorViewModel::isRecording() const
     return m_session.cameraIsRecording(camera());
 }
 
-DirectorViewModel::DirectorViewModel(AppStore &store, LiveCameraDiscovery &discovery,
-                                     QSettings &settings)
+DirectorViewModel::DirectorViewModel(AppStore &store, LANDiscovery &catalogs,
+                                     LiveCameraDiscovery &discovery, QSettings &settings)
     : m_store(store),
+      m_catalogs(catalogs),
       m_discovery(discovery),
       m_session(store, discovery, settings),
       m_wall(m_session, discovery),
@@ -62,6 +64,7 @@ DirectorViewModel::DirectorViewModel(AppStore &store, LiveCameraDiscovery &disco
     });
     connect(&m_session, &DirectorSession::previewNetworkPolicyChanged, this,
             &DirectorViewModel::camerasChanged);
+    connect(&catalogs, &LANDiscovery::devicesChanged, this, &DirectorViewModel::catalogsChanged);
     connect(&discovery, &LiveCameraDiscovery::errorMessageChanged, this,
             &DirectorViewModel::camerasChanged);
     connect(&m_session, &DirectorSession::fadeDurationChanged, this,
@@ -121,9 +124,9 @@ QString DirectorViewModel::policyText() const
     return u"JPEG \u2022 "_s + title(m_session.effectivePreviewPolicy());
 }
 
-QString DirectorViewModel::catalogsText()
+QString DirectorViewModel::catalogsText() const
 {
-    return u"%1 catalogs"_s.arg(0); // until transfer services are looked for
+    return u"%1 catalogs"_s.arg(m_catalogs.devices().size());
 }
 
 QString DirectorViewModel::takeObstacle() const

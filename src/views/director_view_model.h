@@ -15,6 +15,7 @@ class QSettings;
 namespace vorn {
 
 class AppStore;
+class LANDiscovery;
 class LiveCameraDiscovery;
 
 /// One of the two monitors, as shown. Context: UI thread.
@@ -62,7 +63,7 @@ class DirectorViewModel : public QObject {
     Q_PROPERTY(bool planned READ isPlanned NOTIFY timelineChanged)
     Q_PROPERTY(QString projectText READ projectText NOTIFY projectChanged)
     Q_PROPERTY(QString policyText READ policyText NOTIFY camerasChanged)
-    Q_PROPERTY(QString catalogsText READ catalogsText CONSTANT)
+    Q_PROPERTY(QString catalogsText READ catalogsText NOTIFY catalogsChanged)
     Q_PROPERTY(vorn::CameraWallViewModel *wall READ wall CONSTANT)
     Q_PROPERTY(vorn::DirectorMonitorViewModel *previewMonitor READ previewMonitor CONSTANT)
     Q_PROPERTY(vorn::DirectorMonitorViewModel *programMonitor READ programMonitor CONSTANT)
@@ -81,7 +82,9 @@ class DirectorViewModel : public QObject {
     Q_PROPERTY(bool hasError READ hasError NOTIFY errorChanged)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorChanged)
 public:
-    DirectorViewModel(AppStore &store, LiveCameraDiscovery &discovery, QSettings &settings);
+    /// All must outlive it.
+    DirectorViewModel(AppStore &store, LANDiscovery &catalogs, LiveCameraDiscovery &discovery,
+                      QSettings &settings);
 
     [[nodiscard]] const DirectorSession &session() const { return m_session; }
     [[nodiscard]] FramePacer &pacer() { return m_pacer; }
@@ -97,7 +100,7 @@ public:
     [[nodiscard]] bool isPlanned() const;
     [[nodiscard]] QString projectText() const;
     [[nodiscard]] QString policyText() const;
-    [[nodiscard]] static QString catalogsText();
+    [[nodiscard]] QString catalogsText() const;
     [[nodiscard]] CameraWallViewModel *wall() { return &m_wall; }
     [[nodiscard]] DirectorMonitorViewModel *previewMonitor() { return &m_previewMonitor; }
     [[nodiscard]] DirectorMonitorViewModel *programMonitor() { return &m_programMonitor; }
@@ -127,6 +130,7 @@ public:
 Q_SIGNALS:
     /// Whatever hangs on cameras, on the time since they were heard, or on the timeline.
     void camerasChanged();
+    void catalogsChanged();
     void timelineChanged();
     void projectChanged();
     void fadeIndexChanged();
@@ -135,6 +139,7 @@ Q_SIGNALS:
 
 private:
     AppStore &m_store;
+    LANDiscovery &m_catalogs;
     LiveCameraDiscovery &m_discovery;
     DirectorSession m_session;
     FramePacer m_pacer;

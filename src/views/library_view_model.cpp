@@ -1,18 +1,55 @@
 #include "views/library_view_model.h"
 
+#include "live/live_camera_discovery.h"
+#include "platform/desktop_notification.h"
 #include "platform/display_text.h"
 #include "store/app_store.h"
 #include "views/file_panels.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QPointer>
 
 namespace vorn {
 
 using namespace Qt::StringLiterals;
 
-LibraryViewModel::LibraryViewModel(AppStore &store)
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Who waits for less looks at the window still.
+constexpr auto longDownload = 10s;
+
+std::optional<WorkProgress> exportWork(const AppStore &store)
+{
+    const auto &progress = store.exportProgress();
+    if (!progress)
+        return std::nullopt;
+    return WorkProgress{
+        u"Verifying %1  \u2022  %2 of %3"_s.arg(displayText(progress->cameraId),
+                                                QString::number(progress->clipIndex + 1),
+                                                QString::number(progress->clipCount)),
+        progress->completedBytes, progress->totalBytes};
+}
+
+std::optional<WorkProgress> downloadWork(const AppStore &store)
+{
+    const auto &progress = store.downloadProgress();
+    if (!progress)
+        return std::nullopt;
+    return WorkProgress{
+        u"Downloading %1  \u2022  %2 of %3"_s.arg(displayText(progress->cameraId),
+                                                  QString::number(progress->clipIndex + 1),
+                                                  QString::number(progress->clipCount)),
+        progress->allBytes, progress->allTotalBytes};
+}
+
+} // namespace
+
+LibraryViewModel::LibraryViewModel(AppStore &store, LANDiscovery &discovery,
+                                   LiveCameraDiscovery &live)
     : m_store(store),
       m_manifestFolder(QDir::homePath()),
       m_exportFolder(QDir::homePath()),
@@ -20,8 +57,23 @@ LibraryViewModel::LibraryViewModel(AppStore &store)
       m_takes(store),
       m_dashboard(store),
       m_activity(store),
-      m_exportProgress(store)
+      m_connection(store, discovery, live),
+      m_exportProgress([&store] { return exportWork(store); }),
+      m_downloadProgress([&store] { return downloadWork(store); }),
+      m_downloadOutlook(store)
 {
+    connect(&store, &AppStore::exportProgressChanged, &m_exportProgress,
+            &WorkProgressViewModel::startOrStop);
+    connect(&store, &AppStore::downloadProgressChanged, &m_downloadProgress,
+            &WorkProgressViewModel::startOrStop);
+    connect(&store, &AppStore::downloadProgressChanged, this, &LibraryViewModel::watchDownload);
+    connect(&m_downloadProgress, &WorkProgressViewModel::changed, this,
+            &LibraryViewModel::titleChanged);
+    connect(&store, &AppStore::transferSessionsChanged, this, &LibraryViewModel::changed);
+    // A session runs out without a word.
+    connect(&live, &LiveCameraDiscovery::livenessTickChanged, this, &LibraryViewModel::changed);
+    connect(&live, &LiveCameraDiscovery::livenessTickChanged, &m_downloadOutlook,
+            &DownloadOutlookViewModel::refresh);
     connect(&store, &AppStore::libraryChanged, this, &LibraryViewModel::changed);
     connect(&store, &AppStore::selectedProjectIDChanged, this, &LibraryViewModel::changed);
     connect(&store, &AppStore::selectedTakeIDChanged, this, &LibraryViewModel::changed);
@@ -29,9 +81,25 @@ LibraryViewModel::LibraryViewModel(AppStore &store)
     connect(&store, &AppStore::errorMessageChanged, this, &LibraryViewModel::changed);
 }
 
-QString LibraryViewModel::downloadObstacle()
+QString LibraryViewModel::title() const
 {
-    return u"No phone is connected."_s;
+    if (!m_downloadProgress.running())
+        return u"VORN Library"_s;
+    return u"VORN Library \u2014 %1 %"_s.arg(int(m_downloadProgress.fraction() * 100));
+}
+
+QString LibraryViewModel::downloadObstacle() const
+{
+    if (m_store.isBusy())
+        return u"Another operation is running."_s;
+    const VORNTake *take = m_store.selectedTake();
+    if (!take)
+        return u"No take is selected."_s;
+    if (std::ranges::all_of(take->clips, isLocal))
+        return u"All recordings of this take are on this computer."_s;
+    if (!m_store.canDownloadSelectedTake())
+        return u"Connect to the phones that hold this take's recordings."_s;
+    return {};
 }
 
 QString LibraryViewModel::exportObstacle() const
@@ -82,6 +150,32 @@ void LibraryViewModel::chooseExportFolder(QWindow *window)
         self->m_exportFolder = path;
         self->m_store.exportSelectedTake(path);
     });
+}
+
+void LibraryViewModel::download()
+{
+    if (canDownload())
+        m_store.downloadSelectedTake();
+}
+
+void LibraryViewModel::watchDownload()
+{
+    const bool isRunning = m_store.downloadProgress().has_value();
+    if (isRunning == m_downloadStart.has_value())
+        return;
+    m_downloadOutlook.refresh();
+    const auto now = MonotonicClock::now();
+    const auto start =
+        std::exchange(m_downloadStart, isRunning ? std::optional(now) : std::nullopt);
+    if (!start || now - *start < longDownload || QGuiApplication::focusWindow())
+        return;
+    const bool hasFailed =
+        std::ranges::any_of(m_store.transfers(), [](const TransferStatus &transfer) {
+            return transfer.phase == TransferPhase::failed;
+        });
+    showDesktopNotification(hasFailed ? u"Download ended"_s : u"Download complete"_s,
+                            hasFailed ? u"Some recordings could not be downloaded."_s
+                                      : u"All recordings are verified and on this computer."_s);
 }
 
 void LibraryViewModel::dismissError()

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "views/activity_view_model.h"
-#include "views/export_progress_view_model.h"
+#include "views/download_outlook_view_model.h"
 #include "views/project_list_view_model.h"
+#include "views/secure_connect_view_model.h"
 #include "views/take_dashboard_view_model.h"
 #include "views/take_list_view_model.h"
+#include "views/work_progress_view_model.h"
 
 #include <QWindow>
 
@@ -19,9 +21,13 @@ class LibraryViewModel : public QObject {
     Q_PROPERTY(vorn::TakeListViewModel *takes READ takes CONSTANT)
     Q_PROPERTY(vorn::TakeDashboardViewModel *dashboard READ dashboard CONSTANT)
     Q_PROPERTY(vorn::ActivityViewModel *activity READ activity CONSTANT)
-    Q_PROPERTY(vorn::ExportProgressViewModel *exportProgress READ exportProgress CONSTANT)
-    Q_PROPERTY(bool canDownload READ canDownload CONSTANT)
-    Q_PROPERTY(QString downloadObstacle READ downloadObstacle CONSTANT)
+    Q_PROPERTY(vorn::SecureConnectViewModel *connection READ connection CONSTANT)
+    Q_PROPERTY(vorn::WorkProgressViewModel *exportProgress READ exportProgress CONSTANT)
+    Q_PROPERTY(vorn::WorkProgressViewModel *downloadProgress READ downloadProgress CONSTANT)
+    Q_PROPERTY(vorn::DownloadOutlookViewModel *downloadOutlook READ downloadOutlook CONSTANT)
+    Q_PROPERTY(QString title READ title NOTIFY titleChanged)
+    Q_PROPERTY(bool canDownload READ canDownload NOTIFY changed)
+    Q_PROPERTY(QString downloadObstacle READ downloadObstacle NOTIFY changed)
     Q_PROPERTY(bool canExport READ canExport NOTIFY changed)
     Q_PROPERTY(QString exportObstacle READ exportObstacle NOTIFY changed)
     Q_PROPERTY(bool hasError READ hasError NOTIFY changed)
@@ -29,17 +35,23 @@ class LibraryViewModel : public QObject {
     Q_PROPERTY(QString recordingsPath READ recordingsPath CONSTANT)
     Q_PROPERTY(QString supportPath READ supportPath CONSTANT)
 public:
-    explicit LibraryViewModel(AppStore &store);
+    /// All must outlive it.
+    LibraryViewModel(AppStore &store, LANDiscovery &discovery, LiveCameraDiscovery &live);
 
     [[nodiscard]] ProjectListViewModel *projects() { return &m_projects; }
     [[nodiscard]] TakeListViewModel *takes() { return &m_takes; }
     [[nodiscard]] TakeDashboardViewModel *dashboard() { return &m_dashboard; }
     [[nodiscard]] ActivityViewModel *activity() { return &m_activity; }
-    [[nodiscard]] ExportProgressViewModel *exportProgress() { return &m_exportProgress; }
+    [[nodiscard]] SecureConnectViewModel *connection() { return &m_connection; }
+    [[nodiscard]] WorkProgressViewModel *exportProgress() { return &m_exportProgress; }
+    [[nodiscard]] WorkProgressViewModel *downloadProgress() { return &m_downloadProgress; }
+    [[nodiscard]] DownloadOutlookViewModel *downloadOutlook() { return &m_downloadOutlook; }
 
-    [[nodiscard]] static bool canDownload() { return downloadObstacle().isEmpty(); }
+    /// The window's, with how far a download is.
+    [[nodiscard]] QString title() const;
+    [[nodiscard]] bool canDownload() const { return downloadObstacle().isEmpty(); }
     /// Why nothing can be downloaded; empty when something can.
-    [[nodiscard]] static QString downloadObstacle();
+    [[nodiscard]] QString downloadObstacle() const;
     [[nodiscard]] bool canExport() const { return exportObstacle().isEmpty(); }
     /// Why no export can start; empty when one can.
     [[nodiscard]] QString exportObstacle() const;
@@ -53,12 +65,18 @@ public:
     /// Opens the panel that asks for a folder; the selected take is exported into what the user
     /// confirms.
     Q_INVOKABLE void chooseExportFolder(QWindow *window);
+    /// Starts the download of the selected take.
+    Q_INVOKABLE void download();
     Q_INVOKABLE void dismissError();
 
 Q_SIGNALS:
     void changed();
+    void titleChanged();
 
 private:
+    /// Tells the desktop when a long download is over and nobody looks.
+    void watchDownload();
+
     AppStore &m_store;
     QString m_manifestFolder; ///< where the panels were left; lasts as long as the program
     QString m_exportFolder;
@@ -66,7 +84,11 @@ private:
     TakeListViewModel m_takes;
     TakeDashboardViewModel m_dashboard;
     ActivityViewModel m_activity;
-    ExportProgressViewModel m_exportProgress;
+    SecureConnectViewModel m_connection;
+    WorkProgressViewModel m_exportProgress;
+    WorkProgressViewModel m_downloadProgress;
+    DownloadOutlookViewModel m_downloadOutlook;
+    std::optional<MonotonicClock::time_point> m_downloadStart;
 };
 
 } // namespace vorn

@@ -92,15 +92,21 @@ std::unique_ptr<QWindow> makeDirectorWindow(QQmlEngine &engine, DirectorViewMode
                       {{u"director"_s, QVariant::fromValue(&director)}});
 }
 
-ProgramWindows::ProgramWindows(AppStore &store, LiveCameraDiscovery &discovery, QSettings &settings)
-    : m_store(store), m_discovery(discovery), m_settings(settings), m_library(store)
+ProgramWindows::ProgramWindows(AppStore &store, LANDiscovery &catalogs,
+                               LiveCameraDiscovery &cameras, QSettings &settings)
+    : m_store(store),
+      m_catalogs(catalogs),
+      m_cameras(cameras),
+      m_settings(settings),
+      m_library(store, catalogs, cameras)
 {
 }
 
 void ProgramWindows::showDirector()
 {
     if (!m_directorWindow) {
-        m_director = std::make_unique<DirectorViewModel>(m_store, m_discovery, m_settings);
+        m_director =
+            std::make_unique<DirectorViewModel>(m_store, m_catalogs, m_cameras, m_settings);
         m_directorWindow = makeDirectorWindow(m_engine, *m_director);
         connect(m_directorWindow.get(), SIGNAL(libraryRequested()), this, SLOT(showLibrary()));
         // After the event in which it closes.

@@ -14,6 +14,7 @@ class QSettings;
 namespace vorn {
 
 class AppStore;
+class LANDiscovery;
 class LiveCameraDiscovery;
 
 /// Gives the application the look of its windows: type, and for the file panels a dark palette.
@@ -35,7 +36,8 @@ class ProgramWindows : public QObject {
     Q_OBJECT
 public:
     /// All must outlive it.
-    ProgramWindows(AppStore &store, LiveCameraDiscovery &discovery, QSettings &settings);
+    ProgramWindows(AppStore &store, LANDiscovery &catalogs, LiveCameraDiscovery &cameras,
+                   QSettings &settings);
 
 public Q_SLOTS:
     void showDirector();
@@ -46,7 +48,8 @@ public Q_SLOTS:
 
 private:
     AppStore &m_store;
-    LiveCameraDiscovery &m_discovery;
+    LANDiscovery &m_catalogs;
+    LiveCameraDiscovery &m_cameras;
     QSettings &m_settings;
     LibraryViewModel m_library;
     std::unique_ptr<DirectorViewModel> m_director; ///< as long as its window is open

@@ -59,6 +59,15 @@ ClipLine clipLine(const VORNClip &clip, const VORNTake &take)
             .isReference = take.referenceCameraId == clip.cameraId};
 }
 
+/// The bytes of the clip that is being downloaded.
+std::optional<WorkProgress> runningTransferOf(const AppStore &store)
+{
+    const auto &progress = store.downloadProgress();
+    if (!progress)
+        return std::nullopt;
+    return WorkProgress{{}, progress->clipBytes, progress->clipTotalBytes};
+}
+
 } // namespace
 
 TakeDashboardViewModel::TakeDashboardViewModel(AppStore &store)
@@ -75,8 +84,12 @@ TakeDashboardViewModel::TakeDashboardViewModel(AppStore &store)
       m_transfers({{"clipName", &TransferLine::clipName},
                    {"phase", &TransferLine::phase},
                    {"message", &TransferLine::message},
-                   {"progress", &TransferLine::progress}})
+                   {"progress", &TransferLine::progress},
+                   {"isRunning", &TransferLine::isRunning}}),
+      m_runningTransfer([&store] { return runningTransferOf(store); })
 {
+    connect(&store, &AppStore::downloadProgressChanged, &m_runningTransfer,
+            &WorkProgressViewModel::startOrStop);
     connect(&store, &AppStore::libraryChanged, this, &TakeDashboardViewModel::refresh);
     connect(&store, &AppStore::selectedProjectIDChanged, this, &TakeDashboardViewModel::refresh);
     connect(&store, &AppStore::selectedTakeIDChanged, this, &TakeDashboardViewModel::refresh);
@@ -172,8 +185,9 @@ void TakeDashboardViewModel::refreshTransfers()
     std::vector<TransferLine> lines;
     for (const TransferStatus &transfer : m_store.transfers())
         lines.push_back({transfer.id, displayText(transfer.clipName),
-                         transferPhaseText(transfer.phase), displayText(transfer.message),
-                         transfer.progress()});
+                         transferPhaseText(transfer.phase),
+                         displayText(transfer.message, longestMessage), transfer.progress(),
+                         transfer.phase == TransferPhase::downloading});
     m_transfers.setRows(std::move(lines));
     Q_EMIT changed();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "views/row_list_model.h"
+#include "views/work_progress_view_model.h"
 
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
@@ -46,7 +47,8 @@ struct TransferLine {
     QString clipName;
     QString phase;
     QString message;
-    double progress = 0; ///< 0 to 1
+    double progress = 0;    ///< 0 to 1
+    bool isRunning = false; ///< runningTransfer tells more
 
     bool operator==(const TransferLine &) const = default;
 };
@@ -72,6 +74,7 @@ class TakeDashboardViewModel : public QObject {
     Q_PROPERTY(QAbstractItemModel *details READ details CONSTANT)
     Q_PROPERTY(QAbstractItemModel *clips READ clips CONSTANT)
     Q_PROPERTY(QAbstractItemModel *transfers READ transfers CONSTANT)
+    Q_PROPERTY(vorn::WorkProgressViewModel *runningTransfer READ runningTransfer CONSTANT)
 public:
     explicit TakeDashboardViewModel(AppStore &store);
 
@@ -92,6 +95,7 @@ public:
     [[nodiscard]] QAbstractItemModel *details() { return &m_details; }
     [[nodiscard]] QAbstractItemModel *clips() { return &m_clips; }
     [[nodiscard]] QAbstractItemModel *transfers() { return &m_transfers; }
+    [[nodiscard]] WorkProgressViewModel *runningTransfer() { return &m_runningTransfer; }
 
     /// Makes the camera of this clip's row the one that the others are aligned to.
     Q_INVOKABLE void makeReference(int row);
@@ -108,6 +112,7 @@ private:
     RowListModel<DetailLine> m_details;
     RowListModel<ClipLine> m_clips;
     RowListModel<TransferLine> m_transfers;
+    WorkProgressViewModel m_runningTransfer;
 };
 
 } // namespace vorn

@@ -9,7 +9,7 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
 PATIENCE_SECONDS = 30
-PRESSED_ROLES = ("push button", "button", "combo box", "page tab", "radio button", "list item", "table cell")
+PRESSED_ROLES = ("push button", "button", "combo box", "page tab", "radio button", "check box", "list item", "table cell")
 CONTAINER_ROLES = ("dialog", "frame", "window", "file chooser", "alert", "panel", "list item")
 
 
@@ -99,7 +99,8 @@ class Program:
         within = self.wait(container, *CONTAINER_ROLES)
         self._press(name, wait_for(f"“{name}”", lambda: next(
             (node for node in descendants(within)
-             if node.get_name() == name and node.get_role_name() in PRESSED_ROLES), None)))
+             if node.get_name() == name and node.get_role_name() in PRESSED_ROLES and is_showing(node)),
+            None)))
 
     def _press(self, name, node):
         wait_for(f"“{name}” to be enabled", lambda: is_enabled(node))

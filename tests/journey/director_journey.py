@@ -8,24 +8,10 @@ import json
 import os
 import pathlib
 import re
-import socket
 import sys
 
-from desktop import Atspi, JourneyError, Program, descendants, is_showing, wait_for
-
-
-class Phones:
-    def __init__(self, path):
-        self.socket = socket.socket(socket.AF_UNIX)
-        self.socket.connect(str(path))
-        self.lines = self.socket.makefile("rw")
-
-    def do(self, command):
-        self.lines.write(command + "\n")
-        self.lines.flush()
-        answer = self.lines.readline().strip()
-        if answer != "ok":
-            raise JourneyError(f"the phones answer “{command}” with “{answer}”")
+from desktop import Atspi, JourneyError, Program, descendants, is_showing
+from phones import Phones
 
 
 def expect_equal(what, found, expected):

@@ -2,6 +2,7 @@
 
 #include "live/live_camera_discovery.h"
 #include "rig_phones.h"
+#include "transfer/lan_discovery.h"
 #include "views/program_windows.h"
 #include "window_probe.h"
 
@@ -27,7 +28,7 @@ public:
           m_settings(m_folder.filePath(u"settings.ini"_s), QSettings::IniFormat)
     {
         m_store.createProject(u"Night Shoot"_s);
-        m_director.emplace(m_store, m_discovery, m_settings);
+        m_director.emplace(m_store, m_catalogs, m_discovery, m_settings);
         m_window = makeDirectorWindow(m_engine, *m_director);
         takeUp(m_window.get());
     }
@@ -56,6 +57,7 @@ public:
 private:
     QTemporaryDir m_folder;
     AppStore m_store;
+    LANDiscovery m_catalogs;
     LiveCameraDiscovery m_discovery;
     QSettings m_settings;
     std::optional<DirectorViewModel> m_director;
@@ -234,9 +236,10 @@ private Q_SLOTS:
     {
         const QTemporaryDir folder;
         AppStore store(folder.path(), folder.path());
-        LiveCameraDiscovery discovery;
+        LANDiscovery catalogs;
+        LiveCameraDiscovery cameras;
         QSettings settings(folder.filePath(u"settings.ini"_s), QSettings::IniFormat);
-        ProgramWindows windows(store, discovery, settings);
+        ProgramWindows windows(store, catalogs, cameras, settings);
         const auto shown = [](const QString &title) {
             QWindowList found = QGuiApplication::topLevelWindows();
             erase_if(found, [&](QWindow *window) {

@@ -1,5 +1,7 @@
+#include "live/live_camera_discovery.h"
 #include "store/app_store.h"
 #include "store/library_file.h"
+#include "transfer/lan_discovery.h"
 #include "views/library_view_model.h"
 
 #include <QTemporaryDir>
@@ -35,12 +37,14 @@ class Desk {
 public:
     explicit Desk(std::vector<VORNProject> projects)
         : store((save(m_folder.path(), std::move(projects)), m_folder.path()), m_folder.path()),
-          view(store)
+          view(store, m_catalogs, m_cameras)
     {
     }
 
     QTemporaryDir m_folder;
     AppStore store;
+    LANDiscovery m_catalogs;
+    LiveCameraDiscovery m_cameras;
     LibraryViewModel view;
 
 private:

@@ -14,7 +14,7 @@ WindowProbe::WindowProbe(std::vector<VORNProject> projects)
 {
     LibraryFile(m_folder.path()).save({std::move(projects)});
     m_store = std::make_unique<AppStore>(m_folder.path(), m_folder.path());
-    m_view = std::make_unique<LibraryViewModel>(*m_store);
+    m_view = std::make_unique<LibraryViewModel>(*m_store, m_catalogs, m_cameras);
     m_engine = std::make_unique<QQmlEngine>();
     m_owned = makeLibraryWindow(*m_engine, *m_view);
     takeUp(m_owned.get());

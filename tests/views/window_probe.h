@@ -1,6 +1,8 @@
 #pragma once
 
+#include "live/live_camera_discovery.h"
 #include "store/app_store.h"
+#include "transfer/lan_discovery.h"
 #include "views/library_view_model.h"
 
 #include <QQmlEngine>
@@ -37,7 +39,7 @@ private:
     QQuickWindow *m_window = nullptr;
 };
 
-/// The Library window over a store of its own.
+/// The Library window over a store of its own. In the lab only: it looks for phones.
 class WindowProbe : public WindowHands {
 public:
     explicit WindowProbe(std::vector<VORNProject> projects);
@@ -50,6 +52,8 @@ public:
 private:
     QTemporaryDir m_folder;
     std::unique_ptr<AppStore> m_store;
+    LANDiscovery m_catalogs;
+    LiveCameraDiscovery m_cameras;
     std::unique_ptr<LibraryViewModel> m_view;
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<QWindow> m_owned;

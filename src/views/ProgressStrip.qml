@@ -2,11 +2,11 @@ import QtQuick
 import QtQuick.Layouts
 import Vorn
 
-// How far the running export is. Each number grows away from its edge, so that nothing else moves.
+// How far long work is, under the buttons that start it. Each number grows away from its edge, so that nothing else moves.
 Rectangle {
     id: root
 
-    required property ExportProgressViewModel progress
+    required property WorkProgressViewModel progress
 
     implicitHeight: 72
     color: Theme.panel

@@ -1,24 +1,22 @@
-#include "views/export_progress_view_model.h"
+#include "views/work_progress_view_model.h"
 
-#include "platform/display_text.h"
-#include "store/app_store.h"
+#include <algorithm>
 
 namespace vorn {
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-ExportProgressViewModel::ExportProgressViewModel(AppStore &store) : m_store(store)
+WorkProgressViewModel::WorkProgressViewModel(Source source) : m_source(std::move(source))
 {
     m_refresh.setInterval(250ms);
-    connect(&m_refresh, &QTimer::timeout, this, &ExportProgressViewModel::refresh);
-    connect(&store, &AppStore::exportProgressChanged, this, &ExportProgressViewModel::startOrStop);
+    connect(&m_refresh, &QTimer::timeout, this, &WorkProgressViewModel::refresh);
     startOrStop();
 }
 
-void ExportProgressViewModel::startOrStop()
+void WorkProgressViewModel::startOrStop()
 {
-    const auto &progress = m_store.exportProgress();
+    const auto progress = m_source();
     if (progress.has_value() == running())
         return;
     if (progress) {
@@ -31,17 +29,15 @@ void ExportProgressViewModel::startOrStop()
     }
 }
 
-void ExportProgressViewModel::refresh()
+void WorkProgressViewModel::refresh()
 {
-    const auto &progress = m_store.exportProgress();
+    const auto progress = m_source();
     if (!progress)
         return;
     m_meter.add(MonotonicClock::now(), progress->completedBytes);
     const auto done = double(progress->completedBytes);
     const auto total = double(progress->totalBytes);
-    m_title = u"Verifying %1  \u2022  %2 of %3"_s.arg(displayText(progress->cameraId),
-                                                      QString::number(progress->clipIndex + 1),
-                                                      QString::number(progress->clipCount));
+    m_title = progress->title;
     m_fraction = total > 0 ? std::clamp(done / total, 0.0, 1.0) : 0;
     m_bytesText = u"%1 / %2"_s.arg(byteText(done), byteText(total));
     m_rateText = vorn::rateText(m_meter.rate());

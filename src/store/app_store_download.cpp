@@ -1,0 +1,258 @@
+#include "platform/off_thread.h"
+#include "store/app_store.h"
+#include "store/partial_recording.h"
+#include "transfer/transfer_protocol.h"
+
+#include <QPointer>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+namespace {
+
+/// Whether a failure says that the connection is not to be trusted or used any more.
+bool concernsConnection(const std::exception &error)
+{
+    return dynamic_cast<const TransferProtocolError *>(&error) != nullptr
+           || dynamic_cast<const TransferConnectionError *>(&error) != nullptr;
+}
+
+QString textOf(const std::exception &error)
+{
+    return QString::fromUtf8(error.what());
+}
+
+} // namespace
+
+AppStore::Client AppStore::clientOf(const VORNClip &clip) const
+{
+    if (!clip.deviceId)
+        return nullptr;
+    const auto found = m_transferClients.find(*clip.deviceId);
+    return found == m_transferClients.end() ? nullptr : found->second;
+}
+
+bool AppStore::canDownloadSelectedTake() const
+{
+    m_ui.assertCurrent();
+    const VORNTake *take = selectedTake();
+    return take && !std::ranges::all_of(take->clips, isLocal)
+           && std::ranges::all_of(take->clips, [this](const VORNClip &clip) {
+                  m_ui.assertCurrent();
+                  const Client client = clientOf(clip);
+                  return isLocal(clip) || (client && !client->isExpired());
+              });
+}
+
+QCoro::Task<> AppStore::downloadSelectedTake()
+{
+    m_ui.assertCurrent();
+    const VORNProject *project = selectedProject();
+    const VORNTake *take = selectedTake();
+    if (!project || !take)
+        co_return;
+    const bool isRunning = !m_downloads.empty();
+    for (const VORNClip &clip : take->clips) {
+        const auto waits = [&](const PendingDownload &pending) {
+            return pending.clip.id == clip.id;
+        };
+        if (!isLocal(clip) && std::ranges::none_of(m_downloads, waits))
+            m_downloads.push_back({clip, project->id, take->id});
+    }
+    if (isRunning)
+        co_return;
+
+    const QPointer<AppStore> self(this);
+    const SleepInhibitor awake(u"Recordings are being downloaded."_s);
+    while (!m_downloads.empty()) {
+        co_await download(m_downloads.front());
+        if (!self)
+            co_return;
+        m_downloads.pop_front();
+    }
+    endProgress();
+}
+
+QCoro::Task<> AppStore::download(PendingDownload pending)
+{
+    m_ui.assertCurrent();
+    const VORNClip &clip = pending.clip;
+    const VORNClip *stored = storedClip(pending);
+    if (stored && isLocal(*stored))
+        co_return; // has come meanwhile
+    const Client client = clientOf(clip);
+    const QUrl remote(clip.remoteURL.value_or(QString()), QUrl::StrictMode);
+    if (clip.sizeBytes.value_or(0) < 1 || !clip.remoteURL || !remote.isValid() || !client) {
+        fail(u"%1 has no compatible range-download metadata."_s.arg(clip.fileName));
+        co_return;
+    }
+    QUrl url;
+    try {
+        url = TransferProtocol::resolvedClipURL(remote.toString(QUrl::FullyEncoded), clip.id,
+                                                client->catalogURL(),
+                                                TransferProtocol::ClipFile::media);
+    } catch (const TransferProtocolError &error) {
+        fail(u"Rejected file URL for %1: %2"_s.arg(clip.fileName, textOf(error)));
+        co_return;
+    }
+    const QPointer<AppStore> self(this);
+    beginProgress(pending);
+    std::exception_ptr failure;
+    try {
+        co_await fetch(pending, client, url);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (!self || !failure)
+        co_return;
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::exception &error) {
+        failDownload(clip, client, error);
+    }
+}
+
+QCoro::Task<> AppStore::fetch(PendingDownload pending, Client client, QUrl url)
+{
+    m_ui.assertCurrent();
+    const QPointer<AppStore> self(this);
+    const VORNClip &clip = pending.clip;
+    const std::int64_t total = *clip.sizeBytes;
+    const QString path =
+        recordingPath(m_recordingsDirectory, pending.projectId, pending.takeId, clip);
+    const bool isThere =
+        co_await offThread([path, digest = clip.sha256] { return isRecordingThere(path, digest); });
+    if (!self)
+        co_return;
+    if (isThere) {
+        updateClip(pending, path);
+        setTransfer(clip, TransferPhase::ready, total, u"Verified"_s);
+        co_return;
+    }
+
+    const auto partial = co_await offThread(
+        [path, total] { return std::make_shared<PartialRecording>(path, total); });
+    if (!self)
+        co_return;
+    std::int64_t offset = partial->size();
+    setTransfer(clip, TransferPhase::downloading, offset, u"Resuming"_s);
+    setClipBytes(offset);
+    while (offset < total) {
+        const std::int64_t end = std::min(offset + TransferProtocol::chunkSize, total) - 1;
+        const QByteArray bytes = co_await client->fetchRange(
+            url, offset, end, total, clip.sha256, [self, offset](std::int64_t received) {
+                if (self)
+                    self->setClipBytes(offset + received);
+            });
+        co_await offThread([partial, bytes] { partial->append(bytes); });
+        if (!self)
+            co_return;
+        offset += bytes.size();
+        setTransfer(clip, TransferPhase::downloading, offset, u"Downloading"_s);
+        setClipBytes(offset);
+    }
+
+    setTransfer(clip, TransferPhase::verifying, total, u"Checking SHA-256"_s);
+    co_await offThread([partial, path, digest = clip.sha256] {
+        partial->flush();
+        if (partial->sha256().compare(digest, Qt::CaseInsensitive) != 0) {
+            partial->clear();
+            throw TransferProtocolError::invalid(
+                u"Downloaded SHA-256 does not match the phone catalog."_s);
+        }
+        partial->moveToDestination();
+    });
+    if (!self)
+        co_return;
+    updateClip(pending, path);
+    setTransfer(clip, TransferPhase::ready, total, u"Verified"_s);
+    save();
+    log(u"Downloaded and verified %1."_s.arg(clip.fileName));
+}
+
+void AppStore::failDownload(const VORNClip &clip, const Client &client, const std::exception &error)
+{
+    m_ui.assertCurrent();
+    setTransfer(clip, TransferPhase::failed, 0, textOf(error));
+    fail(u"Download failed for %1: %2"_s.arg(clip.fileName, textOf(error)));
+    // Who has paired again meanwhile has another client, which did not fail.
+    if (!concernsConnection(error) || clientOf(clip) != client)
+        return;
+    client->invalidate();
+    removeSessions(*clip.deviceId);
+    log(u"Secure transfer authorization was cancelled after a transport failure."_s, true);
+}
+
+const VORNClip *AppStore::storedClip(const PendingDownload &pending) const
+{
+    const VORNProject *project = findById(m_library.projects, pending.projectId);
+    const VORNTake *take = project ? findById(project->takes, pending.takeId) : nullptr;
+    return take ? findById(take->clips, pending.clip.id) : nullptr;
+}
+
+void AppStore::updateClip(const PendingDownload &pending, const QString &localPath)
+{
+    m_ui.assertCurrent();
+    VORNProject *project = findById(m_library.projects, pending.projectId);
+    VORNTake *take = project ? findById(project->takes, pending.takeId) : nullptr;
+    VORNClip *clip = take ? findById(take->clips, pending.clip.id) : nullptr;
+    if (!clip)
+        return;
+    clip->localPath = localPath;
+    Q_EMIT libraryChanged();
+}
+
+void AppStore::setTransfer(const VORNClip &clip, TransferPhase phase, std::int64_t completed,
+                           const QString &message)
+{
+    m_ui.assertCurrent();
+    std::erase_if(m_transfers, [&](const TransferStatus &known) { return known.id == clip.id; });
+    m_transfers.push_back({.id = clip.id,
+                           .clipName = clip.fileName,
+                           .phase = phase,
+                           .completedBytes = completed,
+                           .totalBytes = clip.sizeBytes.value_or(0),
+                           .message = message});
+    Q_EMIT transfersChanged();
+}
+
+void AppStore::beginProgress(const PendingDownload &pending)
+{
+    m_ui.assertCurrent();
+    DownloadProgress progress = m_downloadProgress.value_or(DownloadProgress{});
+    if (m_downloadProgress) {
+        progress.clipIndex += 1;
+        progress.allBytes += progress.clipTotalBytes - progress.clipBytes;
+    }
+    progress.clipId = pending.clip.id;
+    progress.cameraId = pending.clip.cameraId;
+    progress.clipBytes = 0;
+    progress.clipTotalBytes = *pending.clip.sizeBytes;
+    progress.clipCount = progress.clipIndex + m_downloads.size();
+    progress.allTotalBytes = progress.allBytes;
+    for (const PendingDownload &waiting : m_downloads)
+        progress.allTotalBytes += waiting.clip.sizeBytes.value_or(0);
+    m_downloadProgress = progress;
+    Q_EMIT downloadProgressChanged();
+}
+
+void AppStore::setClipBytes(std::int64_t bytes)
+{
+    m_ui.assertCurrent();
+    if (!m_downloadProgress)
+        return;
+    m_downloadProgress->allBytes += bytes - m_downloadProgress->clipBytes;
+    m_downloadProgress->clipBytes = bytes;
+    Q_EMIT downloadProgressChanged();
+}
+
+void AppStore::endProgress()
+{
+    m_ui.assertCurrent();
+    if (!m_downloadProgress)
+        return;
+    m_downloadProgress.reset();
+    Q_EMIT downloadProgressChanged();
+}
+
+} // namespace vorn

@@ -1,0 +1,133 @@
+#include "store/partial_recording.h"
+
+#include "library/safe_identifier.h"
+#include "platform/digest.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+namespace {
+
+// What a power cut may cost of a long download.
+constexpr std::int64_t bytesBetweenFlushes = 64 << 20;
+
+void flushFolderOf(const QString &path)
+{
+    if (::fsync(openParentFolder(path).get()) != 0)
+        throw FileError(u"Cannot write"_s, path, errno);
+}
+
+void moveWithoutReplacing(const QString &from, const QString &to)
+{
+    const QByteArray source = nativePath(from);
+    const QByteArray target = nativePath(to);
+    if (::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE)
+        == 0)
+        return;
+    // Some network file systems do not know the flag. A second name is never put over another.
+    if (errno != EINVAL && errno != ENOSYS)
+        throw FileError(u"Cannot move the verified recording to"_s, to, errno);
+    if (::link(source.constData(), target.constData()) != 0)
+        throw FileError(u"Cannot move the verified recording to"_s, to, errno);
+    if (::unlink(source.constData()) != 0)
+        throw FileError(u"Cannot remove"_s, from, errno);
+}
+
+} // namespace
+
+QString recordingPath(const QString &recordingsFolder, const QString &projectId,
+                      const QString &takeId, const VORNClip &clip)
+{
+    if (clip.fileName.isEmpty() || clip.fileName.contains(u'/') || clip.fileName == u"."
+        || clip.fileName == u"..")
+        throw FileError(u"%1 is no file name."_s.arg(clip.fileName));
+    QString path = recordingsFolder;
+    for (const QString &id : {projectId, takeId, clip.cameraId, clip.id})
+        path += u'/' + safeIdentifier(id);
+    return path + u'/' + clip.fileName;
+}
+
+bool isRecordingThere(const QString &destination, const QString &sha256)
+{
+    if (!somethingExistsAt(destination))
+        return false;
+    if (sha256OfFile(destination).compare(sha256, Qt::CaseInsensitive) != 0)
+        throw FileError(u"Existing destination hash differs; move it before retrying."_s);
+    return true;
+}
+
+PartialRecording::PartialRecording(const QString &destination, std::int64_t expectedBytes)
+    : m_destination(destination), m_path(destination + u".part"_s)
+{
+    createFolders(destination.first(destination.lastIndexOf(u'/')), FolderMode::followUmask);
+    // Non-blocking: opening a FIFO would otherwise wait for a reader.
+    m_file = FileDescriptor(::open(nativePath(m_path).constData(),
+                                   O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
+                                   0666)); // less the umask
+    if (!m_file.isOpen())
+        throw FileError(u"Cannot write"_s, m_path, errno);
+    struct stat status = {};
+    if (::fstat(m_file.get(), &status) != 0)
+        throw FileError(u"Cannot write"_s, m_path, errno);
+    // A second name would change with this one.
+    if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid() || status.st_nlink != 1)
+        throw FileError(u"%1 is not a file that VORN made; move it before retrying."_s.arg(m_path));
+    m_size = status.st_size;
+    if (m_size > expectedBytes)
+        throw FileError(u"Partial file is larger than catalog size."_s);
+    if (::lseek(m_file.get(), 0, SEEK_END) != m_size)
+        throw FileError(u"Cannot write"_s, m_path, errno);
+}
+
+void PartialRecording::append(const QByteArray &bytes)
+{
+    qsizetype written = 0;
+    while (written < bytes.size()) {
+        const ssize_t count =
+            ::write(m_file.get(), bytes.constData() + written, std::size_t(bytes.size() - written));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            throw FileError(u"Cannot write"_s, m_path, errno);
+        written += count;
+        m_size += count;
+    }
+    m_unflushed += written;
+    if (m_unflushed >= bytesBetweenFlushes)
+        flush();
+}
+
+void PartialRecording::flush()
+{
+    if (::fsync(m_file.get()) != 0)
+        throw FileError(u"Cannot write"_s, m_path, errno);
+    m_unflushed = 0;
+}
+
+QString PartialRecording::sha256() const
+{
+    return sha256OfFile(m_path);
+}
+
+void PartialRecording::clear()
+{
+    if (::ftruncate(m_file.get(), 0) != 0 || ::lseek(m_file.get(), 0, SEEK_SET) != 0)
+        throw FileError(u"Cannot write"_s, m_path, errno);
+    m_size = 0;
+    flush();
+}
+
+void PartialRecording::moveToDestination()
+{
+    moveWithoutReplacing(m_path, m_destination);
+    flushFolderOf(m_destination);
+}
+
+} // namespace vorn

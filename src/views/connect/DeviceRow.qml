@@ -1,0 +1,72 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Vorn
+
+// A phone whose transfer server has been found.
+AbstractButton {
+    id: root
+
+    required property int index
+    required property string serviceName
+    required property string detail
+    required property bool canPair
+    required property bool isSelected
+
+    implicitHeight: 48
+    enabled: canPair
+    focusPolicy: Qt.StrongFocus
+    hoverEnabled: true
+
+    Accessible.role: Accessible.RadioButton
+    Accessible.name: serviceName
+    Accessible.description: detail
+    Accessible.checked: isSelected
+    Accessible.onPressAction: if (enabled) clicked()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
+
+    contentItem: RowLayout {
+        spacing: Theme.inside
+
+        TokenIcon {
+            Layout.leftMargin: Theme.inside
+            icon: root.canPair ? "phone" : "warning"
+            size: 20
+            color: root.canPair ? Theme.ready : Theme.warning
+        }
+        ColumnLayout {
+            spacing: 2
+
+            TextLabel {
+                Layout.fillWidth: true
+                text: root.serviceName
+                maximumLineCount: 1
+                color: root.canPair ? Theme.text : Theme.secondary
+                Accessible.ignored: true
+            }
+            SmallLabel {
+                Layout.fillWidth: true
+                text: root.detail
+                color: root.canPair ? Theme.ready : Theme.warning
+                Accessible.ignored: true
+            }
+        }
+        TokenIcon {
+            Layout.rightMargin: Theme.inside
+            visible: root.isSelected
+            icon: "check"
+            color: Theme.ready
+        }
+    }
+    background: Rectangle {
+        radius: Theme.radius
+        color: root.hovered && root.enabled ? Theme.frame : Theme.raised
+        border.width: root.isSelected ? 2 : 1
+        border.color: root.isSelected ? Theme.ready : Theme.frame
+
+        FocusRing {
+            visible: root.visualFocus
+        }
+    }
+}

@@ -1,0 +1,86 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Layouts
+import Vorn
+
+// What the user compares with the phone's screen, and the code that is typed from there.
+ColumnLayout {
+    id: root
+
+    required property SecureConnectViewModel connection
+    readonly property alias codeField: code
+
+    spacing: Theme.inside
+
+    SectionTitle {
+        text: qsTr("VERIFY ON BOTH SCREENS")
+    }
+    // The fingerprint stands alone: no name from the network beside it.
+    Rectangle {
+        Layout.fillWidth: true
+        implicitHeight: groups.implicitHeight + 2 * Theme.inside
+        radius: Theme.radius
+        color: Theme.field
+        border.color: Theme.frame
+
+        Accessible.role: Accessible.StaticText
+        Accessible.name: root.connection.fingerprintRows.join("  ")
+
+        Column {
+            id: groups
+
+            anchors.centerIn: parent
+            spacing: Theme.tight
+
+            Repeater {
+                model: root.connection.fingerprintRows
+
+                TextLabel {
+                    required property string modelData
+
+                    text: modelData
+                    elide: Text.ElideNone
+                    font.family: Theme.mono
+                    font.pixelSize: 22
+                    font.letterSpacing: 1
+                    Accessible.ignored: true
+                }
+            }
+        }
+    }
+    AppCheckBox {
+        Layout.fillWidth: true
+        text: qsTr("This 128-bit fingerprint matches the fingerprint shown on the phone")
+        checked: root.connection.fingerprintConfirmed
+        onToggled: root.connection.fingerprintConfirmed = checked
+    }
+    AppTextField {
+        id: code
+
+        Layout.fillWidth: true
+        label: qsTr("Six-digit code from phone")
+        font.family: text.length > 0 ? Theme.mono : Theme.sans
+        inputMethodHints: Qt.ImhDigitsOnly | Qt.ImhSensitiveData | Qt.ImhNoPredictiveText
+        onTextChanged: {
+            root.connection.pairingCode = text;
+            // What was kept of it.
+            text = root.connection.pairingCode;
+        }
+        Component.onCompleted: text = root.connection.pairingCode
+
+        Connections {
+            target: root.connection
+            function onPairingCodeChanged() {
+                if (code.text !== root.connection.pairingCode)
+                    code.text = root.connection.pairingCode;
+            }
+        }
+    }
+    SmallLabel {
+        Layout.fillWidth: true
+        text: qsTr("The code is single-use. The read-only authorization stays only in memory and is cancelled on background, path change, expiry or transfer failure.")
+        wrapMode: Text.Wrap
+        elide: Text.ElideNone
+    }
+}

@@ -1,0 +1,173 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Vorn
+
+// From a live camera to a paired one, top to bottom.
+Sheet {
+    id: root
+
+    required property SecureConnectViewModel connection
+
+    title: qsTr("Secure Camera Transfer")
+    wide: 600
+    onConfirmed: connection.pair()
+    onAboutToShow: page.scrollBy(-page.contentHeight)
+    onOpened: scan.forceActiveFocus(Qt.PopupFocusReason)
+
+    Connections {
+        target: root.connection
+        function onPaired() {
+            root.close();
+        }
+    }
+
+    RowLayout {
+        spacing: Theme.between
+
+        TextLabel {
+            Layout.fillWidth: true
+            text: qsTr("The phone must be foreground-active in Transfer Mode. Camera, microphone and preview stop first.")
+            wrapMode: Text.Wrap
+            elide: Text.ElideNone
+            color: Theme.secondary
+        }
+        AppButton {
+            id: scan
+
+            Layout.alignment: Qt.AlignTop
+            text: qsTr("Scan Again")
+            iconName: "search"
+            onClicked: root.connection.scanAgain()
+        }
+    }
+    ScrollPage {
+        id: page
+
+        label: root.title
+        Layout.fillWidth: true
+        Layout.preferredHeight: Math.min(contentHeight, root.parent.height - 240)
+        // Once the block that belongs to the choice has its place.
+        property bool revealNext
+        onContentHeightChanged: if (revealNext) Qt.callLater(showVerification)
+        onRevealNextChanged: if (revealNext) Qt.callLater(showVerification)
+        function showVerification() {
+            reveal(verify);
+            revealNext = false;
+        }
+
+        SectionTitle {
+            visible: root.connection.hasSessions
+            text: qsTr("ACTIVE SESSIONS")
+        }
+        ColumnLayout {
+            Layout.fillWidth: true
+            visible: root.connection.hasSessions
+            spacing: Theme.row
+
+            Repeater {
+                model: root.connection.sessions
+
+                SessionRow {
+                    Layout.fillWidth: true
+                    onEnded: root.connection.endSession(index)
+                }
+            }
+        }
+        SectionTitle {
+            text: qsTr("CAMERAS IN TRANSFER MODE")
+        }
+        GridLayout {
+            Layout.fillWidth: true
+            visible: !root.connection.hasDevices && root.connection.hasCameras
+            columns: 2
+            columnSpacing: Theme.row
+            rowSpacing: Theme.row
+
+            Repeater {
+                model: root.connection.cameras
+
+                AskButton {
+                    Layout.fillWidth: true
+                    Layout.preferredWidth: 1 // all the same
+                    onClicked: root.connection.ask(index)
+                }
+            }
+        }
+        StatusLine {
+            Layout.fillWidth: true
+            visible: !root.connection.hasDevices && text.length > 0
+            text: root.connection.requestText
+            icon: root.connection.requestFailed ? "warning" : "phone"
+            iconColor: root.connection.requestFailed ? Theme.warning : Theme.ready
+            textColor: iconColor
+        }
+        RowLayout {
+            visible: !root.connection.hasDevices
+            spacing: Theme.inside
+
+            BusyIndicator {
+                implicitWidth: 28
+                implicitHeight: 28
+                running: visible
+                palette.dark: Theme.secondary
+                Accessible.ignored: true
+            }
+            ColumnLayout {
+                spacing: 2
+
+                TextLabel {
+                    Layout.fillWidth: true
+                    text: qsTr("Scanning for authenticated VORN transfer…")
+                }
+                SmallLabel {
+                    Layout.fillWidth: true
+                    text: root.connection.hint
+                }
+            }
+        }
+        ColumnLayout {
+            Layout.fillWidth: true
+            visible: root.connection.hasDevices
+            spacing: Theme.row
+
+            Repeater {
+                model: root.connection.devices
+
+                DeviceRow {
+                    Layout.fillWidth: true
+                    onClicked: {
+                        root.connection.choose(index);
+                        page.revealNext = true;
+                    }
+                }
+            }
+        }
+        FingerprintBlock {
+            id: verify
+
+            Layout.fillWidth: true
+            visible: root.connection.hasSelection
+            connection: root.connection
+        }
+    }
+    buttons: [
+        SmallLabel {
+            Layout.fillWidth: true
+            text: qsTr("Phone originals are never deleted")
+        },
+        AppButton {
+            text: qsTr("Close")
+            onClicked: root.close()
+        },
+        AppButton {
+            text: qsTr("Pair & Load Projects")
+            prominent: true
+            enabled: root.connection.canPair
+            obstacle: root.connection.pairObstacle
+            onClicked: root.connection.pair()
+        }
+    ]
+}

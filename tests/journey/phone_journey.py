@@ -1,0 +1,123 @@
+"""The live road through the real windows: phones seen, asked, compared, paired, downloaded, exported.
+
+phone_journey.py PROGRAM OUT: OUT holds the control socket of four simulated phones and gets pictures/ and the
+package. Runs on the display and with the folders that its environment names.
+"""
+
+import json
+import os
+import pathlib
+import shutil
+import sys
+
+from desktop import JourneyError, Program, wait_for
+from phones import Phones
+
+CAMERAS = ("cam-a", "cam-b", "cam-c", "cam-d")
+NAMES = {"cam-a": "Mara's phone", "cam-b": "Jonas's phone", "cam-c": "Ada's phone", "cam-d": "Tarek's phone"}
+
+
+def library():
+    return json.loads((pathlib.Path(os.environ["XDG_DATA_HOME"]) / "VORN/library.json").read_text())
+
+
+def expect(condition, what):
+    if not condition:
+        raise JourneyError(what)
+
+
+def ask_for_files(program):
+    """Asks the first phone from the sheet; the others are put into Transfer Mode by hand."""
+    program.press("Connect")
+    program.wait("Scanning for authenticated VORN transfer…")
+    program.wait("Choose a live camera and approve the request on that device.")
+    program.picture("nobody-shares")
+    program.press_in("Secure Camera Transfer", NAMES["cam-a"])
+    program.wait_gone("Scanning for authenticated VORN transfer…")
+    program.picture("one-shares")
+
+
+def pair(program, phones, camera):
+    program.wait("Secure Camera Transfer")
+    program.press_in("Secure Camera Transfer", NAMES[camera])
+    program.wait("VERIFY ON BOTH SCREENS")
+    transfer = phones.state()["phones"][camera]["transfer"]
+    shown = program.wait("Six-digit code from phone") and [
+        text for text in program.texts() if text.replace(" ", "") == transfer["shownFingerprint"].replace(" ", "")]
+    expect(shown, f"{camera}'s fingerprint is not shown")
+    program.press("This 128-bit fingerprint matches the fingerprint shown on the phone")
+    program.type_into("Six-digit code from phone", transfer["code"])
+    program.picture(f"verify-{camera}")
+    program.press("Pair & Load Projects")
+    program.wait_gone("Secure Camera Transfer")
+
+
+def download(program):
+    program.press("Media")
+    program.picture("on-device")
+    program.press("Download Take")
+    program.wait("READY", seconds=120)
+    clips = [clip for project in library()["projects"] for take in project["takes"] for clip in take["clips"]]
+    expect(len(clips) == 4 and all("localPath" in clip for clip in clips), "not every recording is here")
+    program.picture("downloaded")
+
+
+def export(program, parent):
+    program.press("Export for Resolve")
+    program.choose_path("Choose Parent Folder for Resolve Export", parent, "Choose")
+    package = wait_for("the package", lambda: next(parent.glob("VORN_*/source-manifest.json"), None),
+                       120).parent
+    program.press("Activity")
+    program.wait(f"Created Resolve export {package.name}.")
+    program.picture("activity")
+    return package
+
+
+def end_sessions(program, phones):
+    program.press("Connect")
+    program.wait("ACTIVE SESSIONS")
+    program.picture("sessions")
+    for _ in CAMERAS:
+        program.press_in("Secure Camera Transfer", "End")
+    program.wait_gone("ACTIVE SESSIONS")
+    wait_for("the phones to be told", lambda: all(
+        phone["transfer"]["isOver"] for phone in phones.state()["phones"].values()))
+
+
+def main():
+    path, out = sys.argv[1], pathlib.Path(sys.argv[2])
+    pictures = out / "pictures"
+    shutil.rmtree(pictures, ignore_errors=True)
+    pictures.mkdir(parents=True)
+    packages = out / "packages 100% #1"
+    shutil.rmtree(packages, ignore_errors=True)
+    packages.mkdir()
+
+    phones = Phones(out / "control")
+    program = Program(path, pictures)
+    try:
+        program.wait("4 CAMERAS")
+        program.wait_gone("Connecting…")
+        program.picture("director")
+        program.press("Library")
+        ask_for_files(program)
+        for camera in CAMERAS[1:]:
+            phones.do(f"{camera} server on")
+        for camera in CAMERAS:
+            if camera != CAMERAS[0]:
+                program.press("Connect")
+            pair(program, phones, camera)
+        program.picture("paired")
+        download(program)
+        package = export(program, packages)
+        end_sessions(program, phones)
+    except JourneyError as error:
+        program.picture("failed")
+        sys.exit(f"The journey failed: {error}. On the screen: {program.texts()}")
+    finally:
+        program.end()
+    print(package)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,25 @@
+"""The control socket of simulated phones."""
+
+import json
+import socket
+
+from desktop import JourneyError
+
+
+class Phones:
+    def __init__(self, path):
+        self.socket = socket.socket(socket.AF_UNIX)
+        self.socket.connect(str(path))
+        self.lines = self.socket.makefile("rw")
+
+    def do(self, command):
+        """Gives one command; the value of its answer."""
+        self.lines.write(command + "\n")
+        self.lines.flush()
+        word, _, value = self.lines.readline().strip().partition(" ")
+        if word != "ok":
+            raise JourneyError(f"the phones answer “{command}” with “{value}”")
+        return value
+
+    def state(self):
+        return json.loads(self.do("state"))
