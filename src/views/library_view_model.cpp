@@ -95,6 +95,8 @@ QString LibraryViewModel::downloadObstacle() const
     const VORNTake *take = m_store.selectedTake();
     if (!take)
         return u"No take is selected."_s;
+    if (take->clips.empty())
+        return u"This take has no recordings."_s;
     if (std::ranges::all_of(take->clips, isLocal))
         return u"All recordings of this take are on this computer."_s;
     if (!m_store.canDownloadSelectedTake())

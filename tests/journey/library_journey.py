@@ -92,7 +92,7 @@ def choose_reference(program, manifest):
 def export(program, parent):
     download = program.wait("Download Take")
     # Qt 6.4 tells the accessibility bus of a disabled Qt Quick control by its description alone.
-    expect("phone" in download.get_description(), "Download Take does not say why it is disabled")
+    expect("on this computer" in download.get_description(), "Download Take does not say why it is disabled")
     program.press("Export for Resolve")
     program.choose_path("Choose Parent Folder for Resolve Export", parent, "Choose")
     package = wait_for("the package", lambda: next(parent.glob("VORN_*/source-manifest.json"), None),

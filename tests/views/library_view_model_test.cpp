@@ -215,11 +215,23 @@ private Q_SLOTS:
     {
         Desk desk({{u"p"_s, u"P"_s, 1, {}}});
         QVERIFY(!desk.view.canDownload());
-        QCOMPARE(desk.view.downloadObstacle(), u"No phone is connected."_s);
+        QCOMPARE(desk.view.downloadObstacle(), u"No take is selected."_s);
         QVERIFY(!desk.view.canExport());
         QCOMPARE(desk.view.exportObstacle(), u"No take is selected."_s);
         QVERIFY(desk.store.prepareDirectorTake(u"t"_s));
         QVERIFY(desk.view.canExport());
+        QCOMPARE(desk.view.downloadObstacle(), u"This take has no recordings."_s);
+
+        VORNTake take;
+        take.id = u"t"_s;
+        take.clips = {clip(u"A"_s, true), clip(u"B"_s, false)};
+        Desk pending({{u"p"_s, u"P"_s, 1, {take}}});
+        QCOMPARE(pending.view.downloadObstacle(),
+                 u"Connect to the phones that hold this take's recordings."_s);
+        take.clips = {clip(u"A"_s, true)};
+        Desk complete({{u"p"_s, u"P"_s, 1, {take}}});
+        QCOMPARE(complete.view.downloadObstacle(),
+                 u"All recordings of this take are on this computer."_s);
     }
 
     void showsFailuresAndActivity()

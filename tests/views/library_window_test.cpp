@@ -316,7 +316,8 @@ private Q_SLOTS:
         }
         QAccessibleInterface *download =
             QAccessible::queryAccessibleInterface(probe.named(u"Download Take"_s));
-        QCOMPARE(download->text(QAccessible::Description), u"No phone is connected."_s);
+        QCOMPARE(download->text(QAccessible::Description),
+                 u"All recordings of this take are on this computer."_s);
 
         QQuickItem *make = probe.named(u"New"_s);
         const QSignalSpy pressed(make, SIGNAL(clicked()));
@@ -336,8 +337,8 @@ private Q_SLOTS:
         QQuickItem *download = probe.named(u"Download Take"_s);
         const QPointF centre(download->width() / 2, download->height() / 2);
         QTest::mouseMove(probe.window(), download->mapToScene(centre).toPoint());
-        QTRY_VERIFY(probe.shows(
-            u"Resume and verify every pending camera recording in this take\nNo phone is connected."_s));
+        QTRY_VERIFY(probe.shows(u"Resume and verify every pending camera recording in this take\n"
+                                "All recordings of this take are on this computer."_s));
     }
 
     void isWalkedByTab()
@@ -349,7 +350,8 @@ private Q_SLOTS:
             stops += probe.focusName();
         } while (stops.size() < 20 && (stops.size() == 1 || stops.last() != stops.first()));
         QCOMPARE(stops.join(u", "_s),
-                 u"Search projects, PROJECTS, New, Rename, Settings, Director, Takes, Director, "
+                 u"Search projects, PROJECTS, New, Rename, Settings, Connect, Director, Takes, "
+                 u"Director, "
                  "Import Manifest, Export for Resolve, Take view, Search projects"_s);
     }
 };
