@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
@@ -17,6 +18,10 @@ namespace {
 
 // What a power cut may cost of a long download.
 constexpr std::int64_t bytesBetweenFlushes = 64 << 20;
+
+// Of one write. Larger ones make some kernels cache the file in large pieces of memory that is
+// cold: measured on Linux 6.18 with ext4, 8 MiB at once cost three times the processor time.
+constexpr qsizetype bytesOfWrite = 64 << 10;
 
 void flushFolderOf(const QString &path)
 {
@@ -90,8 +95,8 @@ void PartialRecording::append(const QByteArray &bytes)
 {
     qsizetype written = 0;
     while (written < bytes.size()) {
-        const ssize_t count =
-            ::write(m_file.get(), bytes.constData() + written, std::size_t(bytes.size() - written));
+        const ssize_t count = ::write(m_file.get(), bytes.constData() + written,
+                                      std::size_t(std::min(bytes.size() - written, bytesOfWrite)));
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
@@ -99,6 +104,9 @@ void PartialRecording::append(const QByteArray &bytes)
         written += count;
         m_size += count;
     }
+    // The disk begins while the next range is fetched, so that a flush finds little to wait for.
+    // Whether it does shows nowhere but in the time.
+    ::sync_file_range(m_file.get(), m_size - written, written, SYNC_FILE_RANGE_WRITE);
     m_unflushed += written;
     if (m_unflushed >= bytesBetweenFlushes)
         flush();

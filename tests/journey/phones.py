@@ -3,7 +3,9 @@
 import json
 import socket
 
-from desktop import JourneyError
+
+class PhonesError(Exception):
+    pass
 
 
 class Phones:
@@ -18,7 +20,7 @@ class Phones:
         self.lines.flush()
         word, _, value = self.lines.readline().strip().partition(" ")
         if word != "ok":
-            raise JourneyError(f"the phones answer “{command}” with “{value}”")
+            raise PhonesError(f"the phones answer “{command}” with “{value}”")
         return value
 
     def state(self):

@@ -1,0 +1,82 @@
+// What a phone's catalog costs on its way into the library, beside the bare reading of its JSON.
+// Takes of one recording, which is what one phone has of each.
+
+#include "catalog_samples.h"
+#include "library/catalog_merge.h"
+#include "library/record_json.h"
+#include "transfer/catalog_gate.h"
+
+#include <QJsonDocument>
+
+#include <benchmark/benchmark.h>
+
+#include <string>
+
+using namespace Qt::StringLiterals;
+using namespace vorn;
+
+namespace {
+
+constexpr int anchorsOfClip = 10;
+
+DeviceCatalog catalogOf(int clips)
+{
+    DeviceCatalog catalog;
+    catalog.deviceId = sampleUuid(0);
+    catalog.deviceName = u"Cam 01"_s;
+    catalog.catalogRevision = 1;
+    catalog.projects = {
+        {.projectId = sampleUuid(1), .name = u"Night"_s, .revision = 1, .takes = {}}};
+    for (int n = 0; n < clips; ++n) {
+        CatalogClip clip = catalogClip(n + 2, u"cam-a"_s);
+        clip.anchors.emplace();
+        for (int anchor = 0; anchor < anchorsOfClip; ++anchor)
+            clip.anchors->push_back({anchor * 1.25, anchor * 1.25 + 0.03125, 0.9, 1.5});
+        catalog.projects.front().takes.push_back(
+            catalogTake(u"take-%1"_s.arg(n, 6, 10, QLatin1Char('0')), sampleUuid(1), {clip}));
+    }
+    return catalog;
+}
+
+void registerFor(int clips)
+{
+    const auto catalog = catalogOf(clips);
+    const QByteArray text = QJsonDocument(jsonFromRecord(catalog)).toJson(QJsonDocument::Compact);
+    const QString size = u"%1_clips"_s.arg(clips);
+    const auto add = [&](const char *name, auto run) {
+        const std::string key = name + ('_' + size.toStdString());
+        benchmark::RegisterBenchmark((key + "/ours").c_str(), run)->Unit(benchmark::kMicrosecond);
+        benchmark::RegisterBenchmark((key + "/yardstick").c_str(), [text](benchmark::State &state) {
+            for (auto _ : state)
+                benchmark::DoNotOptimize(QJsonDocument::fromJson(text));
+        })->Unit(benchmark::kMicrosecond);
+    };
+    add("catalog_decode", [text](benchmark::State &state) {
+        for (auto _ : state)
+            benchmark::DoNotOptimize(recordFromJson<DeviceCatalog>(text, u"catalog"_s));
+    });
+    add("catalog_gate", [catalog](benchmark::State &state) {
+        for (auto _ : state)
+            TransferProtocol::validateAuthenticatedCatalog(catalog, sampleCatalogURL);
+    });
+    add("catalog_merge", [catalog](benchmark::State &state) {
+        for (auto _ : state)
+            benchmark::DoNotOptimize(mergeCatalog(catalog, sampleCatalogURL, {}));
+    });
+    const VORNLibrary library = mergeCatalog(catalog, sampleCatalogURL, {});
+    add("catalog_merge_again", [catalog, library](benchmark::State &state) {
+        for (auto _ : state)
+            benchmark::DoNotOptimize(mergeCatalog(catalog, sampleCatalogURL, library));
+    });
+}
+
+} // namespace
+
+int main(int argumentCount, char *arguments[])
+{
+    benchmark::Initialize(&argumentCount, arguments);
+    for (const int clips : {1'000, 10'000})
+        registerFor(clips);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
