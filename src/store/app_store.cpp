@@ -94,12 +94,12 @@ QCoro::Task<> AppStore::prepareSaves()
 {
     m_ui.assertCurrent();
     const QPointer<AppStore> self(this);
-    LibraryFile::EncodedTakes encoded =
+    const LibraryFile::EncodedTakes encoded =
         co_await offThread([library = m_library] { return LibraryFile::encodedTakes(library); });
     if (!self)
         co_return;
     m_ui.assertCurrent();
-    m_file.adopt(std::move(encoded));
+    m_file.adopt(encoded);
 }
 
 void AppStore::save()

@@ -146,7 +146,8 @@ private:
     [[nodiscard]] Client clientOf(const VORNClip &clip) const VORN_RUNS_ON(m_ui);
     void addSession(const Client &client);
     void removeSessions(const QString &deviceId);
-    void mergeCatalog(const DeviceCatalog &catalog, const Client &client);
+    QCoro::Task<> mergeCatalog(DeviceCatalog catalog, Client client);
+    void finishPairing(const DeviceCatalog &catalog, const Client &client);
     QCoro::Task<> download(PendingDownload pending);
     QCoro::Task<> fetch(PendingDownload pending, Client client, QUrl url);
     [[nodiscard]] const VORNClip *storedClip(const PendingDownload &pending) const

@@ -29,6 +29,12 @@ DeviceCatalog checkedCatalog(const QByteArray &bytes, const QString &deviceId, c
     return catalog;
 }
 
+/// A library with the texts of its takes, so that it is saved quickly.
+struct MergedLibrary {
+    VORNLibrary library;
+    LibraryFile::EncodedTakes texts;
+};
+
 } // namespace
 
 QCoro::Task<bool> AppStore::pairAndConnect(DiscoveredDevice device, QString pairingCode,
@@ -52,7 +58,7 @@ QCoro::Task<bool> AppStore::pairAndConnect(DiscoveredDevice device, QString pair
                 return checkedCatalog(bytes, id, url);
             });
         if (self)
-            mergeCatalog(catalog, client);
+            co_await mergeCatalog(catalog, client);
     } catch (const std::exception &error) {
         failure = u"Secure camera connection failed: "_s + QString::fromUtf8(error.what());
     }
@@ -66,10 +72,33 @@ QCoro::Task<bool> AppStore::pairAndConnect(DiscoveredDevice device, QString pair
     co_return failure.isEmpty();
 }
 
-void AppStore::mergeCatalog(const DeviceCatalog &catalog, const Client &client)
+QCoro::Task<> AppStore::mergeCatalog(DeviceCatalog catalog, Client client)
 {
     m_ui.assertCurrent();
-    m_library = vorn::mergeCatalog(catalog, client->catalogURL(), m_library);
+    const QPointer<AppStore> self(this);
+    // A merge is worked out on another thread, and worked out again if the library has changed
+    // under it.
+    VORNLibrary base;
+    MergedLibrary merged;
+    do {
+        base = m_library;
+        merged = co_await offThread([base, catalog, url = client->catalogURL()] {
+            VORNLibrary library = vorn::mergeCatalog(catalog, url, base);
+            auto texts = LibraryFile::encodedTakes(library);
+            return MergedLibrary{std::move(library), std::move(texts)};
+        });
+        if (!self)
+            co_return;
+        m_ui.assertCurrent();
+    } while (m_library != base);
+    m_library = std::move(merged.library);
+    m_file.adopt(merged.texts);
+    finishPairing(catalog, client);
+}
+
+void AppStore::finishPairing(const DeviceCatalog &catalog, const Client &client)
+{
+    m_ui.assertCurrent();
     addSession(client);
     Q_EMIT libraryChanged();
     save();

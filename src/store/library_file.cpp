@@ -65,10 +65,9 @@ LibraryFile::EncodedTakes LibraryFile::encodedTakes(const VORNLibrary &library)
     return encoded;
 }
 
-void LibraryFile::adopt(EncodedTakes encoded)
+void LibraryFile::adopt(const EncodedTakes &encoded)
 {
-    if (m_encoded.isEmpty())
-        m_encoded = std::move(encoded);
+    m_encoded.insert(encoded);
 }
 
 QString LibraryFile::path() const

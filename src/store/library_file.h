@@ -33,11 +33,11 @@ public:
     /// beside first; then the name of the file that keeps them is returned. Throws FileError.
     std::optional<QString> save(const VORNLibrary &library);
 
-    /// The texts of all takes. Pure, so that another thread can prepare the first save.
+    /// The texts of all takes. Pure, so that another thread can prepare a large save.
     [[nodiscard]] static EncodedTakes encodedTakes(const VORNLibrary &library);
 
-    /// Takes over prepared texts, unless a save has made them meanwhile. Outdated ones do no harm.
-    void adopt(EncodedTakes encoded);
+    /// Takes over prepared texts. Outdated ones do no harm.
+    void adopt(const EncodedTakes &encoded);
 
 private:
     [[nodiscard]] QString path() const;
