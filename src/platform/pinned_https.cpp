@@ -3,7 +3,6 @@
 #include <QCoroFuture>
 #include <QPromise>
 
-#include <optional>
 #include <utility>
 
 namespace vorn {
@@ -18,21 +17,22 @@ struct Job {
 } // namespace
 
 PinnedHttps::PinnedHttps(HttpsOrigin origin, HttpsLimits limits)
-    : m_thread(QStringLiteral("https"), [origin = std::move(origin), limits] {
-          return std::make_unique<HttpsConnection>(origin, limits);
-      })
 {
+    m_thread.emplace(QStringLiteral("https"), [origin = std::move(origin), limits] {
+        return std::make_unique<HttpsConnection>(origin, limits);
+    });
 }
 
 PinnedHttps::~PinnedHttps()
 {
-    m_ui.assertCurrent();
-    m_stop.request(); // what the thread waits for ends
+    close();
 }
 
 QCoro::Task<HttpsAnswer> PinnedHttps::send(HttpsRequest request)
 {
     m_ui.assertCurrent();
+    if (!m_thread)
+        throw HttpsError(HttpsError::Case::closed);
     const auto job = std::make_shared<Job>();
     job->request = std::move(request);
     if (job->request.received) {
@@ -44,7 +44,7 @@ QCoro::Task<HttpsAnswer> PinnedHttps::send(HttpsRequest request)
     }
     job->promise.start();
     auto future = job->promise.future();
-    m_thread.post([job, &stop = m_stop](HttpsConnection &connection) {
+    m_thread->post([job, &stop = m_stop](HttpsConnection &connection) {
         try {
             job->promise.addResult(
                 std::make_shared<HttpsAnswer>(connection.perform(job->request, stop)));
@@ -60,8 +60,8 @@ QCoro::Task<HttpsAnswer> PinnedHttps::send(HttpsRequest request)
 void PinnedHttps::close()
 {
     m_ui.assertCurrent();
-    m_stop.request();
-    m_thread.post([](HttpsConnection &connection) { connection.close(); });
+    m_stop.request(); // what the thread waits for ends
+    m_thread.reset();
 }
 
 } // namespace vorn

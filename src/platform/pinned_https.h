@@ -7,6 +7,8 @@
 #include <QCoroTask>
 #include <QObject>
 
+#include <optional>
+
 namespace vorn {
 
 /// One HTTPS connection to one origin whose leaf certificate has one SHA-256, on a thread of its
@@ -14,8 +16,7 @@ namespace vorn {
 class PinnedHttps {
 public:
     explicit PinnedHttps(HttpsOrigin origin, HttpsLimits limits = {});
-    /// As close(), and waits for the thread, which takes milliseconds.
-    ~PinnedHttps();
+    ~PinnedHttps(); ///< as close()
     PinnedHttps(const PinnedHttps &) = delete;
     PinnedHttps &operator=(const PinnedHttps &) = delete;
 
@@ -23,14 +24,15 @@ public:
     /// this object, at most every 100 ms. Throws HttpsError, and what `checkHead` throws.
     [[nodiscard]] QCoro::Task<HttpsAnswer> send(HttpsRequest request);
 
-    /// Ends the connection at once: the requests that wait, and all to come, fail.
+    /// Ends the connection and its thread, which takes milliseconds: the requests that wait, and
+    /// all to come, fail.
     void close();
 
 private:
     ThreadContext m_ui;
     QObject m_inbox; ///< receives the progress of requests
     StopSignal m_stop;
-    WorkerThread<HttpsConnection> m_thread;
+    std::optional<WorkerThread<HttpsConnection>> m_thread VORN_OWNED_BY(m_ui); ///< absent: closed
 };
 
 } // namespace vorn

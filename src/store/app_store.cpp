@@ -54,7 +54,7 @@ AppStore::AppStore(std::optional<QString> storageRoot, std::optional<QString> re
 AppStore::~AppStore()
 {
     m_ui.assertCurrent();
-    *m_stop = true;
+    m_stop.request_stop();
     for (const auto &[deviceId, client] : m_transferClients)
         client->invalidate();
 }

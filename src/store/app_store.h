@@ -11,11 +11,11 @@
 #include <QCoroTask>
 #include <QObject>
 
-#include <atomic>
 #include <deque>
 #include <map>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <vector>
 
 namespace vorn {
@@ -46,7 +46,7 @@ public:
     /// The folders are the user's own unless given; a given folder is used as it stands.
     explicit AppStore(std::optional<QString> storageRoot = {},
                       std::optional<QString> recordingsRoot = {}, QObject *parent = nullptr);
-    /// Ends a running export, which then leaves nothing behind.
+    /// Ends what runs: an export leaves nothing behind, a download what it has.
     ~AppStore() override;
 
     [[nodiscard]] const VORNLibrary &library() const;
@@ -179,8 +179,8 @@ private:
     /// Clips that wait for their turn; the first one is being fetched.
     std::deque<PendingDownload> m_downloads VORN_OWNED_BY(m_ui);
     std::optional<DownloadProgress> m_downloadProgress VORN_OWNED_BY(m_ui);
-    /// Set when the store ends; a running export sees it and stops.
-    std::shared_ptr<std::atomic_bool> m_stop = std::make_shared<std::atomic_bool>(false);
+    /// Asked when the store ends; what runs on other threads for it then stops.
+    std::stop_source m_stop;
 };
 
 } // namespace vorn

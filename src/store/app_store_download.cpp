@@ -121,7 +121,9 @@ QCoro::Task<> AppStore::fetch(PendingDownload pending, Client client, QUrl url)
     const QString path =
         recordingPath(m_recordingsDirectory, pending.projectId, pending.takeId, clip);
     const bool isThere =
-        co_await offThread([path, digest = clip.sha256] { return isRecordingThere(path, digest); });
+        co_await offThread([path, digest = clip.sha256, stop = m_stop.get_token()] {
+            return isRecordingThere(path, digest, stop);
+        });
     if (!self)
         co_return;
     if (isThere) {
@@ -153,9 +155,9 @@ QCoro::Task<> AppStore::fetch(PendingDownload pending, Client client, QUrl url)
     }
 
     setTransfer(clip, TransferPhase::verifying, total, u"Checking SHA-256"_s);
-    co_await offThread([partial, path, digest = clip.sha256] {
+    co_await offThread([partial, path, digest = clip.sha256, stop = m_stop.get_token()] {
         partial->flush();
-        if (partial->sha256().compare(digest, Qt::CaseInsensitive) != 0) {
+        if (partial->sha256(stop).compare(digest, Qt::CaseInsensitive) != 0) {
             partial->clear();
             throw TransferProtocolError::invalid(
                 u"Downloaded SHA-256 does not match the phone catalog."_s);

@@ -2,6 +2,7 @@
 #include "platform/monotonic_clock.h"
 #include "platform/off_thread.h"
 #include "store/app_store.h"
+#include "store/store_ended.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -12,12 +13,6 @@ using namespace Qt::StringLiterals;
 
 namespace vorn {
 namespace {
-
-/// Thrown out of a run that nobody waits for any more.
-class ExportStopped : public std::exception {
-public:
-    [[nodiscard]] const char *what() const noexcept override { return "The program is closing."; }
-};
 
 // About three times a screen frame: quick enough for a bar, cheap for the interface.
 constexpr std::chrono::milliseconds progressInterval{50};
@@ -34,10 +29,9 @@ QCoro::Task<> AppStore::exportSelectedTake(QString parentFolder)
     const VORNTake take = *selectedTake();
 
     // Called on the worker; crosses to the UI thread by a posted value.
-    const auto report = [store = QPointer(this), stop = m_stop,
+    const auto report = [store = QPointer(this), stop = m_stop.get_token(),
                          last = MonotonicClock::time_point()](const ExportProgress &now) mutable {
-        if (*stop)
-            throw ExportStopped();
+        throwIfEnded(stop);
         const auto time = MonotonicClock::now();
         if (time - last < progressInterval)
             return;

@@ -51,7 +51,7 @@ QCoro::Task<bool> AppStore::pairAndConnect(DiscoveredDevice device, QString pair
     try {
         client = co_await AuthenticatedTransferClient::pair(
             std::move(device), std::move(pairingCode), m_collectorID,
-            name.isEmpty() ? u"VORN Mac"_s : name, fingerprintConfirmed);
+            name.isEmpty() ? u"VORN Mac"_s : name, fingerprintConfirmed, m_stop.get_token());
         const QByteArray bytes = co_await client->fetchCatalog();
         const DeviceCatalog catalog =
             co_await offThread([bytes, id = client->deviceId(), url = client->catalogURL()] {

@@ -2,6 +2,7 @@
 
 #include "library/safe_identifier.h"
 #include "platform/digest.h"
+#include "store/store_ended.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -45,6 +46,11 @@ void moveWithoutReplacing(const QString &from, const QString &to)
         throw FileError(u"Cannot remove"_s, from, errno);
 }
 
+QString digestOf(const QString &path, const std::stop_token &stop)
+{
+    return sha256OfFile(path, [&](std::int64_t) { throwIfEnded(stop); });
+}
+
 } // namespace
 
 QString recordingPath(const QString &recordingsFolder, const QString &projectId,
@@ -59,11 +65,12 @@ QString recordingPath(const QString &recordingsFolder, const QString &projectId,
     return path + u'/' + clip.fileName;
 }
 
-bool isRecordingThere(const QString &destination, const QString &sha256)
+bool isRecordingThere(const QString &destination, const QString &sha256,
+                      const std::stop_token &stop)
 {
     if (!somethingExistsAt(destination))
         return false;
-    if (sha256OfFile(destination).compare(sha256, Qt::CaseInsensitive) != 0)
+    if (digestOf(destination, stop).compare(sha256, Qt::CaseInsensitive) != 0)
         throw FileError(u"Existing destination hash differs; move it before retrying."_s);
     return true;
 }
@@ -119,9 +126,9 @@ void PartialRecording::flush()
     m_unflushed = 0;
 }
 
-QString PartialRecording::sha256() const
+QString PartialRecording::sha256(const std::stop_token &stop) const
 {
-    return sha256OfFile(m_path);
+    return digestOf(m_path, stop);
 }
 
 void PartialRecording::clear()

@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <stop_token>
 
 namespace vorn {
 
@@ -16,8 +17,9 @@ namespace vorn {
                                     const QString &takeId, const VORNClip &clip);
 
 /// True when the verified file is at `destination` already. Throws FileError when something else is
-/// there. Blocks.
-[[nodiscard]] bool isRecordingThere(const QString &destination, const QString &sha256);
+/// there. Blocks until the file is read, or throws StoreEnded.
+[[nodiscard]] bool isRecordingThere(const QString &destination, const QString &sha256,
+                                    const std::stop_token &stop);
 
 /// A recording on its way to the disk: "<destination>.part" grows, is flushed and checked, and only
 /// then gets its final name. It survives whatever ends the program, and the next one goes on at its
@@ -36,8 +38,8 @@ public:
     void append(const QByteArray &bytes);
     /// The bytes are on the disk when it returns. Throws FileError.
     void flush();
-    /// Of the whole file, 64 lower-case hexadecimal characters. Throws FileError.
-    [[nodiscard]] QString sha256() const;
+    /// Of the whole file, 64 lower-case hexadecimal characters. Throws FileError and StoreEnded.
+    [[nodiscard]] QString sha256(const std::stop_token &stop) const;
     /// Starts over at nothing. Throws FileError.
     void clear();
     /// Gives the file its final name, never that of a file that is there. Name and bytes are on the

@@ -88,7 +88,8 @@ QCoro::Task<HttpsAnswer> answerOf(QCoro::Task<HttpsAnswer> pending)
 
 QCoro::Task<std::shared_ptr<AuthenticatedTransferClient>>
 AuthenticatedTransferClient::pair(DiscoveredDevice device, QString pairingCode, QString collectorId,
-                                  QString collectorName, bool fingerprintConfirmed)
+                                  QString collectorName, bool fingerprintConfirmed,
+                                  std::stop_token stop)
 {
     require(device.supportsAuthenticatedTransfer(),
             u"This camera is not advertising authenticated transfer."_s);
@@ -102,6 +103,8 @@ AuthenticatedTransferClient::pair(DiscoveredDevice device, QString pairingCode, 
 
     const CoreDumpLock coreDumpLock; // the code and the token are in memory from here on
     auto https = std::make_unique<PinnedHttps>(originOf(device, fingerprint));
+    const std::stop_callback closing(std::move(stop),
+                                     [&connection = *https] { connection.close(); });
     QByteArray codeBytes = code.toUtf8();
     HttpsRequest request =
         pairingRequest(url, {.requestId = QUuid::createUuid().toString(QUuid::WithoutBraces),

@@ -16,6 +16,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 
 namespace vorn {
 
@@ -39,10 +40,11 @@ struct TransferSessionSummary {
 class AuthenticatedTransferClient {
 public:
     /// Pairs with a camera whose fingerprint the user has confirmed by eye. Nothing is sent before
-    /// the confirmation and six digits are there. Throws JsonError as well.
+    /// the confirmation and six digits are there. A requested stop, on this thread, ends it at
+    /// once. Throws JsonError as well.
     [[nodiscard]] static QCoro::Task<std::shared_ptr<AuthenticatedTransferClient>>
     pair(DiscoveredDevice device, QString pairingCode, QString collectorId, QString collectorName,
-         bool fingerprintConfirmed);
+         bool fingerprintConfirmed, std::stop_token stop = {});
 
     [[nodiscard]] const QString &deviceId() const { return m_summary.deviceId; }
     [[nodiscard]] const QString &deviceName() const { return m_summary.deviceName; }
