@@ -137,7 +137,8 @@ void TransferServer::endSession()
 
 void TransferServer::cutConnections()
 {
-    m_silent.clear();
+    for (const auto &[number, socket] : std::exchange(m_silent, {}))
+        m_journal.closed(number);
     for (TransferConnection *connection : findChildren<TransferConnection *>())
         connection->cut();
 }
@@ -172,7 +173,7 @@ void TransferServer::incomingConnection(qintptr descriptor)
     if (m_tlsFault == TlsFault::silent || m_tlsFault == TlsFault::plain) {
         const int number = m_journal.connected();
         if (m_tlsFault == TlsFault::silent) {
-            m_silent.push_back(std::move(socket));
+            m_silent.emplace(number, std::move(socket));
             return;
         }
         const QByteArray text = textAnswer(400, "text/plain", "no TLS here\n").head();

@@ -112,7 +112,7 @@ private:
     QTimer m_expiry;
     bool m_isOver = true;
     TransferJournal m_journal;
-    std::vector<FileDescriptor> m_silent; ///< connections that are not heard
+    std::map<int, FileDescriptor> m_silent; ///< connections that are not heard, by number
 
     TlsFault m_tlsFault = TlsFault::none;
     bool m_isHidden = false;                                    ///< not announced

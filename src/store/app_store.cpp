@@ -55,8 +55,6 @@ AppStore::~AppStore()
 {
     m_ui.assertCurrent();
     m_stop.request_stop();
-    for (const auto &[deviceId, client] : m_transferClients)
-        client->invalidate();
 }
 
 QString AppStore::loadOrCreateCollectorID()

@@ -179,7 +179,7 @@ private:
     /// Clips that wait for their turn; the first one is being fetched.
     std::deque<PendingDownload> m_downloads VORN_OWNED_BY(m_ui);
     std::optional<DownloadProgress> m_downloadProgress VORN_OWNED_BY(m_ui);
-    /// Asked when the store ends; what runs on other threads for it then stops.
+    /// Asked when the store ends: sessions close, and what runs on other threads stops.
     std::stop_source m_stop;
 };
 

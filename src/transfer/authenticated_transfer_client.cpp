@@ -103,8 +103,7 @@ AuthenticatedTransferClient::pair(DiscoveredDevice device, QString pairingCode, 
 
     const CoreDumpLock coreDumpLock; // the code and the token are in memory from here on
     auto https = std::make_unique<PinnedHttps>(originOf(device, fingerprint));
-    const std::stop_callback closing(std::move(stop),
-                                     [&connection = *https] { connection.close(); });
+    const std::stop_callback closing(stop, [&connection = *https] { connection.close(); });
     QByteArray codeBytes = code.toUtf8();
     HttpsRequest request =
         pairingRequest(url, {.requestId = QUuid::createUuid().toString(QUuid::WithoutBraces),
@@ -123,18 +122,20 @@ AuthenticatedTransferClient::pair(DiscoveredDevice device, QString pairingCode, 
          .sessionId = response.sessionId,
          .expiresAt = expiry,
          .fingerprint = fingerprint},
-        device.catalogURL, std::move(response.bearerToken), std::move(https)));
+        device.catalogURL, std::move(response.bearerToken), std::move(https), std::move(stop)));
 }
 
 AuthenticatedTransferClient::AuthenticatedTransferClient(TransferSessionSummary summary,
                                                          QUrl catalogURL, SecretBytes token,
-                                                         std::unique_ptr<PinnedHttps> https)
+                                                         std::unique_ptr<PinnedHttps> https,
+                                                         std::stop_token stop)
     : m_summary(std::move(summary)),
       m_catalogURL(std::move(catalogURL)),
+      m_coreDumpLock(std::in_place),
       m_bearerToken(std::move(token)),
-      m_https(std::move(https))
+      m_https(std::move(https)),
+      m_closing(std::move(stop), [this] { invalidate(); })
 {
-    m_coreDumpLock.emplace();
 }
 
 bool AuthenticatedTransferClient::isExpired() const

@@ -40,8 +40,8 @@ struct TransferSessionSummary {
 class AuthenticatedTransferClient {
 public:
     /// Pairs with a camera whose fingerprint the user has confirmed by eye. Nothing is sent before
-    /// the confirmation and six digits are there. A requested stop, on this thread, ends it at
-    /// once. Throws JsonError as well.
+    /// the confirmation and six digits are there. A stop that is requested on this thread
+    /// ends it at once, and later the session as invalidate() does. Throws JsonError as well.
     [[nodiscard]] static QCoro::Task<std::shared_ptr<AuthenticatedTransferClient>>
     pair(DiscoveredDevice device, QString pairingCode, QString collectorId, QString collectorName,
          bool fingerprintConfirmed, std::stop_token stop = {});
@@ -74,7 +74,7 @@ public:
 
 private:
     AuthenticatedTransferClient(TransferSessionSummary summary, QUrl catalogURL, SecretBytes token,
-                                std::unique_ptr<PinnedHttps> https);
+                                std::unique_ptr<PinnedHttps> https, std::stop_token stop);
 
     [[nodiscard]] HttpsRequest authorizedRequest(const QUrl &url) const;
 
@@ -84,6 +84,7 @@ private:
     std::optional<CoreDumpLock> m_coreDumpLock VORN_OWNED_BY(m_ui); ///< until closed
     SecretBytes m_bearerToken VORN_OWNED_BY(m_ui);                  ///< empty when closed
     std::unique_ptr<PinnedHttps> m_https;
+    std::stop_callback<std::function<void()>> m_closing;
 };
 
 } // namespace vorn

@@ -1,0 +1,100 @@
+#pragma once
+
+#include "platform/files.h"
+#include "platform/json_text.h"
+#include "rig_phones.h"
+#include "store/app_store.h"
+#include "support.h"
+#include "transfer/outcome.h"
+
+#include <QJsonArray>
+#include <QTemporaryDir>
+
+namespace vorn {
+
+/// Phones in Transfer Mode, and a store with a library of its own that pairs with them.
+class PhoneDesk {
+public:
+    explicit PhoneDesk(const RigPhonesOptions &options) : phones(options)
+    {
+        phones.must(QStringLiteral("all server on"));
+        open();
+    }
+
+    /// Starts the store on the library that is there.
+    void open()
+    {
+        m_store.reset();
+        m_store = std::make_unique<AppStore>(storage(), recordings());
+    }
+    /// A store on another, empty library.
+    void startOver()
+    {
+        m_store.reset();
+        m_folder = std::make_unique<QTemporaryDir>();
+        open();
+    }
+    void close() { m_store.reset(); }
+
+    [[nodiscard]] AppStore &store() { return *m_store; }
+    [[nodiscard]] QString storage() const { return m_folder->filePath(QStringLiteral("storage")); }
+    [[nodiscard]] QString recordings() const
+    {
+        return m_folder->filePath(QStringLiteral("recordings"));
+    }
+    [[nodiscard]] QByteArray libraryText() const
+    {
+        const QString path = storage() + QStringLiteral("/library.json");
+        return somethingExistsAt(path) ? readFile(path, 1 << 24) : QByteArray();
+    }
+
+    /// What discovery would list of a phone that is in Transfer Mode.
+    [[nodiscard]] DiscoveredDevice device(const QString &camera)
+    {
+        const QJsonObject shown = phones.transfer(camera);
+        DiscoveredDevice found;
+        found.serviceName = camera;
+        found.serviceType = transferServiceType.toString();
+        found.catalogURL = QUrl(shown[QStringLiteral("catalogURL")].toString());
+        found.address = QHostAddress(found.catalogURL.host());
+        found.certificateSHA256 = shown[QStringLiteral("fingerprint")].toString();
+        found.sessionId = shown[QStringLiteral("sessionId")].toString();
+        found.foregroundOnly = true;
+        return found;
+    }
+
+    [[nodiscard]] QCoro::Task<bool> pairing(const QString &camera)
+    {
+        phones.must(camera + QStringLiteral(" code"));
+        return m_store->pairAndConnect(device(camera), code(camera), true);
+    }
+    /// Pairs; false when that failed.
+    [[nodiscard]] bool pair(const QString &camera) { return Outcome(pairing(camera)).value(); }
+
+    [[nodiscard]] QString code(const QString &camera)
+    {
+        return phones.transfer(camera)[QStringLiteral("code")].toString();
+    }
+    /// How many requests of a kind a phone has had: pair, catalog, files, end.
+    [[nodiscard]] int requests(const QString &camera, const QString &route)
+    {
+        return phones.transfer(camera)[QStringLiteral("requestsByRoute")][route].toInt();
+    }
+
+    /// The activity log, oldest first, errors with "! " in front; `from` skips.
+    [[nodiscard]] QStringList messages(qsizetype from = 0) const
+    {
+        QStringList texts;
+        for (const ActivityEntry &entry : m_store->activities())
+            texts.prepend((entry.isError ? QStringLiteral("! ") : QString()) + entry.message);
+        return texts.mid(from);
+    }
+
+    RigPhones phones;
+
+private:
+    std::unique_ptr<QTemporaryDir> m_folder = std::make_unique<QTemporaryDir>();
+    std::unique_ptr<AppStore> m_store;
+};
+
+} // namespace vorn
