@@ -17,10 +17,26 @@ struct Job {
 } // namespace
 
 PinnedHttps::PinnedHttps(HttpsOrigin origin, HttpsLimits limits)
+    : m_origin(std::move(origin)), m_limits(limits)
 {
-    m_thread.emplace(QStringLiteral("https"), [origin = std::move(origin), limits] {
+    start();
+}
+
+void PinnedHttps::start()
+{
+    m_thread.emplace(QStringLiteral("https"), [origin = m_origin, limits = m_limits] {
         return std::make_unique<HttpsConnection>(origin, limits);
     });
+}
+
+void PinnedHttps::cancel()
+{
+    m_ui.assertCurrent();
+    if (!m_thread)
+        return;
+    close();
+    m_stop = StopSignal();
+    start();
 }
 
 PinnedHttps::~PinnedHttps()

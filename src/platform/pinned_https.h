@@ -24,12 +24,18 @@ public:
     /// this object, at most every 100 ms. Throws HttpsError, and what `checkHead` throws.
     [[nodiscard]] QCoro::Task<HttpsAnswer> send(HttpsRequest request);
 
+    /// The requests that wait fail; those to come go over a new connection.
+    void cancel();
     /// Ends the connection and its thread, which takes milliseconds: the requests that wait, and
     /// all to come, fail.
     void close();
 
 private:
+    void start() VORN_RUNS_ON(m_ui);
+
     ThreadContext m_ui;
+    const HttpsOrigin m_origin;
+    const HttpsLimits m_limits;
     QObject m_inbox; ///< receives the progress of requests
     StopSignal m_stop;
     std::optional<WorkerThread<HttpsConnection>> m_thread VORN_OWNED_BY(m_ui); ///< absent: closed

@@ -157,6 +157,8 @@ private:
                      const QString &message);
     void failDownload(const VORNClip &clip, const Client &client, const std::exception &error);
     void beginProgress(const PendingDownload &pending);
+    /// What the first one of the queue and those behind it come to.
+    void countDownloads();
     void setClipBytes(std::int64_t bytes);
     void endProgress();
 

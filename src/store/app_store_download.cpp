@@ -59,8 +59,10 @@ QCoro::Task<> AppStore::downloadSelectedTake()
         if (!isLocal(clip) && std::ranges::none_of(m_downloads, waits))
             m_downloads.push_back({clip, project->id, take->id});
     }
-    if (isRunning)
+    if (isRunning) {
+        countDownloads();
         co_return;
+    }
 
     const QPointer<AppStore> self(this);
     const SleepInhibitor awake(u"Recordings are being downloaded."_s);
@@ -178,7 +180,8 @@ void AppStore::failDownload(const VORNClip &clip, const Client &client, const st
     setTransfer(clip, TransferPhase::failed, 0, textOf(error));
     fail(u"Download failed for %1: %2"_s.arg(clip.fileName, textOf(error)));
     // Who has paired again meanwhile has another client, which did not fail.
-    if (!concernsConnection(error) || clientOf(clip) != client)
+    const Client present = clientOf(clip);
+    if (!concernsConnection(error) || (present && present != client))
         return;
     client->invalidate();
     removeSessions(*clip.deviceId);
@@ -230,11 +233,20 @@ void AppStore::beginProgress(const PendingDownload &pending)
     progress.cameraId = pending.clip.cameraId;
     progress.clipBytes = 0;
     progress.clipTotalBytes = *pending.clip.sizeBytes;
+    m_downloadProgress = progress;
+    countDownloads();
+}
+
+void AppStore::countDownloads()
+{
+    m_ui.assertCurrent();
+    if (!m_downloadProgress)
+        return;
+    DownloadProgress &progress = *m_downloadProgress;
     progress.clipCount = progress.clipIndex + m_downloads.size();
-    progress.allTotalBytes = progress.allBytes;
+    progress.allTotalBytes = progress.allBytes - progress.clipBytes;
     for (const PendingDownload &waiting : m_downloads)
         progress.allTotalBytes += waiting.clip.sizeBytes.value_or(0);
-    m_downloadProgress = progress;
     Q_EMIT downloadProgressChanged();
 }
 

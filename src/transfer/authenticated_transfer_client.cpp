@@ -200,6 +200,7 @@ QCoro::Task<> AuthenticatedTransferClient::end()
             authorizedRequest(TransferProtocol::endpoint(m_catalogURL, u"/vorn/v1/session/end"_s));
         request.method = HttpsRequest::Method::post;
         request.maximumBodyBytes = maximumIgnoredBytes;
+        m_https->cancel(); // a range may take a minute yet
         (void)co_await m_https->send(std::move(request));
     } catch (const std::exception &error) {
         // It ends here all the same, and there it expires.

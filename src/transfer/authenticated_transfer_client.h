@@ -66,7 +66,8 @@ public:
     fetchRange(QUrl url, std::int64_t start, std::int64_t end, std::int64_t expectedTotal,
                QString expectedSHA256, std::function<void(std::int64_t)> received = {});
 
-    /// Tells the camera that the session is over, unless it has expired, and closes. Never throws.
+    /// Tells the camera that the session is over, unless it has expired, and closes. Requests that
+    /// run, and all to come, fail. Never throws.
     [[nodiscard]] QCoro::Task<> end();
 
     /// Closes at once, without a word to the camera. Requests that run, and all to come, fail.

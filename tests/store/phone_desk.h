@@ -69,7 +69,13 @@ public:
         return m_store->pairAndConnect(device(camera), code(camera), true);
     }
     /// Pairs; false when that failed.
-    [[nodiscard]] bool pair(const QString &camera) { return Outcome(pairing(camera)).value(); }
+    [[nodiscard]] bool pair(const QString &camera)
+    {
+        const bool isPaired = Outcome(pairing(camera)).value();
+        if (!isPaired)
+            qWarning("%s", qPrintable(m_store->errorMessage().value_or(QString())));
+        return isPaired;
+    }
 
     [[nodiscard]] QString code(const QString &camera)
     {

@@ -1,0 +1,172 @@
+// A recording on its way to the disk, and what may stand in that way.
+
+#include "store/partial_recording.h"
+#include "store/store_ended.h"
+#include "support.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <dlfcn.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <functional>
+
+using namespace vorn;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QByteArrayList calls; // of the system, in their order
+
+bool isFolder(int descriptor)
+{
+    struct stat status = {};
+    return ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+template <class Function> Function real(const char *name)
+{
+    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+// Stand before the system's, to see when they are called.
+extern "C" {
+int fsync(int descriptor)
+{
+    calls += isFolder(descriptor) ? "flush folder" : "flush file";
+    return real<int (*)(int)>("fsync")(descriptor);
+}
+int renameat2(int fromFolder, const char *from, int toFolder, const char *to, unsigned flags)
+{
+    calls += "rename";
+    return real<int (*)(int, const char *, int, const char *, unsigned)>("renameat2")(
+        fromFolder, from, toFolder, to, flags);
+}
+}
+
+class PartialRecordingTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void init() { QVERIFY(m_folder.emplace().isValid()); }
+
+    void growsAndGetsItsNameAtTheEnd()
+    {
+        {
+            PartialRecording recording(path(), 6);
+            recording.append("abc");
+        }
+        calls.clear();
+        PartialRecording recording(path(), 6);
+        QCOMPARE(recording.size(), 3);
+        QVERIFY(calls.isEmpty()); // nothing is made anew
+        recording.append("def");
+        recording.flush();
+        QCOMPARE(recording.sha256({}),
+                 u"bef57ec7f53a6d40beb640a780a639c83bc29ac8a9816f1fc6c5c6dcd93c4721"_s);
+        recording.moveToDestination();
+        QCOMPARE(calls, (QByteArrayList{"flush file", "rename", "flush folder"}));
+        QCOMPARE(readFile(path(), 100), QByteArray("abcdef"));
+        QVERIFY(!somethingExistsAt(partialPath()));
+    }
+
+    void flushesALongOneNowAndThen()
+    {
+        PartialRecording recording(path(), 1 << 30);
+        calls.clear();
+        const QByteArray piece(8 << 20, '\0');
+        for (int count = 0; count < 8; ++count)
+            recording.append(piece);
+        QCOMPARE(calls, QByteArrayList{"flush file"});
+    }
+
+    void startsOver()
+    {
+        PartialRecording recording(path(), 6);
+        recording.append("wrong");
+        recording.clear();
+        QCOMPARE(QFile(partialPath()).size(), 0);
+        recording.append("right");
+        QCOMPARE(readFile(partialPath(), 100), QByteArray("right"));
+    }
+
+    void neverReplacesWhatHasCome()
+    {
+        PartialRecording recording(path(), 6);
+        recording.append("abcdef");
+        writePlain(path(), "footage of somebody");
+        QCOMPARE(thrownText([&] { recording.moveToDestination(); }),
+                 u"Cannot move the verified recording to %1: File exists."_s.arg(path()));
+        QCOMPARE(readFile(path(), 100), QByteArray("footage of somebody"));
+        QCOMPARE(readFile(partialPath(), 100), QByteArray("abcdef"));
+    }
+
+    void refusesWhatIsNotItsOwn_data()
+    {
+        QTest::addColumn<std::function<int(const char *, const char *)>>("make");
+        const auto row = [](const char *name, auto make) {
+            QTest::newRow(name) << std::function<int(const char *, const char *)>(make);
+        };
+        row("link", [](const char *other, const char *at) { return ::symlink(other, at); });
+        row("link to nothing",
+            [](const char *, const char *at) { return ::symlink("/nowhere/else", at); });
+        row("second name", [](const char *other, const char *at) { return ::link(other, at); });
+        row("folder", [](const char *, const char *at) { return ::mkdir(at, 0700); });
+        row("pipe", [](const char *, const char *at) { return ::mkfifo(at, 0600); });
+    }
+    void refusesWhatIsNotItsOwn()
+    {
+        QFETCH(const std::function<int(const char *, const char *)>, make);
+        const QString other = m_folder->filePath(u"other"_s);
+        writePlain(other, "precious");
+        QVERIFY(QDir().mkpath(path().section(u'/', 0, -2)));
+        QCOMPARE(make(QFile::encodeName(other).constData(),
+                      QFile::encodeName(partialPath()).constData()),
+                 0);
+        const QString text = thrownText([&] { PartialRecording(path(), 100).append("x"); });
+        QVERIFY2(text.contains(partialPath()), qPrintable(text));
+        QCOMPARE(readFile(other, 100), QByteArray("precious"));
+        QVERIFY(somethingExistsAt(partialPath()));
+    }
+
+    void checkingEndsWithTheStore()
+    {
+        std::stop_source stop;
+        stop.request_stop();
+        PartialRecording recording(path(), 6);
+        recording.append("abcdef");
+        QVERIFY_EXCEPTION_THROWN((void)recording.sha256(stop.get_token()), StoreEnded);
+        QCOMPARE(recording.size(), 6);
+        writePlain(path(), "abcdef");
+        QVERIFY_EXCEPTION_THROWN((void)isRecordingThere(path(), QString(), stop.get_token()),
+                                 StoreEnded);
+    }
+
+    void namesEachLevelSafely()
+    {
+        VORNClip clip;
+        clip.cameraId = u"../Cam A"_s;
+        clip.id = u"X/Y"_s;
+        clip.fileName = u"IMG 0001 (ü).MOV"_s;
+        QCOMPARE(recordingPath(u"/r"_s, u"My Project!"_s, u"Take: 7"_s, clip),
+                 u"/r/my-project/take--7/cam-a/x-y/IMG 0001 (ü).MOV"_s);
+        for (const QString &name : {u""_s, u"."_s, u".."_s, u"../a"_s, u"a/b"_s}) {
+            clip.fileName = name;
+            QCOMPARE(thrownText([&] { (void)recordingPath(u"/r"_s, u"p"_s, u"t"_s, clip); }),
+                     name + u" is no file name."_s);
+        }
+    }
+
+private:
+    [[nodiscard]] QString path() const { return m_folder->filePath(u"a/b/take.mov"_s); }
+    [[nodiscard]] QString partialPath() const { return path() + u".part"_s; }
+
+    std::optional<QTemporaryDir> m_folder;
+};
+
+QTEST_GUILESS_MAIN(PartialRecordingTest)
+#include "partial_recording_test.moc"
