@@ -8,6 +8,7 @@
 #include "store/app_store.h"
 #include "transfer/lan_discovery.h"
 #include "views/program_windows.h"
+#include "working.h"
 
 #include <QApplication>
 #include <QEventLoop>
@@ -41,21 +42,6 @@ constexpr std::size_t wallSlots = 4;
 double since(Clock::time_point start)
 {
     return Seconds(Clock::now() - start).count();
-}
-
-/// Works the event loop until `condition` holds, which is looked at after each event.
-bool workUntil(const std::function<bool()> &condition, std::chrono::seconds limit = 30s)
-{
-    const auto start = Clock::now();
-    QTimer end;
-    end.setSingleShot(true);
-    end.start(limit);
-    while (!condition()) {
-        if (Clock::now() - start > limit)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    return true;
 }
 
 void workFor(std::chrono::milliseconds time)
