@@ -46,10 +46,17 @@ void WindowHands::type(const QString &text)
 void WindowHands::click(QQuickItem *item)
 {
     QVERIFY(item);
-    // What has just appeared is placed with the next frame.
-    QVERIFY(QTest::qWaitFor([item] { return item->width() > 0 && item->height() > 0; }));
-    const QPointF centre(item->width() / 2, item->height() / 2);
-    QTest::mouseClick(m_window, Qt::LeftButton, {}, item->mapToScene(centre).toPoint());
+    // What has just appeared is placed with the next frames.
+    const auto centre = [item] {
+        return item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
+    };
+    QPointF before;
+    QVERIFY(QTest::qWaitFor([&] {
+        before = centre();
+        m_window->grabWindow();
+        return item->width() > 0 && item->height() > 0 && centre() == before;
+    }));
+    QTest::mouseClick(m_window, Qt::LeftButton, {}, before.toPoint());
 }
 
 QQuickItem *WindowHands::named(const QString &name) const

@@ -1,0 +1,355 @@
+// The sheet that pairs with phones, on the lab's network.
+
+#include "phones_side.h"
+#include "rig_phones.h"
+#include "views/program_windows.h"
+#include "window_probe.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QClipboard>
+#include <QtTest>
+
+using namespace vorn;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int limitMs = 30'000;
+
+const auto transferService = u"_vorn-transfer._tcp"_s;
+const auto scanning = u"Scanning for authenticated VORN transfer…"_s;
+const auto pairButton = u"Pair & Load Projects"_s;
+const auto toggle = u"This 128-bit fingerprint matches the fingerprint shown on the phone"_s;
+const auto codeField = u"Six-digit code from phone"_s;
+
+rig::ServiceText soundText(char fingerprint)
+{
+    return {{u"sessionId"_s, "s"},
+            {u"deviceId"_s, "9b2f3f5e-7c0e-4a3f-9d5c-2a1f6d1b7e10"},
+            {u"fp"_s, QByteArray(64, fingerprint)},
+            {u"scheme"_s, "https"},
+            {u"foreground"_s, "1"}};
+}
+
+QString descriptionOf(QQuickItem *item)
+{
+    QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(item);
+    return accessible ? accessible->text(QAccessible::Description) : QString();
+}
+
+/// The Library window with the sheet open.
+class SheetProbe : public WindowProbe {
+public:
+    SheetProbe() : WindowProbe({}) { open(); }
+
+    void open()
+    {
+        press(Qt::Key_K, Qt::ControlModifier);
+        QTRY_COMPARE(focusName(), u"Scan Again"_s);
+    }
+    [[nodiscard]] SecureConnectViewModel &sheet() { return *view().connection(); }
+    [[nodiscard]] bool canPair() { return named(pairButton)->isEnabled(); }
+    [[nodiscard]] QString codeText() { return named(codeField)->property("text").toString(); }
+    [[nodiscard]] int buttonsWith(const QString &description) const
+    {
+        return int(
+            std::ranges::count(visibleItems(window()->contentItem()), description, descriptionOf));
+    }
+    void awaitRow(const QString &name) { QTRY_VERIFY_WITH_TIMEOUT(shows(name), limitMs); }
+    /// Chooses, compares and types, as the phone shows it.
+    void fillIn(const QString &row, const QString &code)
+    {
+        click(named(row));
+        QTRY_VERIFY(shows(toggle));
+        click(named(toggle));
+        click(named(codeField));
+        type(code);
+    }
+};
+
+} // namespace
+
+class ConnectSheetTest : public QObject {
+    Q_OBJECT
+public:
+    static void initMain() { QQuickWindow::setGraphicsApi(QSGRendererInterface::Software); }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(qEnvironmentVariableIsSet("VORN_LAB_PHONES"), "no lab");
+        QAccessible::setActive(true);
+        applyLook();
+        m_phones.emplace(RigPhonesOptions{.count = 6, .transfer = u"ask"_s, .clips = 2});
+    }
+    void init() { phones().must(u"all reset"_s); }
+    void cleanupTestCase() { m_phones.reset(); }
+
+    void waitsForSomebody()
+    {
+        phones().must(u"all sleep"_s);
+        SheetProbe probe;
+        QTRY_VERIFY_WITH_TIMEOUT(!probe.sheet().hasCameras(), limitMs);
+        QVERIFY(probe.shows(scanning));
+        QVERIFY(probe.shows(u"Keep VORN open on the same trusted Wi-Fi network."_s));
+        QVERIFY(probe.shows(u"CAMERAS IN TRANSFER MODE"_s));
+        QVERIFY(!probe.shows(u"ACTIVE SESSIONS"_s));
+        QVERIFY(probe.shows(u"Phone originals are never deleted"_s));
+        QVERIFY(!probe.canPair());
+        QCOMPARE(descriptionOf(probe.named(pairButton)), u"Choose a camera in Transfer Mode."_s);
+        QCOMPARE(accessibilityFaults(probe.window()), QString());
+
+        // A camera of the older kind is not for pairing.
+        PhonesSide others;
+        others.announce(u"Old camera"_s, u"_vorn._tcp"_s, 20, 8443, {{u"catalog"_s, "list"}});
+        others.announce(u"New camera"_s, transferService, 21, 8443, soundText('a'));
+        probe.awaitRow(u"New camera"_s);
+        QVERIFY(!probe.shows(u"Old camera"_s));
+        others.withdraw(u"New camera"_s, transferService);
+        QTRY_VERIFY_WITH_TIMEOUT(probe.shows(scanning), limitMs);
+
+        probe.press(Qt::Key_Escape);
+        QTRY_VERIFY(!probe.shows(scanning));
+    }
+
+    void offersFourCamerasThatFilm()
+    {
+        phones().must(u"cam-a set role \"dIrEcToR\""_s);
+        phones().must(u"cam-b record take-1"_s);
+        SheetProbe probe;
+        const auto ask = u"Ask to share files"_s;
+        QTRY_COMPARE_WITH_TIMEOUT(probe.buttonsWith(ask) + probe.buttonsWith(u"It is recording."_s),
+                                  4, limitMs);
+        QTRY_COMPARE_WITH_TIMEOUT(probe.buttonsWith(u"It is recording."_s), 1, limitMs);
+        QVERIFY(!probe.shows(u"Mara's phone"_s));
+        QVERIFY(!probe.named(u"Jonas's phone"_s)->isEnabled());
+        QVERIFY(probe.shows(u"Choose a live camera and approve the request on that device."_s));
+        QCOMPARE(accessibilityFaults(probe.window()), QString());
+        phones().must(u"cam-b record off"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(probe.named(u"Jonas's phone"_s)->isEnabled(), limitMs);
+    }
+
+    void followsARequest()
+    {
+        SheetProbe probe;
+        QTRY_COMPARE_WITH_TIMEOUT(probe.buttonsWith(u"Ask to share files"_s), 4, limitMs);
+        probe.click(probe.named(u"Ada's phone"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(phones().phone(u"cam-c"_s)[u"isTransferWaiting"_s].toBool(),
+                                 limitMs);
+        QVERIFY(!probe.sheet().requestText().isEmpty() && !probe.sheet().hasRequestFailed());
+        QVERIFY(probe.shows(probe.sheet().requestText()));
+        phones().must(u"cam-c decline <b>Not now</b>"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(probe.sheet().hasRequestFailed(), limitMs);
+        QTRY_VERIFY(probe.shows(probe.sheet().requestText()));
+        QVERIFY(probe.sheet().requestText().contains(u"<b>Not now</b>"_s)); // as plain text
+
+        probe.click(probe.named(u"Ada's phone"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(phones().phone(u"cam-c"_s)[u"isTransferWaiting"_s].toBool(),
+                                 limitMs);
+        phones().must(u"cam-c approve"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(probe.sheet().hasDevices(), limitMs);
+        QTRY_VERIFY(!probe.shows(scanning));
+        QCOMPARE(probe.buttonsWith(u"HTTPS • foreground only"_s), 1);
+        QCOMPARE(probe.buttonsWith(u"Ask to share files"_s), 0);
+        QVERIFY(!probe.shows(probe.sheet().requestText()));
+    }
+
+    void aChoiceHoldsForWhatWasChosen()
+    {
+        phones().must(u"cam-a server on"_s);
+        phones().must(u"cam-b server on"_s);
+        SheetProbe probe;
+        probe.awaitRow(u"Mara's phone"_s);
+        probe.awaitRow(u"Jonas's phone"_s);
+        probe.click(probe.named(u"Mara's phone"_s));
+        const QString shown = phones().transfer(u"cam-a"_s)[u"shownFingerprint"_s].toString();
+        QCOMPARE(probe.sheet().fingerprintRows().join(u' ').simplified(), shown.simplified());
+        QTRY_VERIFY(probe.shows(probe.sheet().fingerprintRows().join(u"  "_s)));
+        QCOMPARE(descriptionOf(probe.named(pairButton)),
+                 u"Compare the fingerprint with the phone's and confirm it."_s);
+        probe.click(probe.named(toggle));
+        QVERIFY(!probe.canPair());
+
+        probe.click(probe.named(codeField));
+        QGuiApplication::clipboard()->setText(u"12-34 56 789"_s);
+        probe.press(Qt::Key_V, Qt::ControlModifier);
+        QCOMPARE(probe.codeText(), u"123456"_s);
+        QVERIFY(probe.canPair());
+        probe.press(Qt::Key_Backspace);
+        QVERIFY(!probe.canPair());
+        probe.type(u"x6"_s);
+        QCOMPARE(probe.codeText(), u"123456"_s);
+        QCOMPARE(accessibilityFaults(probe.window()), QString());
+
+        // It outlives the sheet, and ends with another choice.
+        probe.press(Qt::Key_Escape);
+        QTRY_VERIFY(!probe.shows(pairButton));
+        probe.open();
+        QVERIFY(probe.canPair());
+        QCOMPARE(probe.codeText(), u"123456"_s);
+        probe.click(probe.named(u"Jonas's phone"_s));
+        QCOMPARE(probe.codeText(), QString());
+        QVERIFY(!probe.canPair() && !probe.sheet().isFingerprintConfirmed());
+
+        // A phone that begins anew shows another fingerprint, and is another.
+        phones().must(u"cam-b server on"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(!probe.sheet().hasSelection(), limitMs);
+        QTRY_VERIFY(!probe.shows(toggle));
+        QVERIFY(!probe.canPair());
+    }
+
+    void marksWhatIsIncomplete()
+    {
+        phones().must(u"cam-a txt fp none"_s);
+        phones().must(u"cam-a server on"_s);
+        SheetProbe probe;
+        QTRY_COMPARE_WITH_TIMEOUT(probe.buttonsWith(u"Incomplete secure-transfer advertisement"_s),
+                                  1, limitMs);
+        QVERIFY(!probe.named(u"Mara's phone"_s)->isEnabled());
+        probe.click(probe.named(u"Mara's phone"_s));
+        QVERIFY(!probe.sheet().hasSelection());
+        QCOMPARE(accessibilityFaults(probe.window()), QString());
+    }
+
+    void pairsByTheKeyboardAlone()
+    {
+        phones().must(u"cam-a server on"_s);
+        phones().must(u"cam-a code 246813"_s);
+        SheetProbe probe;
+        probe.awaitRow(u"Mara's phone"_s);
+        QStringList visited;
+        const auto tab = [&] {
+            probe.press(Qt::Key_Tab);
+            visited << probe.focusName();
+        };
+        tab();
+        probe.press(Qt::Key_Space);
+        QTRY_VERIFY(probe.shows(toggle));
+        tab();
+        probe.press(Qt::Key_Space);
+        tab();
+        probe.type(u"999999"_s);
+        QCOMPARE(visited, (QStringList{u"Mara's phone"_s, toggle, codeField}));
+
+        // A wrong code is said, and can be mended in place.
+        probe.press(Qt::Key_Return);
+        QTRY_VERIFY(probe.view().hasError());
+        QVERIFY(probe.view().errorMessage().endsWith(u"Transfer server returned HTTP 403."_s));
+        QTRY_VERIFY(probe.shows(probe.view().errorMessage()));
+        probe.press(Qt::Key_Escape);
+        QTRY_VERIFY(!probe.view().hasError());
+        QVERIFY(probe.canPair());
+        QCOMPARE(probe.codeText(), u"999999"_s);
+        QTRY_COMPARE(probe.focusName(), codeField);
+        for (int i = 0; i < 6; ++i)
+            probe.press(Qt::Key_Backspace);
+        probe.type(u"246813"_s);
+        probe.press(Qt::Key_Return);
+        QTRY_VERIFY_WITH_TIMEOUT(!probe.shows(pairButton), limitMs); // closes by itself
+        QCOMPARE(probe.store().transferSessions().size(), 1U);
+        QCOMPARE(probe.store().library().projects.size(), 1U);
+
+        // The session is listed, and is gone from the list before the phone has heard of it.
+        phones().must(u"cam-a http end body silent"_s);
+        probe.open();
+        QVERIFY(probe.shows(u"ACTIVE SESSIONS"_s));
+        QCOMPARE(probe.codeText(), QString());
+        probe.press(Qt::Key_Tab);
+        QCOMPARE(probe.focusName(), u"End"_s);
+        QCOMPARE(accessibilityFaults(probe.window()), QString());
+        probe.press(Qt::Key_Space);
+        QTRY_VERIFY(!probe.shows(u"ACTIVE SESSIONS"_s));
+    }
+
+    void waitsForARunningPairing()
+    {
+        phones().must(u"cam-a server on"_s);
+        phones().must(u"cam-a code 246813"_s);
+        phones().must(u"cam-a http pair body hang 5"_s);
+        SheetProbe probe;
+        probe.awaitRow(u"Mara's phone"_s);
+        probe.fillIn(u"Mara's phone"_s, u"246813"_s);
+        const auto asked = [this] {
+            return phones().transfer(u"cam-a"_s)[u"requestsByRoute"_s][u"pair"_s].toInt();
+        };
+        const int before = asked();
+        probe.click(probe.named(pairButton));
+        QTRY_COMPARE(asked(), before + 1);
+        QVERIFY(!probe.canPair());
+        QCOMPARE(descriptionOf(probe.named(pairButton)), u"Another operation is running."_s);
+        // Closing the sheet changes nothing.
+        probe.press(Qt::Key_Escape);
+        QTRY_VERIFY(!probe.shows(pairButton));
+        QVERIFY(probe.store().isBusy());
+        phones().must(u"cam-a hang-up"_s);
+        QTRY_VERIFY(!probe.store().isBusy());
+        QVERIFY(probe.view().hasError());
+        QVERIFY(probe.store().transferSessions().empty());
+    }
+
+    void reachesAllInTheSmallestWindow()
+    {
+        phones().must(u"all sleep"_s);
+        PhonesSide many;
+        for (int i = 0; i < 10; ++i)
+            many.announce(u"Phone %1"_s.arg(i), transferService, 11 + i, quint16(8440 + i),
+                          soundText(char('0' + i)));
+        SheetProbe probe;
+        probe.window()->resize(900, 560);
+        for (int i = 0; i < 10; ++i)
+            probe.awaitRow(u"Phone %1"_s.arg(i));
+        // What the keyboard reaches is always in sight, above the buttons at the foot.
+        QSet<QString> reached;
+        const qreal foot = 560 - 60;
+        for (int i = 0; i < 40 && probe.focusName() != u"Close"_s; ++i) {
+            probe.press(Qt::Key_Tab);
+            const QString name = probe.focusName();
+            if (name == u"Close"_s)
+                break;
+            reached << name;
+            QQuickItem *item = probe.window()->activeFocusItem();
+            const auto isInSight = [item, foot] {
+                const QRectF place = item->mapRectToScene(item->boundingRect());
+                return place.top() >= 0 && place.bottom() <= foot;
+            };
+            QTRY_VERIFY2(isInSight(), qPrintable(name));
+            if (name == u"Phone 9"_s)
+                probe.press(Qt::Key_Space);
+        }
+        QCOMPARE(probe.focusName(), u"Close"_s);
+        for (int i = 0; i < 10; ++i)
+            QVERIFY2(reached.contains(u"Phone %1"_s.arg(i)), qPrintable(QString::number(i)));
+        QVERIFY(reached.contains(toggle) && reached.contains(codeField));
+    }
+
+    void showsStrangeNamesAsTheyAre()
+    {
+        phones().must(u"all sleep"_s);
+        PhonesSide others;
+        others.announce(u"<b>Bold</b> & co"_s, transferService, 11, 8441, soundText('a'));
+        others.announce(u"Right\u202Ephone"_s, transferService, 12, 8442, soundText('b'));
+        others.announce(u"📱 كاميرا"_s, transferService, 13, 8443, soundText('c'));
+        SheetProbe probe;
+        probe.awaitRow(u"<b>Bold</b> & co"_s);
+        probe.awaitRow(u"📱 كاميرا"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(probe.buttonsWith(u"HTTPS • foreground only"_s), 3, limitMs);
+        QVERIFY(!probe.shows(u"Right\u202Ephone"_s)); // the mark is made visible
+        int labels = 0;
+        for (QQuickItem *item : visibleItems(probe.window()->contentItem()))
+            if (item->property("text").toString().contains(u"Bold"_s)
+                && item->inherits("QQuickText")) {
+                ++labels;
+                QCOMPARE(item->property("textFormat").toInt(), int(Qt::PlainText));
+            }
+        QCOMPARE(labels, 1);
+    }
+
+private:
+    [[nodiscard]] RigPhones &phones() { return *m_phones; }
+
+    std::optional<RigPhones> m_phones;
+};
+
+QTEST_MAIN(ConnectSheetTest)
+#include "connect_sheet_test.moc"
