@@ -5,6 +5,7 @@
 // verified.
 
 #include "platform/monotonic_clock.h"
+#include "shared_phone.h"
 #include "store/app_store.h"
 
 #include <QCoreApplication>
@@ -75,14 +76,8 @@ int main(int argc, char *argv[])
     if (arguments.size() != 7)
         return 2;
     AppStore store(arguments[1], arguments[2]);
-    DiscoveredDevice device;
-    device.serviceName = u"phone"_s;
-    device.serviceType = transferServiceType.toString();
-    device.catalogURL = QUrl(arguments[3]);
-    device.address = QHostAddress(device.catalogURL.host());
-    device.certificateSHA256 = arguments[4];
-    device.sessionId = arguments[5];
-    device.foregroundOnly = true;
+    const DiscoveredDevice device =
+        sharedPhone(u"phone"_s, arguments[3], arguments[4], arguments[5]);
     const bool isComplete = QCoro::waitFor(fetchAll(store, device, arguments[6]));
     if (!isComplete)
         std::fprintf(stderr, "%s\n",

@@ -46,6 +46,11 @@ void moveWithoutReplacing(const QString &from, const QString &to)
         throw FileError(u"Cannot remove"_s, from, errno);
 }
 
+QString partialPath(const QString &destination)
+{
+    return destination + u".part"_s;
+}
+
 QString digestOf(const QString &path, const std::stop_token &stop)
 {
     return sha256OfFile(path, [&](std::int64_t) { throwIfEnded(stop); });
@@ -75,8 +80,15 @@ bool isRecordingThere(const QString &destination, const QString &sha256,
     return true;
 }
 
+std::int64_t partialBytes(const QString &destination)
+{
+    struct stat status = {};
+    const bool isThere = ::lstat(nativePath(partialPath(destination)).constData(), &status) == 0;
+    return isThere && S_ISREG(status.st_mode) ? status.st_size : 0;
+}
+
 PartialRecording::PartialRecording(const QString &destination, std::int64_t expectedBytes)
-    : m_destination(destination), m_path(destination + u".part"_s)
+    : m_destination(destination), m_path(partialPath(destination))
 {
     createFolders(destination.first(destination.lastIndexOf(u'/')), FolderMode::followUmask);
     // Non-blocking: opening a FIFO would otherwise wait for a reader.

@@ -21,6 +21,9 @@ namespace vorn {
 [[nodiscard]] bool isRecordingThere(const QString &destination, const QString &sha256,
                                     const std::stop_token &stop);
 
+/// Bytes that a broken-off download has left there; 0 when there are none. Blocks.
+[[nodiscard]] std::int64_t partialBytes(const QString &destination);
+
 /// A recording on its way to the disk: "<destination>.part" grows, is flushed and checked, and only
 /// then gets its final name. It survives whatever ends the program, and the next one goes on at its
 /// end. Blocks; any thread, one at a time.

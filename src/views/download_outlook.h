@@ -11,7 +11,7 @@ namespace vorn {
 /// What is known of a download before it starts.
 struct DownloadOutlook {
     std::size_t recordings = 0;                   ///< to be fetched
-    std::int64_t bytes = 0;                       ///< of them together
+    std::int64_t bytes = 0;                       ///< that are still missing of them
     std::optional<std::int64_t> freeBytes;        ///< where they will lie; absent while unknown
     std::optional<std::chrono::seconds> timeLeft; ///< of the session that ends first
 

@@ -2,6 +2,7 @@
 
 #include "platform/off_thread.h"
 #include "store/app_store.h"
+#include "store/partial_recording.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -54,7 +55,7 @@ void DownloadOutlookViewModel::show()
 DownloadOutlook DownloadOutlookViewModel::outlook() const
 {
     DownloadOutlook result;
-    result.freeBytes = m_freeBytes;
+    result.freeBytes = m_disk.freeBytes;
     if (!m_store.canDownloadSelectedTake() || m_store.downloadProgress())
         return result;
     const QDateTime now = QDateTime::currentDateTimeUtc();
@@ -70,19 +71,47 @@ DownloadOutlook DownloadOutlookViewModel::outlook() const
             result.timeLeft = std::min(result.timeLeft.value_or(left), left);
         }
     }
+    if (hasMeasured())
+        result.bytes -= std::min(m_disk.presentBytes, result.bytes);
     return result;
+}
+
+DownloadOutlookViewModel::DiskState DownloadOutlookViewModel::diskState(const QString &folder,
+                                                                        const QString &projectId,
+                                                                        const VORNTake &take)
+{
+    DiskState state{projectId, take.id, freeBytesAt(folder), 0};
+    for (const VORNClip &clip : take.clips) {
+        try {
+            if (!isLocal(clip))
+                state.presentBytes += partialBytes(recordingPath(folder, projectId, take.id, clip));
+        } catch (const FileError &) {
+            continue; // a name that the download refuses
+        }
+    }
+    return state;
+}
+
+bool DownloadOutlookViewModel::hasMeasured() const
+{
+    return m_disk.projectId == m_store.selectedProjectID()
+           && m_disk.takeId == m_store.selectedTakeID();
 }
 
 QCoro::Task<> DownloadOutlookViewModel::measure()
 {
     const QPointer<DownloadOutlookViewModel> self(this);
     m_isMeasuring = true;
-    const auto bytes = co_await offThread(
-        [folder = m_store.recordingsDirectory()] { return freeBytesAt(folder); });
-    if (!self)
-        co_return;
+    // Again when another take was selected meanwhile.
+    do {
+        DiskState disk = co_await offThread(
+            [folder = m_store.recordingsDirectory(), projectId = m_store.selectedProject()->id,
+             take = *m_store.selectedTake()] { return diskState(folder, projectId, take); });
+        if (!self)
+            co_return;
+        m_disk = std::move(disk);
+    } while (m_store.selectedTake() && !hasMeasured());
     m_isMeasuring = false;
-    m_freeBytes = bytes;
     show();
 }
 

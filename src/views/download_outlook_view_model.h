@@ -1,5 +1,6 @@
 #pragma once
 
+#include "library/records.h"
 #include "views/download_outlook.h"
 
 #include <QCoroTask>
@@ -36,9 +37,20 @@ private:
     [[nodiscard]] DownloadOutlook outlook() const;
     /// Asks the disk, on another thread.
     QCoro::Task<> measure();
+    [[nodiscard]] bool hasMeasured() const; ///< the take that is selected
+
+    /// What the disk said of a take.
+    struct DiskState {
+        QString projectId;
+        QString takeId;
+        std::optional<std::int64_t> freeBytes;
+        std::int64_t presentBytes = 0; ///< of the take's recordings, from downloads broken off
+    };
+    [[nodiscard]] static DiskState diskState(const QString &folder, const QString &projectId,
+                                             const VORNTake &take);
 
     AppStore &m_store;
-    std::optional<std::int64_t> m_freeBytes;
+    DiskState m_disk;
     bool m_isMeasuring = false;
     DownloadNotice m_notice;
 };

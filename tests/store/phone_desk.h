@@ -3,6 +3,7 @@
 #include "platform/files.h"
 #include "platform/json_text.h"
 #include "rig_phones.h"
+#include "shared_phone.h"
 #include "store/app_store.h"
 #include "support.h"
 #include "transfer/outcome.h"
@@ -52,15 +53,9 @@ public:
     [[nodiscard]] DiscoveredDevice device(const QString &camera)
     {
         const QJsonObject shown = phones.transfer(camera);
-        DiscoveredDevice found;
-        found.serviceName = camera;
-        found.serviceType = transferServiceType.toString();
-        found.catalogURL = QUrl(shown[QStringLiteral("catalogURL")].toString());
-        found.address = QHostAddress(found.catalogURL.host());
-        found.certificateSHA256 = shown[QStringLiteral("fingerprint")].toString();
-        found.sessionId = shown[QStringLiteral("sessionId")].toString();
-        found.foregroundOnly = true;
-        return found;
+        return sharedPhone(camera, shown[QStringLiteral("catalogURL")].toString(),
+                           shown[QStringLiteral("fingerprint")].toString(),
+                           shown[QStringLiteral("sessionId")].toString());
     }
 
     [[nodiscard]] QCoro::Task<bool> pairing(const QString &camera)
