@@ -4,20 +4,23 @@ import QtQuick
 import QtQuick.Layouts
 import Vorn
 
-ColumnLayout {
+// Anchored, not laid out: a layout misses what changes while its page is not visible.
+Item {
     id: root
 
     required property TakeDashboardViewModel dashboard
 
-    spacing: Theme.between
-
     LibraryPanel {
-        Layout.fillWidth: true
-        Layout.fillHeight: true
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: parent.top
+            bottom: transfers.top
+            bottomMargin: Theme.between
+        }
         title: qsTr("Cameras & recordings")
         icon: "video"
 
-        // Anchored, not laid out: a layout misses what becomes visible while its page is not.
         Item {
             Layout.fillWidth: true
             Layout.fillHeight: true
@@ -47,8 +50,14 @@ ColumnLayout {
         }
     }
     LibraryPanel {
-        Layout.fillWidth: true
-        Layout.preferredHeight: root.dashboard.hasTransfers ? root.height * 0.4 : implicitHeight
+        id: transfers
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            bottom: parent.bottom
+        }
+        height: root.dashboard.hasTransfers ? root.height * 0.4 : implicitHeight
         title: qsTr("Transfers")
         icon: "download"
 

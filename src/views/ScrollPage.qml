@@ -16,10 +16,11 @@ FocusStop {
                                                   flickable.contentY + distance));
     }
 
-    // Scrolls as little as shows the item, its head before its foot.
+    // Scrolls as little as shows the item and its focus ring, its head before its foot.
     function reveal(item: Item) {
-        const top = item.mapToItem(column, 0, 0).y;
-        scrollBy(Math.max(0, top + item.height - flickable.contentY - flickable.height));
+        const top = item.mapToItem(column, 0, 0).y - Theme.tight;
+        const foot = top + item.height + 2 * Theme.tight;
+        scrollBy(Math.max(0, foot - flickable.contentY - flickable.height));
         scrollBy(Math.min(0, top - flickable.contentY));
     }
     function isWithin(item: Item): bool {

@@ -93,6 +93,7 @@ private Q_SLOTS:
         // The row of the transfer tells the same.
         probe().press(Qt::Key_2, Qt::ControlModifier);
         QTRY_VERIFY(probe().shows(store().transfers()[0].clipName + u", Downloading, Resuming"_s));
+        QTRY_VERIFY(probe().listView(u"Transfers"_s)->height() > 100); // the row is in sight
         QTRY_VERIFY(probe().shows(view().dashboard()->runningTransfer()->bytesText()));
         QTRY_VERIFY(probe().shows(view().dashboard()->runningTransfer()->timeLeftText()));
         QCOMPARE(accessibilityFaults(probe().window()), QString());
