@@ -16,6 +16,11 @@ Rectangle {
     required property WorkProgressViewModel running
     readonly property bool tellsMore: isRunning && running.running
 
+    component Figure: SmallLabel {
+        elide: Text.ElideNone
+        font.family: Theme.mono
+    }
+
     implicitHeight: 64
     color: Theme.raised
     radius: Theme.radius
@@ -47,21 +52,37 @@ Rectangle {
             value: root.tellsMore ? root.running.fraction : root.progress
             label: root.clipName
         }
-        RowLayout {
-            spacing: Theme.between
+        // Anchored, not laid out: a layout misses what changes while its page is not visible.
+        Item {
+            Layout.fillWidth: true
+            implicitHeight: words.implicitHeight
 
             SmallLabel {
-                Layout.fillWidth: true
+                id: words
+
+                anchors {
+                    left: parent.left
+                    right: figures.left
+                    rightMargin: figures.visible ? Theme.between : 0
+                }
                 text: root.message
             }
-            Repeater {
-                model: root.tellsMore ? [root.running.bytesText, root.running.rateText, root.running.timeLeftText] : []
+            Row {
+                id: figures
 
-                SmallLabel {
-                    required property string modelData
+                anchors.right: parent.right
+                width: visible ? implicitWidth : 0
+                visible: root.tellsMore
+                spacing: Theme.between
 
-                    text: modelData
-                    font.family: Theme.mono
+                Figure {
+                    text: root.running.bytesText
+                }
+                Figure {
+                    text: root.running.rateText
+                }
+                Figure {
+                    text: root.running.timeLeftText
                 }
             }
         }

@@ -95,6 +95,22 @@ private Q_SLOTS:
         QTRY_VERIFY(probe().shows(store().transfers()[0].clipName + u", Downloading, Resuming"_s));
         QTRY_VERIFY(probe().listView(u"Transfers"_s)->height() > 100); // the row is in sight
         QTRY_VERIFY(probe().shows(view().dashboard()->runningTransfer()->bytesText()));
+        // One beside the other, also in the smallest window.
+        probe().window()->resize(900, 560);
+        const auto place = [this](const QString &text) {
+            for (QQuickItem *item : visibleItems(probe().listView(u"Transfers"_s)))
+                if (item->property("text") == text)
+                    return item->mapRectToScene(item->boundingRect());
+            return QRectF();
+        };
+        const auto areApart = [&] {
+            const QRectF message = place(store().transfers()[0].message);
+            const QRectF bytes = place(view().dashboard()->runningTransfer()->bytesText());
+            const QRectF rate = place(view().dashboard()->runningTransfer()->rateText());
+            return message.width() > 0 && message.right() <= bytes.left()
+                   && bytes.right() <= rate.left();
+        };
+        QTRY_VERIFY(areApart());
         QTRY_VERIFY(probe().shows(view().dashboard()->runningTransfer()->timeLeftText()));
         QCOMPARE(accessibilityFaults(probe().window()), QString());
 
