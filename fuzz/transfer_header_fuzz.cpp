@@ -44,7 +44,9 @@ void checkHeaders(const QString &text)
 void checkAddress(const QUrl &url)
 {
     const QString text = url.toString(QUrl::FullyEncoded);
-    check(text.startsWith(u"https://cam-1.local:8443/"), "an address stays on the origin");
+    constexpr QStringView origin = u"https://cam-1.local:8443";
+    const QString rest = text.sliced(text.startsWith(origin) ? origin.size() : 0);
+    check(rest.isEmpty() || rest[0] == u'/' || rest[0] == u'?', "an address stays on the origin");
     check(transfer::isSameOrigin(QUrl(text, QUrl::StrictMode), catalogURL),
           "an address reads back on the origin");
     for (const QChar c : text)
