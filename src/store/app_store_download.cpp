@@ -78,10 +78,12 @@ QCoro::Task<> AppStore::downloadSelectedTake()
 QCoro::Task<> AppStore::download(PendingDownload pending)
 {
     m_ui.assertCurrent();
+    // While it waited, the phone may have moved, and the file may have come.
+    if (const VORNClip *stored = storedClip(pending))
+        pending.clip = *stored;
     const VORNClip &clip = pending.clip;
-    const VORNClip *stored = storedClip(pending);
-    if (stored && isLocal(*stored))
-        co_return; // has come meanwhile
+    if (isLocal(clip))
+        co_return;
     const Client client = clientOf(clip);
     const QUrl remote(clip.remoteURL.value_or(QString()), QUrl::StrictMode);
     if (clip.sizeBytes.value_or(0) < 1 || !clip.remoteURL || !remote.isValid() || !client) {

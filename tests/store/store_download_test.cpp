@@ -343,6 +343,22 @@ private Q_SLOTS:
         QCOMPARE(messages().filter(u"Downloaded and verified"_s).size(), 6);
     }
 
+    void findsAPhoneThatHasMoved()
+    {
+        QVERIFY(desk().pair(u"cam-b"_s));
+        desk().phones.must(u"cam-a http files body slow 1000"_s);
+        Outcome fetching(ended(store().downloadSelectedTake()));
+        QTRY_VERIFY(store().downloadProgress() && store().downloadProgress()->clipBytes > 0);
+        const QUrl before = desk().device(u"cam-b"_s).catalogURL;
+        desk().phones.must(u"cam-b server on"_s);
+        QVERIFY(desk().device(u"cam-b"_s).catalogURL != before);
+        QVERIFY(desk().pair(u"cam-b"_s));
+        desk().phones.must(u"cam-a http files ok"_s);
+        desk().phones.must(u"cam-a hang-up"_s);
+        QVERIFY(fetching.value());
+        QCOMPARE(messages().filter(u"Downloaded and verified"_s).size(), 2); // those of cam-b
+    }
+
     void oneFileOneClip()
     {
         QVERIFY(download());
