@@ -5,6 +5,7 @@
 
 #include <QCryptographicHash>
 #include <QNetworkInterface>
+#include <QTimer>
 
 #include <avahi-common/alternative.h>
 #include <avahi-common/domain.h>
@@ -102,6 +103,9 @@ Announcement::Announcement(const QString &serviceName, const QString &type,
     : m_server(sharedServer()),
       m_name(serviceName.toUtf8()),
       m_type(type.toUtf8()),
+      m_address(address),
+      m_port(port),
+      m_text(text),
       m_interface(interfaceOf(address))
 {
     m_group = avahi_s_entry_group_new(
@@ -111,14 +115,13 @@ Announcement::Announcement(const QString &serviceName, const QString &type,
             if (state == AVAHI_ENTRY_GROUP_ESTABLISHED)
                 Q_EMIT self->published();
             else if (state == AVAHI_ENTRY_GROUP_COLLISION || state == AVAHI_ENTRY_GROUP_FAILURE)
-                std::fprintf(stderr, "%s is not announced: the name is taken.\n",
-                             self->m_name.constData());
+                self->giveWay();
         },
         this);
     if (!m_group)
         throw RigError(u"%1 cannot be announced."_s.arg(serviceName));
     try {
-        add(address, port, text);
+        add();
     } catch (...) {
         avahi_s_entry_group_free(m_group);
         throw;
@@ -130,28 +133,50 @@ Announcement::~Announcement()
     avahi_s_entry_group_free(m_group);
 }
 
-void Announcement::add(const QHostAddress &address, quint16 port, const ServiceText &text)
+// Whoever probes for the same name at the same time is often this phone's own last announcement,
+// the probes of which are still under way: RFC 6762 section 8.2 has the loser ask again a second
+// later.
+void Announcement::giveWay()
+{
+    constexpr int mostAttempts = 4;
+    constexpr int pauseMs = 1000;
+    if (++m_attempts == mostAttempts) {
+        std::fprintf(stderr, "%s is not announced: the name is taken.\n", m_name.constData());
+        return;
+    }
+    QTimer::singleShot(pauseMs, this, [this] {
+        avahi_s_entry_group_reset(m_group);
+        try {
+            add();
+        } catch (const RigError &error) {
+            std::fprintf(stderr, "%s\n", error.what());
+        }
+    });
+}
+
+void Announcement::add()
 {
     const QString what = QString::fromUtf8(m_name);
-    const QByteArray seed =
-        m_name + '|' + m_type + '|' + address.toString().toUtf8() + '|' + QByteArray::number(port);
+    const QByteArray seed = m_name + '|' + m_type + '|' + m_address.toString().toUtf8() + '|'
+                            + QByteArray::number(m_port);
     const QByteArray host = hostName(m_name, seed);
     AvahiAddress record{};
-    if (!avahi_address_parse(address.toString().toUtf8().constData(), AVAHI_PROTO_INET, &record))
-        throw RigError(u"%1 is no IPv4 address."_s.arg(address.toString()));
+    if (!avahi_address_parse(m_address.toString().toUtf8().constData(), AVAHI_PROTO_INET, &record))
+        throw RigError(u"%1 is no IPv4 address."_s.arg(m_address.toString()));
     check(avahi_server_add_address(m_server.get(), m_group, m_interface, AVAHI_PROTO_INET,
                                    AVAHI_PUBLISH_NO_REVERSE, host.constData(), &record),
           what);
     check(avahi_server_add_service_strlst(m_server.get(), m_group, m_interface, AVAHI_PROTO_INET,
                                           AvahiPublishFlags(0), m_name.constData(),
-                                          m_type.constData(), domain, host.constData(), port,
-                                          textRecord(text).get()),
+                                          m_type.constData(), domain, host.constData(), m_port,
+                                          textRecord(m_text).get()),
           what);
     check(avahi_s_entry_group_commit(m_group), what);
 }
 
 void Announcement::setText(const ServiceText &text)
 {
+    m_text = text;
     check(avahi_server_update_service_txt_strlst(
               m_server.get(), m_group, m_interface, AVAHI_PROTO_INET, AvahiPublishFlags(0),
               m_name.constData(), m_type.constData(), domain, textRecord(text).get()),

@@ -37,13 +37,18 @@ Q_SIGNALS:
     void published();
 
 private:
-    void add(const QHostAddress &address, quint16 port, const ServiceText &text);
+    void add();
+    void giveWay();
 
     std::shared_ptr<AvahiServer> m_server;
     AvahiSEntryGroup *m_group = nullptr; ///< owned
     QByteArray m_name;
     QByteArray m_type;
+    QHostAddress m_address;
+    quint16 m_port;
+    ServiceText m_text;
     int m_interface; ///< the number of the address's interface
+    int m_attempts = 0;
 };
 
 } // namespace vorn::rig

@@ -43,19 +43,19 @@ double memory(const char *field)
     return 0;
 }
 
-QCoro::Task<bool> fetchAll(AppStore &store, DiscoveredDevice device, QString code)
+QCoro::Task<bool> fetchAll(AppStore *store, DiscoveredDevice device, QString code)
 {
-    if (!co_await store.pairAndConnect(std::move(device), std::move(code), true))
+    if (!co_await store->pairAndConnect(std::move(device), std::move(code), true))
         co_return false;
     const double memoryBefore = memory("VmRSS");
     const double cpu = cpuSeconds();
     const auto start = MonotonicClock::now();
-    const VORNLibrary library = store.library();
+    const VORNLibrary library = store->library();
     for (const VORNProject &project : library.projects) {
-        store.setSelectedProjectID(project.id);
+        store->setSelectedProjectID(project.id);
         for (const VORNTake &take : project.takes) {
-            store.setSelectedTakeID(take.id);
-            co_await store.downloadSelectedTake();
+            store->setSelectedTakeID(take.id);
+            co_await store->downloadSelectedTake();
         }
     }
     const std::chrono::duration<double> time = MonotonicClock::now() - start;
@@ -64,7 +64,7 @@ QCoro::Task<bool> fetchAll(AppStore &store, DiscoveredDevice device, QString cod
     const auto complete = [](const VORNProject &project) {
         return std::ranges::all_of(project.takes, isComplete);
     };
-    co_return std::ranges::all_of(store.library().projects, complete);
+    co_return std::ranges::all_of(store->library().projects, complete);
 }
 
 } // namespace
@@ -78,7 +78,7 @@ int main(int argc, char *argv[])
     AppStore store(arguments[1], arguments[2]);
     const DiscoveredDevice device =
         sharedPhone(u"phone"_s, arguments[3], arguments[4], arguments[5]);
-    const bool isComplete = QCoro::waitFor(fetchAll(store, device, arguments[6]));
+    const bool isComplete = QCoro::waitFor(fetchAll(&store, device, arguments[6]));
     if (!isComplete)
         std::fprintf(stderr, "%s\n",
                      qPrintable(store.errorMessage().value_or(u"Something is missing."_s)));

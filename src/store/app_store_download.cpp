@@ -121,7 +121,7 @@ QCoro::Task<> AppStore::fetch(PendingDownload pending, Client client, QUrl url)
     m_ui.assertCurrent();
     const QPointer<AppStore> self(this);
     const VORNClip &clip = pending.clip;
-    const std::int64_t total = *clip.sizeBytes;
+    const std::int64_t total = clip.sizeBytes.value_or(0);
     const QString path =
         recordingPath(m_recordingsDirectory, pending.projectId, pending.takeId, clip);
     const bool isThere =
@@ -186,7 +186,7 @@ void AppStore::failDownload(const VORNClip &clip, const Client &client, const st
     if (!concernsConnection(error) || (present && present != client))
         return;
     client->invalidate();
-    removeSessions(*clip.deviceId);
+    removeSessions(client->deviceId());
     log(u"Secure transfer authorization was cancelled after a transport failure."_s, true);
 }
 
@@ -234,7 +234,7 @@ void AppStore::beginProgress(const PendingDownload &pending)
     progress.clipId = pending.clip.id;
     progress.cameraId = pending.clip.cameraId;
     progress.clipBytes = 0;
-    progress.clipTotalBytes = *pending.clip.sizeBytes;
+    progress.clipTotalBytes = pending.clip.sizeBytes.value_or(0);
     m_downloadProgress = progress;
     countDownloads();
 }

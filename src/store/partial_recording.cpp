@@ -46,6 +46,11 @@ void moveWithoutReplacing(const QString &from, const QString &to)
         throw FileError(u"Cannot remove"_s, from, errno);
 }
 
+FileError notOurs(const QString &path)
+{
+    return FileError(u"%1 is not a file that VORN made; move it before retrying."_s.arg(path));
+}
+
 QString partialPath(const QString &destination)
 {
     return destination + u".part"_s;
@@ -73,8 +78,14 @@ QString recordingPath(const QString &recordingsFolder, const QString &projectId,
 bool isRecordingThere(const QString &destination, const QString &sha256,
                       const std::stop_token &stop)
 {
-    if (!somethingExistsAt(destination))
-        return false;
+    struct stat status = {};
+    if (::lstat(nativePath(destination).constData(), &status) != 0) {
+        if (errno == ENOENT)
+            return false;
+        throw FileError(u"Cannot open"_s, destination, errno);
+    }
+    if (!S_ISREG(status.st_mode))
+        throw notOurs(destination);
     if (digestOf(destination, stop).compare(sha256, Qt::CaseInsensitive) != 0)
         throw FileError(u"Existing destination hash differs; move it before retrying."_s);
     return true;
@@ -102,7 +113,7 @@ PartialRecording::PartialRecording(const QString &destination, std::int64_t expe
         throw FileError(u"Cannot write"_s, m_path, errno);
     // A second name would change with this one.
     if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid() || status.st_nlink != 1)
-        throw FileError(u"%1 is not a file that VORN made; move it before retrying."_s.arg(m_path));
+        throw notOurs(m_path);
     m_size = status.st_size;
     if (m_size > expectedBytes)
         throw FileError(u"Partial file is larger than catalog size."_s);

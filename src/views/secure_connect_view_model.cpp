@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype askableCameras = 4; ///< as many as the multiview has places
-constexpr qsizetype groupsInRow = 4;
+constexpr qsizetype groupsInLine = 4;
 
 } // namespace
 
@@ -72,16 +72,16 @@ QString SecureConnectViewModel::hint() const
                         : u"Keep VORN open on the same trusted Wi-Fi network."_s;
 }
 
-QStringList SecureConnectViewModel::fingerprintRows() const
+QString SecureConnectViewModel::fingerprint() const
 {
     const auto device = selectedDevice();
     if (!device)
         return {};
     const QStringList groups = device->fingerprintDisplay().split(u' ');
-    QStringList rows{groups.first(std::min(groupsInRow, groups.size())).join(u"  "_s)};
-    if (groups.size() > groupsInRow)
-        rows.append(groups.sliced(groupsInRow).join(u"  "_s));
-    return rows;
+    QStringList lines{groups.first(std::min(groupsInLine, groups.size())).join(u"  "_s)};
+    if (groups.size() > groupsInLine)
+        lines.append(groups.sliced(groupsInLine).join(u"  "_s));
+    return lines.join(u'\n');
 }
 
 void SecureConnectViewModel::setFingerprintConfirmed(bool isConfirmed)

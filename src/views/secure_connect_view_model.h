@@ -56,7 +56,7 @@ class SecureConnectViewModel : public QObject {
     Q_PROPERTY(bool requestFailed READ hasRequestFailed NOTIFY changed)
     Q_PROPERTY(QString hint READ hint NOTIFY changed)
     Q_PROPERTY(bool hasSelection READ hasSelection NOTIFY changed)
-    Q_PROPERTY(QList<QString> fingerprintRows READ fingerprintRows NOTIFY changed)
+    Q_PROPERTY(QString fingerprint READ fingerprint NOTIFY changed)
     Q_PROPERTY(bool fingerprintConfirmed READ isFingerprintConfirmed WRITE setFingerprintConfirmed
                    NOTIFY changed)
     Q_PROPERTY(QString pairingCode READ pairingCode WRITE setPairingCode NOTIFY pairingCodeChanged)
@@ -79,8 +79,8 @@ public:
     /// What to do while nothing is found.
     [[nodiscard]] QString hint() const;
     [[nodiscard]] bool hasSelection() const { return selectedDevice().has_value(); }
-    /// The selected device's fingerprint, in two rows of four groups.
-    [[nodiscard]] QStringList fingerprintRows() const;
+    /// The selected device's fingerprint, in two lines of four groups.
+    [[nodiscard]] QString fingerprint() const;
     [[nodiscard]] bool isFingerprintConfirmed() const { return m_fingerprintConfirmed; }
     void setFingerprintConfirmed(bool isConfirmed);
     [[nodiscard]] const QString &pairingCode() const { return m_pairingCode; }

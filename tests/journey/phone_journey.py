@@ -43,7 +43,7 @@ def pair(program, phones, camera):
     program.wait("VERIFY ON BOTH SCREENS")
     transfer = phones.state()["phones"][camera]["transfer"]
     shown = program.wait("Six-digit code from phone") and [
-        text for text in program.texts() if text.replace(" ", "") == transfer["shownFingerprint"].replace(" ", "")]
+        text for text in program.texts() if text.split() == transfer["shownFingerprint"].split()]
     expect(shown, f"{camera}'s fingerprint is not shown")
     program.press("This 128-bit fingerprint matches the fingerprint shown on the phone")
     program.type_into("Six-digit code from phone", transfer["code"])

@@ -131,6 +131,21 @@ private Q_SLOTS:
         QVERIFY2(text.contains(partialPath()), qPrintable(text));
         QCOMPARE(readFile(other, 100), QByteArray("precious"));
         QVERIFY(somethingExistsAt(partialPath()));
+
+        // In the place of the finished file it is not taken for one, and not replaced.
+        QVERIFY(::rename(QFile::encodeName(partialPath()).constData(),
+                         QFile::encodeName(path()).constData())
+                == 0);
+        const bool isSecondName = qstrcmp(QTest::currentDataTag(), "second name") == 0;
+        QCOMPARE(thrownText([&] { (void)isRecordingThere(path(), QString(64, u'0'), {}); }),
+                 isSecondName
+                     ? u"Existing destination hash differs; move it before retrying."_s
+                     : path() + u" is not a file that VORN made; move it before retrying."_s);
+        PartialRecording whole(path(), 6);
+        whole.append("abcdef");
+        QCOMPARE(thrownText([&] { whole.moveToDestination(); }),
+                 u"Cannot move the verified recording to %1: File exists."_s.arg(path()));
+        QCOMPARE(readFile(other, 100), QByteArray("precious"));
     }
 
     void checkingEndsWithTheStore()

@@ -25,28 +25,19 @@ ColumnLayout {
         border.color: Theme.frame
 
         Accessible.role: Accessible.StaticText
-        Accessible.name: root.connection.fingerprintRows.join("  ")
+        Accessible.name: root.connection.fingerprint
 
-        Column {
+        TextLabel {
             id: groups
 
             anchors.centerIn: parent
-            spacing: Theme.tight
-
-            Repeater {
-                model: root.connection.fingerprintRows
-
-                TextLabel {
-                    required property string modelData
-
-                    text: modelData
-                    elide: Text.ElideNone
-                    font.family: Theme.mono
-                    font.pixelSize: 22
-                    font.letterSpacing: 1
-                    Accessible.ignored: true
-                }
-            }
+            text: root.connection.fingerprint
+            elide: Text.ElideNone
+            lineHeight: 1.2
+            font.family: Theme.mono
+            font.pixelSize: 22
+            font.letterSpacing: 1
+            Accessible.ignored: true
         }
     }
     AppCheckBox {

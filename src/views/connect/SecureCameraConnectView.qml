@@ -51,11 +51,17 @@ Sheet {
         Layout.preferredHeight: Math.min(contentHeight, root.parent.height - 240)
         // Once the block that belongs to the choice has its place.
         property bool revealNext
-        onContentHeightChanged: if (revealNext) Qt.callLater(showVerification)
-        onRevealNextChanged: if (revealNext) Qt.callLater(showVerification)
-        function showVerification() {
-            reveal(verify);
-            revealNext = false;
+        onContentHeightChanged: if (revealNext) settled.start()
+        onRevealNextChanged: if (revealNext) settled.start()
+
+        Timer {
+            id: settled
+
+            interval: 0
+            onTriggered: {
+                page.reveal(verify);
+                page.revealNext = false;
+            }
         }
 
         SectionTitle {
