@@ -185,7 +185,9 @@ void AppStore::failDownload(const VORNClip &clip, const Client &client, const st
     const Client present = clientOf(clip);
     if (!concernsConnection(error) || (present && present != client))
         return;
-    client->invalidate();
+    // Absent when the user has ended the session, of which the phone is still being told.
+    if (present)
+        present->invalidate();
     removeSessions(client->deviceId());
     log(u"Secure transfer authorization was cancelled after a transport failure."_s, true);
 }

@@ -418,10 +418,12 @@ private Q_SLOTS:
         desk().phones.must(u"cam-a http files body slow 1000"_s);
         Outcome fetching(ended(store().downloadSelectedTake()));
         QTRY_VERIFY(store().downloadProgress() && store().downloadProgress()->clipBytes > 0);
+        const int before = desk().requests(u"cam-a"_s, u"end"_s);
         Outcome ending(
             ended(store().endTransferSession(store().transferSessions().front().deviceId)));
         QVERIFY(fetching.value());
         QVERIFY(ending.value());
+        QCOMPARE(desk().requests(u"cam-a"_s, u"end"_s), before + 1); // the phone knows
         QVERIFY(store().transferSessions().empty());
         QVERIFY(
             messages().first().startsWith(u"! Download failed for %1: "_s.arg(clip(0).fileName)));
