@@ -7,6 +7,7 @@ each over loopback; FETCHER is take_fetcher. The others are curl, whole files, f
 
 import json
 import pathlib
+import resource
 import shutil
 import statistics
 import subprocess
@@ -41,7 +42,14 @@ def ours(phones, fetcher, folder):
     return [float(word) for word in words]
 
 
+def children_seconds():
+    """Processor seconds of the ended children."""
+    usage = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return usage.ru_utime + usage.ru_stime
+
+
 def theirs(phones, digest, folder):
+    """Seconds, processor seconds."""
     shown = transfer(phones)
     catalog_url = shown["catalogURL"]
     body = {"schemaVersion": 1, "requestId": str(uuid.uuid4()), "collectorId": str(uuid.uuid4()),
@@ -53,6 +61,7 @@ def theirs(phones, digest, folder):
                "-H", f"X-VORN-Session-ID: {answer['sessionId']}"]
     catalog = json.loads(curl(*session, "-H", "Accept: application/json", catalog_url))
     clips = [clip for project in catalog["projects"] for take in project["takes"] for clip in take["clips"]]
+    processor = children_seconds()
     start = time.monotonic()
     for clip in clips:
         path = folder / clip["fileName"]
@@ -61,7 +70,7 @@ def theirs(phones, digest, folder):
         words = subprocess.run([*digest, path], check=True, stdout=subprocess.PIPE).stdout.decode()
         if clip["sha256"] not in words:
             sys.exit(f"{path} is not the recording")
-    return time.monotonic() - start
+    return [time.monotonic() - start, children_seconds() - processor]
 
 
 def main():
@@ -82,8 +91,8 @@ def main():
         phones.do(f"{CAMERA} server on")
         contestants = {
             "ours": lambda place: ours(phones, fetcher, place),
-            "curl and openssl dgst": lambda place: [theirs(phones, ["openssl", "dgst", "-sha256"], place)],
-            "curl and sha256sum": lambda place: [theirs(phones, ["sha256sum"], place)],
+            "curl and openssl dgst": lambda place: theirs(phones, ["openssl", "dgst", "-sha256"], place),
+            "curl and sha256sum": lambda place: theirs(phones, ["sha256sum"], place),
         }
         results = {name: [] for name in contestants}
         for _ in range(ROUNDS):
@@ -98,9 +107,11 @@ def main():
             print(f"verified download, against {name}", f"{seconds['ours']:.2f} s", f"{seconds[name]:.2f} s",
                   f"{seconds['ours'] / seconds[name]:.2f}", aim, sep="\t")
         gigabytes = CLIPS * size / 1e9
-        processor = statistics.median(run[1] for run in results["ours"]) / gigabytes
+        processor = {name: statistics.median(run[1] for run in runs) / gigabytes for name, runs in results.items()}
+        other = processor["curl and openssl dgst"]
         memory = max(run[2] for run in results["ours"])
-        print("verified download, processor for 1 GB", f"{processor:.2f} s", "-", "-", "<= 2.2 s", sep="\t")
+        print("verified download, processor for 1 GB", f"{processor['ours']:.2f} s", f"{other:.2f} s",
+              f"{processor['ours'] / other:.2f}", "<= 2.2 s", sep="\t")
         print("verified download, memory above idle", f"{memory:.1f} MiB", "-", "-", "<= 16 MiB", sep="\t")
     finally:
         server.terminate()
