@@ -11,9 +11,13 @@ FocusStop {
     readonly property real contentHeight: column.implicitHeight
     readonly property bool overflows: contentHeight > height
 
+    // What stays in sight when the content changes: what was last revealed, until the user scrolls.
+    property Item kept: null
+
     function scrollBy(distance: real) {
         flickable.contentY = Math.max(0, Math.min(flickable.contentHeight - flickable.height,
                                                   flickable.contentY + distance));
+        kept = null;
     }
 
     // Scrolls as little as shows the item and its focus ring, its head before its foot.
@@ -22,6 +26,7 @@ FocusStop {
         const foot = top + item.height + 2 * Theme.tight;
         scrollBy(Math.max(0, foot - flickable.contentY - flickable.height));
         scrollBy(Math.min(0, top - flickable.contentY));
+        kept = item;
     }
     function isWithin(item: Item): bool {
         for (let above = item; above; above = above.parent)
@@ -30,12 +35,26 @@ FocusStop {
         return false;
     }
 
+    onContentHeightChanged: settled.start()
+    onHeightChanged: settled.start()
+
+    // A layout says how high it is before it has placed what it holds.
+    Timer {
+        id: settled
+
+        interval: 0
+        onTriggered: {
+            if (root.kept?.visible)
+                root.reveal(root.kept);
+        }
+    }
+
     // The keyboard leads to what is out of sight as well.
     Connections {
         target: root.Window.window
         function onActiveFocusItemChanged() {
             const item = root.Window.activeFocusItem;
-            if (root.overflows && item && root.isWithin(item))
+            if (item && root.isWithin(item))
                 root.reveal(item);
         }
     }
@@ -54,6 +73,7 @@ FocusStop {
         clip: true
         contentHeight: root.contentHeight
         boundsBehavior: Flickable.StopAtBounds
+        onContentYChanged: root.kept = null
         ScrollBar.vertical: SlimScrollBar {}
 
         ColumnLayout {

@@ -56,7 +56,15 @@ public:
         return int(
             std::ranges::count(visibleItems(window()->contentItem()), description, descriptionOf));
     }
-    void awaitRow(const QString &name) { QTRY_VERIFY_WITH_TIMEOUT(shows(name), limitMs); }
+    /// A phone that films bears its name too, until the first phone that shares is listed.
+    void awaitRow(const QString &name)
+    {
+        const auto isListed = [this, &name] {
+            QQuickItem *row = named(name);
+            return row && descriptionOf(row) == u"HTTPS • foreground only"_s;
+        };
+        QTRY_VERIFY2_WITH_TIMEOUT(isListed(), qPrintable(name), limitMs);
+    }
     /// Chooses, compares and types, as the phone shows it.
     void fillIn(const QString &row, const QString &code)
     {
@@ -309,13 +317,20 @@ private Q_SLOTS:
                 break;
             reached << name;
             QQuickItem *item = probe.window()->activeFocusItem();
-            const auto isInSight = [item, foot] {
-                const QRectF place = item->mapRectToScene(item->boundingRect());
-                return place.top() >= 0 && place.bottom() <= foot;
+            const auto place = [item] { return item->mapRectToScene(item->boundingRect()); };
+            const auto isInSight = [&] {
+                const QRectF before = place();
+                probe.window()->grabWindow();
+                QCoreApplication::processEvents();
+                return place() == before && before.top() >= 0 && before.bottom() <= foot;
             };
             QTRY_VERIFY2(isInSight(), qPrintable(name));
-            if (name == u"Phone 9"_s)
+            if (name == u"Phone 9"_s) {
+                // Fast hands are in the block of the choice before it has its place.
                 probe.press(Qt::Key_Space);
+                probe.press(Qt::Key_Tab);
+                reached << probe.focusName();
+            }
         }
         QCOMPARE(probe.focusName(), u"Close"_s);
         for (int i = 0; i < 10; ++i)

@@ -49,20 +49,6 @@ Sheet {
         label: root.title
         Layout.fillWidth: true
         Layout.preferredHeight: Math.min(contentHeight, root.parent.height - 240)
-        // Once the block that belongs to the choice has its place.
-        property bool revealNext
-        onContentHeightChanged: if (revealNext) settled.start()
-        onRevealNextChanged: if (revealNext) settled.start()
-
-        Timer {
-            id: settled
-
-            interval: 0
-            onTriggered: {
-                page.reveal(verify);
-                page.revealNext = false;
-            }
-        }
 
         SectionTitle {
             visible: root.connection.hasSessions
@@ -145,8 +131,11 @@ Sheet {
                 DeviceRow {
                     Layout.fillWidth: true
                     onClicked: {
+                        const isPlaced = verify.visible;
                         root.connection.choose(index);
-                        page.revealNext = true;
+                        if (isPlaced)
+                            page.reveal(verify);
+                        page.kept = verify; // with the next frame
                     }
                 }
             }
