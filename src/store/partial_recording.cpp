@@ -88,6 +88,10 @@ bool isRecordingThere(const QString &destination, const QString &sha256,
         throw notOurs(destination);
     if (digestOf(destination, stop).compare(sha256, Qt::CaseInsensitive) != 0)
         throw FileError(u"Existing destination hash differs; move it before retrying."_s);
+    // Who moved it there may have ended before it was on the disk.
+    if (::fsync(openRegularFile(destination).get()) != 0)
+        throw FileError(u"Cannot write"_s, destination, errno);
+    flushFolderOf(destination);
     return true;
 }
 

@@ -16,8 +16,9 @@ namespace vorn {
 [[nodiscard]] QString recordingPath(const QString &recordingsFolder, const QString &projectId,
                                     const QString &takeId, const VORNClip &clip);
 
-/// True when the verified file is at `destination` already. Throws FileError when something else is
-/// there. Blocks until the file is read, or throws StoreEnded.
+/// True when the verified file is at `destination` already; its name and bytes are on the disk
+/// then. Throws FileError when something else is there. Blocks until the file is read, or throws
+/// StoreEnded.
 [[nodiscard]] bool isRecordingThere(const QString &destination, const QString &sha256,
                                     const std::stop_token &stop);
 
