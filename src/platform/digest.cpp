@@ -51,7 +51,7 @@ QString Sha256::finish()
         QByteArray(reinterpret_cast<const char *>(digest.data()), qsizetype(length)).toHex());
 }
 
-QString sha256OfFile(const QString &path, const std::function<void(std::int64_t)> &onProgress)
+QString sha256OfFile(const QString &path, const ByteReport &report)
 {
     // One plain buffer: memory maps, direct input and a reader thread measured no faster.
     constexpr auto bufferBytes = std::size_t{1024} * 1024;
@@ -71,8 +71,8 @@ QString sha256OfFile(const QString &path, const std::function<void(std::int64_t)
             return digest.finish();
         digest.add(std::span(buffer).first(std::size_t(got)));
         total += got;
-        if (onProgress)
-            onProgress(total);
+        if (report)
+            report(total);
     }
 }
 

@@ -27,9 +27,11 @@ private:
     std::unique_ptr<Context> m_context;
 };
 
-/// SHA-256 of a regular file, read once through one buffer of 1 MiB. `onProgress`, if given, gets
-/// the bytes read so far after each buffer; what it throws ends the run. Throws FileError. Blocks.
-[[nodiscard]] QString sha256OfFile(const QString &path,
-                                   const std::function<void(std::int64_t)> &onProgress = {});
+/// Gets the bytes read so far; what it throws ends the reading.
+using ByteReport = std::function<void(std::int64_t)>;
+
+/// SHA-256 of a regular file, read once through one buffer of 1 MiB. Reports after each buffer, if
+/// it has been given a report. Throws FileError. Blocks.
+[[nodiscard]] QString sha256OfFile(const QString &path, const ByteReport &report = {});
 
 } // namespace vorn

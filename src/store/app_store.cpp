@@ -45,10 +45,7 @@ AppStore::AppStore(std::optional<QString> storageRoot, std::optional<QString> re
     if (m_library.projects.empty())
         return;
     prepareSaves();
-    const VORNProject &first = m_library.projects.front();
-    m_selectedProjectID = first.id;
-    if (!first.takes.empty())
-        m_selectedTakeID = first.takes.front().id;
+    setSelectedProjectID(m_library.projects.front().id);
 }
 
 AppStore::~AppStore()
@@ -197,7 +194,11 @@ void AppStore::setSelectedProjectID(std::optional<QString> id)
     if (id == m_selectedProjectID)
         return;
     m_selectedProjectID = std::move(id);
+    const VORNProject *project = selectedProject();
+    const bool hasTake = project && !project->takes.empty();
+    m_selectedTakeID = hasTake ? std::optional(project->takes.front().id) : std::nullopt;
     Q_EMIT selectedProjectIDChanged();
+    Q_EMIT selectedTakeIDChanged();
 }
 
 void AppStore::setSelectedTakeID(std::optional<QString> id)

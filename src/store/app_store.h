@@ -30,8 +30,10 @@ struct DownloadProgress {
     std::size_t clipCount = 0;
     std::int64_t clipBytes = 0;
     std::int64_t clipTotalBytes = 0;
-    std::int64_t allBytes = 0; ///< of all clips together
+    std::optional<std::int64_t> verifiedBytes; ///< of this clip, while its digest is taken
+    std::int64_t allBytes = 0;                 ///< of all clips together
     std::int64_t allTotalBytes = 0;
+    int stage = 0; ///< rises where the bytes jump: a rate across that would mean nothing
 
     bool operator==(const DownloadProgress &) const = default;
 };
@@ -66,6 +68,7 @@ public:
     /// How far the running export is; absent when none runs.
     [[nodiscard]] const std::optional<ExportProgress> &exportProgress() const;
 
+    /// Another project's first take is selected with it, if it has one.
     void setSelectedProjectID(std::optional<QString> id);
     void setSelectedTakeID(std::optional<QString> id);
     void clearErrorMessage();
@@ -106,6 +109,8 @@ public:
 
     /// True when some of the selected take's recordings are to be fetched, and all of those can be.
     [[nodiscard]] bool canDownloadSelectedTake() const;
+    /// True while a recording is fetched or waits for its turn.
+    [[nodiscard]] bool isDownloadPending(const QString &clipId) const;
     /// Fetches the recordings of the selected take that are not on this computer, one after the
     /// other, and verifies each. While a download runs, further ones wait for their turn, and the
     /// call returns at once.
@@ -122,6 +127,8 @@ Q_SIGNALS:
     void exportProgressChanged();
     void transferSessionsChanged();
     void downloadProgressChanged();
+    /// Nothing waits any more; of what was asked for since, `failed` recordings are not here.
+    void downloadsEnded(std::size_t failed);
     /// An export has succeeded; `path` is its timeline document, to be shown to the user.
     void exportCreated(const QString &path);
 
@@ -159,7 +166,10 @@ private:
     void beginProgress(const PendingDownload &pending);
     /// What the first one of the queue and those behind it come to.
     void countDownloads();
+    /// What is on the disk of the clip when its fetching begins.
+    void resumeAt(std::int64_t clipBytes);
     void setClipBytes(std::int64_t bytes);
+    void setVerifiedBytes(std::int64_t bytes);
     void endProgress();
 
     ThreadContext m_ui;

@@ -1,6 +1,7 @@
 #include "platform/off_thread.h"
 #include "store/app_store.h"
 #include "store/partial_recording.h"
+#include "store/progress_report.h"
 #include "transfer/transfer_protocol.h"
 
 #include <QPointer>
@@ -44,6 +45,13 @@ bool AppStore::canDownloadSelectedTake() const
               });
 }
 
+bool AppStore::isDownloadPending(const QString &clipId) const
+{
+    m_ui.assertCurrent();
+    return std::ranges::any_of(
+        m_downloads, [&](const PendingDownload &pending) { return pending.clip.id == clipId; });
+}
+
 QCoro::Task<> AppStore::downloadSelectedTake()
 {
     m_ui.assertCurrent();
@@ -53,10 +61,7 @@ QCoro::Task<> AppStore::downloadSelectedTake()
         co_return;
     const bool isRunning = !m_downloads.empty();
     for (const VORNClip &clip : take->clips) {
-        const auto waits = [&](const PendingDownload &pending) {
-            return pending.clip.id == clip.id;
-        };
-        if (!isLocal(clip) && std::ranges::none_of(m_downloads, waits))
+        if (!isLocal(clip) && !isDownloadPending(clip.id))
             m_downloads.push_back({clip, project->id, take->id});
     }
     if (isRunning) {
@@ -66,13 +71,17 @@ QCoro::Task<> AppStore::downloadSelectedTake()
 
     const QPointer<AppStore> self(this);
     const SleepInhibitor awake(u"Recordings are being downloaded."_s);
+    std::size_t failed = 0;
     while (!m_downloads.empty()) {
         co_await download(m_downloads.front());
         if (!self)
             co_return;
+        const VORNClip *stored = storedClip(m_downloads.front());
+        failed += stored && isLocal(*stored) ? 0 : 1;
         m_downloads.pop_front();
     }
     endProgress();
+    Q_EMIT downloadsEnded(failed);
 }
 
 QCoro::Task<> AppStore::download(PendingDownload pending)
@@ -124,10 +133,13 @@ QCoro::Task<> AppStore::fetch(PendingDownload pending, Client client, QUrl url)
     const std::int64_t total = clip.sizeBytes.value_or(0);
     const QString path =
         recordingPath(m_recordingsDirectory, pending.projectId, pending.takeId, clip);
-    const bool isThere =
-        co_await offThread([path, digest = clip.sha256, stop = m_stop.get_token()] {
-            return isRecordingThere(path, digest, stop);
+    const auto report =
+        progressReport<std::int64_t>(m_stop.get_token(), [self](const std::int64_t &bytes) {
+            if (self)
+                self->setVerifiedBytes(bytes);
         });
+    const bool isThere = co_await offThread(
+        [path, digest = clip.sha256, report] { return isRecordingThere(path, digest, report); });
     if (!self)
         co_return;
     if (isThere) {
@@ -141,8 +153,8 @@ QCoro::Task<> AppStore::fetch(PendingDownload pending, Client client, QUrl url)
     if (!self)
         co_return;
     std::int64_t offset = partial->size();
+    resumeAt(offset);
     setTransfer(clip, TransferPhase::downloading, offset, u"Resuming"_s);
-    setClipBytes(offset);
     while (offset < total) {
         const std::int64_t end = std::min(offset + TransferProtocol::chunkSize, total) - 1;
         const QByteArray bytes = co_await client->fetchRange(
@@ -158,10 +170,11 @@ QCoro::Task<> AppStore::fetch(PendingDownload pending, Client client, QUrl url)
         setClipBytes(offset);
     }
 
+    setVerifiedBytes(0);
     setTransfer(clip, TransferPhase::verifying, total, u"Checking SHA-256"_s);
-    co_await offThread([partial, path, digest = clip.sha256, stop = m_stop.get_token()] {
+    co_await offThread([partial, path, digest = clip.sha256, report] {
         partial->flush();
-        if (partial->sha256(stop).compare(digest, Qt::CaseInsensitive) != 0) {
+        if (partial->sha256(report).compare(digest, Qt::CaseInsensitive) != 0) {
             partial->clear();
             throw TransferProtocolError::invalid(
                 u"Downloaded SHA-256 does not match the phone catalog."_s);
@@ -237,8 +250,20 @@ void AppStore::beginProgress(const PendingDownload &pending)
     progress.cameraId = pending.clip.cameraId;
     progress.clipBytes = 0;
     progress.clipTotalBytes = pending.clip.sizeBytes.value_or(0);
+    progress.verifiedBytes.reset();
+    progress.stage += 1;
     m_downloadProgress = progress;
     countDownloads();
+}
+
+void AppStore::resumeAt(std::int64_t clipBytes)
+{
+    m_ui.assertCurrent();
+    if (!m_downloadProgress)
+        return;
+    m_downloadProgress->verifiedBytes.reset();
+    m_downloadProgress->stage += 1;
+    setClipBytes(clipBytes);
 }
 
 void AppStore::countDownloads()
@@ -261,6 +286,17 @@ void AppStore::setClipBytes(std::int64_t bytes)
         return;
     m_downloadProgress->allBytes += bytes - m_downloadProgress->clipBytes;
     m_downloadProgress->clipBytes = bytes;
+    Q_EMIT downloadProgressChanged();
+}
+
+void AppStore::setVerifiedBytes(std::int64_t bytes)
+{
+    m_ui.assertCurrent();
+    if (!m_downloadProgress)
+        return;
+    if (!m_downloadProgress->verifiedBytes)
+        m_downloadProgress->stage += 1;
+    m_downloadProgress->verifiedBytes = bytes;
     Q_EMIT downloadProgressChanged();
 }
 

@@ -1,24 +1,13 @@
 #include "platform/files.h"
-#include "platform/monotonic_clock.h"
 #include "platform/off_thread.h"
 #include "store/app_store.h"
-#include "store/store_ended.h"
+#include "store/progress_report.h"
 
-#include <QCoreApplication>
 #include <QPointer>
-
-#include <chrono>
 
 using namespace Qt::StringLiterals;
 
 namespace vorn {
-namespace {
-
-// About three times a screen frame: quick enough for a bar, cheap for the interface.
-constexpr std::chrono::milliseconds progressInterval{50};
-
-} // namespace
-
 QCoro::Task<> AppStore::exportSelectedTake(QString parentFolder)
 {
     m_ui.assertCurrent();
@@ -28,23 +17,15 @@ QCoro::Task<> AppStore::exportSelectedTake(QString parentFolder)
     const VORNProject project = *selectedProject();
     const VORNTake take = *selectedTake();
 
-    // Called on the worker; crosses to the UI thread by a posted value.
-    const auto report = [store = QPointer(this), stop = m_stop.get_token(),
-                         last = MonotonicClock::time_point()](const ExportProgress &now) mutable {
-        throwIfEnded(stop);
-        const auto time = MonotonicClock::now();
-        if (time - last < progressInterval)
-            return;
-        last = time;
-        QMetaObject::invokeMethod(qApp, [store, now] {
-            if (store && store->isBusy())
-                store->setExportProgress(now);
+    const QPointer<AppStore> self(this);
+    const auto report =
+        progressReport<ExportProgress>(m_stop.get_token(), [self](const ExportProgress &now) {
+            if (self && self->isBusy())
+                self->setExportProgress(now);
         });
-    };
 
     setBusy(true);
     QString failure;
-    const QPointer<AppStore> self(this);
     try {
         const QString folder = co_await offThread([project, take, parentFolder, report] {
             return DriftEngine::exportPackage(project, take, parentFolder, report);

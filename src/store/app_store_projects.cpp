@@ -31,7 +31,6 @@ void AppStore::createProject(const QString &name)
     m_library.projects.push_back({.id = id, .name = trimmed, .revision = 1, .takes = {}});
     Q_EMIT libraryChanged();
     setSelectedProjectID(id);
-    setSelectedTakeID({});
     save();
     log(u"Created project %1."_s.arg(trimmed));
 }

@@ -106,12 +106,8 @@ void AppStore::finishPairing(const DeviceCatalog &catalog, const Client &client)
     log(u"Paired with %1; merged %2 project(s)%3."_s.arg(
         catalog.deviceName, QString::number(catalog.projects.size()),
         hasUnassigned ? u" plus unassigned takes"_s : QString()));
-    if (!m_selectedProjectID && !m_library.projects.empty()) {
-        const VORNProject &first = m_library.projects.front();
-        setSelectedProjectID(first.id);
-        if (!first.takes.empty())
-            setSelectedTakeID(first.takes.front().id);
-    }
+    if (!m_selectedProjectID && !m_library.projects.empty())
+        setSelectedProjectID(m_library.projects.front().id);
 }
 
 void AppStore::addSession(const Client &client)

@@ -1,8 +1,6 @@
 #include "store/partial_recording.h"
 
 #include "library/safe_identifier.h"
-#include "platform/digest.h"
-#include "store/store_ended.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -56,11 +54,6 @@ QString partialPath(const QString &destination)
     return destination + u".part"_s;
 }
 
-QString digestOf(const QString &path, const std::stop_token &stop)
-{
-    return sha256OfFile(path, [&](std::int64_t) { throwIfEnded(stop); });
-}
-
 } // namespace
 
 QString recordingPath(const QString &recordingsFolder, const QString &projectId,
@@ -75,8 +68,7 @@ QString recordingPath(const QString &recordingsFolder, const QString &projectId,
     return path + u'/' + clip.fileName;
 }
 
-bool isRecordingThere(const QString &destination, const QString &sha256,
-                      const std::stop_token &stop)
+bool isRecordingThere(const QString &destination, const QString &sha256, const ByteReport &report)
 {
     struct stat status = {};
     if (::lstat(nativePath(destination).constData(), &status) != 0) {
@@ -86,7 +78,7 @@ bool isRecordingThere(const QString &destination, const QString &sha256,
     }
     if (!S_ISREG(status.st_mode))
         throw notOurs(destination);
-    if (digestOf(destination, stop).compare(sha256, Qt::CaseInsensitive) != 0)
+    if (sha256OfFile(destination, report).compare(sha256, Qt::CaseInsensitive) != 0)
         throw FileError(u"Existing destination hash differs; move it before retrying."_s);
     // Who moved it there may have ended before it was on the disk.
     if (::fsync(openRegularFile(destination).get()) != 0)
@@ -153,9 +145,9 @@ void PartialRecording::flush()
     m_unflushed = 0;
 }
 
-QString PartialRecording::sha256(const std::stop_token &stop) const
+QString PartialRecording::sha256(const ByteReport &report) const
 {
-    return digestOf(m_path, stop);
+    return sha256OfFile(m_path, report);
 }
 
 void PartialRecording::clear()

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "library/records.h"
+#include "platform/digest.h"
 #include "platform/files.h"
 
 #include <QByteArray>
 #include <QString>
 
 #include <cstdint>
-#include <stop_token>
 
 namespace vorn {
 
@@ -17,10 +17,9 @@ namespace vorn {
                                     const QString &takeId, const VORNClip &clip);
 
 /// True when the verified file is at `destination` already; its name and bytes are on the disk
-/// then. Throws FileError when something else is there. Blocks until the file is read, or throws
-/// StoreEnded.
+/// then. Throws FileError when something else is there. Blocks until the file is read.
 [[nodiscard]] bool isRecordingThere(const QString &destination, const QString &sha256,
-                                    const std::stop_token &stop);
+                                    const ByteReport &report);
 
 /// Bytes that a broken-off download has left there; 0 when there are none. Blocks.
 [[nodiscard]] std::int64_t partialBytes(const QString &destination);
@@ -42,8 +41,8 @@ public:
     void append(const QByteArray &bytes);
     /// The bytes are on the disk when it returns. Throws FileError.
     void flush();
-    /// Of the whole file, 64 lower-case hexadecimal characters. Throws FileError and StoreEnded.
-    [[nodiscard]] QString sha256(const std::stop_token &stop) const;
+    /// Of the whole file, 64 lower-case hexadecimal characters. Throws FileError.
+    [[nodiscard]] QString sha256(const ByteReport &report) const;
     /// Starts over at nothing. Throws FileError.
     void clear();
     /// Gives the file its final name, never that of a file that is there. Name and bytes are on the

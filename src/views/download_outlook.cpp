@@ -18,10 +18,12 @@ DownloadNotice downloadNotice(const DownloadOutlook &outlook)
     if (outlook.recordings == 0)
         return {};
     const QString size = byteText(double(outlook.bytes));
-    if (outlook.freeBytes && *outlook.freeBytes < outlook.bytes)
+    const std::int64_t room =
+        std::max<std::int64_t>(0, outlook.freeBytes.value_or(0) - outlook.bytesAhead);
+    if (outlook.freeBytes && room < outlook.bytes)
         return {
             u"This take needs %1, and %2 are free where recordings are kept. Make room before you download."_s
-                .arg(size, byteText(double(*outlook.freeBytes))),
+                .arg(size, byteText(double(room))),
             true};
     const QString count =
         outlook.recordings == 1 ? u"1 recording"_s : u"%1 recordings"_s.arg(outlook.recordings);
@@ -29,8 +31,8 @@ DownloadNotice downloadNotice(const DownloadOutlook &outlook)
     if (!outlook.timeLeft)
         return {facts, false};
     const QString left = clockText(*outlook.timeLeft);
-    const double needed =
-        double(outlook.bytes) / double(std::max<std::int64_t>(1, outlook.timeLeft->count()));
+    const double needed = double(outlook.bytesAhead + outlook.bytes)
+                          / double(std::max<std::int64_t>(1, outlook.timeLeft->count()));
     if (needed > plausibleBytesPerSecond)
         return {
             facts

@@ -12,6 +12,7 @@ namespace vorn {
 struct DownloadOutlook {
     std::size_t recordings = 0;                   ///< to be fetched
     std::int64_t bytes = 0;                       ///< that are still missing of them
+    std::int64_t bytesAhead = 0;                  ///< of downloads that come first
     std::optional<std::int64_t> freeBytes;        ///< where they will lie; absent while unknown
     std::optional<std::chrono::seconds> timeLeft; ///< of the session that ends first
 

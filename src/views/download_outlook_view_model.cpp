@@ -56,12 +56,12 @@ DownloadOutlook DownloadOutlookViewModel::outlook() const
 {
     DownloadOutlook result;
     result.freeBytes = m_disk.freeBytes;
-    if (!m_store.canDownloadSelectedTake() || m_store.downloadProgress())
+    if (!m_store.canDownloadSelectedTake())
         return result;
+    if (const auto &running = m_store.downloadProgress())
+        result.bytesAhead = running->allTotalBytes - running->allBytes;
     const QDateTime now = QDateTime::currentDateTimeUtc();
-    for (const VORNClip &clip : m_store.selectedTake()->clips) {
-        if (isLocal(clip))
-            continue;
+    for (const VORNClip &clip : clipsToFetch()) {
         ++result.recordings;
         result.bytes += clip.sizeBytes.value_or(0);
         for (const TransferSessionSummary &session : m_store.transferSessions()) {
@@ -76,15 +76,23 @@ DownloadOutlook DownloadOutlookViewModel::outlook() const
     return result;
 }
 
-DownloadOutlookViewModel::DiskState DownloadOutlookViewModel::diskState(const QString &folder,
-                                                                        const QString &projectId,
-                                                                        const VORNTake &take)
+QList<VORNClip> DownloadOutlookViewModel::clipsToFetch() const
 {
-    DiskState state{projectId, take.id, freeBytesAt(folder), 0};
-    for (const VORNClip &clip : take.clips) {
+    QList<VORNClip> clips = m_store.selectedTake()->clips;
+    clips.removeIf([this](const VORNClip &clip) {
+        return isLocal(clip) || m_store.isDownloadPending(clip.id);
+    });
+    return clips;
+}
+
+DownloadOutlookViewModel::DiskState
+DownloadOutlookViewModel::diskState(const QString &folder, const QString &projectId,
+                                    const QString &takeId, const QList<VORNClip> &clips)
+{
+    DiskState state{projectId, takeId, freeBytesAt(folder), 0};
+    for (const VORNClip &clip : clips) {
         try {
-            if (!isLocal(clip))
-                state.presentBytes += partialBytes(recordingPath(folder, projectId, take.id, clip));
+            state.presentBytes += partialBytes(recordingPath(folder, projectId, takeId, clip));
         } catch (const FileError &) {
             continue; // a name that the download refuses
         }
@@ -106,7 +114,8 @@ QCoro::Task<> DownloadOutlookViewModel::measure()
     do {
         DiskState disk = co_await offThread(
             [folder = m_store.recordingsDirectory(), projectId = m_store.selectedProject()->id,
-             take = *m_store.selectedTake()] { return diskState(folder, projectId, take); });
+             takeId = m_store.selectedTake()->id,
+             clips = clipsToFetch()] { return diskState(folder, projectId, takeId, clips); });
         if (!self)
             co_return;
         m_disk = std::move(disk);

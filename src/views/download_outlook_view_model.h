@@ -47,7 +47,9 @@ private:
         std::int64_t presentBytes = 0; ///< of the take's recordings, from downloads broken off
     };
     [[nodiscard]] static DiskState diskState(const QString &folder, const QString &projectId,
-                                             const VORNTake &take);
+                                             const QString &takeId, const QList<VORNClip> &clips);
+    /// Of the selected take; those of a running download are on their way already.
+    [[nodiscard]] QList<VORNClip> clipsToFetch() const;
 
     AppStore &m_store;
     DiskState m_disk;

@@ -22,16 +22,20 @@ using namespace std::chrono_literals;
 /// Who waits for less looks at the window still.
 constexpr auto longDownload = 10s;
 
+template <class Progress> QString workTitle(const QString &work, const Progress &progress)
+{
+    return u"%1 %2  \u2022  %3 of %4"_s.arg(work, displayText(progress.cameraId),
+                                            QString::number(progress.clipIndex + 1),
+                                            QString::number(progress.clipCount));
+}
+
 std::optional<WorkProgress> exportWork(const AppStore &store)
 {
     const auto &progress = store.exportProgress();
     if (!progress)
         return std::nullopt;
-    return WorkProgress{
-        u"Verifying %1  \u2022  %2 of %3"_s.arg(displayText(progress->cameraId),
-                                                QString::number(progress->clipIndex + 1),
-                                                QString::number(progress->clipCount)),
-        progress->completedBytes, progress->totalBytes};
+    return WorkProgress{workTitle(u"Verifying"_s, *progress), progress->completedBytes,
+                        progress->totalBytes};
 }
 
 std::optional<WorkProgress> downloadWork(const AppStore &store)
@@ -39,11 +43,11 @@ std::optional<WorkProgress> downloadWork(const AppStore &store)
     const auto &progress = store.downloadProgress();
     if (!progress)
         return std::nullopt;
-    return WorkProgress{
-        u"Downloading %1  \u2022  %2 of %3"_s.arg(displayText(progress->cameraId),
-                                                  QString::number(progress->clipIndex + 1),
-                                                  QString::number(progress->clipCount)),
-        progress->allBytes, progress->allTotalBytes};
+    if (progress->verifiedBytes)
+        return WorkProgress{workTitle(u"Verifying"_s, *progress), *progress->verifiedBytes,
+                            progress->clipTotalBytes, progress->stage};
+    return WorkProgress{workTitle(u"Downloading"_s, *progress), progress->allBytes,
+                        progress->allTotalBytes, progress->stage};
 }
 
 } // namespace
@@ -67,6 +71,7 @@ LibraryViewModel::LibraryViewModel(AppStore &store, LANDiscovery &discovery,
     connect(&store, &AppStore::downloadProgressChanged, &m_downloadProgress,
             &WorkProgressViewModel::startOrStop);
     connect(&store, &AppStore::downloadProgressChanged, this, &LibraryViewModel::watchDownload);
+    connect(&store, &AppStore::downloadsEnded, this, &LibraryViewModel::tellOfDownload);
     connect(&m_downloadProgress, &WorkProgressViewModel::changed, this,
             &LibraryViewModel::titleChanged);
     connect(&store, &AppStore::transferSessionsChanged, this, &LibraryViewModel::changed);
@@ -83,9 +88,10 @@ LibraryViewModel::LibraryViewModel(AppStore &store, LANDiscovery &discovery,
 
 QString LibraryViewModel::title() const
 {
-    if (!m_downloadProgress.running())
+    const auto &progress = m_store.downloadProgress();
+    if (!progress || progress->allTotalBytes == 0)
         return u"VORN Library"_s;
-    return u"VORN Library \u2014 %1 %"_s.arg(int(m_downloadProgress.fraction() * 100));
+    return u"VORN Library \u2014 %1 %"_s.arg(progress->allBytes * 100 / progress->allTotalBytes);
 }
 
 QString LibraryViewModel::downloadObstacle() const
@@ -162,22 +168,21 @@ void LibraryViewModel::download()
 
 void LibraryViewModel::watchDownload()
 {
-    const bool isRunning = m_store.downloadProgress().has_value();
-    if (isRunning == m_downloadStart.has_value())
+    if (m_downloadStart || !m_store.downloadProgress())
         return;
+    m_downloadStart = MonotonicClock::now();
     m_downloadOutlook.refresh();
-    const auto now = MonotonicClock::now();
-    const auto start =
-        std::exchange(m_downloadStart, isRunning ? std::optional(now) : std::nullopt);
-    if (!start || now - *start < longDownload || QGuiApplication::focusWindow())
+}
+
+void LibraryViewModel::tellOfDownload(std::size_t failed)
+{
+    m_downloadOutlook.refresh();
+    const auto start = std::exchange(m_downloadStart, std::nullopt);
+    if (!start || MonotonicClock::now() - *start < longDownload || QGuiApplication::focusWindow())
         return;
-    const bool hasFailed =
-        std::ranges::any_of(m_store.transfers(), [](const TransferStatus &transfer) {
-            return transfer.phase == TransferPhase::failed;
-        });
-    showDesktopNotification(hasFailed ? u"Download ended"_s : u"Download complete"_s,
-                            hasFailed ? u"Some recordings could not be downloaded."_s
-                                      : u"All recordings are verified and on this computer."_s);
+    showDesktopNotification(failed > 0 ? u"Download ended"_s : u"Download complete"_s,
+                            failed > 0 ? u"Some recordings could not be downloaded."_s
+                                       : u"All recordings are verified and on this computer."_s);
 }
 
 void LibraryViewModel::dismissError()

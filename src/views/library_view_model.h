@@ -74,8 +74,9 @@ Q_SIGNALS:
     void titleChanged();
 
 private:
-    /// Tells the desktop when a long download is over and nobody looks.
     void watchDownload();
+    /// Tells the desktop when a long download is over and nobody looks.
+    void tellOfDownload(std::size_t failed);
 
     AppStore &m_store;
     QString m_manifestFolder; ///< where the panels were left; lasts as long as the program

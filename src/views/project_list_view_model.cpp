@@ -66,13 +66,8 @@ QString ProjectListViewModel::renameObstacle() const
 
 void ProjectListViewModel::select(int row)
 {
-    const ProjectRow *chosen = m_rows.at(row);
-    if (!chosen || m_store.selectedProjectID() == chosen->key)
-        return;
-    m_store.setSelectedProjectID(chosen->key);
-    const VORNProject *project = m_store.selectedProject();
-    const bool hasTake = project && !project->takes.empty();
-    m_store.setSelectedTakeID(hasTake ? std::optional(project->takes.front().id) : std::nullopt);
+    if (const ProjectRow *chosen = m_rows.at(row))
+        m_store.setSelectedProjectID(chosen->key);
 }
 
 void ProjectListViewModel::create(const QString &name)

@@ -59,13 +59,16 @@ ClipLine clipLine(const VORNClip &clip, const VORNTake &take)
             .isReference = take.referenceCameraId == clip.cameraId};
 }
 
-/// The bytes of the clip that is being downloaded.
+/// The bytes of the clip that is being downloaded or verified.
 std::optional<WorkProgress> runningTransferOf(const AppStore &store)
 {
     const auto &progress = store.downloadProgress();
     if (!progress)
         return std::nullopt;
-    return WorkProgress{{}, progress->clipBytes, progress->clipTotalBytes};
+    return WorkProgress{{},
+                        progress->verifiedBytes.value_or(progress->clipBytes),
+                        progress->clipTotalBytes,
+                        progress->stage};
 }
 
 } // namespace
@@ -187,7 +190,8 @@ void TakeDashboardViewModel::refreshTransfers()
         lines.push_back({transfer.id, displayText(transfer.clipName),
                          transferPhaseText(transfer.phase),
                          displayText(transfer.message, longestMessage), transfer.progress(),
-                         transfer.phase == TransferPhase::downloading});
+                         transfer.phase == TransferPhase::downloading
+                             || transfer.phase == TransferPhase::verifying});
     m_transfers.setRows(std::move(lines));
     Q_EMIT changed();
 }

@@ -17,15 +17,14 @@ WorkProgressViewModel::WorkProgressViewModel(Source source) : m_source(std::move
 void WorkProgressViewModel::startOrStop()
 {
     const auto progress = m_source();
-    if (progress.has_value() == running())
-        return;
-    if (progress) {
+    if (!progress && running()) {
+        m_refresh.stop();
+        Q_EMIT changed();
+    } else if (progress && (!running() || progress->stage != m_stage)) {
+        m_stage = progress->stage;
         m_meter.restart(MonotonicClock::now(), progress->completedBytes);
         m_refresh.start();
         refresh();
-    } else {
-        m_refresh.stop();
-        Q_EMIT changed();
     }
 }
 

@@ -16,6 +16,7 @@ struct WorkProgress {
     QString title; ///< as shown
     std::int64_t completedBytes = 0;
     std::int64_t totalBytes = 0;
+    int stage = 0; ///< another one where the bytes jump
 };
 
 /// Running work in numbers. They change a few times a second, so that they can be read. Context: UI
@@ -56,6 +57,7 @@ private:
     Source m_source;
     QTimer m_refresh; ///< what stalls reports nothing, and the rate must fall all the same
     RateMeter m_meter;
+    int m_stage = 0;
     QString m_title;
     double m_fraction = 0;
     QString m_bytesText;

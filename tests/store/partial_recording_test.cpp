@@ -1,7 +1,7 @@
 // A recording on its way to the disk, and what may stand in that way.
 
 #include "store/partial_recording.h"
-#include "store/store_ended.h"
+#include "store/progress_report.h"
 #include "support.h"
 
 #include <QDir>
@@ -152,13 +152,14 @@ private Q_SLOTS:
     {
         std::stop_source stop;
         stop.request_stop();
+        const auto report =
+            progressReport<std::int64_t>(stop.get_token(), [](const std::int64_t &) {});
         PartialRecording recording(path(), 6);
         recording.append("abcdef");
-        QVERIFY_EXCEPTION_THROWN((void)recording.sha256(stop.get_token()), StoreEnded);
+        QVERIFY_EXCEPTION_THROWN((void)recording.sha256(report), StoreEnded);
         QCOMPARE(recording.size(), 6);
         writePlain(path(), "abcdef");
-        QVERIFY_EXCEPTION_THROWN((void)isRecordingThere(path(), QString(), stop.get_token()),
-                                 StoreEnded);
+        QVERIFY_EXCEPTION_THROWN((void)isRecordingThere(path(), QString(), report), StoreEnded);
     }
 
     void namesEachLevelSafely()

@@ -104,8 +104,10 @@ private Q_SLOTS:
             if (store().downloadProgress())
                 progress.push_back(*store().downloadProgress());
         });
+        const QSignalSpy ended(&store(), &AppStore::downloadsEnded);
         QVERIFY(download());
         disconnect(&store(), &AppStore::downloadProgressChanged, this, nullptr);
+        QCOMPARE(ended, (QList<QVariantList>{{qulonglong(0)}}));
 
         const QString total = QString::number(clipBytes);
         QCOMPARE(record.lines().first(6),
@@ -131,6 +133,17 @@ private Q_SLOTS:
         QCOMPARE(progress.back().allBytes, 2 * clipBytes);
         QCOMPARE(progress.back().clipIndex, 1U);
         QVERIFY(!store().downloadProgress());
+        // Within a stage bytes only grow; what is verified is counted by itself.
+        qsizetype verifying = 0;
+        for (std::size_t i = 1; i < progress.size(); ++i) {
+            const DownloadProgress &before = progress[i - 1];
+            const DownloadProgress &now = progress[i];
+            verifying += now.verifiedBytes.value_or(0) > 0 ? 1 : 0;
+            if (now.stage == before.stage)
+                QVERIFY(now.clipBytes >= before.clipBytes
+                        && now.verifiedBytes.has_value() == before.verifiedBytes.has_value());
+        }
+        QVERIFY(verifying >= 2);
 
         // Nothing is left to fetch.
         QVERIFY(!store().canDownloadSelectedTake());
@@ -269,7 +282,8 @@ private Q_SLOTS:
         VORNTake take;
         take.id = u"old"_s;
         const auto add = [&](const QString &name, const std::optional<QString> &url,
-                             std::optional<std::int64_t> bytes, const QString &deviceId) {
+                             std::optional<std::int64_t> bytes,
+                             const std::optional<QString> &deviceId) {
             VORNClip clip;
             clip.id = name;
             clip.cameraId = u"cam-a"_s;
@@ -284,6 +298,8 @@ private Q_SLOTS:
         add(u"empty"_s, files + u"empty"_s, 0, device);
         add(u"unsized"_s, files + u"unsized"_s, {}, device);
         add(u"nowhere"_s, {}, 5, device);
+        add(u"garbled"_s, origin + u":port/vorn/v1/files/garbled"_s, 5, device);
+        add(u"nobody"_s, files + u"nobody"_s, 5, {});
         add(u"stranger"_s, files + u"stranger"_s, 5, u"somebody else"_s);
         add(u"away"_s, u"https://192.0.2.1/vorn/v1/files/away"_s, 5, device);
         desk().close();
@@ -295,10 +311,13 @@ private Q_SLOTS:
         QVERIFY(!store().canDownloadSelectedTake()); // of one, the phone has no session
         m_logged = desk().messages().size();
         const int before = fileRequests();
+        const QSignalSpy ended(&store(), &AppStore::downloadsEnded);
         QVERIFY(download());
+        QCOMPARE(ended, (QList<QVariantList>{{qulonglong(7)}}));
         QStringList said = messages();
-        QCOMPARE(said.size(), 5);
-        for (const QString &name : {u"empty"_s, u"unsized"_s, u"nowhere"_s, u"stranger"_s})
+        QCOMPARE(said.size(), 7);
+        for (const QString &name :
+             {u"empty"_s, u"unsized"_s, u"nowhere"_s, u"garbled"_s, u"nobody"_s, u"stranger"_s})
             QCOMPARE(said.takeFirst(),
                      u"! %1.mov has no compatible range-download metadata."_s.arg(name));
         QVERIFY2(said.front().startsWith(u"! Rejected file URL for away.mov: "_s),

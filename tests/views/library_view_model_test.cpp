@@ -112,6 +112,10 @@ private Q_SLOTS:
         QVERIFY(!desk.view.dashboard()->hasTake());
         projects.select(7);
         QCOMPARE(desk.store.selectedProjectID(), u"p3"_s);
+        desk.store.setSelectedProjectID(u"p1"_s); // by whatever window
+        QCOMPARE(desk.store.selectedTakeID(), u"a"_s);
+        desk.store.setSelectedProjectID(std::nullopt);
+        QCOMPARE(desk.store.selectedTakeID(), std::nullopt);
     }
 
     void renamesOnlyRegularProjects()

@@ -1,4 +1,4 @@
-#include "views/progress_text.h"
+#include "views/work_progress_view_model.h"
 
 #include <QtTest>
 
@@ -68,6 +68,27 @@ private Q_SLOTS:
         QCOMPARE(rateText(meter.rate()), u"\u2013"_s);
         meter.restart(start + 20s, 0);
         QCOMPARE(meter.rate(), 0.0);
+    }
+
+    void startsAnewWhereTheBytesJump()
+    {
+        std::optional<WorkProgress> work;
+        WorkProgressViewModel view([&] { return work; });
+        QVERIFY(!view.running());
+        work = WorkProgress{u"first"_s, 0, 1'000'000, 1};
+        view.startOrStop();
+        work->completedBytes = 1'000'000;
+        QTRY_VERIFY(view.rateText() != u"\u2013"_s);
+        QCOMPARE(view.fraction(), 1.0);
+        // At once, not with the next tick.
+        work = WorkProgress{u"second"_s, 0, 500, 2};
+        view.startOrStop();
+        QCOMPARE(view.title(), u"second"_s);
+        QCOMPARE(view.bytesText(), u"0 bytes / 500 bytes"_s);
+        QCOMPARE(view.rateText(), u"\u2013"_s);
+        work.reset();
+        view.startOrStop();
+        QVERIFY(!view.running());
     }
 };
 
