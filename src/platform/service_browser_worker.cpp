@@ -5,7 +5,7 @@
 #include <QtEndian>
 
 #include <algorithm>
-#include <array>
+#include <iterator>
 
 using namespace std::chrono_literals;
 
@@ -109,6 +109,7 @@ void ServiceBrowserWorker::pause()
     for (auto &[key, service] : m_services) {
         service.resolver.reset();
         service.interfaces.clear();
+        service.silent.clear();
         service.asked = AVAHI_IF_UNSPEC;
         service.isStale = true;
     }
@@ -160,6 +161,7 @@ void ServiceBrowserWorker::gone(const Key &key, AvahiIfIndex interface)
         return;
     Service &service = known->second;
     service.interfaces.erase(interface);
+    service.silent.erase(interface);
     if (service.interfaces.empty())
         remove(key);
     else
@@ -169,12 +171,10 @@ void ServiceBrowserWorker::gone(const Key &key, AvahiIfIndex interface)
 void ServiceBrowserWorker::remove(const Key &key)
 {
     const auto known = m_services.find(key);
-    const bool isReported = known->second.isReported;
     m_services.erase(known);
     m_resolving.erase(key);
     std::erase(m_waiting, key);
-    if (isReported)
-        report(key, std::nullopt);
+    report(key, std::nullopt);
     resolveWaiting();
 }
 
@@ -189,11 +189,15 @@ void ServiceBrowserWorker::removeStale(std::size_t index)
         remove(key);
 }
 
-/// Resolves the service where it is now, unless that is under way. An address of this computer
-/// alone is the last choice.
+/// Resolves the service where it is now, unless that is under way or was in vain. An address of
+/// this computer alone is the last choice.
 void ServiceBrowserWorker::chooseInterface(const Key &key, Service &service)
 {
-    const AvahiIfIndex best = *service.interfaces.rbegin();
+    std::vector<AvahiIfIndex> choice;
+    std::ranges::set_difference(service.interfaces, service.silent, std::back_inserter(choice));
+    if (choice.empty())
+        return;
+    const AvahiIfIndex best = choice.back();
     const bool isWell = service.interfaces.contains(service.asked)
                         && (service.asked != loopbackInterface || best == loopbackInterface);
     if (isWell)
@@ -249,9 +253,12 @@ void ServiceBrowserWorker::timeOut(const Key &key, std::uint64_t attempt)
 
 void ServiceBrowserWorker::giveUp(const Key &key)
 {
-    m_services.at(key).resolver.reset();
-    if (m_resolving.erase(key) > 0)
-        resolveWaiting();
+    Service &service = m_services.at(key);
+    service.resolver.reset();
+    service.silent.insert(std::exchange(service.asked, AVAHI_IF_UNSPEC));
+    m_resolving.erase(key);
+    chooseInterface(key, service);
+    resolveWaiting();
 }
 
 void ServiceBrowserWorker::resolveHappened(const Key &key, AvahiResolverEvent event,
@@ -269,7 +276,6 @@ void ServiceBrowserWorker::resolveHappened(const Key &key, AvahiResolverEvent ev
         giveUp(key);
         return;
     }
-    m_services.at(key).isReported = true;
     report(key, ResolvedService{
                     .name = nameOf(key),
                     .type = m_browses[key.first].type,

@@ -50,10 +50,10 @@ private:
     using Key = std::pair<std::size_t, QByteArray>; ///< index of a Browse, and a name
     struct Service {
         std::set<AvahiIfIndex> interfaces;                ///< where it was found
+        std::set<AvahiIfIndex> silent;                    ///< those of them that gave no answer
         AvahiIfIndex asked = AVAHI_IF_UNSPEC;             ///< where it is resolved
         std::unique_ptr<AvahiConnection::Query> resolver; ///< stays, to tell of changes
-        bool isReported = false;
-        bool isStale = false; ///< found by a connection that was lost
+        bool isStale = false;                             ///< found by a connection that was lost
     };
     struct Resolve {
         std::uint64_t attempt = 0;

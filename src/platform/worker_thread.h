@@ -4,8 +4,12 @@
 #include <QObject>
 #include <QThread>
 
+#include <chrono>
+#include <latch>
 #include <memory>
+#include <optional>
 #include <utility>
+#include <vector>
 
 namespace vorn {
 
@@ -13,22 +17,34 @@ namespace vorn {
 /// by posting only.
 template <class Worker> class WorkerThread {
 public:
-    /// Starts the thread and runs `make`, which returns a unique_ptr<Worker>, on it.
-    template <class Make> WorkerThread(const QString &name, Make make)
+    using Patience = std::optional<std::chrono::milliseconds>;
+
+    /// Starts the thread and runs `make`, which returns a unique_ptr<Worker>, on it. A worker whose
+    /// calls somebody else may hold up is waited for no longer than `patience` at the end.
+    template <class Make>
+    WorkerThread(const QString &name, Make make, Patience patience = {})
+        : m_state(std::make_unique<State>()), m_patience(patience)
     {
-        m_thread.setObjectName(name);
-        m_inbox.moveToThread(&m_thread);
-        m_thread.start();
-        onThread([this, make = std::move(make)] { m_worker = make(); });
+        m_state->thread.setObjectName(name);
+        m_state->inbox.moveToThread(&m_state->thread);
+        m_state->thread.start();
+        onThread([state = m_state.get(), make = std::move(make)] {
+            state->worker = make();
+            state->isMade.count_down();
+        });
     }
     /// Waits for the work at hand, ends the worker and then its thread.
     ~WorkerThread()
     {
-        onThread([this] {
-            m_worker.reset();
-            m_thread.quit();
+        onThread([state = m_state.get()] {
+            state->worker.reset();
+            state->thread.quit();
         });
-        m_thread.wait();
+        m_state->isMade.wait(); // what makes it may belong to the caller
+        if (!m_patience)
+            m_state->thread.wait();
+        else if (!m_state->thread.wait(*m_patience))
+            abandoned().push_back(m_state.release());
     }
     WorkerThread(const WorkerThread &) = delete;
     WorkerThread &operator=(const WorkerThread &) = delete;
@@ -36,18 +52,31 @@ public:
     /// Runs `work(worker)` on the thread, after what was posted before.
     template <class Work> void post(Work work)
     {
-        onThread([this, work = std::move(work)] { work(*m_worker); });
+        onThread([state = m_state.get(), work = std::move(work)] { work(*state->worker); });
     }
 
 private:
-    template <class Work> void onThread(Work &&work)
+    struct State {
+        QThread thread;
+        QObject inbox; ///< receives what is posted
+        std::unique_ptr<Worker> worker;
+        std::latch isMade{1};
+    };
+
+    /// Threads that end when they can, or with the process.
+    static std::vector<State *> &abandoned()
     {
-        QMetaObject::invokeMethod(&m_inbox, std::forward<Work>(work), Qt::QueuedConnection);
+        static auto *const states = new std::vector<State *>;
+        return *states;
     }
 
-    QThread m_thread;
-    QObject m_inbox; ///< receives what is posted
-    std::unique_ptr<Worker> m_worker;
+    template <class Work> void onThread(Work &&work)
+    {
+        QMetaObject::invokeMethod(&m_state->inbox, std::forward<Work>(work), Qt::QueuedConnection);
+    }
+
+    std::unique_ptr<State> m_state;
+    Patience m_patience;
 };
 
 } // namespace vorn

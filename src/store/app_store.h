@@ -159,6 +159,10 @@ private:
     QCoro::Task<> fetch(PendingDownload pending, Client client, QUrl url);
     [[nodiscard]] const VORNClip *storedClip(const PendingDownload &pending) const
         VORN_RUNS_ON(m_ui);
+    /// True when a recording before it in the library has the same place for its file, since folder
+    /// names drop what distinguishes the two.
+    [[nodiscard]] bool isPlaceOfAnother(const PendingDownload &pending, const QString &path) const
+        VORN_RUNS_ON(m_ui);
     void updateClip(const PendingDownload &pending, const QString &localPath);
     void setTransfer(const VORNClip &clip, TransferPhase phase, std::int64_t completed,
                      const QString &message);

@@ -133,6 +133,8 @@ QCoro::Task<> AppStore::fetch(PendingDownload pending, Client client, QUrl url)
     const std::int64_t total = clip.sizeBytes.value_or(0);
     const QString path =
         recordingPath(m_recordingsDirectory, pending.projectId, pending.takeId, clip);
+    if (isPlaceOfAnother(pending, path))
+        throw FileError(u"Existing destination hash differs; move it before retrying."_s);
     const auto report =
         progressReport<std::int64_t>(m_stop.get_token(), [self](const std::int64_t &bytes) {
             if (self)
@@ -210,6 +212,27 @@ const VORNClip *AppStore::storedClip(const PendingDownload &pending) const
     const VORNProject *project = findById(m_library.projects, pending.projectId);
     const VORNTake *take = project ? findById(project->takes, pending.takeId) : nullptr;
     return take ? findById(take->clips, pending.clip.id) : nullptr;
+}
+
+bool AppStore::isPlaceOfAnother(const PendingDownload &pending, const QString &path) const
+{
+    const VORNClip &clip = pending.clip;
+    for (const VORNProject &project : m_library.projects) {
+        for (const VORNTake &take : project.takes) {
+            for (const VORNClip &other : take.clips) {
+                if (other.fileName != clip.fileName
+                    || recordingPath(m_recordingsDirectory, project.id, take.id, other) != path)
+                    continue;
+                const bool isSame = project.id == pending.projectId && take.id == pending.takeId
+                                    && other.id == clip.id;
+                if (isSame)
+                    return false;
+                if (other.sha256.compare(clip.sha256, Qt::CaseInsensitive) != 0)
+                    return true;
+            }
+        }
+    }
+    return false;
 }
 
 void AppStore::updateClip(const PendingDownload &pending, const QString &localPath)

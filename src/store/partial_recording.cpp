@@ -22,6 +22,8 @@ constexpr std::int64_t bytesBetweenFlushes = 64 << 20;
 // cold: measured on Linux 6.18 with ext4, 8 MiB at once cost three times the processor time.
 constexpr qsizetype bytesOfWrite = 64 << 10;
 
+constexpr QLatin1String partialSuffix(".part");
+
 void flushFolderOf(const QString &path)
 {
     if (::fsync(openParentFolder(path).get()) != 0)
@@ -51,7 +53,7 @@ FileError notOurs(const QString &path)
 
 QString partialPath(const QString &destination)
 {
-    return destination + u".part"_s;
+    return destination + partialSuffix;
 }
 
 } // namespace
@@ -62,6 +64,9 @@ QString recordingPath(const QString &recordingsFolder, const QString &projectId,
     if (clip.fileName.isEmpty() || clip.fileName.contains(u'/') || clip.fileName == u"."
         || clip.fileName == u"..")
         throw FileError(u"%1 is no file name."_s.arg(clip.fileName));
+    // Another recording's partial file could be this one.
+    if (clip.fileName.endsWith(partialSuffix))
+        throw FileError(u"%1 is the name of an unfinished download."_s.arg(clip.fileName));
     QString path = recordingsFolder;
     for (const QString &id : {projectId, takeId, clip.cameraId, clip.id})
         path += u'/' + safeIdentifier(id);

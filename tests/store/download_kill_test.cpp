@@ -88,6 +88,16 @@ QString faultOf(const Collector &collector)
     return partials > 1 ? u"more than one partial file"_s : QString();
 }
 
+/// What has come of the one recording, under whichever name.
+qint64 bytesOf(const Collector &collector)
+{
+    qint64 bytes = 0;
+    QDirIterator files(collector.recordings(), QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext())
+        bytes += QFileInfo(files.next()).size();
+    return bytes;
+}
+
 } // namespace
 
 class DownloadKillTest : public QObject {
@@ -116,6 +126,7 @@ private Q_SLOTS:
         std::mt19937 dice(20261125);
         int rounds = 0;
         int killed = 0;
+        qint64 kept = 0;
         collector = std::make_unique<Collector>(phones);
         while (killed < kills) {
             collector->start();
@@ -123,10 +134,14 @@ private Q_SLOTS:
             static_cast<void>(collector->waits(int(dice() % unsigned(wholeMs + wholeMs / 8))));
             const bool hadEnded = collector->kill();
             QCOMPARE(faultOf(*collector), QString());
+            const qint64 bytes = bytesOf(*collector);
+            QVERIFY2(bytes >= kept, "what had come was fetched again");
+            kept = bytes;
             killed += !hadEnded;
             const VORNLibrary library = collector->library();
             if (!library.projects.empty() && isComplete(library.projects.front().takes.front())) {
                 ++rounds;
+                kept = 0;
                 collector = std::make_unique<Collector>(phones);
             }
         }

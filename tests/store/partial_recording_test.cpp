@@ -70,6 +70,10 @@ private Q_SLOTS:
                  u"bef57ec7f53a6d40beb640a780a639c83bc29ac8a9816f1fc6c5c6dcd93c4721"_s);
         recording.moveToDestination();
         QCOMPARE(calls, (QByteArrayList{"flush file", "rename", "flush folder"}));
+        // Who finds it there does not know whether it was flushed, nor in which case its digest is.
+        calls.clear();
+        QVERIFY(isRecordingThere(path(), sha256OfFile(path()).toUpper(), {}));
+        QCOMPARE(calls, (QByteArrayList{"flush file", "flush folder"}));
         QCOMPARE(readFile(path(), 100), QByteArray("abcdef"));
         QVERIFY(!somethingExistsAt(partialPath()));
     }
@@ -175,6 +179,9 @@ private Q_SLOTS:
             QCOMPARE(thrownText([&] { (void)recordingPath(u"/r"_s, u"p"_s, u"t"_s, clip); }),
                      name + u" is no file name."_s);
         }
+        clip.fileName = u"take.mov.part"_s; // where "take.mov" would be fetched to
+        QCOMPARE(thrownText([&] { (void)recordingPath(u"/r"_s, u"p"_s, u"t"_s, clip); }),
+                 u"take.mov.part is the name of an unfinished download."_s);
     }
 
 private:

@@ -399,6 +399,21 @@ private Q_SLOTS:
         QCOMPARE(messages().last(), u"! Download failed for %1: Existing destination hash differs; "
                                     "move it before retrying."_s.arg(second.fileName));
         QCOMPARE(sha256OfFile(pathOf(first)), first.sha256);
+
+        // Nor does it go on with what the first has left, here more than either of them takes.
+        const QString partial = pathOf(first) + u".part"_s;
+        library.projects[0].takes[0].clips[0].localPath.reset();
+        desk().close();
+        LibraryFile(desk().storage()).save(library);
+        QVERIFY(QFile::rename(partial.chopped(5), partial));
+        QVERIFY(QFile::resize(partial, clipBytes + 1));
+        desk().open();
+        QVERIFY(desk().pair(u"cam-a"_s));
+        m_logged = desk().messages().size();
+        QVERIFY(download());
+        QVERIFY(messages().first().endsWith(u"Partial file is larger than catalog size."_s));
+        QCOMPARE(messages().last(), u"! Download failed for %1: Existing destination hash differs; "
+                                    "move it before retrying."_s.arg(second.fileName));
     }
 
     void aFullDiskKeepsWhatItHas()

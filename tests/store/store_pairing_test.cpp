@@ -125,6 +125,8 @@ private Q_SLOTS:
             u"The camera's certificate is not the one that was confirmed."_s);
         row("status", u"http catalog status 503"_s, u"Transfer server returned HTTP 503."_s);
         row("no catalog", u"http catalog text no JSON"_s, u"catalog"_s);
+        row("endless catalog", u"http catalog body endless"_s,
+            u"The camera's answer is larger than it may be."_s);
         row("version", u"catalog /schemaVersion 2"_s, u"Unsupported catalog version."_s);
         row("other phone", u"catalog /deviceId \"9b2f3f5e-7c0e-4a3f-9d5c-2a1f6d1b7e10\""_s,
             u"Catalog device identity differs from the paired camera."_s);

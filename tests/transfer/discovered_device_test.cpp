@@ -201,8 +201,13 @@ private Q_SLOTS:
     {
         QFETCH(const QString, type);
         QFETCH(const QByteArrayList, txt);
-        QTEST(discoveredDevice(service(type, txt)).value().supportsAuthenticatedTransfer(),
-              "canPair");
+        const DiscoveredDevice device = discoveredDevice(service(type, txt)).value();
+        QTEST(device.supportsAuthenticatedTransfer(), "canPair");
+        // Whoever has a fingerprint to pair with has one to be compared by.
+        const bool isComparable = txt.contains("fp=" + fingerprint);
+        QCOMPARE(device.fingerprintDisplay() != u"Unavailable"_s, isComparable);
+        if (txt.front().startsWith("scheme="))
+            QCOMPARE(u"scheme="_s + device.catalogURL.scheme(), QString::fromLatin1(txt.front()));
     }
 
     void tellsSessionsApart()

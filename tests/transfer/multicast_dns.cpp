@@ -15,7 +15,6 @@ namespace {
 
 constexpr quint16 mdnsPort = 5353;
 constexpr auto group = "224.0.0.251";
-constexpr auto stranger = "10.77.0.26";
 
 enum RecordType : quint16 { a = 1, ptr = 12, txt = 16, srv = 33 };
 constexpr quint16 internet = 1;
@@ -52,20 +51,20 @@ sockaddr_in endpoint(const char *host)
 
 } // namespace
 
-MulticastDns::MulticastDns()
+MulticastDns::MulticastDns(const char *from)
 {
-    std::thread([this] {
+    std::thread([this, from] {
         enterPhonesSide();
         m_socket = FileDescriptor(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
         const int on = 1;
         ::setsockopt(m_socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
         const int farthest = 255;
         ::setsockopt(m_socket.get(), IPPROTO_IP, IP_MULTICAST_TTL, &farthest, sizeof farthest);
-        const sockaddr_in own = endpoint(stranger);
+        const sockaddr_in own = endpoint(from);
         ::setsockopt(m_socket.get(), IPPROTO_IP, IP_MULTICAST_IF, &own.sin_addr,
                      sizeof own.sin_addr);
         if (::bind(m_socket.get(), reinterpret_cast<const sockaddr *>(&own), sizeof own) != 0)
-            qFatal("cannot bind %s", stranger);
+            qFatal("cannot bind %s", from);
     }).join();
 }
 

@@ -16,7 +16,8 @@ public:
     static constexpr quint32 usualLifetime = 120; ///< seconds
     static constexpr quint32 goodbye = 0;
 
-    MulticastDns();
+    /// From another of the phones' side's addresses, if given.
+    explicit MulticastDns(const char *from = "10.77.0.26");
 
     /// One response with all that was added since the last.
     void send();

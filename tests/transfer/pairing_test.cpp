@@ -57,6 +57,18 @@ void addGrantRows()
         u"Transfer session changed during pairing."_s);
     row("other fingerprint", {{u"certificateSHA256"_s, QString(64, u'0')}},
         u"Certificate fingerprint changed during pairing."_s);
+    // The first of several faults is the one that is said.
+    row("no scope, other device", {{u"scopes"_s, QJsonArray()}, {u"deviceId"_s, u"someone"_s}},
+        incomplete);
+    row("other device and session",
+        {{u"deviceId"_s, u"someone"_s}, {u"sessionId"_s, u"session-8"_s}},
+        u"Camera identity changed during pairing."_s);
+    row("other session and fingerprint",
+        {{u"sessionId"_s, u"session-8"_s}, {u"certificateSHA256"_s, QString(64, u'0')}},
+        u"Transfer session changed during pairing."_s);
+    row("other fingerprint, and past",
+        {{u"certificateSHA256"_s, QString(64, u'0')}, {u"expiresAt"_s, secondsAhead(-1)}},
+        u"Certificate fingerprint changed during pairing."_s);
     row("no time", {{u"expiresAt"_s, u"in a while"_s}}, wrongExpiry);
     row("920 s ahead", {{u"expiresAt"_s, secondsAhead(920)}}, {});
     row("too far ahead", {{u"expiresAt"_s, secondsAhead(990)}}, wrongExpiry);
@@ -151,6 +163,19 @@ private Q_SLOTS:
         QCOMPARE(summary.fingerprint, camera.server().fingerprint());
         QVERIFY(QDateTime::currentDateTimeUtc().secsTo(summary.expiresAt) > 800);
         QVERIFY(!client->isExpired());
+    }
+
+    void takesTheFingerprintInAnyForm()
+    {
+        TlsServer server([&server](const TlsServer::Request &, TlsPeer &peer) {
+            const QString form = server.fingerprint().toUpper().insert(2, u':');
+            peer.send(pairingAnswer(pairingGrant(form)));
+        });
+        DiscoveredDevice device = deviceAt(server);
+        device.certificateSHA256 = server.fingerprint().toUpper();
+        QCOMPARE(pairing(device).value()->summary().fingerprint, server.fingerprint());
+        const QJsonDocument asked = QJsonDocument::fromJson(server.requests().front().body);
+        QCOMPARE(asked[u"certificateSHA256"_s].toString(), server.fingerprint());
     }
 
     void namesThisComputer_data()

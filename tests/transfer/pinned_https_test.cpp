@@ -3,6 +3,7 @@
 #include "tls_server.h"
 
 #include <QDir>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -171,30 +172,56 @@ private Q_SLOTS:
         QCOMPARE(server.decryptedBytes(), before);
     }
 
+    void speaksToNoOneWhoHasACopy()
+    {
+        // The certificate is public: who sends it behind his own proves nothing.
+        TlsServer camera(answerAll);
+        TlsServer stranger(answerAll, [&camera](SSL_CTX *context) {
+            const QByteArray der = camera.certificate();
+            const auto *bytes = reinterpret_cast<const unsigned char *>(der.constData());
+            SSL_CTX_add_extra_chain_cert(context, d2i_X509(nullptr, &bytes, long(der.size())));
+        });
+        HttpsOrigin origin = originOf(stranger);
+        origin.certificateSHA256 = camera.fingerprint();
+        PinnedHttps https(origin);
+        QCOMPARE(failureOf(Outcome(https.send(anyRequest()))), Case::wrongCertificate);
+        QTRY_COMPARE(stranger.openConnections(), 0);
+        QCOMPARE(stranger.decryptedBytes(), 0);
+    }
+
+    void resumesNoSession_data() { looksAtTheCertificateEachTime_data(); }
+
     void resumesNoSession()
     {
-        // The tickets that the server gives are of no use to a client that keeps none.
-        std::atomic<int> resumed = 0;
-        std::atomic<int> tickets = 0;
-        static std::atomic<int> *counter = nullptr;
-        counter = &resumed;
+        QFETCH(const int, version);
+        static std::atomic<int> resumed;
+        resumed = 0;
         TlsServer server(
             [](const TlsServer::Request &, TlsPeer &peer) {
-                peer.send(answer);
-                peer.cut();
+                peer.send("HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 2\r\n\r\nok");
             },
-            [&tickets](SSL_CTX *context) {
-                ++tickets;
+            [version](SSL_CTX *context) {
+                SSL_CTX_set_max_proto_version(context, version);
                 SSL_CTX_set_session_cache_mode(context, SSL_SESS_CACHE_SERVER);
                 SSL_CTX_set_info_callback(context, [](const SSL *tls, int where, int) {
                     if ((where & SSL_CB_HANDSHAKE_DONE) != 0 && SSL_session_reused(tls) != 0)
-                        ++*counter;
+                        ++resumed;
                 });
             });
+        // Another client does resume, so that this would be noticed.
+        const QString url = u"https://127.0.0.1:%1/"_s.arg(server.port());
+        QCOMPARE(QProcess::execute(u"curl"_s, {u"--silent"_s, u"--insecure"_s, u"--noproxy"_s,
+                                               u"*"_s, url, url, u"--output"_s, u"/dev/null"_s,
+                                               u"--output"_s, u"/dev/null"_s}),
+                 0);
+        QCOMPARE(server.handshakes(), 2);
+        QVERIFY(resumed > 0);
+
+        resumed = 0;
         PinnedHttps https(originOf(server));
         for (int request = 0; request < 3; ++request)
             QCOMPARE(Outcome(https.send(anyRequest())).value().body, "ok");
-        QCOMPARE(tickets.load(), 3);
+        QCOMPARE(server.handshakes(), 5);
         QCOMPARE(resumed.load(), 0);
     }
 

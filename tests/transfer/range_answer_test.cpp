@@ -99,6 +99,9 @@ void addIdentityRows()
     };
     for (const QByteArray header : {"X-VORN-SHA256", "ETag"})
         QTest::addRow("no %s", header.constData()) << answer(headers({header})) << wrongFile;
+    QTest::newRow("digest twice") << answer(headers({}, {"X-VORN-SHA256: " + digest})) << wrongFile;
+    QTest::newRow("tag twice") << answer(headers({}, {"ETag: \"sha256:" + digest + '"'}))
+                               << wrongFile;
     row("other digest", "X-VORN-SHA256", other);
     row("short digest", "X-VORN-SHA256", digest.chopped(1));
     row("other tag", "ETag", "\"sha256:" + other + '"');

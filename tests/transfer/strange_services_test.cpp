@@ -4,6 +4,7 @@
 #include "phones_side.h"
 #include "transfer/lan_discovery.h"
 
+#include <QProcess>
 #include <QtTest>
 
 using namespace vorn;
@@ -21,6 +22,38 @@ QStringList names(const LANDiscovery &discovery)
         list.append(device.serviceName);
     return list;
 }
+
+/// A second network between the desktop and the phones, until it is pulled.
+class SecondCable {
+public:
+    static constexpr auto phone = "10.78.0.26";
+
+    SecondCable()
+    {
+        run({u"link"_s, u"add"_s, u"lab2"_s, u"type"_s, u"veth"_s, u"peer"_s, u"name"_s, u"lab3"_s,
+             u"netns"_s, phones()});
+        run({u"addr"_s, u"add"_s, u"10.78.0.1/24"_s, u"dev"_s, u"lab2"_s});
+        run({u"link"_s, u"set"_s, u"lab2"_s, u"up"_s});
+        runBeyond(
+            {u"addr"_s, u"add"_s, QString::fromLatin1(phone) + u"/24"_s, u"dev"_s, u"lab3"_s});
+        runBeyond({u"link"_s, u"set"_s, u"lab3"_s, u"up"_s});
+    }
+    ~SecondCable() { run({u"link"_s, u"del"_s, u"lab2"_s}); }
+    SecondCable(const SecondCable &) = delete;
+    SecondCable &operator=(const SecondCable &) = delete;
+
+private:
+    static QString phones() { return qEnvironmentVariable("VORN_LAB_PHONES"); }
+    static void run(const QStringList &arguments, const QString &command = u"ip"_s)
+    {
+        if (QProcess::execute(command, arguments) != 0)
+            qFatal("no second cable");
+    }
+    static void runBeyond(const QStringList &arguments)
+    {
+        run(QStringList{u"--target"_s, phones(), u"--net"_s, u"ip"_s} + arguments, u"nsenter"_s);
+    }
+};
 
 } // namespace
 
@@ -82,6 +115,22 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(names(*m_discovery), QStringList({u"first"_s, u"real"_s}),
                                   2 * limitMs);
         QVERIFY(clock.elapsed() >= 10'000);
+    }
+
+    void asksTheOtherNetworkWhenOneIsSilent()
+    {
+        const SecondCable cable;
+        MulticastDns other(SecondCable::phone);
+        const auto isHeard = [&] {
+            other.pointer("beside", transfer).server("beside", transfer, "beside", 8443);
+            other.text("beside", transfer, {"sessionId=s"}).address("beside", 12).send();
+            return names(*m_discovery).contains(u"beside"_s);
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(isHeard(), limitMs);
+        // The newer network is asked first, and there the phone says no more than its name.
+        other.pointer("both", transfer).send();
+        complete("both");
+        QTRY_VERIFY_WITH_TIMEOUT(names(*m_discovery).contains(u"both"_s), limitMs);
     }
 
     void leavesOutWhatItCannotTake()

@@ -29,9 +29,12 @@ template <class Handle, auto release> using Owned = std::unique_ptr<Handle, Rele
 struct TlsServer::Identity {
     Owned<EVP_PKEY, EVP_PKEY_free> key{EVP_EC_gen("P-256")};
     Owned<X509, X509_free> certificate{X509_new()};
+    QByteArray der; ///< the certificate
     QString fingerprint;
+    /// Of all its connections, so that a session of one can be resumed on the next.
+    Owned<SSL_CTX, SSL_CTX_free> context{SSL_CTX_new(TLS_server_method())};
 
-    Identity()
+    explicit Identity(const std::function<void(SSL_CTX *)> &configure)
     {
         std::uint32_t serial = 0;
         RAND_bytes(reinterpret_cast<unsigned char *>(&serial), sizeof serial);
@@ -48,11 +51,15 @@ struct TlsServer::Identity {
         X509_set_issuer_name(x509, name);
         if (X509_sign(x509, key.get(), EVP_sha256()) == 0)
             qFatal("cannot make a certificate");
-        QByteArray der(i2d_X509(x509, nullptr), '\0');
+        der = QByteArray(i2d_X509(x509, nullptr), '\0');
         auto *end = reinterpret_cast<unsigned char *>(der.data());
         i2d_X509(x509, &end);
         fingerprint =
             QString::fromLatin1(QCryptographicHash::hash(der, QCryptographicHash::Sha256).toHex());
+        SSL_CTX_use_certificate(context.get(), x509);
+        SSL_CTX_use_PrivateKey(context.get(), key.get());
+        if (configure)
+            configure(context.get());
     }
 };
 
@@ -81,7 +88,7 @@ TlsServer::TlsServer(Answer answer, std::function<void(ssl_ctx_st *)> configure,
       m_configure(std::move(configure)),
       m_handshake(handshake),
       m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)),
-      m_identity(std::make_shared<Identity>())
+      m_identity(std::make_shared<Identity>(m_configure))
 {
     sockaddr_in address{.sin_family = AF_INET,
                         .sin_port = 0,
@@ -112,10 +119,16 @@ QString TlsServer::fingerprint() const
     return m_identity->fingerprint;
 }
 
+QByteArray TlsServer::certificate() const
+{
+    const std::scoped_lock lock(m_mutex);
+    return m_identity->der;
+}
+
 void TlsServer::changeCertificate()
 {
     const std::scoped_lock lock(m_mutex);
-    m_identity = std::make_shared<Identity>();
+    m_identity = std::make_shared<Identity>(m_configure);
 }
 
 int TlsServer::connections() const
@@ -190,12 +203,7 @@ void TlsServer::serve(const FileDescriptor &socket)
         }
         return;
     }
-    const Owned<SSL_CTX, SSL_CTX_free> context(SSL_CTX_new(TLS_server_method()));
-    SSL_CTX_use_certificate(context.get(), identity->certificate.get());
-    SSL_CTX_use_PrivateKey(context.get(), identity->key.get());
-    if (m_configure)
-        m_configure(context.get());
-    const Owned<SSL, SSL_free> tls(SSL_new(context.get()));
+    const Owned<SSL, SSL_free> tls(SSL_new(identity->context.get()));
     SSL_set_fd(tls.get(), socket.get());
     if (SSL_accept(tls.get()) != 1)
         return;

@@ -61,6 +61,8 @@ public:
     [[nodiscard]] std::uint16_t port() const { return m_port; }
     /// SHA-256 of the certificate's DER form, in lower-case hexadecimal.
     [[nodiscard]] QString fingerprint() const;
+    /// In DER form.
+    [[nodiscard]] QByteArray certificate() const;
     /// Shows another certificate from the next connection on.
     void changeCertificate();
 

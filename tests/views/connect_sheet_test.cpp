@@ -114,6 +114,9 @@ private Q_SLOTS:
         others.announce(u"New camera"_s, transferService, 21, 8443, soundText('a'));
         probe.awaitRow(u"New camera"_s);
         QVERIFY(!probe.shows(u"Old camera"_s));
+        probe.click(probe.named(u"Scan Again"_s));
+        QVERIFY(!probe.sheet().hasDevices()); // starts clean
+        probe.awaitRow(u"New camera"_s);
         others.withdraw(u"New camera"_s, transferService);
         QTRY_VERIFY_WITH_TIMEOUT(probe.shows(scanning), limitMs);
 
