@@ -21,7 +21,7 @@ progressReport(std::stop_token stop, std::function<void(const Progress &)> show)
 {
     return [stop = std::move(stop), show = std::move(show),
             last = MonotonicClock::time_point()](const Progress &now) mutable {
-        // About three times a screen frame: quick enough for a bar, cheap for the interface.
+        // About three frames of a screen: quick enough for a bar, cheap for the interface.
         constexpr std::chrono::milliseconds interval{50};
         throwIfEnded(stop);
         const auto time = MonotonicClock::now();

@@ -27,6 +27,7 @@ Item {
     }
     HelpTip {
         open: hover.hovered && text.length > 0
-        text: button.enabled ? button.help : button.help + "\n" + button.obstacle
+        readonly property string reason: button.enabled ? "" : button.obstacle
+        text: button.help && reason ? button.help + "\n" + reason : button.help + reason
     }
 }

@@ -153,14 +153,22 @@ Sheet {
             Layout.fillWidth: true
             text: qsTr("Phone originals are never deleted")
         },
+        BusyIndicator {
+            implicitWidth: 28
+            implicitHeight: 28
+            visible: root.connection.busy
+            running: visible
+            palette.dark: Theme.secondary
+            Accessible.ignored: true
+        },
         AppButton {
             text: qsTr("Close")
             onClicked: root.close()
         },
-        AppButton {
+        HelpedButton {
             text: qsTr("Pair & Load Projects")
             prominent: true
-            enabled: root.connection.canPair
+            available: root.connection.canPair
             obstacle: root.connection.pairObstacle
             onClicked: root.connection.pair()
         }
