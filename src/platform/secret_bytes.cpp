@@ -2,6 +2,8 @@
 
 #include <openssl/crypto.h>
 
+#include <array>
+
 namespace vorn {
 
 void wipe(void *memory, std::size_t bytes) noexcept
@@ -14,6 +16,14 @@ void wipe(QByteArray &bytes) noexcept
     if (bytes.isDetached())
         wipe(bytes.data(), std::size_t(bytes.size()));
     bytes = {};
+}
+
+[[gnu::noinline]] void wipeStack() noexcept
+{
+    // Requests take about a tenth of this.
+    constexpr std::size_t depth = std::size_t{128} * 1024;
+    std::array<char, depth> below; // NOLINT(cppcoreguidelines-pro-type-member-init): for its place
+    wipe(below.data(), below.size());
 }
 
 SecretBytes secretBytes(std::initializer_list<QByteArrayView> parts)

@@ -17,6 +17,11 @@ void wipe(void *memory, std::size_t bytes) noexcept;
 /// them: an implicitly shared one would overwrite another's, and so is only let go.
 void wipe(QByteArray &bytes) noexcept;
 
+/// Overwrites what deeper calls of this thread have left on its stack: locals, and the vector
+/// registers that the dynamic linker saves there when a function is called for the first time,
+/// which hold what was copied last.
+void wipeStack() noexcept;
+
 /// Overwrites memory before giving it back.
 template <class Value> struct WipingAllocator {
     using value_type = Value;

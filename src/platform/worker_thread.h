@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/secret_bytes.h"
+
 #include <QMetaObject>
 #include <QObject>
 #include <QThread>
@@ -56,8 +58,15 @@ public:
     }
 
 private:
+    class Thread : public QThread {
+        void run() override
+        {
+            exec();
+            wipeStack(); // it outlives the thread, for the next one
+        }
+    };
     struct State {
-        QThread thread;
+        Thread thread;
         QObject inbox; ///< receives what is posted
         std::unique_ptr<Worker> worker;
         std::latch isMade{1};

@@ -214,6 +214,7 @@ void AuthenticatedTransferClient::invalidate()
     m_ui.assertCurrent();
     m_https->close();
     m_bearerToken = SecretBytes(); // "= {}" would keep the memory
+    wipeStack();
     m_coreDumpLock.reset();
 }
 
