@@ -6,6 +6,8 @@
 
 #include <QPointer>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace vorn {
@@ -159,15 +161,17 @@ QCoro::Task<> AppStore::fetch(PendingDownload pending, Client client, QUrl url)
     setTransfer(clip, TransferPhase::downloading, offset, u"Resuming"_s);
     while (offset < total) {
         const std::int64_t end = std::min(offset + TransferProtocol::chunkSize, total) - 1;
-        const QByteArray bytes = co_await client->fetchRange(
+        QByteArray bytes = co_await client->fetchRange(
             url, offset, end, total, clip.sha256, [self, offset](std::int64_t received) {
                 if (self)
                     self->setClipBytes(offset + received);
             });
-        co_await offThread([partial, bytes] { partial->append(bytes); });
+        co_await offThread([partial, bytes = std::move(bytes)]() mutable {
+            partial->append(std::exchange(bytes, {})); // given back before the next range comes
+        });
         if (!self)
             co_return;
-        offset += bytes.size();
+        offset = end + 1;
         setTransfer(clip, TransferPhase::downloading, offset, u"Downloading"_s);
         setClipBytes(offset);
     }
