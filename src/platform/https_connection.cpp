@@ -5,6 +5,7 @@
 #include <QScopeGuard>
 
 #include <curl/curl.h>
+#include <openssl/crypto.h>
 
 #include <algorithm>
 #include <exception>
@@ -206,7 +207,13 @@ HttpsConnection::HttpsConnection(HttpsOrigin origin, HttpsLimits limits)
 {
 }
 
-HttpsConnection::~HttpsConnection() = default;
+HttpsConnection::~HttpsConnection()
+{
+    close();
+    // Of this thread's own state, random numbers included, in time: a thread counts as ended before
+    // what is bound to its life is given back.
+    OPENSSL_thread_stop();
+}
 
 void HttpsConnection::close()
 {

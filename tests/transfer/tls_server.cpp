@@ -4,6 +4,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/tcp.h>
+#include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
 #include <openssl/ssl.h>
@@ -181,6 +182,7 @@ void TlsServer::acceptAll()
             ::sigaddset(&brokenPipe, SIGPIPE);
             ::pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
             serve(connection);
+            OPENSSL_thread_stop(); // else after the server's end, and perhaps the process's
             // Closed under the lock: the number may be another connection's at once.
             const std::scoped_lock lock(m_mutex);
             m_open.erase(connection.get());
