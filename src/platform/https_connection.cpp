@@ -213,6 +213,8 @@ HttpsConnection::~HttpsConnection()
     // Of this thread's own state, random numbers included, in time: a thread counts as ended before
     // what is bound to its life is given back.
     OPENSSL_thread_stop();
+    // The stack outlives the thread, for the next one. Requests went deeper than this.
+    wipeStack();
 }
 
 void HttpsConnection::close()

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "platform/secret_bytes.h"
-
 #include <QMetaObject>
 #include <QObject>
 #include <QThread>
@@ -58,15 +56,8 @@ public:
     }
 
 private:
-    class Thread : public QThread {
-        void run() override
-        {
-            exec();
-            wipeStack(); // it outlives the thread, for the next one
-        }
-    };
     struct State {
-        Thread thread;
+        QThread thread;
         QObject inbox; ///< receives what is posted
         std::unique_ptr<Worker> worker;
         std::latch isMade{1};
