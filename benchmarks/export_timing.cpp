@@ -2,10 +2,10 @@
 // An export of four movies beside one run of "openssl dgst" over the same files, both from the page
 // cache. The files have MEGABYTES each, or less where the disk or the memory does not hold them.
 
+#include "base/digest.h"
 #include "drift/export_package.h"
 #include "drift/media_info.h"
 #include "paired.h"
-#include "platform/digest.h"
 
 #include <QDir>
 #include <QFile>

@@ -2,8 +2,8 @@
 // The decoding of preview pictures beside tjbench, the decoder's own benchmark, on the same
 // pictures.
 
+#include "media/jpeg_decoder.h"
 #include "paired.h"
-#include "platform/jpeg_decoder.h"
 
 #include <QDir>
 #include <QFile>

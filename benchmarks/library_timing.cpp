@@ -1,8 +1,8 @@
 // Usage: library_timing FOLDER
 // Loading and saving a large library, each beside plain reading or writing of the same bytes.
 
+#include "base/files.h"
 #include "paired.h"
-#include "platform/files.h"
 #include "store/library_file.h"
 
 #include <QTemporaryDir>

@@ -1,5 +1,5 @@
 #include "check.h"
-#include "platform/jpeg_decoder.h"
+#include "media/jpeg_decoder.h"
 
 #include <turbojpeg.h>
 

@@ -1,11 +1,11 @@
 // Any bytes as a source manifest, imported into an empty library and into one that knows some of
 // the identities already.
 
+#include "base/files.h"
 #include "check.h"
 #include "library/identity_merge.h"
 #include "library/manifest_import.h"
 #include "library/record_json.h"
-#include "platform/files.h"
 
 #include <set>
 

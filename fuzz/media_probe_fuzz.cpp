@@ -1,6 +1,6 @@
 #include "check.h"
-#include "platform/media_boxes.h"
-#include "platform/media_probe.h"
+#include "media/media_boxes.h"
+#include "media/media_probe.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,7 @@
 // Any bytes as datagrams: each line of the input is one, heard by a fresh table of orders, a batch
 // and a list, and by a request that waits.
 
+#include "base/text_form.h"
 #include "check.h"
 #include "live/camera_list.h"
 #include "live/live_packet.h"
@@ -8,7 +9,6 @@
 #include "live/snapshot_batch.h"
 #include "live/transfer_mode_request.h"
 #include "live/wire_text.h"
-#include "platform/text_form.h"
 
 #include <QJsonDocument>
 

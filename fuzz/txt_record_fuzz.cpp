@@ -2,8 +2,8 @@
 // and port, and reads the same from its text. The first line is the host name; each other line is
 // a string of the TXT record.
 
+#include "base/text_form.h"
 #include "check.h"
-#include "platform/text_form.h"
 #include "transfer/discovered_device.h"
 
 using namespace Qt::StringLiterals;

@@ -1,11 +1,11 @@
 // vorn-rig: simulated phones for tests and demonstrations.
 
-#include "platform/json_text.h"
-#include "rig/check.h"
-#include "rig/control.h"
-#include "rig/phones.h"
-#include "rig/rig_error.h"
-#include "rig/take.h"
+#include "base/json_text.h"
+#include "rig/base/rig_error.h"
+#include "rig/film/check.h"
+#include "rig/film/take.h"
+#include "rig/phone/control.h"
+#include "rig/phone/phones.h"
 
 #include <QCommandLineParser>
 #include <QGuiApplication>

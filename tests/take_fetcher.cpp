@@ -4,7 +4,7 @@
 // took, the processor seconds of it, and by how many MiB the memory grew; ends with 0 when all is
 // verified.
 
-#include "platform/monotonic_clock.h"
+#include "base/monotonic_clock.h"
 #include "shared_phone.h"
 #include "store/app_store.h"
 

@@ -1,8 +1,8 @@
 #include "rig/transfer/answer_faults.h"
 
-#include "rig/help_line.h"
-#include "rig/rig_error.h"
-#include "rig/switch_values.h"
+#include "rig/base/help_line.h"
+#include "rig/base/rig_error.h"
+#include "rig/base/switch_values.h"
 
 #include <algorithm>
 #include <array>

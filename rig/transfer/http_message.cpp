@@ -1,6 +1,6 @@
 #include "rig/transfer/http_message.h"
 
-#include "rig/rig_error.h"
+#include "rig/base/rig_error.h"
 
 #include <algorithm>
 #include <cstring>

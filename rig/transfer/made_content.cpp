@@ -1,7 +1,7 @@
 #include "rig/transfer/made_content.h"
 
-#include "platform/digest.h"
-#include "rig/dice.h"
+#include "base/digest.h"
+#include "rig/base/dice.h"
 
 #include <algorithm>
 #include <cstring>

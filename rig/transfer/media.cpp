@@ -1,11 +1,11 @@
 #include "rig/transfer/media.h"
 
-#include "platform/digest.h"
-#include "platform/files.h"
-#include "platform/json_text.h"
-#include "rig/cast.h"
-#include "rig/phone_packets.h"
-#include "rig/rig_error.h"
+#include "base/digest.h"
+#include "base/files.h"
+#include "base/json_text.h"
+#include "rig/base/cast.h"
+#include "rig/base/rig_error.h"
+#include "rig/phone/phone_packets.h"
 #include "rig/transfer/made_content.h"
 
 #include <QCryptographicHash>

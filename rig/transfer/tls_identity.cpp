@@ -1,6 +1,6 @@
 #include "rig/transfer/tls_identity.h"
 
-#include "rig/rig_error.h"
+#include "rig/base/rig_error.h"
 
 #include <QByteArray>
 #include <QCryptographicHash>

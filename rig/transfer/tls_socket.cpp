@@ -1,6 +1,6 @@
 #include "rig/transfer/tls_socket.h"
 
-#include "rig/rig_error.h"
+#include "rig/base/rig_error.h"
 
 #include <openssl/err.h>
 #include <sys/socket.h>

@@ -1,6 +1,6 @@
 #include "rig/transfer/transfer_connection.h"
 
-#include "rig/rig_error.h"
+#include "rig/base/rig_error.h"
 #include "rig/transfer/transfer_server.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/files.h"
-#include "rig/announcement.h"
-#include "rig/cast.h"
+#include "base/files.h"
+#include "rig/base/cast.h"
+#include "rig/transfer/announcement.h"
 #include "rig/transfer/answer_faults.h"
 #include "rig/transfer/http_message.h"
 #include "rig/transfer/media.h"

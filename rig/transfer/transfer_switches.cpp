@@ -1,8 +1,8 @@
 // The switches of a transfer server: what a test or a person can turn while it runs.
 
-#include "rig/help_line.h"
-#include "rig/rig_error.h"
-#include "rig/switch_values.h"
+#include "rig/base/help_line.h"
+#include "rig/base/rig_error.h"
+#include "rig/base/switch_values.h"
 #include "rig/transfer/transfer_server.h"
 
 #include <QJsonArray>

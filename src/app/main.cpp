@@ -1,6 +1,6 @@
+#include "desktop/file_reveal.h"
+#include "desktop/single_instance.h"
 #include "live/live_camera_discovery.h"
-#include "platform/file_reveal.h"
-#include "platform/single_instance.h"
 #include "store/app_store.h"
 #include "transfer/lan_discovery.h"
 #include "views/program_windows.h"

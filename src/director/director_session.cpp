@@ -1,9 +1,9 @@
 #include "director/director_session.h"
 
+#include "base/text_order.h"
 #include "director/camera_status_text.h"
 #include "director/edit_log_text.h"
 #include "live/live_camera_discovery.h"
-#include "platform/text_order.h"
 #include "store/app_store.h"
 
 #include <QDateTime>

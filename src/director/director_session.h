@@ -1,8 +1,8 @@
 #pragma once
 
+#include "base/thread_context.h"
 #include "director/director_cameras.h"
 #include "director/live_edit_timeline.h"
-#include "platform/thread_context.h"
 #include "preview/live_preview_store.h"
 
 #include <QImage>

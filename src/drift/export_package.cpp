@@ -1,13 +1,13 @@
 #include "drift/export_package.h"
 
+#include "base/atomic_file.h"
+#include "base/digest.h"
+#include "base/files.h"
 #include "drift/alignment_report.h"
 #include "drift/drift_error.h"
 #include "drift/placement.h"
 #include "drift/rate_text.h"
 #include "drift/timeline_document.h"
-#include "platform/atomic_file.h"
-#include "platform/digest.h"
-#include "platform/files.h"
 
 #include <QDateTime>
 #include <QDir>

@@ -1,8 +1,8 @@
 #include "drift/media_info.h"
 
+#include "base/files.h"
 #include "drift/drift_error.h"
-#include "platform/files.h"
-#include "platform/media_probe.h"
+#include "media/media_probe.h"
 
 #include <cmath>
 

@@ -1,9 +1,9 @@
 #include "library/catalog_merge.h"
 
+#include "base/resolved_url.h"
+#include "base/text_order.h"
 #include "library/identity_merge.h"
 #include "library/safe_identifier.h"
-#include "platform/resolved_url.h"
-#include "platform/text_order.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,6 +1,6 @@
 #include "library/identity_merge.h"
 
-#include "platform/text_order.h"
+#include "base/text_order.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,8 +1,8 @@
 #include "library/manifest_import.h"
 
+#include "base/files.h"
 #include "library/identity_merge.h"
 #include "library/record_json.h"
-#include "platform/files.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "base/json_text.h"
 #include "library/device_catalog.h"
 #include "library/source_manifest.h"
-#include "platform/json_text.h"
 
 #include <QJsonArray>
 #include <QJsonObject>

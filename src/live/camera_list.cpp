@@ -1,6 +1,6 @@
 #include "live/camera_list.h"
 
-#include "platform/text_order.h"
+#include "base/text_order.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,6 +1,6 @@
 #include "live/camera_probe.h"
 
-#include "platform/ipv4_socket.h"
+#include "net/ipv4_socket.h"
 
 #include <QtEndian>
 

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "base/thread_context.h"
+#include "base/worker_thread.h"
 #include "live/camera_list.h"
 #include "live/live_camera.h"
 #include "live/live_discovery_worker.h"
 #include "live/transfer_mode_request.h"
-#include "platform/thread_context.h"
-#include "platform/worker_thread.h"
 
 #include <QObject>
 #include <QString>

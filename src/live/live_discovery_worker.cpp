@@ -1,8 +1,8 @@
 #include "live/live_discovery_worker.h"
 
-#include "platform/ipv4_socket.h"
-#include "platform/monotonic_clock.h"
-#include "platform/network_interfaces.h"
+#include "base/monotonic_clock.h"
+#include "net/ipv4_socket.h"
+#include "net/network_interfaces.h"
 
 #include <array>
 #include <utility>

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "base/files.h"
+#include "base/thread_context.h"
 #include "live/camera_scan.h"
 #include "live/peer_snapshot_orders.h"
 #include "live/snapshot_batch.h"
 #include "live/transfer_mode_request.h"
-#include "platform/files.h"
-#include "platform/thread_context.h"
 
 #include <QObject>
 #include <QSet>

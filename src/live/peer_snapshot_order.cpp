@@ -1,7 +1,7 @@
 #include "live/peer_snapshot_order.h"
 
+#include "base/text_form.h"
 #include "live/json_values.h"
-#include "platform/text_form.h"
 
 #include <algorithm>
 

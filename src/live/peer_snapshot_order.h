@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/monotonic_clock.h"
 #include "live/live_packet.h"
-#include "platform/monotonic_clock.h"
 
 #include <QString>
 

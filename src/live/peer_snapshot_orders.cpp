@@ -1,7 +1,7 @@
 #include "live/peer_snapshot_orders.h"
 
+#include "base/text_form.h"
 #include "live/wire_text.h"
-#include "platform/text_form.h"
 
 namespace vorn {
 

@@ -1,8 +1,8 @@
 #include "live/transfer_mode_request.h"
 
+#include "base/text_form.h"
 #include "live/json_values.h"
 #include "live/wire_text.h"
-#include "platform/text_form.h"
 
 #include <QJsonDocument>
 #include <QTextBoundaryFinder>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/thread_context.h"
-#include "platform/worker_thread.h"
+#include "base/thread_context.h"
+#include "base/worker_thread.h"
 #include "preview/preview_streams.h"
 
 #include <QObject>

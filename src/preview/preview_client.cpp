@@ -1,8 +1,8 @@
 #include "preview/preview_client.h"
 
-#include "platform/ipv4_socket.h"
-#include "platform/jpeg_decoder.h"
-#include "platform/tcp_socket.h"
+#include "media/jpeg_decoder.h"
+#include "net/ipv4_socket.h"
+#include "net/tcp_socket.h"
 
 #include <QtEndian>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/monotonic_clock.h"
-#include "platform/stop_signal.h"
+#include "base/monotonic_clock.h"
+#include "base/stop_signal.h"
 #include "preview/preview_profile.h"
 
 #include <QByteArray>

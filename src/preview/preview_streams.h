@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/thread_context.h"
+#include "base/thread_context.h"
 #include "preview/frame_mailbox.h"
 #include "preview/stream_reconciler.h"
 #include "preview/stream_worker.h"

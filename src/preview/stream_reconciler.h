@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/monotonic_clock.h"
 #include "live/live_camera.h"
-#include "platform/monotonic_clock.h"
 #include "preview/preview_client.h"
 #include "preview/stream_key.h"
 

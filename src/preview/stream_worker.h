@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/stop_signal.h"
+#include "base/stop_signal.h"
 #include "preview/preview_client.h"
 
 #include <QString>

@@ -1,9 +1,9 @@
 #include "store/app_store.h"
 
-#include "platform/atomic_file.h"
-#include "platform/files.h"
-#include "platform/folders.h"
-#include "platform/off_thread.h"
+#include "base/atomic_file.h"
+#include "base/files.h"
+#include "base/folders.h"
+#include "base/off_thread.h"
 
 #include <QPointer>
 #include <QUuid>

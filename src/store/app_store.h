@@ -1,9 +1,9 @@
 #pragma once
 
+#include "base/thread_context.h"
+#include "desktop/sleep_inhibitor.h"
 #include "drift/export_package.h"
 #include "library/records.h"
-#include "platform/sleep_inhibitor.h"
-#include "platform/thread_context.h"
 #include "store/library_file.h"
 #include "transfer/authenticated_transfer_client.h"
 #include "transfer/discovered_device.h"

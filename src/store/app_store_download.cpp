@@ -1,4 +1,4 @@
-#include "platform/off_thread.h"
+#include "base/off_thread.h"
 #include "store/app_store.h"
 #include "store/partial_recording.h"
 #include "store/progress_report.h"

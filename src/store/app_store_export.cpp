@@ -1,5 +1,5 @@
-#include "platform/files.h"
-#include "platform/off_thread.h"
+#include "base/files.h"
+#include "base/off_thread.h"
 #include "store/app_store.h"
 #include "store/progress_report.h"
 

@@ -1,4 +1,4 @@
-#include "platform/text_order.h"
+#include "base/text_order.h"
 #include "store/app_store.h"
 
 #include <QDateTime>

@@ -1,8 +1,8 @@
+#include "base/host_name.h"
+#include "base/off_thread.h"
+#include "base/text_order.h"
 #include "library/catalog_merge.h"
 #include "library/record_json.h"
-#include "platform/host_name.h"
-#include "platform/off_thread.h"
-#include "platform/text_order.h"
 #include "store/app_store.h"
 #include "transfer/catalog_gate.h"
 

@@ -1,8 +1,8 @@
 #include "store/library_file.h"
 
+#include "base/atomic_file.h"
+#include "base/files.h"
 #include "library/record_json.h"
-#include "platform/atomic_file.h"
-#include "platform/files.h"
 
 #include <QDateTime>
 #include <QDir>

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "base/digest.h"
+#include "base/files.h"
 #include "library/records.h"
-#include "platform/digest.h"
-#include "platform/files.h"
 
 #include <QByteArray>
 #include <QString>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/monotonic_clock.h"
+#include "base/monotonic_clock.h"
 #include "store/store_ended.h"
 
 #include <QCoreApplication>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "platform/core_dump_lock.h"
-#include "platform/pinned_https.h"
-#include "platform/secret_bytes.h"
-#include "platform/thread_context.h"
+#include "base/thread_context.h"
+#include "https/core_dump_lock.h"
+#include "https/pinned_https.h"
+#include "https/secret_bytes.h"
 #include "transfer/discovered_device.h"
 
 #include <QByteArray>

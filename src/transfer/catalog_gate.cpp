@@ -1,6 +1,6 @@
 #include "transfer/catalog_gate.h"
 
-#include "platform/text_form.h"
+#include "base/text_form.h"
 #include "transfer/transfer_protocol.h"
 
 #include <QSet>

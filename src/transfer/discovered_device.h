@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/resolved_service.h"
+#include "net/resolved_service.h"
 
 #include <QHostAddress>
 #include <QString>

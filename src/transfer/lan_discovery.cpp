@@ -1,6 +1,6 @@
 #include "transfer/lan_discovery.h"
 
-#include "platform/text_order.h"
+#include "base/text_order.h"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/service_browser.h"
-#include "platform/thread_context.h"
+#include "base/thread_context.h"
+#include "net/service_browser.h"
 #include "transfer/discovered_device.h"
 
 #include <QObject>

@@ -1,7 +1,7 @@
 #include "transfer/pairing_messages.h"
 
+#include "https/json_secret.h"
 #include "library/record_json.h"
-#include "platform/json_secret.h"
 #include "transfer/transfer_protocol.h"
 
 #include <QJsonDocument>

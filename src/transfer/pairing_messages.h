@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/secret_bytes.h"
+#include "https/secret_bytes.h"
 #include "transfer/discovered_device.h"
 
 #include <QByteArray>

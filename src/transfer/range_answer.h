@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/https_message.h"
+#include "https/https_message.h"
 
 #include <QString>
 

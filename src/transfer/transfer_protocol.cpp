@@ -1,6 +1,6 @@
 #include "transfer/transfer_protocol.h"
 
-#include "platform/resolved_url.h"
+#include "base/resolved_url.h"
 
 #include <QList>
 

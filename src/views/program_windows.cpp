@@ -82,7 +82,7 @@ void bringToFront(QWindow &window)
 
 std::unique_ptr<QWindow> makeLibraryWindow(QQmlEngine &engine, LibraryViewModel &library)
 {
-    return makeWindow(engine, u"LibraryWindow.qml"_s,
+    return makeWindow(engine, u"library/LibraryWindow.qml"_s,
                       {{u"library"_s, QVariant::fromValue(&library)}});
 }
 

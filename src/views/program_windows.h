@@ -1,7 +1,7 @@
 #pragma once
 
-#include "views/director_view_model.h"
-#include "views/library_view_model.h"
+#include "views/director/director_view_model.h"
+#include "views/library/library_view_model.h"
 
 #include <QObject>
 #include <QQmlEngine>

@@ -1,5 +1,5 @@
+#include "base/text_order.h"
 #include "director/director_cameras.h"
-#include "platform/text_order.h"
 
 #include <QtTest>
 

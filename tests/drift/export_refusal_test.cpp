@@ -1,7 +1,7 @@
 #include "drift/drift_error.h"
 #include "drift/export_package.h"
 #include "export_samples.h"
-#include "platform/media_probe.h"
+#include "media/media_probe.h"
 #include "support.h"
 
 #include <QtTest>

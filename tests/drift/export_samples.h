@@ -1,9 +1,9 @@
 #pragma once
 
+#include "base/digest.h"
+#include "base/files.h"
 #include "library/records.h"
 #include "movies.h"
-#include "platform/digest.h"
-#include "platform/files.h"
 
 #include <QDir>
 #include <QTemporaryDir>

@@ -1,7 +1,7 @@
 #include "drift/drift_error.h"
 #include "drift/media_info.h"
+#include "media/media_probe.h"
 #include "movies.h"
-#include "platform/media_probe.h"
 #include "support.h"
 
 #include <QTemporaryDir>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/files.h"
 #include "live/live_camera_discovery.h"
-#include "platform/files.h"
 
 #include <QByteArray>
 #include <QString>

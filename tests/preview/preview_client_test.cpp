@@ -1,5 +1,5 @@
 #include "jpeg_samples.h"
-#include "platform/tcp_socket.h"
+#include "net/tcp_socket.h"
 #include "preview/preview_client.h"
 #include "preview_server.h"
 #include "support.h"

@@ -1,7 +1,7 @@
 // Measures packages whose errors are known, over a real take.
 
-#include "rig/check.h"
-#include "rig/take.h"
+#include "rig/film/check.h"
+#include "rig/film/take.h"
 #include "support.h"
 
 #include <QFile>

@@ -2,7 +2,7 @@
 
 #include "phone_ear.h"
 #include "preview_viewer.h"
-#include "rig/counter.h"
+#include "rig/film/counter.h"
 #include "rig_phones.h"
 
 #include <QGuiApplication>

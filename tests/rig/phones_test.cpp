@@ -2,8 +2,8 @@
 
 #include "phone_ear.h"
 #include "preview_viewer.h"
-#include "rig/phone_link.h"
-#include "rig/phone_packets.h"
+#include "rig/phone/phone_link.h"
+#include "rig/phone/phone_packets.h"
 #include "rig_phones.h"
 #include "support.h"
 

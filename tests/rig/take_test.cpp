@@ -1,13 +1,13 @@
 // Makes real takes and looks at them with ffprobe and ffmpeg, as any other program would.
 
-#include "platform/digest.h"
-#include "platform/files.h"
-#include "platform/json_text.h"
-#include "rig/counter.h"
-#include "rig/movie.h"
-#include "rig/rig_error.h"
-#include "rig/take.h"
-#include "rig/take_documents.h"
+#include "base/digest.h"
+#include "base/files.h"
+#include "base/json_text.h"
+#include "rig/base/rig_error.h"
+#include "rig/film/counter.h"
+#include "rig/film/movie.h"
+#include "rig/film/take.h"
+#include "rig/film/take_documents.h"
 #include "support.h"
 
 #include <QBuffer>

@@ -1,10 +1,10 @@
 // Talks to the phones' servers of Transfer Mode with curl and with Qt's TLS.
 
+#include "base/digest.h"
+#include "base/files.h"
 #include "fetch.h"
-#include "platform/digest.h"
-#include "platform/files.h"
 #include "preview_viewer.h"
-#include "rig/take.h"
+#include "rig/film/take.h"
 #include "rig_phones.h"
 
 #include <QCryptographicHash>

@@ -1,5 +1,5 @@
+#include "base/files.h"
 #include "library/record_json.h"
-#include "platform/files.h"
 #include "store/app_store.h"
 #include "support.h"
 

@@ -1,7 +1,7 @@
 // Downloads that are killed at any instant, again and again.
 
-#include "platform/digest.h"
-#include "platform/files.h"
+#include "base/digest.h"
+#include "base/files.h"
 #include "rig_phones.h"
 #include "store/library_file.h"
 

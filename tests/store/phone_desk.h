@@ -1,12 +1,12 @@
 #pragma once
 
-#include "platform/files.h"
-#include "platform/json_text.h"
+#include "base/files.h"
+#include "base/json_text.h"
+#include "outcome.h"
 #include "rig_phones.h"
 #include "shared_phone.h"
 #include "store/app_store.h"
 #include "support.h"
-#include "transfer/outcome.h"
 
 #include <QJsonArray>
 #include <QTemporaryDir>

@@ -1,7 +1,7 @@
 // Downloads from phones in Transfer Mode, whole and broken off.
 
+#include "base/digest.h"
 #include "phone_desk.h"
-#include "platform/digest.h"
 
 #include <QDir>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/files.h"
+#include "base/files.h"
 
 #include <QByteArray>
 #include <QByteArrayList>

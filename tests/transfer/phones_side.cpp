@@ -1,6 +1,6 @@
 #include "phones_side.h"
 
-#include "platform/files.h"
+#include "base/files.h"
 
 #include <QHostAddress>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/worker_thread.h"
-#include "rig/announcement.h"
+#include "base/worker_thread.h"
+#include "rig/transfer/announcement.h"
 
 #include <QByteArray>
 #include <QString>

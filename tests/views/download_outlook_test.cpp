@@ -1,4 +1,4 @@
-#include "views/download_outlook.h"
+#include "views/library/download_outlook.h"
 
 #include <QtTest>
 

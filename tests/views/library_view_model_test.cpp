@@ -2,7 +2,7 @@
 #include "store/app_store.h"
 #include "store/library_file.h"
 #include "transfer/lan_discovery.h"
-#include "views/library_view_model.h"
+#include "views/library/library_view_model.h"
 
 #include <QTemporaryDir>
 #include <QtTest>

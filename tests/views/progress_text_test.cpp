@@ -1,4 +1,4 @@
-#include "views/work_progress_view_model.h"
+#include "views/library/work_progress_view_model.h"
 
 #include <QtTest>
 

@@ -1,4 +1,4 @@
-#include "views/row_list_model.h"
+#include "views/controls/row_list_model.h"
 
 #include <QAbstractItemModelTester>
 #include <QRandomGenerator>

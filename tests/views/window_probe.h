@@ -3,7 +3,7 @@
 #include "live/live_camera_discovery.h"
 #include "store/app_store.h"
 #include "transfer/lan_discovery.h"
-#include "views/library_view_model.h"
+#include "views/library/library_view_model.h"
 
 #include <QQmlEngine>
 #include <QQuickItem>

@@ -1,0 +1,142 @@
+#include "rig/film/check.h"
+
+#include "base/files.h"
+#include "base/json_text.h"
+#include "rig/base/rig_error.h"
+#include "rig/film/counter.h"
+#include "rig/film/movie.h"
+#include "rig/film/take_documents.h"
+#include "rig/film/timeline_reader.h"
+
+#include <QJsonArray>
+
+#include <algorithm>
+#include <cmath>
+
+namespace vorn::rig {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+constexpr std::int64_t maximumDocumentBytes = 16 << 20;
+// Rational times are exact to 10^-12; a thousandth of a frame is far above and harmless.
+constexpr double gridTolerance = 0.001;
+
+const TimelineClip &clipOf(const Timeline &timeline, const QString &cameraId)
+{
+    const auto clip = std::ranges::find(timeline.clips, cameraId, &TimelineClip::cameraId);
+    if (clip == timeline.clips.end())
+        throw RigError(u"The timeline has no clip of %1."_s.arg(cameraId));
+    return *clip;
+}
+
+// The scene time that the camera has come to at that moment of its media.
+double sceneSecondsShown(const TimelineClip &clip, const PhoneTruth &truth, double sourceSeconds)
+{
+    // Before the first frame and after the last an editor holds that one; the time map is as wrong
+    // there as it says, so only the choice of the frame is bounded.
+    const auto frame =
+        std::int64_t(std::clamp(std::floor(sourceSeconds * truth.rate.perSecond() + gridTolerance),
+                                0.0, double(truth.frames - 1)));
+    const double frameSeconds = truth.rate.seconds(frame);
+    const std::optional<double> shown =
+        readCounter(decodedFrame(clip.moviePath, truth.rate, frame));
+    if (!shown)
+        throw RigError(u"Frame %1 of %2 shows no counter."_s.arg(frame).arg(clip.moviePath));
+    if (std::abs(*shown - truth.sceneSeconds(frameSeconds)) > 1.0 / counterUnitsPerSecond)
+        throw RigError(
+            u"Frame %1 of %2 shows scene second %3, but by the truth file it shows %4."_s.arg(frame)
+                .arg(clip.moviePath)
+                .arg(*shown)
+                .arg(truth.sceneSeconds(frameSeconds)));
+    return *shown + (sourceSeconds - frameSeconds) * truth.sceneSecondsPerMediaSecond();
+}
+
+CameraAlignment cameraAlignment(const Timeline &timeline, const TimelineClip &reference,
+                                const PhoneTruth &truth)
+{
+    const TimelineClip &clip = clipOf(timeline, truth.cameraId);
+    const double fps = timeline.framesPerSecond;
+    const double start = std::max(clip.startSeconds, reference.startSeconds);
+    const double end = std::min(clip.endSeconds(), reference.endSeconds());
+    const double first = std::ceil(start * fps - gridTolerance);
+    const double last = std::ceil(end * fps - gridTolerance) - 1;
+    if (!(first <= last))
+        throw RigError(u"%1 and the reference camera share no frame."_s.arg(clip.cameraId));
+    CameraAlignment alignment{clip.cameraId, {}};
+    const std::array moments{first, std::floor((first + last) / 2), last};
+    for (std::size_t index = 0; index < moments.size(); ++index) {
+        const double timelineSeconds = moments[index] / fps;
+        const double shown = sceneSecondsShown(clip, truth, clip.sourceSeconds(timelineSeconds));
+        alignment.points[index] = {timelineSeconds, shown - timelineSeconds};
+    }
+    return alignment;
+}
+
+QString signedText(double value)
+{
+    return (value < 0 ? u'-' : u'+') + QString::number(std::abs(value), 'f', 2);
+}
+
+} // namespace
+
+bool AlignmentCheck::isWithinOneFrame() const
+{
+    return std::ranges::all_of(cameras, [this](const CameraAlignment &camera) {
+        return std::ranges::all_of(camera.points, [this](const AlignmentPoint &point) {
+            return std::abs(errorFrames(point)) <= 1;
+        });
+    });
+}
+
+AlignmentCheck checkAlignment(const QString &packageFolder, const QString &truthPath)
+{
+    const TakeTruth truth =
+        takeTruth(parseJsonObject(readFile(truthPath, maximumDocumentBytes), truthPath));
+    const Timeline timeline =
+        readTimeline(readFile(packageFolder + u"/timeline.fcpxml"_s, maximumDocumentBytes));
+    const TimelineClip &reference = clipOf(timeline, truth.referenceCameraId);
+    AlignmentCheck check{timeline.framesPerSecond, {}};
+    for (const PhoneTruth &phone : truth.phones)
+        check.cameras.push_back(cameraAlignment(timeline, reference, phone));
+    return check;
+}
+
+QString alignmentText(const AlignmentCheck &check)
+{
+    QString text = u"%1 %2 %3 %4\n"_s.arg(u"camera"_s, -10)
+                       .arg(u"head: ms, frames"_s, 18)
+                       .arg(u"middle"_s, 18)
+                       .arg(u"tail"_s, 18);
+    for (const CameraAlignment &camera : check.cameras) {
+        text += u"%1"_s.arg(camera.cameraId, -10);
+        for (const AlignmentPoint &point : camera.points)
+            text += u" %1 %2"_s.arg(signedText(point.errorSeconds * 1000), 10)
+                        .arg(signedText(check.errorFrames(point)), 7);
+        text += u'\n';
+    }
+    return text
+           + (check.isWithinOneFrame() ? u"Every camera lies within one frame.\n"_s
+                                       : u"Not every camera lies within one frame.\n"_s);
+}
+
+QJsonObject alignmentJson(const AlignmentCheck &check)
+{
+    const std::array names{u"head"_s, u"middle"_s, u"tail"_s};
+    QJsonArray cameras;
+    for (const CameraAlignment &camera : check.cameras) {
+        QJsonObject entry{{u"cameraId"_s, camera.cameraId}};
+        for (std::size_t index = 0; index < names.size(); ++index) {
+            const AlignmentPoint &point = camera.points[index];
+            entry.insert(names[index], QJsonObject{{u"timelineSeconds"_s, point.timelineSeconds},
+                                                   {u"errorMs"_s, point.errorSeconds * 1000},
+                                                   {u"errorFrames"_s, check.errorFrames(point)}});
+        }
+        cameras.append(entry);
+    }
+    return {{u"framesPerSecond"_s, check.framesPerSecond},
+            {u"cameras"_s, cameras},
+            {u"withinOneFrame"_s, check.isWithinOneFrame()}};
+}
+
+} // namespace vorn::rig

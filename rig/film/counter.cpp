@@ -1,0 +1,73 @@
+#include "rig/film/counter.h"
+
+#include <QPainter>
+
+#include <cmath>
+#include <cstdint>
+
+namespace vorn::rig {
+namespace {
+
+enum class Row { bit, complement };
+
+// Black on white after lossy coding at its worst; noise and flat pictures stay below.
+constexpr int minimumContrast = 80;
+
+QRect cell(QSize picture, int index, Row row)
+{
+    const QRect strip = counterStrip(picture);
+    const int left = index * strip.width() / counterBits;
+    const int right = (index + 1) * strip.width() / counterBits;
+    const int half = strip.height() / 2;
+    return {left, strip.top() + (row == Row::bit ? 0 : half), right - left, half};
+}
+
+// The mean of the cell's middle: its borders are smeared by coding and scaling.
+int meanGray(const QImage &picture, const QRect &cell)
+{
+    const QRect middle =
+        cell.adjusted(cell.width() / 4, cell.height() / 4, -cell.width() / 4, -cell.height() / 4);
+    int sum = 0;
+    for (int y = middle.top(); y <= middle.bottom(); ++y)
+        for (int x = middle.left(); x <= middle.right(); ++x)
+            sum += qGray(picture.pixel(x, y));
+    return sum / (middle.width() * middle.height());
+}
+
+} // namespace
+
+QRect counterStrip(QSize picture)
+{
+    const int height = std::max(4, std::min(picture.width(), picture.height()) * 16 / 360 / 2 * 2);
+    return {0, picture.height() - height, picture.width(), height};
+}
+
+void drawCounter(QPainter &painter, QSize picture, double sceneSeconds)
+{
+    const std::int64_t units =
+        std::llround((sceneSeconds - counterOriginSeconds) * counterUnitsPerSecond);
+    Q_ASSERT(units >= 0 && units < (std::int64_t{1} << counterBits));
+    for (int index = 0; index < counterBits; ++index) {
+        const bool isSet = (units >> (counterBits - 1 - index)) & 1;
+        painter.fillRect(cell(picture, index, Row::bit), isSet ? Qt::white : Qt::black);
+        painter.fillRect(cell(picture, index, Row::complement), isSet ? Qt::black : Qt::white);
+    }
+}
+
+std::optional<double> readCounter(const QImage &picture)
+{
+    // Below this a cell has no middle.
+    if (picture.width() < 2 * counterBits || picture.height() < 8)
+        return std::nullopt;
+    std::int64_t units = 0;
+    for (int index = 0; index < counterBits; ++index) {
+        const int difference = meanGray(picture, cell(picture.size(), index, Row::bit))
+                               - meanGray(picture, cell(picture.size(), index, Row::complement));
+        if (std::abs(difference) < minimumContrast)
+            return std::nullopt;
+        units = 2 * units + (difference > 0 ? 1 : 0);
+    }
+    return double(units) / counterUnitsPerSecond + counterOriginSeconds;
+}
+
+} // namespace vorn::rig

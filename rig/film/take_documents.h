@@ -1,0 +1,45 @@
+#pragma once
+
+#include "rig/film/take_plan.h"
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QString>
+
+#include <vector>
+
+/// The two documents beside the movies of a take. "manifest.json" is the source manifest that the
+/// program imports: what phones would tell, noise and all. "truth.json" is what only the rig knows.
+namespace vorn::rig {
+
+/// The source manifest of a take. `digests` are the SHA-256 of the movies, in the plan's order.
+[[nodiscard]] QJsonObject manifestJson(const TakePlan &plan, const std::vector<QString> &digests);
+
+/// Each phone's true offset, drift, rate and size, the seed, and how to read the counter.
+[[nodiscard]] QJsonObject truthJson(const TakePlan &plan);
+
+/// What checking an alignment needs of one phone's truth.
+struct PhoneTruth {
+    QString cameraId;
+    double offsetSeconds = 0;
+    double driftPPM = 0;
+    FrameRate rate;
+    std::int64_t frames = 0;
+
+    [[nodiscard]] double sceneSecondsPerMediaSecond() const { return 1 + driftPPM / 1'000'000; }
+    [[nodiscard]] double sceneSeconds(double mediaSeconds) const
+    {
+        return offsetSeconds + sceneSecondsPerMediaSecond() * mediaSeconds;
+    }
+};
+
+/// The truth of a take.
+struct TakeTruth {
+    QString referenceCameraId;
+    std::vector<PhoneTruth> phones;
+};
+
+/// Reads what truthJson writes. Throws RigError for a document that is anything else.
+[[nodiscard]] TakeTruth takeTruth(const QJsonObject &document);
+
+} // namespace vorn::rig

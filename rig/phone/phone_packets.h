@@ -1,0 +1,50 @@
+#pragma once
+
+#include "rig/phone/pictures.h"
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+/// What phones say, as bytes. Nothing here is shared with the program that reads it.
+namespace vorn::rig {
+
+inline constexpr int maximumDatagramBytes = 8192;
+
+/// Which generation of phone a status comes from: what it is stamped with.
+enum class StatusForm {
+    current, ///< session, sequence number and clock
+    legacy,  ///< clock alone
+    bare,    ///< nothing
+};
+
+/// What a phone knows of itself when it writes a status.
+struct PhoneFacts {
+    int castIndex = 0;
+    double seconds = 0; ///< since the rig began; moves the audio levels
+    QString takeId;     ///< not empty while it records
+    qint64 recordingSinceMs = 0;
+    PreviewHold hold = PreviewHold::landscape;
+    PictureFormat wall;
+    PictureFormat selected;
+    int connections = 0;
+    int wallFrames = 0;
+    int selectedFrames = 0;
+    int skippedFrames = 0;
+};
+
+/// The payload of a status.
+[[nodiscard]] QJsonObject statusPayload(const PhoneFacts &facts);
+
+[[nodiscard]] QByteArray compactJson(const QJsonObject &object);
+
+/// The status `envelope`, made hostile in the way that the name tells; absent for an unknown name.
+[[nodiscard]] std::optional<QByteArray> hostilePacket(const QString &name,
+                                                      const QJsonObject &envelope);
+/// Names and explanations, for the help.
+[[nodiscard]] QStringList hostilePacketHelp();
+
+} // namespace vorn::rig

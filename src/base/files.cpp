@@ -1,0 +1,182 @@
+#include "base/files.h"
+
+#include <QDir>
+#include <QStringEncoder>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+
+FileError::FileError(const QString &action, const QString &path, int errorNumber)
+    : FileError(u"%1 %2: %3."_s.arg(
+          action, path, QString::fromStdString(std::generic_category().message(errorNumber))))
+{
+}
+
+FileDescriptor::~FileDescriptor()
+{
+    if (m_descriptor >= 0)
+        ::close(m_descriptor);
+}
+
+QByteArray nativePath(const QString &path)
+{
+    // Stateless: a surrogate at the end is an error too, not the start of more.
+    QStringEncoder encoder(QStringEncoder::Utf8, QStringEncoder::Flag::Stateless);
+    const QByteArray encoded = encoder.encode(path);
+    if (encoder.hasError() || encoded.contains('\0'))
+        throw FileError(u"The path %1 holds characters that no file name can have."_s.arg(
+            QString(path).replace(QChar(u'\0'), u"\u2400"_s)));
+    return encoded;
+}
+
+QString resolvedPath(const QString &base, const QString &path)
+{
+    const QString joined = path.startsWith(u'/') ? path : base + u'/' + path;
+    QString clean = QDir::cleanPath(joined);
+    // The root is its own parent.
+    while (clean.startsWith(u"/../"_s))
+        clean.remove(0, 3);
+    return clean;
+}
+
+QString fileNameOf(const QString &path)
+{
+    return path.sliced(path.lastIndexOf(u'/') + 1);
+}
+
+namespace {
+
+// A path that cannot name anything names nothing.
+std::optional<QByteArray> possiblePath(const QString &path)
+{
+    try {
+        return nativePath(path);
+    } catch (const FileError &) {
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+bool somethingExistsAt(const QString &path)
+{
+    struct stat status = {};
+    const auto native = possiblePath(path);
+    return native && ::lstat(native->constData(), &status) == 0;
+}
+
+bool fileExists(const QString &path)
+{
+    struct stat status = {};
+    const auto native = possiblePath(path);
+    return native && ::stat(native->constData(), &status) == 0;
+}
+
+FileDescriptor openRegularFile(const QString &path)
+{
+    // Non-blocking: opening a FIFO would otherwise wait for a writer.
+    FileDescriptor file(::open(nativePath(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!file.isOpen())
+        throw FileError(u"Cannot open"_s, path, errno);
+    struct stat status = {};
+    if (::fstat(file.get(), &status) != 0)
+        throw FileError(u"Cannot open"_s, path, errno);
+    if (!S_ISREG(status.st_mode))
+        throw FileError(u"%1 is not a regular file."_s.arg(path));
+    return file;
+}
+
+std::int64_t fileSize(const FileDescriptor &file, const QString &path)
+{
+    struct stat status = {};
+    if (::fstat(file.get(), &status) != 0)
+        throw FileError(u"Cannot read"_s, path, errno);
+    return status.st_size;
+}
+
+QByteArray readFile(const QString &path, std::int64_t maximumBytes)
+{
+    const FileDescriptor file = openRegularFile(path);
+    const std::int64_t size = fileSize(file, path);
+    if (size > maximumBytes)
+        throw FileError(
+            u"%1 is too large (%2 bytes; at most %3 are read)."_s.arg(path).arg(size).arg(
+                maximumBytes));
+    QByteArray bytes(size, Qt::Uninitialized);
+    qsizetype filled = 0;
+    while (filled < bytes.size()) {
+        const ssize_t got =
+            ::read(file.get(), bytes.data() + filled, std::size_t(bytes.size() - filled));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            throw FileError(u"Cannot read"_s, path, errno);
+        if (got == 0)
+            break; // shorter now than when its size was taken
+        filled += got;
+    }
+    bytes.truncate(filled);
+    return bytes;
+}
+
+FileDescriptor openParentFolder(const QString &path)
+{
+    const qsizetype slash = path.lastIndexOf(u'/');
+    const QString parent = slash > 0 ? path.first(slash) : slash == 0 ? u"/"_s : u"."_s;
+    FileDescriptor folder(
+        ::open(nativePath(parent).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.isOpen())
+        throw FileError(u"Cannot write"_s, path, errno);
+    return folder;
+}
+
+void createFolder(const QString &path)
+{
+    const QByteArray native = nativePath(path);
+    if (::mkdir(native.constData(), mode_t(FolderMode::followUmask)) != 0)
+        throw FileError(u"Cannot create the folder"_s, path, errno);
+    if (::fsync(openParentFolder(path).get()) != 0) {
+        const int failure = errno;
+        ::rmdir(native.constData());
+        throw FileError(u"Cannot create the folder"_s, path, failure);
+    }
+}
+
+void createFolders(const QString &path, FolderMode mode)
+{
+    struct stat status = {};
+    if (::stat(nativePath(path).constData(), &status) == 0) {
+        if (!S_ISDIR(status.st_mode))
+            throw FileError(u"Cannot create the folder"_s, path, ENOTDIR);
+        return;
+    }
+    const qsizetype slash = path.lastIndexOf(u'/');
+    if (slash > 0)
+        createFolders(path.first(slash), mode);
+    // Another process may have made it meanwhile.
+    if (::mkdir(nativePath(path).constData(), mode_t(mode)) != 0 && errno != EEXIST)
+        throw FileError(u"Cannot create the folder"_s, path, errno);
+    if (::fsync(openParentFolder(path).get()) != 0)
+        throw FileError(u"Cannot create the folder"_s, path, errno);
+}
+
+void removeFolderQuietly(const QString &path) noexcept
+{
+    try {
+        std::error_code ignored;
+        std::filesystem::remove_all(nativePath(path).toStdString(), ignored);
+    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): best effort, as promised
+    }
+}
+
+} // namespace vorn

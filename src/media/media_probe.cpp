@@ -1,0 +1,114 @@
+#include "media/media_probe.h"
+
+#include "base/files.h"
+#include "media/movie_headers.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+namespace {
+
+// Rounding of edits to the movie's time scale stays far below; half a second is a wrong header.
+constexpr double durationToleranceSeconds = 0.5;
+
+double seconds(std::uint64_t units, std::uint32_t timescale)
+{
+    return timescale == 0 ? 0.0 : double(units) / timescale;
+}
+
+/// How long a track plays, its edits applied.
+double editedSeconds(const MovieTrack &track, const MovieHeaders &movie)
+{
+    if (!track.hasEdits)
+        return seconds(track.mediaEnd, track.timescale);
+    double length = seconds(track.editUnits, movie.timescale);
+    if (track.openEditStart && *track.openEditStart < track.shownEnd)
+        length += seconds(track.shownEnd - *track.openEditStart, track.timescale);
+    return length;
+}
+
+double durationSeconds(const MovieHeaders &movie)
+{
+    constexpr double contradiction = std::numeric_limits<double>::quiet_NaN();
+    double longest = 0;
+    for (const MovieTrack &track : movie.tracks)
+        longest = std::max(longest, editedSeconds(track, movie));
+    if (movie.hasFragments) // the movie header was written before their lengths were known
+        return longest > 0 ? longest : contradiction;
+    const double stated = seconds(movie.units.value_or(0), movie.timescale);
+    const bool agrees = stated > 0 && std::abs(stated - longest) <= durationToleranceSeconds;
+    return agrees ? stated : contradiction;
+}
+
+float nominalFrameRate(const MovieTrack &track)
+{
+    if (track.sampleUnits == 0)
+        return 0;
+    return float(double(track.samples) * double(track.timescale) / double(track.sampleUnits));
+}
+
+ProbedVideoTrack videoTrackOf(const MovieTrack &track)
+{
+    const bool isSizeStated = track.width > 0 && track.height > 0;
+    return {.naturalWidth = isSizeStated ? track.width : track.codedWidth,
+            .naturalHeight = isSizeStated ? track.height : track.codedHeight,
+            .a = track.a,
+            .b = track.b,
+            .c = track.c,
+            .d = track.d,
+            .nominalFrameRate = nominalFrameRate(track)};
+}
+
+ProbedMedia answerOf(const MovieHeaders &movie)
+{
+    ProbedMedia media;
+    media.durationSeconds = durationSeconds(movie);
+    for (const MovieTrack &track : movie.tracks) {
+        // Pictures of chapters are no recording.
+        if (std::ranges::find(movie.chapterTrackIds, track.id) != movie.chapterTrackIds.end())
+            continue;
+        if (track.handler == "soun"_box)
+            ++media.audioTrackCount;
+        if (track.handler == "vide"_box)
+            media.videoTracks.push_back(videoTrackOf(track));
+    }
+    return media;
+}
+
+} // namespace
+
+ProbedMedia probeMedia(const MovieBytes &bytes)
+{
+    return answerOf(readMovieHeaders(bytes));
+}
+
+ProbedMedia probeMedia(const QString &path)
+{
+    const FileDescriptor file = openRegularFile(path);
+    const auto readAt = [&](std::uint64_t offset, std::span<std::byte> into) {
+        std::size_t filled = 0;
+        while (filled < into.size()) {
+            const ssize_t got = ::pread(file.get(), into.data() + filled, into.size() - filled,
+                                        off_t(offset + filled));
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got < 0)
+                throw FileError(u"Cannot read"_s, path, errno);
+            if (got == 0)
+                break;
+            filled += std::size_t(got);
+        }
+        return filled;
+    };
+    return probeMedia(MovieBytes{
+        .name = fileNameOf(path), .size = std::uint64_t(fileSize(file, path)), .readAt = readAt});
+}
+
+} // namespace vorn

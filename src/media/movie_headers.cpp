@@ -1,0 +1,264 @@
+#include "media/movie_headers.h"
+
+#include <QtEndian>
+
+#include <algorithm>
+#include <bit>
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+// Field offsets in this file are those of ISO/IEC 14496-12 clause 8, counted from the first byte
+// after a box's header. The way down is fixed (moov, trak, mdia, minf, stbl, table): boxes inside
+// of themselves lead nowhere.
+
+namespace vorn {
+namespace {
+
+// A phone's recording has two to eight; the bound keeps every list of this reader short.
+constexpr std::size_t maximumTracks = 64;
+
+using Entry = std::span<const std::byte>;
+
+template <class Number> Number fieldOf(Entry entry, std::size_t offset)
+{
+    return qFromBigEndian<Number>(entry.subspan(offset, sizeof(Number)).data());
+}
+
+/// True when the times of a box have 64 bits, as in version 1.
+bool isLong(BoxReader &boxes, const MovieBox &box)
+{
+    const std::uint32_t version = boxes.u32(box, 0) >> 24;
+    if (version > 1)
+        boxes.refuseDamaged();
+    return version == 1;
+}
+
+void readMovieHeader(BoxReader &boxes, const MovieBox &mvhd, MovieHeaders &movie)
+{
+    if (isLong(boxes, mvhd)) {
+        movie.timescale = boxes.u32(mvhd, 20);
+        movie.units = boxes.u64(mvhd, 24);
+        if (movie.units == std::numeric_limits<std::uint64_t>::max())
+            movie.units.reset();
+    } else {
+        movie.timescale = boxes.u32(mvhd, 12);
+        movie.units = boxes.u32(mvhd, 16);
+        if (movie.units == std::numeric_limits<std::uint32_t>::max())
+            movie.units.reset();
+    }
+}
+
+void readTrackHeader(BoxReader &boxes, const MovieBox &tkhd, MovieTrack &track)
+{
+    const bool large = isLong(boxes, tkhd);
+    track.id = boxes.u32(tkhd, large ? 20 : 12);
+    // A matrix of three rows a b u, c d v, x y w, then the size; all but u, v, w in 16.16 bits.
+    const std::uint64_t matrix = large ? 52 : 40;
+    const auto fixedPoint = [&](std::uint64_t offset) {
+        return std::bit_cast<std::int32_t>(boxes.u32(tkhd, matrix + offset)) / 65536.0;
+    };
+    track.a = fixedPoint(0);
+    track.b = fixedPoint(4);
+    track.c = fixedPoint(12);
+    track.d = fixedPoint(16);
+    track.width = boxes.u32(tkhd, matrix + 36) / 65536.0;
+    track.height = boxes.u32(tkhd, matrix + 40) / 65536.0;
+}
+
+void readEdits(BoxReader &boxes, const MovieBox &elst, MovieTrack &track)
+{
+    const bool large = isLong(boxes, elst);
+    const std::uint32_t count = boxes.u32(elst, 4);
+    track.hasEdits = count > 0;
+    boxes.forEachEntry(elst, 8, count, large ? 20 : 12, [&](Entry entry) {
+        const std::uint64_t length =
+            large ? fieldOf<std::uint64_t>(entry, 0) : fieldOf<std::uint32_t>(entry, 0);
+        const std::int64_t start =
+            large ? fieldOf<std::int64_t>(entry, 8) : fieldOf<std::int32_t>(entry, 4);
+        track.editUnits = boxes.sum(track.editUnits, length);
+        if (length == 0 && start >= 0)
+            track.openEditStart = std::uint64_t(start);
+    });
+}
+
+void readSampleDurations(BoxReader &boxes, const MovieBox &stts, MovieTrack &track)
+{
+    boxes.forEachEntry(stts, 8, boxes.u32(stts, 4), 8, [&](Entry entry) {
+        const std::uint64_t samples = fieldOf<std::uint32_t>(entry, 0);
+        const std::uint64_t units = samples * fieldOf<std::uint32_t>(entry, 4);
+        track.samples = boxes.sum(track.samples, samples);
+        track.sampleUnits = boxes.sum(track.sampleUnits, units);
+    });
+    track.mediaEnd = track.sampleUnits;
+    track.shownEnd = track.sampleUnits;
+}
+
+/// Notes which tracks hold the chapters of this one.
+void readChapterReferences(BoxReader &boxes, const MovieBox &chap, MovieHeaders &movie)
+{
+    const std::uint64_t count = chap.size() / 4;
+    if (movie.chapterTrackIds.size() + count > maximumTracks)
+        boxes.refuseDamaged();
+    boxes.forEachEntry(chap, 0, std::uint32_t(count), 4, [&](Entry entry) {
+        movie.chapterTrackIds.push_back(fieldOf<std::uint32_t>(entry, 0));
+    });
+}
+
+void readTrack(BoxReader &boxes, const MovieBox &trak, MovieHeaders &movie)
+{
+    if (movie.tracks.size() == maximumTracks)
+        boxes.refuse(u"it has more than %1 tracks."_s.arg(maximumTracks));
+    MovieTrack &track = movie.tracks.emplace_back();
+    const auto tkhd = boxes.find(trak, {"tkhd"_box});
+    const auto mdhd = boxes.find(trak, {"mdia"_box, "mdhd"_box});
+    const auto hdlr = boxes.find(trak, {"mdia"_box, "hdlr"_box});
+    if (!tkhd || !mdhd || !hdlr)
+        boxes.refuseDamaged();
+    readTrackHeader(boxes, *tkhd, track);
+    track.timescale = boxes.u32(*mdhd, isLong(boxes, *mdhd) ? 20 : 12);
+    track.handler = boxes.u32(*hdlr, 8);
+    if (const auto elst = boxes.find(trak, {"edts"_box, "elst"_box}))
+        readEdits(boxes, *elst, track);
+    if (const auto chap = boxes.find(trak, {"tref"_box, "chap"_box}))
+        readChapterReferences(boxes, *chap, movie);
+    const auto stbl = boxes.find(trak, {"mdia"_box, "minf"_box, "stbl"_box});
+    if (!stbl)
+        return;
+    if (const auto stts = boxes.find(*stbl, {"stts"_box}))
+        readSampleDurations(boxes, *stts, track);
+    const auto stsd = boxes.find(*stbl, {"stsd"_box});
+    if (stsd && track.handler == "vide"_box && boxes.u32(*stsd, 4) > 0) {
+        track.codedWidth = boxes.u16(*stsd, 40);
+        track.codedHeight = boxes.u16(*stsd, 42);
+    }
+}
+
+MovieTrack &trackWithId(BoxReader &boxes, MovieHeaders &movie, std::uint32_t id)
+{
+    const auto track = std::ranges::find(movie.tracks, id, &MovieTrack::id);
+    if (track == movie.tracks.end())
+        boxes.refuseDamaged();
+    return *track;
+}
+
+void readMovie(BoxReader &boxes, const MovieBox &moov, MovieHeaders &movie)
+{
+    const auto mvhd = boxes.find(moov, {"mvhd"_box});
+    if (!mvhd)
+        boxes.refuseDamaged();
+    readMovieHeader(boxes, *mvhd, movie);
+    boxes.forEachChild(moov, [&](const MovieBox &box) {
+        if (box.type == "trak"_box)
+            readTrack(boxes, box, movie);
+    });
+    const auto mvex = boxes.find(moov, {"mvex"_box});
+    if (!mvex)
+        return;
+    movie.mayHaveFragments = true;
+    boxes.forEachChild(*mvex, [&](const MovieBox &box) {
+        if (box.type == "trex"_box)
+            trackWithId(boxes, movie, boxes.u32(box, 4)).defaultSampleUnits = boxes.u32(box, 12);
+    });
+}
+
+struct TrackFragment {
+    MovieTrack *track = nullptr;
+    std::uint32_t sampleUnits = 0; ///< of samples that state none
+    std::uint64_t end = 0;         ///< where the samples that were read end
+};
+
+TrackFragment readFragmentHeader(BoxReader &boxes, const MovieBox &tfhd, MovieHeaders &movie)
+{
+    const std::uint32_t flags = boxes.u32(tfhd, 0);
+    MovieTrack &track = trackWithId(boxes, movie, boxes.u32(tfhd, 4));
+    // Optional fields, each behind its flag: data offset, description index, sample duration.
+    const std::uint64_t duration = 8u + (flags & 0x1 ? 8u : 0u) + (flags & 0x2 ? 4u : 0u);
+    return {.track = &track,
+            .sampleUnits = flags & 0x8 ? boxes.u32(tfhd, duration) : track.defaultSampleUnits,
+            .end = track.mediaEnd};
+}
+
+void readRun(BoxReader &boxes, const MovieBox &trun, TrackFragment &fragment)
+{
+    const std::uint32_t flags = boxes.u32(trun, 0);
+    const std::uint32_t count = boxes.u32(trun, 4);
+    // Data offset and first sample's flags; then each sample's duration, size, flags and offset.
+    const std::uint64_t table = 8u + (flags & 0x1 ? 4u : 0u) + (flags & 0x4 ? 4u : 0u);
+    const auto entryBytes = std::uint32_t(4 * std::popcount(flags & 0xF00));
+    boxes.checkTable(trun, table, count, entryBytes);
+    MovieTrack &track = *fragment.track;
+    const auto add = [&](std::uint64_t units, std::int64_t offset) {
+        track.sampleUnits = boxes.sum(track.sampleUnits, units);
+        fragment.end = boxes.sum(fragment.end, units);
+        track.mediaEnd = std::max(track.mediaEnd, fragment.end);
+        const std::uint64_t shownEnd =
+            offset < 0 ? fragment.end - std::min(fragment.end, std::uint64_t(-offset))
+                       : boxes.sum(fragment.end, std::uint64_t(offset));
+        track.shownEnd = std::max(track.shownEnd, shownEnd);
+    };
+    track.samples = boxes.sum(track.samples, count);
+    const bool statesDuration = flags & 0x100;
+    const bool statesOffset = flags & 0x800;
+    if (!statesDuration && !statesOffset) {
+        add(std::uint64_t{count} * fragment.sampleUnits, 0);
+        return;
+    }
+    boxes.forEachEntry(trun, table, count, entryBytes, [&](Entry entry) {
+        add(statesDuration ? fieldOf<std::uint32_t>(entry, 0) : fragment.sampleUnits,
+            statesOffset ? fieldOf<std::int32_t>(entry, entryBytes - 4) : 0);
+    });
+}
+
+void readTrackFragment(BoxReader &boxes, const MovieBox &traf, MovieHeaders &movie)
+{
+    TrackFragment fragment;
+    boxes.forEachChild(traf, [&](const MovieBox &box) {
+        const bool isTime = box.type == "tfdt"_box;
+        const bool isRun = box.type == "trun"_box;
+        if (box.type == "tfhd"_box)
+            fragment = readFragmentHeader(boxes, box, movie);
+        else if ((isTime || isRun) && !fragment.track) // the header comes first
+            boxes.refuseDamaged();
+        else if (isTime)
+            fragment.end = isLong(boxes, box) ? boxes.u64(box, 4) : boxes.u32(box, 4);
+        else if (isRun)
+            readRun(boxes, box, fragment);
+    });
+}
+
+} // namespace
+
+MovieHeaders readMovieHeaders(const MovieBytes &bytes)
+{
+    BoxReader boxes(bytes);
+    if (bytes.size == 0)
+        boxes.refuse(u"the file is empty."_s);
+    MovieHeaders movie;
+    bool hasMovie = false;
+    for (std::uint64_t position = 0; !hasMovie || movie.mayHaveFragments;) {
+        const auto box = boxes.boxAt(position, bytes.size);
+        if (!box)
+            break;
+        const bool isMovie = !hasMovie && box->type == "moov"_box;
+        const bool isFragment = hasMovie && box->type == "moof"_box;
+        // Pictures and sound that are cut off are found by the digest, not here.
+        if ((isMovie || isFragment) && box->end > bytes.size)
+            boxes.refuseCutOff();
+        if (isMovie)
+            readMovie(boxes, *box, movie);
+        if (isFragment)
+            boxes.forEachChild(*box, [&](const MovieBox &child) {
+                if (child.type == "traf"_box)
+                    readTrackFragment(boxes, child, movie);
+            });
+        hasMovie = hasMovie || isMovie;
+        movie.hasFragments = movie.hasFragments || isFragment;
+        position = box->end;
+    }
+    if (!hasMovie)
+        boxes.refuse(u"the movie header is missing."_s);
+    return movie;
+}
+
+} // namespace vorn

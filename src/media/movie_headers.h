@@ -1,0 +1,45 @@
+#pragma once
+
+#include "media/media_boxes.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace vorn {
+
+/// What the headers of a movie say of one of its tracks.
+struct MovieTrack {
+    std::uint32_t id = 0;
+    std::uint32_t handler = 0;   ///< "vide"_box, "soun"_box or what else there is
+    std::uint32_t timescale = 0; ///< units a second of the media
+    std::uint64_t samples = 0;
+    std::uint64_t sampleUnits = 0; ///< sum of all sample durations
+    std::uint64_t mediaEnd =
+        0; ///< where the last sample ends in decoding order; fragments may leave gaps
+    std::uint64_t shownEnd = 0;           ///< where the last picture shown ends, counted likewise
+    std::uint32_t defaultSampleUnits = 0; ///< of samples in fragments that state none
+    bool hasEdits = false;
+    std::uint64_t editUnits = 0; ///< sum of all edits, in units of the movie
+    /// Start in the media of an edit without a length, which shows the media to its end.
+    std::optional<std::uint64_t> openEditStart;
+    double width = 0, height = 0; ///< pixels, before the matrix; 0 where the header states none
+    std::uint16_t codedWidth = 0, codedHeight = 0; ///< pixels, as the first sample entry has them
+    double a = 0, b = 0, c = 0, d = 0;             ///< linear part of the matrix
+};
+
+/// What the headers of a movie say, as plain values.
+struct MovieHeaders {
+    std::uint32_t timescale = 0;
+    std::optional<std::uint64_t> units; ///< the stated duration; absent where it is all ones
+    std::vector<MovieTrack> tracks;
+    std::vector<std::uint32_t> chapterTrackIds; ///< tracks that hold the chapters of others
+    bool mayHaveFragments = false;
+    bool hasFragments = false;
+};
+
+/// Reads the boxes of ISO/IEC 14496-12 clause 8 that say these things, and no others. Throws
+/// MediaProbeError, and what `bytes.readAt` throws.
+[[nodiscard]] MovieHeaders readMovieHeaders(const MovieBytes &bytes);
+
+} // namespace vorn

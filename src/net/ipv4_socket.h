@@ -1,0 +1,61 @@
+#pragma once
+
+#include "base/files.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+/// IPv4 sockets, none of which ever blocks. A host is a dotted address; names are not looked up.
+namespace vorn {
+
+struct ReceivedDatagram {
+    std::size_t size = 0; ///< the buffer's, when the datagram was longer
+    QString host;
+};
+
+[[nodiscard]] bool isIPv4Address(const QString &host);
+
+/// A UDP socket; not open when the system has none to give.
+[[nodiscard]] FileDescriptor openUdpSocket();
+
+/// Binds to a port on all addresses, together with others that are willing to share it. False when
+/// the port is not to be had.
+[[nodiscard]] bool bindToSharedPort(const FileDescriptor &socket, std::uint16_t port);
+
+/// Asks for room for waiting datagrams; the system may give less.
+void askForReceiveBuffer(const FileDescriptor &socket, int bytes);
+
+/// Joins a multicast group on the interface with this address. A failure, also because it is joined
+/// already, is nothing that anybody could act upon.
+void joinMulticastGroup(const FileDescriptor &socket, const QString &group,
+                        const QString &interfaceAddress);
+
+/// The next datagram that waits; absent when none does.
+[[nodiscard]] std::optional<ReceivedDatagram> receiveDatagram(const FileDescriptor &socket,
+                                                              std::span<std::byte> buffer);
+
+/// False unless the whole datagram was taken by the system.
+[[nodiscard]] bool sendDatagram(const FileDescriptor &socket, const QByteArray &data,
+                                const QString &host, std::uint16_t port);
+
+/// A TCP socket whose connection is under way: it becomes writable when that has come to an end.
+/// Not open when it failed at once.
+[[nodiscard]] FileDescriptor beginConnection(const QString &host, std::uint16_t port);
+
+/// True when the connection that was under way stands.
+[[nodiscard]] bool isConnected(const FileDescriptor &socket);
+
+/// Bytes sent at once; absent when the connection is broken. Never raises SIGPIPE.
+[[nodiscard]] std::optional<std::size_t> sendBytes(const FileDescriptor &socket,
+                                                   std::span<const std::byte> data);
+
+/// Bytes received, 0 when none wait; absent when the connection has ended or is broken.
+[[nodiscard]] std::optional<std::size_t> receiveBytes(const FileDescriptor &socket,
+                                                      std::span<std::byte> buffer);
+
+} // namespace vorn

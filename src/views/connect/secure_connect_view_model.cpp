@@ -1,0 +1,240 @@
+#include "views/connect/secure_connect_view_model.h"
+
+#include "base/display_text.h"
+#include "base/host_name.h"
+#include "live/live_camera_discovery.h"
+#include "store/app_store.h"
+#include "transfer/lan_discovery.h"
+#include "transfer/transfer_protocol.h"
+
+#include <QCoroTask>
+#include <QLocale>
+#include <QPointer>
+
+#include <ranges>
+
+namespace vorn {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype askableCameras = 4; ///< as many as the multiview has places
+constexpr qsizetype groupsInLine = 4;
+
+} // namespace
+
+SecureConnectViewModel::SecureConnectViewModel(AppStore &store, LANDiscovery &discovery,
+                                               LiveCameraDiscovery &live)
+    : m_store(store),
+      m_discovery(discovery),
+      m_live(live),
+      m_sessions({{"deviceName", &TransferSessionLine::deviceName},
+                  {"detail", &TransferSessionLine::detail}}),
+      m_devices({{"serviceName", &TransferDeviceLine::serviceName},
+                 {"detail", &TransferDeviceLine::detail},
+                 {"canPair", &TransferDeviceLine::canPair},
+                 {"isSelected", &TransferDeviceLine::isSelected}}),
+      m_cameras(
+          {{"name", &AskableCameraLine::name}, {"canBeAsked", &AskableCameraLine::canBeAsked}})
+{
+    connect(&store, &AppStore::transferSessionsChanged, this,
+            &SecureConnectViewModel::refreshSessions);
+    connect(&store, &AppStore::isBusyChanged, this, &SecureConnectViewModel::changed);
+    connect(&discovery, &LANDiscovery::devicesChanged, this,
+            &SecureConnectViewModel::refreshDevices);
+    connect(&live, &LiveCameraDiscovery::camerasChanged, this,
+            &SecureConnectViewModel::refreshCameras);
+    connect(&live, &LiveCameraDiscovery::livenessTickChanged, this,
+            &SecureConnectViewModel::refreshCameras);
+    connect(&live, &LiveCameraDiscovery::transferModeRequestChanged, this,
+            &SecureConnectViewModel::changed);
+    refreshSessions();
+    refreshDevices();
+    refreshCameras();
+}
+
+QString SecureConnectViewModel::requestText() const
+{
+    const auto &request = m_live.transferModeRequest();
+    return request ? displayText(request->message, longestMessage) : QString();
+}
+
+bool SecureConnectViewModel::hasRequestFailed() const
+{
+    const auto &request = m_live.transferModeRequest();
+    return request && request->isFailure;
+}
+
+QString SecureConnectViewModel::hint() const
+{
+    return hasCameras() ? u"Choose a live camera and approve the request on that device."_s
+                        : u"Keep VORN open on the same trusted Wi-Fi network."_s;
+}
+
+QString SecureConnectViewModel::fingerprint() const
+{
+    const auto device = selectedDevice();
+    if (!device)
+        return {};
+    const QStringList groups = device->fingerprintDisplay().split(u' ');
+    QStringList lines{groups.first(std::min(groupsInLine, groups.size())).join(u"  "_s)};
+    if (groups.size() > groupsInLine)
+        lines.append(groups.sliced(groupsInLine).join(u"  "_s));
+    return lines.join(u'\n');
+}
+
+void SecureConnectViewModel::setFingerprintConfirmed(bool isConfirmed)
+{
+    if (isConfirmed == m_fingerprintConfirmed)
+        return;
+    m_fingerprintConfirmed = isConfirmed;
+    Q_EMIT changed();
+}
+
+void SecureConnectViewModel::setPairingCode(const QString &text)
+{
+    QString code;
+    qsizetype kept = 0;
+    for (const char32_t character : text.toUcs4()) {
+        if (kept == TransferProtocol::pairingCodeLength)
+            break;
+        if (!QChar::isNumber(character))
+            continue;
+        code += QString::fromUcs4(&character, 1);
+        ++kept;
+    }
+    // Also when nothing changed: a field that shows more than was kept has to be told.
+    m_pairingCode = code;
+    Q_EMIT pairingCodeChanged();
+    Q_EMIT changed();
+}
+
+bool SecureConnectViewModel::isBusy() const
+{
+    return m_store.isBusy();
+}
+
+QString SecureConnectViewModel::pairObstacle() const
+{
+    if (m_store.isBusy())
+        return u"Another operation is running."_s;
+    if (!selectedDevice())
+        return u"Choose a camera in Transfer Mode."_s;
+    if (!m_fingerprintConfirmed)
+        return u"Compare the fingerprint with the phone's and confirm it."_s;
+    if (!TransferProtocol::isValidPairingCode(m_pairingCode))
+        return u"Type the six-digit code that the phone shows."_s;
+    return {};
+}
+
+void SecureConnectViewModel::scanAgain()
+{
+    m_discovery.restart();
+}
+
+void SecureConnectViewModel::ask(int row)
+{
+    const AskableCameraLine *line = m_cameras.at(row);
+    const LiveCamera *camera = line ? findById(m_live.cameras(), line->key) : nullptr;
+    if (!camera || !line->canBeAsked)
+        return;
+    const QString name = hostName();
+    m_live.requestTransferMode(LiveCamera(*camera), m_store.collectorIdentity(),
+                               name.isEmpty() ? u"VORN Mac"_s : name);
+    // The phone's service shall be found afresh.
+    m_discovery.restart();
+}
+
+void SecureConnectViewModel::choose(int row)
+{
+    const TransferDeviceLine *line = m_devices.at(row);
+    if (!line || !line->canPair)
+        return;
+    m_pairingDeviceID = line->key;
+    forgetEntries();
+    refreshDevices();
+}
+
+void SecureConnectViewModel::pair()
+{
+    const auto device = selectedDevice();
+    if (!device || !canPair())
+        return;
+    m_store.pairAndConnect(*device, m_pairingCode, m_fingerprintConfirmed)
+        .then([self = QPointer(this)](bool isPaired) {
+            if (!self || !isPaired)
+                return;
+            self->forgetEntries();
+            Q_EMIT self->paired();
+        });
+}
+
+void SecureConnectViewModel::endSession(int row)
+{
+    if (const TransferSessionLine *line = m_sessions.at(row))
+        m_store.endTransferSession(QString(line->key));
+}
+
+std::optional<DiscoveredDevice> SecureConnectViewModel::selectedDevice() const
+{
+    if (!m_pairingDeviceID)
+        return std::nullopt;
+    for (const DiscoveredDevice &device : m_discovery.devices())
+        if (device.serviceType == transferServiceType && device.id() == *m_pairingDeviceID)
+            return device;
+    return std::nullopt;
+}
+
+void SecureConnectViewModel::refreshSessions()
+{
+    std::vector<TransferSessionLine> lines;
+    for (const TransferSessionSummary &session : m_store.transferSessions()) {
+        const QString time =
+            QLocale().toString(session.expiresAt.toLocalTime().time(), QLocale::ShortFormat);
+        lines.push_back({session.deviceId, displayText(session.deviceName),
+                         u"Read-only \u2022 expires "_s + time});
+    }
+    m_sessions.setRows(std::move(lines));
+    Q_EMIT changed();
+}
+
+void SecureConnectViewModel::refreshDevices()
+{
+    std::vector<TransferDeviceLine> lines;
+    for (const DiscoveredDevice &device : m_discovery.devices()) {
+        if (device.serviceType != transferServiceType)
+            continue;
+        const bool canPair = device.supportsAuthenticatedTransfer();
+        const QString id = device.id();
+        lines.push_back({id, displayText(device.serviceName),
+                         canPair ? u"HTTPS \u2022 foreground only"_s
+                                 : u"Incomplete secure-transfer advertisement"_s,
+                         canPair, id == m_pairingDeviceID});
+    }
+    m_devices.setRows(std::move(lines));
+    Q_EMIT changed();
+}
+
+void SecureConnectViewModel::refreshCameras()
+{
+    const WallTime now = std::chrono::system_clock::now();
+    std::vector<AskableCameraLine> lines;
+    for (const LiveCamera &camera : m_live.cameras()) {
+        if (!camera.isOnline(now) || camera.role.toUpper() == u"DIRECTOR")
+            continue;
+        lines.push_back({camera.id, displayText(camera.name), !camera.displaysRecording(now)});
+        if (qsizetype(lines.size()) == askableCameras)
+            break;
+    }
+    m_cameras.setRows(std::move(lines));
+    Q_EMIT changed();
+}
+
+void SecureConnectViewModel::forgetEntries()
+{
+    m_fingerprintConfirmed = false;
+    setPairingCode({});
+}
+
+} // namespace vorn

@@ -1,0 +1,126 @@
+#pragma once
+
+#include "transfer/discovered_device.h"
+#include "views/controls/row_list_model.h"
+
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+#include <optional>
+
+namespace vorn {
+
+class AppStore;
+class LANDiscovery;
+class LiveCameraDiscovery;
+
+struct TransferSessionLine {
+    QString key; ///< the device's id
+    QString deviceName;
+    QString detail;
+
+    bool operator==(const TransferSessionLine &) const = default;
+};
+
+struct TransferDeviceLine {
+    QString key; ///< the record's id
+    QString serviceName;
+    QString detail;
+    bool canPair = false;
+    bool isSelected = false;
+
+    bool operator==(const TransferDeviceLine &) const = default;
+};
+
+struct AskableCameraLine {
+    QString key; ///< the camera's id
+    QString name;
+    bool canBeAsked = false;
+
+    bool operator==(const AskableCameraLine &) const = default;
+};
+
+/// The walk from a live camera to a paired one, as the connect sheet shows it. What the user chose
+/// and typed outlives the sheet. Context: UI thread.
+class SecureConnectViewModel : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Part of the library view model.")
+    Q_PROPERTY(QAbstractItemModel *sessions READ sessions CONSTANT)
+    Q_PROPERTY(QAbstractItemModel *devices READ devices CONSTANT)
+    Q_PROPERTY(QAbstractItemModel *cameras READ cameras CONSTANT)
+    Q_PROPERTY(bool hasSessions READ hasSessions NOTIFY changed)
+    Q_PROPERTY(bool hasDevices READ hasDevices NOTIFY changed)
+    Q_PROPERTY(bool hasCameras READ hasCameras NOTIFY changed)
+    Q_PROPERTY(QString requestText READ requestText NOTIFY changed)
+    Q_PROPERTY(bool requestFailed READ hasRequestFailed NOTIFY changed)
+    Q_PROPERTY(QString hint READ hint NOTIFY changed)
+    Q_PROPERTY(bool hasSelection READ hasSelection NOTIFY changed)
+    Q_PROPERTY(QString fingerprint READ fingerprint NOTIFY changed)
+    Q_PROPERTY(bool fingerprintConfirmed READ isFingerprintConfirmed WRITE setFingerprintConfirmed
+                   NOTIFY changed)
+    Q_PROPERTY(QString pairingCode READ pairingCode WRITE setPairingCode NOTIFY pairingCodeChanged)
+    Q_PROPERTY(bool busy READ isBusy NOTIFY changed)
+    Q_PROPERTY(bool canPair READ canPair NOTIFY changed)
+    Q_PROPERTY(QString pairObstacle READ pairObstacle NOTIFY changed)
+public:
+    /// All must outlive it.
+    SecureConnectViewModel(AppStore &store, LANDiscovery &discovery, LiveCameraDiscovery &live);
+
+    [[nodiscard]] QAbstractItemModel *sessions() { return &m_sessions; }
+    [[nodiscard]] QAbstractItemModel *devices() { return &m_devices; }
+    [[nodiscard]] QAbstractItemModel *cameras() { return &m_cameras; }
+    [[nodiscard]] bool hasSessions() const { return !m_sessions.rows().empty(); }
+    [[nodiscard]] bool hasDevices() const { return !m_devices.rows().empty(); }
+    [[nodiscard]] bool hasCameras() const { return !m_cameras.rows().empty(); }
+    /// How the last request that a camera share its files goes; empty when none was made.
+    [[nodiscard]] QString requestText() const;
+    [[nodiscard]] bool hasRequestFailed() const;
+    /// What to do while nothing is found.
+    [[nodiscard]] QString hint() const;
+    [[nodiscard]] bool hasSelection() const { return selectedDevice().has_value(); }
+    /// The selected device's fingerprint, in two lines of four groups.
+    [[nodiscard]] QString fingerprint() const;
+    [[nodiscard]] bool isFingerprintConfirmed() const { return m_fingerprintConfirmed; }
+    void setFingerprintConfirmed(bool isConfirmed);
+    [[nodiscard]] const QString &pairingCode() const { return m_pairingCode; }
+    /// Keeps the first six numeric characters of what was typed or pasted.
+    void setPairingCode(const QString &text);
+    [[nodiscard]] bool isBusy() const;
+    [[nodiscard]] bool canPair() const { return pairObstacle().isEmpty(); }
+    /// What is still to be done before pairing; empty when nothing is.
+    [[nodiscard]] QString pairObstacle() const;
+
+    Q_INVOKABLE void scanAgain();
+    /// Asks the camera of this row to share its files.
+    Q_INVOKABLE void ask(int row);
+    /// Chooses the device of this row; what was confirmed and typed for another is void.
+    Q_INVOKABLE void choose(int row);
+    Q_INVOKABLE void pair();
+    Q_INVOKABLE void endSession(int row);
+
+Q_SIGNALS:
+    void changed();
+    void pairingCodeChanged();
+    /// The selected device is paired and its catalog is in the library.
+    void paired();
+
+private:
+    [[nodiscard]] std::optional<DiscoveredDevice> selectedDevice() const;
+    void refreshSessions();
+    void refreshDevices();
+    void refreshCameras();
+    void forgetEntries();
+
+    AppStore &m_store;
+    LANDiscovery &m_discovery;
+    LiveCameraDiscovery &m_live;
+    std::optional<QString> m_pairingDeviceID;
+    QString m_pairingCode;
+    bool m_fingerprintConfirmed = false;
+    RowListModel<TransferSessionLine> m_sessions;
+    RowListModel<TransferDeviceLine> m_devices;
+    RowListModel<AskableCameraLine> m_cameras;
+};
+
+} // namespace vorn

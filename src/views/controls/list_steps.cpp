@@ -1,0 +1,120 @@
+#include "views/controls/list_steps.h"
+
+#include <QHash>
+
+#include <algorithm>
+#include <utility>
+
+namespace vorn {
+namespace {
+
+using Indices = std::vector<qsizetype>;
+constexpr qsizetype gone = -1;
+
+// For each row of `from` its index in `to`, or `gone`.
+Indices newIndices(const std::vector<QString> &from, const std::vector<QString> &to)
+{
+    QHash<QString, Indices> places;
+    places.reserve(qsizetype(to.size()));
+    for (std::size_t i = to.size(); i > 0; --i)
+        places[to[i - 1]].push_back(qsizetype(i - 1));
+    Indices result;
+    result.reserve(from.size());
+    for (const QString &key : from) {
+        const auto found = places.find(key);
+        if (found == places.end() || found->empty()) {
+            result.push_back(gone);
+        } else {
+            result.push_back(found->back());
+            found->pop_back();
+        }
+    }
+    return result;
+}
+
+// Marks the rows of a longest rising subsequence: they stay where they are.
+std::vector<bool> stayingRows(const Indices &rows, std::size_t newCount)
+{
+    Indices tails; // positions in `rows`, by length of the subsequence that they end
+    Indices previous(rows.size(), gone);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const auto place = std::ranges::lower_bound(
+            tails, rows[i], {}, [&](qsizetype tail) { return rows[std::size_t(tail)]; });
+        if (place != tails.begin())
+            previous[i] = *std::prev(place);
+        if (place == tails.end())
+            tails.push_back(qsizetype(i));
+        else
+            *place = qsizetype(i);
+    }
+    std::vector<bool> stays(newCount, false);
+    for (auto i = tails.empty() ? gone : tails.back(); i != gone; i = previous[std::size_t(i)])
+        stays[std::size_t(rows[std::size_t(i)])] = true;
+    return stays;
+}
+
+void removeGone(Indices &rows, std::vector<ListStep> &steps)
+{
+    for (auto end = rows.end(); end != rows.begin();) {
+        if (*std::prev(end) != gone) {
+            --end;
+            continue;
+        }
+        auto first = end;
+        while (first != rows.begin() && *std::prev(first) == gone)
+            --first;
+        steps.push_back({ListStep::Kind::remove, first - rows.begin(), end - first, 0});
+        end = rows.erase(first, end);
+    }
+}
+
+} // namespace
+
+std::vector<ListStep> listSteps(const std::vector<QString> &from, const std::vector<QString> &to)
+{
+    std::vector<ListStep> steps;
+    if (from == to)
+        return steps;
+    Indices rows = newIndices(from, to);
+    removeGone(rows, steps);
+
+    const std::vector<bool> stays = stayingRows(rows, to.size());
+    std::vector<bool> isOld(to.size(), false);
+    for (const qsizetype row : rows)
+        isOld[std::size_t(row)] = true;
+
+    // Left to right: everything before `next` in the new list stands in the right order already, so
+    // a row belongs right behind its predecessor.
+    qsizetype place = 0; // in `rows`, behind the predecessor of `next`
+    for (std::size_t next = 0; next < to.size();) {
+        if (stays[next]) {
+            place = std::ranges::find(rows, qsizetype(next)) - rows.begin() + 1;
+            ++next;
+        } else if (isOld[next]) {
+            const auto mover = std::ranges::find(rows, qsizetype(next));
+            const qsizetype old = mover - rows.begin();
+            rows.erase(mover);
+            const qsizetype target = old < place ? place - 1 : place;
+            rows.insert(rows.begin() + target, qsizetype(next));
+            if (old != target)
+                steps.push_back({ListStep::Kind::move, old, 1, target});
+            place = target + 1;
+            ++next;
+        } else {
+            std::size_t end = next;
+            while (end < to.size() && !isOld[end])
+                ++end;
+            const auto count = qsizetype(end - next);
+            steps.push_back({ListStep::Kind::insert, place, count, qsizetype(next)});
+            Indices fresh;
+            for (std::size_t i = next; i < end; ++i)
+                fresh.push_back(qsizetype(i));
+            rows.insert(rows.begin() + place, fresh.begin(), fresh.end());
+            place += count;
+            next = end;
+        }
+    }
+    return steps;
+}
+
+} // namespace vorn

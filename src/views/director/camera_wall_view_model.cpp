@@ -1,0 +1,127 @@
+#include "views/director/camera_wall_view_model.h"
+
+#include "base/display_text.h"
+#include "director/camera_status_text.h"
+#include "director/director_session.h"
+#include "live/live_camera_discovery.h"
+
+#include <QStringList>
+
+#include <algorithm>
+
+namespace vorn {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+TileRow emptyPlace(int number)
+{
+    TileRow row;
+    row.key = u"place %1"_s.arg(number);
+    row.title = u"CAM %1"_s.arg(number);
+    row.notice = u"Waiting"_s;
+    return row;
+}
+
+QString badgeOf(const LiveCamera &camera, const LiveEditTimeline &timeline)
+{
+    if (timeline.programCameraID == camera.id)
+        return u"PGM"_s;
+    return timeline.previewCameraID == camera.id ? u"PVW"_s : QString();
+}
+
+QString spokenText(const TileRow &row)
+{
+    QStringList parts{row.badge, row.recording ? u"REC"_s : QString(), row.levelText,
+                      row.batteryText, row.qualityText};
+    parts.removeAll(QString());
+    return parts.join(u", "_s);
+}
+
+TileRow tileOf(const LiveCamera &camera, const DirectorSession &session, WallTime now)
+{
+    constexpr double silence = -60;
+    TileRow row;
+    row.key = u"camera "_s + camera.id;
+    row.cameraID = camera.id;
+    row.title = displayText(camera.name);
+    row.online = camera.isOnline(now);
+    row.recording = camera.displaysRecording(now);
+    row.badge = badgeOf(camera, session.timeline());
+    row.levelDB = row.online ? camera.leftDB : silence;
+    if (!row.online) {
+        row.notice = u"Offline"_s;
+        row.levelText = u"OFFLINE"_s;
+        row.qualityText = u"\u2014"_s;
+        row.spoken = spokenText(row);
+        return row;
+    }
+    const auto &errors = session.previews().errors();
+    const auto error = errors.find(camera.id);
+    row.notice = error == errors.end() ? u"Connecting\u2026"_s : error->second;
+    row.levelText = fixedText(std::max(camera.leftDB, camera.rightDB), 0) + u" dB"_s;
+    if (camera.battery)
+        row.batteryText = u"%1%"_s.arg(*camera.battery);
+    row.qualityText = displayText(camera.quality);
+    row.spoken = spokenText(row);
+    return row;
+}
+
+} // namespace
+
+CameraWallViewModel::CameraWallViewModel(DirectorSession &session, LiveCameraDiscovery &discovery)
+    : m_session(session),
+      m_discovery(discovery),
+      m_rows({{"cameraID", &TileRow::cameraID},
+              {"title", &TileRow::title},
+              {"notice", &TileRow::notice},
+              {"badge", &TileRow::badge},
+              {"levelText", &TileRow::levelText},
+              {"levelDB", &TileRow::levelDB},
+              {"batteryText", &TileRow::batteryText},
+              {"qualityText", &TileRow::qualityText},
+              {"spoken", &TileRow::spoken},
+              {"recording", &TileRow::recording},
+              {"online", &TileRow::online}})
+{
+    connect(&session, &DirectorSession::camerasChanged, this, &CameraWallViewModel::refresh);
+    connect(&session, &DirectorSession::timelineChanged, this, &CameraWallViewModel::refresh);
+    connect(&session.previews(), &LivePreviewStore::errorChanged, this,
+            &CameraWallViewModel::refresh);
+    connect(&discovery, &LiveCameraDiscovery::isActiveScanningChanged, this,
+            &CameraWallViewModel::changed);
+    refresh();
+}
+
+QString CameraWallViewModel::subtitle() const
+{
+    if (m_discovery.isActiveScanning())
+        return u"Scanning local network\u2026"_s;
+    if (m_cameraCount > places)
+        return u"Showing %1 of %2 \u2022 click a camera for Preview"_s.arg(places).arg(
+            m_cameraCount);
+    return u"Up to four cameras \u2022 click a camera for Preview"_s;
+}
+
+void CameraWallViewModel::select(const QString &cameraID)
+{
+    if (!cameraID.isEmpty())
+        m_session.selectPreview(cameraID);
+}
+
+void CameraWallViewModel::refresh()
+{
+    const WallTime now = std::chrono::system_clock::now();
+    const std::vector<const LiveCamera *> cameras = m_session.cameraWallCameras();
+    std::vector<TileRow> rows;
+    rows.reserve(places);
+    for (int place = 0; place < places; ++place)
+        rows.push_back(std::size_t(place) < cameras.size()
+                           ? tileOf(*cameras[std::size_t(place)], m_session, now)
+                           : emptyPlace(place + 1));
+    m_cameraCount = int(cameras.size());
+    m_rows.setRows(std::move(rows));
+    Q_EMIT changed();
+}
+
+} // namespace vorn

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "views/controls/row_list_model.h"
+
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+namespace vorn {
+
+class DirectorSession;
+class LiveCameraDiscovery;
+
+/// One of the four places of the wall, with a camera or waiting for one.
+struct TileRow {
+    QString key;       ///< says which camera, or which empty place
+    QString cameraID;  ///< empty for an empty place
+    QString title;     ///< the camera's name, or "CAM 3"
+    QString notice;    ///< where there is no picture
+    QString badge;     ///< "PGM", "PVW" or nothing
+    QString levelText; ///< such as "-18 dB", or "OFFLINE"
+    double levelDB = 0;
+    QString batteryText;
+    QString qualityText;
+    QString spoken; ///< all of these, for assistive tools
+    bool recording = false;
+    bool online = false;
+
+    bool operator==(const TileRow &) const = default;
+};
+
+/// The multiview. Context: UI thread.
+class CameraWallViewModel : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Part of the director view model.")
+    Q_PROPERTY(QAbstractItemModel *tiles READ tiles CONSTANT)
+    Q_PROPERTY(bool hasCameras READ hasCameras NOTIFY changed)
+    Q_PROPERTY(QString subtitle READ subtitle NOTIFY changed)
+public:
+    static constexpr int places = 4;
+
+    CameraWallViewModel(DirectorSession &session, LiveCameraDiscovery &discovery);
+
+    [[nodiscard]] QAbstractItemModel *tiles() { return &m_rows; }
+    [[nodiscard]] bool hasCameras() const { return m_cameraCount > 0; }
+    [[nodiscard]] QString subtitle() const;
+
+    /// Puts a tile's camera in Preview.
+    Q_INVOKABLE void select(const QString &cameraID);
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    void refresh();
+
+    DirectorSession &m_session;
+    LiveCameraDiscovery &m_discovery;
+    int m_cameraCount = 0;
+    RowListModel<TileRow> m_rows;
+};
+
+} // namespace vorn

@@ -1,0 +1,120 @@
+#include "views/director/preview_picture.h"
+
+#include "live/frame_orientation.h"
+
+#include <QMatrix4x4>
+#include <QQuickWindow>
+#include <QSGImageNode>
+#include <QSGTransformNode>
+
+#include <memory>
+
+namespace vorn {
+
+PreviewPicture::PreviewPicture(QQuickItem *parent) : QQuickItem(parent)
+{
+    setFlag(ItemHasContents);
+}
+
+void PreviewPicture::setDirector(DirectorViewModel *director)
+{
+    if (m_director == director)
+        return;
+    if (m_director)
+        m_director->disconnect(this);
+    m_director = director;
+    if (director) {
+        connect(&director->session().previews(), &LivePreviewStore::frameChanged, this,
+                &PreviewPicture::onFrame);
+        connect(&director->pacer(), &FramePacer::beat, this, [this] {
+            if (m_isStale)
+                refresh();
+        });
+        // A camera that goes offline, is turned, or leaves.
+        connect(&director->session(), &DirectorSession::camerasChanged, this,
+                &PreviewPicture::refresh);
+    }
+    refresh();
+    Q_EMIT directorChanged();
+}
+
+void PreviewPicture::setCameraID(const QString &id)
+{
+    if (m_cameraID == id)
+        return;
+    m_cameraID = id;
+    refresh();
+    Q_EMIT cameraIDChanged();
+}
+
+void PreviewPicture::setMonitor(bool isMonitor)
+{
+    if (m_isMonitor == isMonitor)
+        return;
+    m_isMonitor = isMonitor;
+    refresh();
+    Q_EMIT monitorChanged();
+}
+
+void PreviewPicture::onFrame(const QString &cameraID, VORNPreviewProfile profile)
+{
+    if (cameraID != m_cameraID || (profile == VORNPreviewProfile::selected && !m_isMonitor))
+        return;
+    m_isStale = true;
+    if (m_director)
+        m_director->pacer().request();
+}
+
+void PreviewPicture::refresh()
+{
+    m_isStale = false;
+    QImage image;
+    int rotation = 0;
+    if (m_director && !m_cameraID.isEmpty()) {
+        const DirectorSession &session = m_director->session();
+        image = m_isMonitor ? session.previewImage(m_cameraID) : m_director->wallImage(m_cameraID);
+        rotation = int(CameraFrameOrientation::effectiveRotation(
+            image.width(), image.height(), session.previewAspect(m_cameraID),
+            session.previewRotation(m_cameraID)));
+    }
+    if (image.cacheKey() == m_image.cacheKey() && rotation == m_rotation)
+        return;
+    const bool hadPicture = hasPicture();
+    m_image = image;
+    m_isNewImage = true;
+    m_rotation = rotation;
+    update();
+    if (hadPicture != hasPicture())
+        Q_EMIT hasPictureChanged();
+}
+
+QSGNode *PreviewPicture::updatePaintNode(QSGNode *old, UpdatePaintNodeData *)
+{
+    std::unique_ptr<QSGTransformNode> turn(static_cast<QSGTransformNode *>(old));
+    if (m_image.isNull() || width() <= 0 || height() <= 0)
+        return nullptr;
+    if (!turn) {
+        turn = std::make_unique<QSGTransformNode>();
+        QSGImageNode *created = window()->createImageNode();
+        created->setOwnsTexture(true);
+        created->setFiltering(QSGTexture::Linear);
+        turn->appendChildNode(created);
+        m_isNewImage = true;
+    }
+    auto *picture = static_cast<QSGImageNode *>(turn->firstChild());
+    if (std::exchange(m_isNewImage, false))
+        picture->setTexture(
+            window()->createTextureFromImage(m_image, QQuickWindow::TextureIsOpaque));
+
+    const bool isQuarterTurn = m_rotation == 90 || m_rotation == 270;
+    const QSizeF room = isQuarterTurn ? size().transposed() : size();
+    const QSizeF fitted = QSizeF(m_image.size()).scaled(room, Qt::KeepAspectRatio);
+    picture->setRect(QRectF(QPointF(-fitted.width() / 2, -fitted.height() / 2), fitted));
+    QMatrix4x4 matrix;
+    matrix.translate(float(width() / 2), float(height() / 2));
+    matrix.rotate(float(m_rotation), 0, 0, 1);
+    turn->setMatrix(matrix);
+    return turn.release();
+}
+
+} // namespace vorn

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "preview/preview_profile.h"
+#include "views/director/director_view_model.h"
+
+#include <QImage>
+#include <QPointer>
+#include <QQuickItem>
+
+namespace vorn {
+
+/// Draws a camera's latest preview picture upright, as large as fits, and nothing around it.
+/// Repaints only for a picture that is new, at the pace of FramePacer. Context: UI thread.
+class PreviewPicture : public QQuickItem {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(vorn::DirectorViewModel *director READ director WRITE setDirector NOTIFY
+                   directorChanged REQUIRED)
+    Q_PROPERTY(QString cameraID READ cameraID WRITE setCameraID NOTIFY cameraIDChanged REQUIRED)
+    /// On a monitor: the large picture where there is one, and none of a camera that is offline.
+    Q_PROPERTY(bool monitor READ isMonitor WRITE setMonitor NOTIFY monitorChanged)
+    Q_PROPERTY(bool hasPicture READ hasPicture NOTIFY hasPictureChanged)
+public:
+    explicit PreviewPicture(QQuickItem *parent = nullptr);
+
+    [[nodiscard]] DirectorViewModel *director() const { return m_director; }
+    void setDirector(DirectorViewModel *director);
+    [[nodiscard]] const QString &cameraID() const { return m_cameraID; }
+    void setCameraID(const QString &id);
+    [[nodiscard]] bool isMonitor() const { return m_isMonitor; }
+    void setMonitor(bool isMonitor);
+    [[nodiscard]] bool hasPicture() const { return !m_image.isNull(); }
+
+Q_SIGNALS:
+    void directorChanged();
+    void cameraIDChanged();
+    void monitorChanged();
+    void hasPictureChanged();
+
+protected:
+    QSGNode *updatePaintNode(QSGNode *old, UpdatePaintNodeData *data) override;
+
+private:
+    void onFrame(const QString &cameraID, VORNPreviewProfile profile);
+    void refresh();
+
+    QPointer<DirectorViewModel> m_director;
+    QString m_cameraID;
+    bool m_isMonitor = false;
+    bool m_isStale = false; ///< a newer picture waits for the next beat
+    QImage m_image;
+    bool m_isNewImage = false; ///< since it was last drawn
+    int m_rotation = 0;        ///< degrees, clockwise
+};
+
+} // namespace vorn

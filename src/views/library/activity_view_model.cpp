@@ -1,0 +1,31 @@
+#include "views/library/activity_view_model.h"
+
+#include "base/display_text.h"
+#include "store/app_store.h"
+
+#include <QLocale>
+
+namespace vorn {
+
+ActivityViewModel::ActivityViewModel(AppStore &store)
+    : m_store(store),
+      m_rows({{"message", &ActivityLine::message},
+              {"time", &ActivityLine::time},
+              {"isError", &ActivityLine::isError}})
+{
+    connect(&store, &AppStore::activitiesChanged, this, &ActivityViewModel::refresh);
+    refresh();
+}
+
+void ActivityViewModel::refresh()
+{
+    std::vector<ActivityLine> lines;
+    for (const ActivityEntry &entry : m_store.activities())
+        lines.push_back({entry.id.toString(), displayText(entry.message, longestMessage),
+                         QLocale().toString(entry.date.toLocalTime().time(), QLocale::ShortFormat),
+                         entry.isError});
+    m_rows.setRows(std::move(lines));
+    Q_EMIT changed();
+}
+
+} // namespace vorn

@@ -1,0 +1,43 @@
+#include "views/library/file_panels.h"
+
+#include <QFileDialog>
+#include <QWindow>
+
+namespace vorn {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void openPanel(QFileDialog *panel, QWindow *window, const PathChosen &chosen)
+{
+    panel->setAttribute(Qt::WA_DeleteOnClose);
+    panel->setSupportedSchemes({u"file"_s});
+    panel->winId(); // makes the window that the next line needs
+    panel->windowHandle()->setTransientParent(window);
+    // Not urlSelected: Qt's own dialog does not emit it. This one speaks of local files only.
+    QObject::connect(panel, &QFileDialog::fileSelected, panel, chosen);
+    panel->open();
+}
+
+} // namespace
+
+void openManifestPanel(QWindow *window, const QString &folder, const PathChosen &chosen)
+{
+    auto *panel = new QFileDialog(nullptr, u"Import VORN Source Manifest"_s, folder);
+    panel->setAcceptMode(QFileDialog::AcceptOpen);
+    panel->setFileMode(QFileDialog::ExistingFile);
+    panel->setNameFilter(u"JSON (*.json)"_s);
+    openPanel(panel, window, chosen);
+}
+
+void openExportPanel(QWindow *window, const QString &folder, const PathChosen &chosen)
+{
+    auto *panel = new QFileDialog(nullptr, u"Choose Parent Folder for Resolve Export"_s, folder);
+    panel->setAcceptMode(QFileDialog::AcceptOpen);
+    panel->setFileMode(QFileDialog::Directory);
+    panel->setOption(QFileDialog::ShowDirsOnly);
+    openPanel(panel, window, chosen);
+}
+
+} // namespace vorn

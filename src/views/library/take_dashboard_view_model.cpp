@@ -1,0 +1,199 @@
+#include "views/library/take_dashboard_view_model.h"
+
+#include "base/display_text.h"
+#include "store/app_store.h"
+
+namespace vorn {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString tabTitle(LibraryDashboardTab tab)
+{
+    switch (tab) {
+    case LibraryDashboardTab::overview:
+        return u"Overview"_s;
+    case LibraryDashboardTab::media:
+        return u"Media"_s;
+    case LibraryDashboardTab::resolve:
+        return u"Resolve"_s;
+    case LibraryDashboardTab::activity:
+        return u"Activity"_s;
+    }
+    Q_UNREACHABLE();
+}
+
+std::vector<ReadinessLine> readinessOf(const VORNProject &project, const VORNTake &take)
+{
+    const bool hasAnchors =
+        std::ranges::any_of(take.clips, [](const VORNClip &clip) { return !clip.anchors.empty(); });
+    return {{u"Project identity"_s, !project.id.isEmpty()},
+            {u"Camera recordings"_s, !take.clips.empty()},
+            {u"Verified downloads"_s, isComplete(take)},
+            {u"Reference camera"_s, take.referenceCameraId.has_value()},
+            {u"Timing anchors"_s, hasAnchors}};
+}
+
+std::vector<DetailLine> detailsOf(const VORNProject &project, const VORNTake &take)
+{
+    const QString reference =
+        take.referenceCameraId ? displayText(*take.referenceCameraId) : u"Not selected"_s;
+    const QString manifest = take.sourceManifestPath ? u"Imported"_s : u"Catalog / local library"_s;
+    return {{u"Take ID"_s, displayText(take.id)},
+            {u"Frame rate"_s, displayText(take.timelineFPS)},
+            {u"Reference"_s, reference},
+            {u"Captured as"_s, displayText(take.projectNameAtCapture.value_or(project.name))},
+            {u"Manifest"_s, manifest}};
+}
+
+ClipLine clipLine(const VORNClip &clip, const VORNTake &take)
+{
+    return {.key = clip.id,
+            .cameraId = displayText(clip.cameraId),
+            .fileName = displayText(clip.fileName),
+            .deviceName = displayText(clip.deviceName.value_or(QString())),
+            .placeText = isLocal(clip) ? u"Verified on Mac"_s : u"On device"_s,
+            .anchorsText = u"%1 anchors"_s.arg(clip.anchors.size()),
+            .isLocal = isLocal(clip),
+            .isReference = take.referenceCameraId == clip.cameraId};
+}
+
+/// The bytes of the clip that is being downloaded or verified.
+std::optional<WorkProgress> runningTransferOf(const AppStore &store)
+{
+    const auto &progress = store.downloadProgress();
+    if (!progress)
+        return std::nullopt;
+    return WorkProgress{{},
+                        progress->verifiedBytes.value_or(progress->clipBytes),
+                        progress->clipTotalBytes,
+                        progress->stage};
+}
+
+} // namespace
+
+TakeDashboardViewModel::TakeDashboardViewModel(AppStore &store)
+    : m_store(store),
+      m_readiness({{"label", &ReadinessLine::key}, {"ready", &ReadinessLine::ready}}),
+      m_details({{"label", &DetailLine::key}, {"value", &DetailLine::value}}),
+      m_clips({{"cameraId", &ClipLine::cameraId},
+               {"fileName", &ClipLine::fileName},
+               {"deviceName", &ClipLine::deviceName},
+               {"placeText", &ClipLine::placeText},
+               {"anchorsText", &ClipLine::anchorsText},
+               {"isLocal", &ClipLine::isLocal},
+               {"isReference", &ClipLine::isReference}}),
+      m_transfers({{"clipName", &TransferLine::clipName},
+                   {"phase", &TransferLine::phase},
+                   {"message", &TransferLine::message},
+                   {"progress", &TransferLine::progress},
+                   {"isRunning", &TransferLine::isRunning}}),
+      m_runningTransfer([&store] { return runningTransferOf(store); })
+{
+    connect(&store, &AppStore::downloadProgressChanged, &m_runningTransfer,
+            &WorkProgressViewModel::startOrStop);
+    connect(&store, &AppStore::libraryChanged, this, &TakeDashboardViewModel::refresh);
+    connect(&store, &AppStore::selectedProjectIDChanged, this, &TakeDashboardViewModel::refresh);
+    connect(&store, &AppStore::selectedTakeIDChanged, this, &TakeDashboardViewModel::refresh);
+    connect(&store, &AppStore::transfersChanged, this, &TakeDashboardViewModel::refreshTransfers);
+    refresh();
+    refreshTransfers();
+}
+
+QList<QString> TakeDashboardViewModel::tabTitles()
+{
+    using enum LibraryDashboardTab;
+    return {tabTitle(overview), tabTitle(media), tabTitle(resolve), tabTitle(activity)};
+}
+
+bool TakeDashboardViewModel::hasTake() const
+{
+    return m_store.selectedTake() != nullptr;
+}
+
+QString TakeDashboardViewModel::projectName() const
+{
+    const VORNProject *project = m_store.selectedProject();
+    return project ? displayText(project->name) : QString();
+}
+
+QString TakeDashboardViewModel::takeTitle() const
+{
+    const VORNTake *take = m_store.selectedTake();
+    return take ? u"Take "_s + displayText(take->id) : QString();
+}
+
+bool TakeDashboardViewModel::complete() const
+{
+    const VORNTake *take = m_store.selectedTake();
+    return take && isComplete(*take);
+}
+
+QString TakeDashboardViewModel::statusText() const
+{
+    return complete() ? u"READY"_s : u"MEDIA PENDING"_s;
+}
+
+QString TakeDashboardViewModel::camerasValue() const
+{
+    return QString::number(m_clips.rows().size());
+}
+
+QString TakeDashboardViewModel::onMacValue() const
+{
+    const auto local = std::ranges::count_if(m_clips.rows(), &ClipLine::isLocal);
+    return u"%1/%2"_s.arg(local).arg(m_clips.rows().size());
+}
+
+QString TakeDashboardViewModel::timelineValue() const
+{
+    const VORNTake *take = m_store.selectedTake();
+    return take ? displayText(take->timelineFPS) + u" fps"_s : QString();
+}
+
+QString TakeDashboardViewModel::mediaText() const
+{
+    return complete() ? u"Media is present on this Mac"_s
+                      : u"Download all camera media before export"_s;
+}
+
+void TakeDashboardViewModel::makeReference(int row)
+{
+    const ClipLine *line = m_clips.at(row);
+    const VORNTake *take = m_store.selectedTake();
+    const VORNClip *clip = line && take ? findById(take->clips, line->key) : nullptr;
+    // A copy: the store's change may move the clip that the id would come from.
+    if (clip)
+        m_store.setReferenceCamera(QString(clip->cameraId));
+}
+
+void TakeDashboardViewModel::refresh()
+{
+    const VORNProject *project = m_store.selectedProject();
+    const VORNTake *take = m_store.selectedTake();
+    std::vector<ClipLine> clips;
+    if (project && take) {
+        for (const VORNClip &clip : take->clips)
+            clips.push_back(clipLine(clip, *take));
+        m_readiness.setRows(readinessOf(*project, *take));
+        m_details.setRows(detailsOf(*project, *take));
+    }
+    m_clips.setRows(std::move(clips));
+    Q_EMIT changed();
+}
+
+void TakeDashboardViewModel::refreshTransfers()
+{
+    std::vector<TransferLine> lines;
+    for (const TransferStatus &transfer : m_store.transfers())
+        lines.push_back({transfer.id, displayText(transfer.clipName),
+                         transferPhaseText(transfer.phase),
+                         displayText(transfer.message, longestMessage), transfer.progress(),
+                         transfer.phase == TransferPhase::downloading
+                             || transfer.phase == TransferPhase::verifying});
+    m_transfers.setRows(std::move(lines));
+    Q_EMIT changed();
+}
+
+} // namespace vorn

@@ -1,0 +1,188 @@
+#include "jpeg_samples.h"
+#include "media/jpeg_decoder.h"
+
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace vorn;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QByteArray bigEndian(int number)
+{
+    return QByteArray(1, char(number >> 8)) + char(number & 255);
+}
+
+QByteArray segment(char marker, const QByteArray &content)
+{
+    return QByteArray("\xFF") + marker + bigEndian(int(content.size()) + 2) + content;
+}
+
+QByteArray frame(char marker, int width, int height, int components = 3, int precision = 8)
+{
+    QByteArray content = QByteArray(1, char(precision)) + bigEndian(height) + bigEndian(width);
+    content += char(components);
+    for (int i = 1; i <= components; ++i)
+        content += QByteArray(1, char(i)) + '\x11' + '\0'; // not subsampled
+    return segment(marker, content);
+}
+
+const QByteArray start = QByteArrayLiteral("\xFF\xD8");
+const QByteArray end = QByteArrayLiteral("\xFF\xD9");
+const QByteArray scan =
+    segment('\xDA', QByteArrayLiteral("\x01\x01\x00\x00\x3F\x00")) + QByteArrayLiteral("\x12\x34");
+
+/// A JPEG that consists of headers; its data means nothing.
+QByteArray headers(int width, int height, int scans = 1)
+{
+    return start + frame('\xC0', width, height) + scan.repeated(scans) + end;
+}
+
+QByteArray cmykJPEG()
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath(u"cmyk.jpg"_s);
+    QProcess::execute(u"convert"_s,
+                      {u"-size"_s, u"32x32"_s, u"xc:red"_s, u"-colorspace"_s, u"CMYK"_s, path});
+    QFile file(path);
+    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+class JPEGDecoderTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void showsWhatAnotherDecoderShows_data()
+    {
+        QTest::addColumn<QByteArray>("jpeg");
+        const QImage picture = samplePicture({321, 181});
+        QTest::newRow("baseline") << jpegOf(picture);
+        QTest::newRow("progressive") << jpegOf(picture, JPEGCoding::progressive);
+        QTest::newRow("grey") << jpegOf(picture.convertToFormat(QImage::Format_Grayscale8));
+        QTest::newRow("one pixel") << jpegOf(samplePicture({1, 1}));
+        QTest::newRow("a single line") << jpegOf(samplePicture({4096, 1}));
+        QTest::newRow("4K") << jpegOf(samplePicture({3840, 2160}));
+    }
+
+    void showsWhatAnotherDecoderShows()
+    {
+        QFETCH(const QByteArray, jpeg);
+        JPEGDecoder decoder;
+        const auto picture = decoder.decode(bytesOf(jpeg));
+        QVERIFY(picture);
+        QCOMPARE(picture->image.format(), QImage::Format_RGB32);
+        QCOMPARE(picture->image,
+                 QImage::fromData(jpeg, "jpeg").convertToFormat(QImage::Format_RGB32));
+    }
+
+    void readsHeadersWithinBounds_data()
+    {
+        QTest::addColumn<QByteArray>("jpeg");
+        QTest::addColumn<QSize>("size"); // invalid: refused
+        const QSize refused;
+        QTest::newRow("largest side") << headers(8192, 2048) << QSize(8192, 2048);
+        QTest::newRow("side too large") << headers(8193, 1) << refused;
+        QTest::newRow("most pixels") << headers(4096, 4096) << QSize(4096, 4096);
+        QTest::newRow("too many pixels") << headers(4096, 4097) << refused;
+        QTest::newRow("17 GB in a few bytes") << headers(65500, 65500) << refused;
+        QTest::newRow("no lines") << headers(16, 0) << refused;
+        QTest::newRow("no columns") << headers(0, 16) << refused;
+        QTest::newRow("64 scans") << headers(16, 16, 64) << QSize(16, 16);
+        QTest::newRow("65 scans") << headers(16, 16, 65) << refused;
+        QTest::newRow("no scan") << headers(16, 16, 0) << refused;
+        QTest::newRow("scan before the frame")
+            << start + scan + frame('\xC0', 16, 16) + end << refused;
+        QTest::newRow("two frames")
+            << start + frame('\xC0', 16, 16) + frame('\xC0', 4096, 4096) + scan + end << refused;
+        QTest::newRow("fill bytes")
+            << start + "\xFF\xFF" + frame('\xC2', 16, 16) + scan + "\xFF\xFF" + end
+            << QSize(16, 16);
+        QTest::newRow("stuffed bytes and restarts in the data")
+            << start + frame('\xC0', 16, 16) + scan + QByteArray("\xFF\x00\xFF\xD0\x01\xFF\xD7", 7)
+                   + end
+            << QSize(16, 16);
+        QTest::newRow("scans hidden in a comment")
+            << start + segment('\xFE', scan.repeated(100)) + frame('\xC0', 16, 16) + scan + end
+            << QSize(16, 16);
+        QTest::newRow("what follows the end")
+            << headers(16, 16) + scan.repeated(100) + end << QSize(16, 16);
+        QTest::newRow("two components") << start + frame('\xC0', 16, 16, 2) + scan + end << refused;
+        QTest::newRow("four components")
+            << start + frame('\xC0', 16, 16, 4) + scan + end << refused;
+        QTest::newRow("12 bits") << start + frame('\xC1', 16, 16, 3, 12) + scan + end << refused;
+        QTest::newRow("arithmetic coding") << start + frame('\xC9', 16, 16) + scan + end << refused;
+        QTest::newRow("lossless") << start + frame('\xC3', 16, 16) + scan + end << refused;
+        QTest::newRow("rubbish between segments")
+            << start + "rubbish" + frame('\xC0', 16, 16) + scan + end << refused;
+        QTest::newRow("segment beyond the end")
+            << start + QByteArray("\xFF\xE0\xFF\xFF", 4) + end << refused;
+        QTest::newRow("segment shorter than its length")
+            << start + QByteArray("\xFF\xE0\x00\x01", 4) + end << refused;
+        QTest::newRow("no end") << start + frame('\xC0', 16, 16) + scan << refused;
+        QTest::newRow("nothing between start and end") << start + end << refused;
+        QTest::newRow("nothing") << QByteArray() << refused;
+    }
+
+    void readsHeadersWithinBounds()
+    {
+        QFETCH(const QByteArray, jpeg);
+        QFETCH(const QSize, size);
+        const auto header = readJPEGHeader(bytesOf(jpeg));
+        QCOMPARE(header ? QSize(header->width, header->height) : QSize(), size);
+        // Whatever the headers say, their data is no picture.
+        QVERIFY(!JPEGDecoder().decode(bytesOf(jpeg)));
+    }
+
+    void refusesWhatItCannotShow()
+    {
+        const QByteArray cmyk = cmykJPEG();
+        QVERIFY(!cmyk.isEmpty());
+        QVERIFY(!JPEGDecoder().decode(bytesOf(cmyk)));
+    }
+
+    // Of a progressive picture, the first scans alone are a picture too, if a coarse one.
+    void refusesEveryCutPicture()
+    {
+        const QByteArray jpeg = jpegOf(samplePicture({64, 48}));
+        JPEGDecoder decoder;
+        // The end's two bytes, and a byte of data: less can be mere padding.
+        for (qsizetype size = jpeg.size() - 4; size > 0; --size)
+            QVERIFY2(!decoder.decode(bytesOf(jpeg.first(size) + end)),
+                     qPrintable(QString::number(size)));
+        QVERIFY(decoder.decode(bytesOf(jpeg)));
+    }
+
+    void handsTheCommentOn()
+    {
+        const QByteArray comment("sent 12345 \0 \xFF\xDA", 15);
+        const QByteArray jpeg = jpegOf(samplePicture({16, 16}), JPEGCoding::baseline, comment);
+        QCOMPARE(JPEGDecoder().decode(bytesOf(jpeg))->comment, comment);
+        QCOMPARE(JPEGDecoder().decode(bytesOf(jpegOf(samplePicture({16, 16}))))->comment,
+                 QByteArray());
+    }
+
+    void reusesOnlyMemoryThatNobodyHolds()
+    {
+        JPEGDecoder decoder;
+        const QByteArray firstJPEG = jpegOf(samplePicture({64, 64}, 0));
+        const QByteArray secondJPEG = jpegOf(samplePicture({64, 64}, 100));
+        QImage first = decoder.decode(bytesOf(firstJPEG))->image;
+        const QImage copy = first.copy();
+        const uchar *const memory = first.constBits();
+        const QImage second = decoder.decode(bytesOf(secondJPEG))->image;
+        QVERIFY(second.constBits() != memory);
+        QCOMPARE(first, copy);
+        first = {};
+        const QImage third = decoder.decode(bytesOf(firstJPEG))->image;
+        QVERIFY(third.constBits() == memory);
+        QCOMPARE(third, copy);
+        QCOMPARE(decoder.decode(bytesOf(jpegOf(samplePicture({32, 16}))))->image.size(),
+                 QSize(32, 16));
+    }
+};
+
+QTEST_GUILESS_MAIN(JPEGDecoderTest)
+#include "jpeg_decoder_test.moc"

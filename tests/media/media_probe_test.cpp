@@ -1,0 +1,273 @@
+#include "base/files.h"
+#include "movie_files.h"
+#include "support.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <sys/stat.h>
+
+#include <cmath>
+
+using namespace vorn;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// What a person sees of a movie, and what the export needs.
+struct Seen {
+    double duration = 2;
+    int width = 160;
+    int height = 90;
+    float rate = 30;
+    int videoTracks = 1;
+    int audioTracks = 1;
+    bool ffprobeAgrees = true;
+};
+
+const Seen plain;
+const Seen silent{.audioTracks = 0};
+const Seen portrait{.width = 90, .height = 160};
+const Seen ntsc{.duration = 2.002, .rate = 30000 / 1001.F, .audioTracks = 0};
+
+// The rows of seesWhatAPlayerShows: how ffmpeg makes a file from those of initTestCase.
+
+void row(const char *label, const char *name, const char *arguments, const Seen &seen)
+{
+    QTest::newRow(label) << QString::fromLatin1(name) << QString::fromLatin1(arguments) << seen;
+}
+
+void addContainers()
+{
+    row("MOV", "a.mov", "-i BASE.mp4 -c copy", plain);
+    row("MP4", "a.mp4", "-i BASE.mp4 -c copy", plain);
+    row("M4V", "a.m4v", "-i BASE.mp4 -c copy", plain);
+    row("3GP", "a.3gp", "-i BASE.mp4 -c copy", plain);
+    row("3GP of old", "b.3gp", "PICTURE:15 -t 2 -vf scale=176:144,setsar=1 -c:v h263",
+        {.width = 176, .height = 144, .rate = 15, .audioTracks = 0});
+    row("a name like a format", "%1 %s {}.mov", "-i BASE.mp4 -c copy", plain);
+    row("header before the media", "a.mov", "-i BASE.mp4 -c copy -movflags faststart", plain);
+    row("HEVC", "a.mov",
+        "PICTURE:30 -t 2 -c:v libx265 -preset ultrafast -x265-params log-level=none -tag:v hvc1",
+        silent);
+    row("ProRes, PCM", "a.mov",
+        "PICTURE:30 -f lavfi -i sine -t 2 -c:v prores -c:a pcm_s16le -ar 48000", plain);
+    row("Motion JPEG, ALAC", "a.mov", "PICTURE:30 -f lavfi -i sine -t 2 -c:v mjpeg -c:a alac",
+        plain);
+}
+
+void addRates()
+{
+    for (const auto &[rate, frames] : {std::pair{"24", 48}, {"25", 50}, {"60", 120}, {"240", 480}})
+        QTest::addRow("%s a second", rate)
+            << u"a.mov"_s
+            << u"PICTURE:%1 -frames:v %2 X264"_s.arg(QString::fromLatin1(rate)).arg(frames)
+            << Seen{.rate = float(frames) / 2, .audioTracks = 0};
+    for (const auto &[rate, frames] : {std::pair{24000, 48}, {30000, 60}, {60000, 120}})
+        QTest::addRow("%d/1001 a second", rate)
+            << u"a.mp4"_s << u"PICTURE:%1/1001 -frames:v %2 X264"_s.arg(rate).arg(frames)
+            << Seen{.duration = 2.002, .rate = float(rate / 1001.), .audioTracks = 0};
+    row("exact in the movie's scale", "a.mov", "-i NTSC.mov -c copy -movie_timescale 30000", ntsc);
+    row("rounded to the movie's scale", "a.mov", "-i NTSC.mov -c copy -movie_timescale 44100",
+        {.duration = 88289. / 44100, .rate = 30000 / 1001.F, .audioTracks = 0});
+    row("rate in a coarse scale", "a.mov",
+        "PICTURE:30000/1001 -frames:v 60 X264 -video_track_timescale 600 -movie_timescale 600",
+        {.duration = 1201. / 600, .rate = 60 * 600 / 1201.F, .audioTracks = 0});
+    row("variable rate", "a.mov",
+        "PICTURE:60 -t 2 -vf select='lt(t,1)+not(mod(n,4))' -vsync vfr X264",
+        {.duration = 1.95, .rate = float(75 / 1.95), .audioTracks = 0});
+    row("one frame", "a.mov", "PICTURE:25 -frames:v 1 X264",
+        {.duration = 0.04, .rate = 25, .audioTracks = 0});
+}
+
+void addSizes()
+{
+    for (const char *degrees : {"90", "180", "270"})
+        for (const char *name : {"a.mov", "a.mp4"})
+            QTest::addRow("turned by %s, %s", degrees, name)
+                << QString::fromLatin1(name)
+                << u"-i BASE.mp4 -c copy -metadata:s:v:0 rotate=%1"_s.arg(
+                       QString::fromLatin1(degrees))
+                << (degrees == "180"_ba ? plain : portrait);
+    row("pixels that are not square", "a.mp4", "PICTURE:30 -t 2 -vf setsar=4/3 X264",
+        {.width = 213, .audioTracks = 0});
+    row("coded larger than shown", "a.mov", "PICTURE:30 -t 2 -s 162x94 X264",
+        {.width = 162, .height = 94, .audioTracks = 0});
+}
+
+void addTimes()
+{
+    row("picture begins late", "a.mov",
+        "-itsoffset 0.5 -i BASE.mp4 -i BASE.mp4 -map 0:v -map 1:a -c copy", {.duration = 2.5});
+    row("cut within a group of pictures", "a.mov", "-ss 0.7 -i BASE.mp4 -c copy",
+        {.duration = 1.3});
+    row("frames out of order", "a.mov", "PICTURE:30 -t 2 -c:v libx264 -bf 3 -pix_fmt yuv420p",
+        silent);
+    row("frames out of order, no edit list", "a.mp4",
+        "PICTURE:30 -t 2 -c:v libx264 -bf 3 -pix_fmt yuv420p -use_editlist 0", silent);
+    row("sound longer than picture", "a.mov",
+        "PICTURE:30 -f lavfi -i sine=d=3 -filter:v trim=duration=2 X264", {.duration = 3});
+}
+
+void addTracks()
+{
+    row("time code", "a.mov", "-i BASE.mp4 -c copy -timecode 10:20:30:00", plain);
+    row("time code with dropped frames", "a.mov", "-i NTSC.mov -c copy -timecode 10:20:30;02",
+        ntsc);
+    row("chapters, MOV", "a.mov", "-i BASE.mp4 -i CHAPTERS.txt -map_chapters 1 -c copy", plain);
+    row("chapters, MP4", "a.mp4", "-i BASE.mp4 -i CHAPTERS.txt -map_chapters 1 -c copy", plain);
+    row("cover picture", "a.mp4",
+        "-i BASE.mp4 -i COVER.png -map 0 -map 1 -c copy -disposition:v:1 attached_pic", plain);
+    row("subtitles", "a.mp4", "-i BASE.mp4 -i SUBTITLES.srt -map 0 -map 1 -c copy -c:s mov_text",
+        plain);
+    row("hint tracks", "a.mov", "-i BASE.mp4 -c copy -movflags rtphint", plain);
+    row("no sound", "a.mov", "-i BASE.mp4 -an -c copy", silent);
+    row("no picture", "a.mov", "-i BASE.mp4 -vn -c copy", {.videoTracks = 0});
+    row("two sounds", "a.mov", "-i BASE.mp4 -map 0 -map 0:a -c copy", {.audioTracks = 2});
+    row("three sounds, two of them off", "a.mov",
+        "-i BASE.mp4 -map 0 -map 0:a -map 0:a -c copy -disposition:a:1 0 -disposition:a:2 0",
+        {.audioTracks = 3});
+    row("two pictures", "a.mov", "-i BASE.mp4 -map 0 -map 0:v -c copy", {.videoTracks = 2});
+}
+
+void addFragments()
+{
+    row("fragments", "a.mp4", "-i NTSC.mov -c copy -movflags frag_keyframe", ntsc);
+    for (const char *flags :
+         {"frag_keyframe+empty_moov", "frag_keyframe+empty_moov+default_base_moof",
+          "frag_keyframe+empty_moov+delay_moov+global_sidx", "frag_every_frame+empty_moov", "cmaf",
+          "dash+delay_moov"})
+        QTest::addRow("fragments, %s", flags)
+            << u"a.mp4"_s << u"-i NTSC.mov -c copy -movflags "_s + QString::fromLatin1(flags)
+            << ntsc;
+    row("fragments with sound, MOV", "a.mov",
+        "-i BASE.mp4 -c copy -movflags frag_keyframe+empty_moov+delay_moov+separate_moof",
+        {.ffprobeAgrees = false}); // it counts the silence that the edit list skips
+    row("fragments that begin late", "a.mp4",
+        "-itsoffset 0.5 -i BASE.mp4 -map 0:v -c copy -movflags frag_keyframe+empty_moov+delay_moov",
+        {.duration = 2.5, .audioTracks = 0, .ffprobeAgrees = false}); // it leaves the wait out
+    row("fragments out of order", "a.mp4",
+        "PICTURE:30 -t 2 -c:v libx264 -bf 3 -g 15 -pix_fmt yuv420p "
+        "-movflags frag_keyframe+empty_moov+delay_moov",
+        silent);
+}
+
+} // namespace
+
+class MediaProbeTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase()
+    {
+        make(u"BASE.mp4"_s, u"PICTURE:30 -f lavfi -i sine -t 2 X264"_s);
+        make(u"NTSC.mov"_s, u"PICTURE:30000/1001 -frames:v 60 X264"_s);
+        make(u"COVER.png"_s, u"PICTURE:1 -frames:v 1"_s);
+        QFile chapters(path(u"CHAPTERS.txt"_s));
+        QVERIFY(chapters.open(QFile::WriteOnly));
+        chapters.write(";FFMETADATA1\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=1000\ntitle=One\n"
+                       "[CHAPTER]\nTIMEBASE=1/1000\nSTART=1000\nEND=2000\ntitle=Two\n");
+        chapters.close();
+        QFile subtitles(path(u"SUBTITLES.srt"_s));
+        QVERIFY(subtitles.open(QFile::WriteOnly));
+        subtitles.write("1\n00:00:00,000 --> 00:00:01,500\nHello\n");
+        subtitles.close();
+    }
+
+    void seesWhatAPlayerShows_data();
+    void seesWhatAPlayerShows();
+    void opensRegularFilesOnly();
+    void readsHeadersAndNotTheMovie();
+
+private:
+    [[nodiscard]] QString path(const QString &name) const { return m_folder.filePath(name); }
+
+    void make(const QString &name, const QString &arguments) const
+    {
+        makeMovie(m_folder.path(), name, arguments);
+    }
+
+    QTemporaryDir m_folder;
+};
+
+void MediaProbeTest::seesWhatAPlayerShows_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<Seen>("seen");
+    addContainers();
+    addRates();
+    addSizes();
+    addTimes();
+    addTracks();
+    addFragments();
+}
+
+void MediaProbeTest::seesWhatAPlayerShows()
+{
+    QFETCH(const QString, name);
+    QFETCH(const QString, arguments);
+    QFETCH(const Seen, seen);
+    make(name, arguments);
+
+    const ProbedMedia media = probeMedia(path(name));
+    QCOMPARE(int(media.videoTracks.size()), seen.videoTracks);
+    QCOMPARE(media.audioTrackCount, seen.audioTracks);
+    QCOMPARE(exact(media.durationSeconds), exact(seen.duration));
+    if (seen.videoTracks > 0) {
+        const ProbedVideoTrack video = media.videoTracks.front();
+        QCOMPARE(int(std::abs(video.a * video.naturalWidth + video.c * video.naturalHeight)),
+                 seen.width);
+        QCOMPARE(int(std::abs(video.b * video.naturalWidth + video.d * video.naturalHeight)),
+                 seen.height);
+        QCOMPARE(exact(double{video.nominalFrameRate}), exact(double{seen.rate}));
+    }
+
+    const SecondOpinion opinion = secondOpinionOn(path(name));
+    QCOMPARE(opinion.videoTracks, seen.videoTracks);
+    QCOMPARE(opinion.audioTracks, seen.audioTracks);
+    if (!seen.ffprobeAgrees)
+        return;
+    const auto isNear = [](double ours, double theirs) {
+        return std::abs(ours / theirs - 1) < 0.001;
+    };
+    QVERIFY2(isNear(seen.duration, opinion.durationSeconds),
+             exact(opinion.durationSeconds).constData());
+    QVERIFY2(seen.videoTracks == 0 || isNear(double{seen.rate}, opinion.frameRate),
+             exact(opinion.frameRate).constData());
+}
+
+void MediaProbeTest::opensRegularFilesOnly()
+{
+    QCOMPARE(mkfifo(QFile::encodeName(path(u"fifo.mov"_s)).constData(), 0600), 0);
+    for (const QString &name : {path(u"fifo.mov"_s), m_folder.path(), u"/dev/zero"_s})
+        QVERIFY_THROWS_EXCEPTION(FileError, (void)probeMedia(name));
+    QVERIFY_THROWS_EXCEPTION(FileError, (void)probeMedia(path(u"missing.mov"_s)));
+    QCOMPARE(thrownText([&] { (void)probeMedia(path(u"COVER.png"_s)); }),
+             u"COVER.png is not a movie file that VORN can read: the movie header is missing."_s);
+    QVERIFY(QFile::link(path(u"BASE.mp4"_s), path(u"link.mov"_s)));
+    QVERIFY(probeMedia(path(u"link.mov"_s)) == probeMedia(path(u"BASE.mp4"_s)));
+}
+
+void MediaProbeTest::readsHeadersAndNotTheMovie()
+{
+    constexpr qint64 hugeBytes = 10'000'000'000;
+    const QByteArray base = readAll(path(u"BASE.mp4"_s));
+    QFile huge(path(u"huge.mov"_s));
+    QVERIFY(huge.open(QFile::ReadWrite));
+    huge.write(box("ftyp", "qt  ") + be32(1) + "mdat" + be64(hugeBytes));
+    QVERIFY(huge.resize(hugeBytes + 12) && huge.seek(hugeBytes + 12));
+    huge.write(box("moov", contentOf(base, "moov")));
+    QVERIFY(huge.flush());
+    QVERIFY(probeMedia(huge.fileName()) == probed(base));
+
+    CountedBytes counted(std::uint64_t(huge.size()), [&](std::uint64_t offset,
+                                                         std::span<std::byte> into) {
+        huge.seek(qint64(offset));
+        return std::size_t(huge.read(reinterpret_cast<char *>(into.data()), qint64(into.size())));
+    });
+    QVERIFY(probeMedia(counted.bytes) == probed(base));
+    QVERIFY2(counted.read < 4096, QByteArray::number(qulonglong(counted.read)).constData());
+}
+
+QTEST_GUILESS_MAIN(MediaProbeTest)
+#include "media_probe_test.moc"

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "media/media_boxes.h"
+#include "media/media_probe.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include <cstdint>
+#include <functional>
+
+namespace vorn {
+
+/// Makes a file in a folder with ffmpeg. `arguments` are separated by blanks and stand before its
+/// name; "PICTURE:rate" and "X264" are short for a test picture of 160 by 90 and for how it is
+/// coded, and names of files in the folder lead there.
+void makeMovie(const QString &folder, const QString &name, QString arguments);
+
+/// What ffprobe says of a movie.
+struct SecondOpinion {
+    int videoTracks = 0; ///< without cover pictures
+    int audioTracks = 0;
+    double durationSeconds = 0;
+    double frameRate = 0; ///< of the first video track; 0 without one
+};
+[[nodiscard]] SecondOpinion secondOpinionOn(const QString &path);
+
+/// A number with all its digits: QCOMPARE takes nearly equal numbers for equal, but the last bit
+/// may decide on which frame a cut falls.
+[[nodiscard]] QByteArray exact(double number);
+
+[[nodiscard]] QByteArray readAll(const QString &path);
+
+/// Counts what is read of the bytes of a "cam1.mov".
+struct CountedBytes {
+    MovieBytes bytes;
+    std::uint64_t read = 0;
+    int reads = 0;
+
+    CountedBytes(std::uint64_t size, decltype(MovieBytes::readAt) readAt);
+    explicit CountedBytes(const QByteArray &content);
+    CountedBytes(const CountedBytes &) = delete;
+    CountedBytes &operator=(const CountedBytes &) = delete;
+};
+
+/// What is found in the bytes of a "cam1.mov".
+[[nodiscard]] ProbedMedia probed(const QByteArray &movie);
+
+/// Big-endian bytes of a number.
+[[nodiscard]] QByteArray be32(std::uint32_t number);
+[[nodiscard]] QByteArray be64(std::uint64_t number);
+
+enum class BoxSize { plain, large, toTheEnd };
+
+/// A box of a movie file; `size` says how its header states the size.
+[[nodiscard]] QByteArray box(const QByteArray &type, const QByteArray &content,
+                             BoxSize size = BoxSize::plain);
+
+/// `content` with other bytes from `offset` on.
+[[nodiscard]] QByteArray patched(QByteArray content, qsizetype offset, const QByteArray &bytes);
+
+/// The content of the first box at the end of a path such as "moov/trak/mdia".
+[[nodiscard]] QByteArray contentOf(const QByteArray &boxes, const QByteArray &path);
+
+/// `boxes` with the first box at the end of the path replaced by what `change` makes of its
+/// content, in boxes; the sizes above follow.
+[[nodiscard]] QByteArray changed(const QByteArray &boxes, const QByteArray &path,
+                                 const std::function<QByteArray(const QByteArray &)> &change);
+
+/// The content of a version 0 box in version 1: the numbers at `offsets` get 64 bits.
+[[nodiscard]] QByteArray widened(QByteArray content, QList<qsizetype> offsets);
+
+} // namespace vorn
