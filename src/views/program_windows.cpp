@@ -63,9 +63,9 @@ std::unique_ptr<QWindow> makeWindow(QQmlEngine &engine, const QString &file,
     [[maybe_unused]] volatile const auto registration = &qml_register_types_Vorn;
     engine.addImportPath(u"qrc:/qt/qml"_s);
     QQmlComponent component(&engine, QUrl(u"qrc:/qt/qml/Vorn/"_s + file));
-    auto *window = qobject_cast<QWindow *>(component.createWithInitialProperties(properties));
-    if (!window)
+    if (!component.isReady())
         qFatal("%s", qPrintable(component.errorString()));
+    auto *window = qobject_cast<QWindow *>(component.createWithInitialProperties(properties));
     return std::unique_ptr<QWindow>(window);
 }
 

@@ -1,4 +1,5 @@
 import QtQuick
+import Vorn
 
 Item {
     id: root

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Vorn
 
 // One recording. The button asks for its camera as the reference.
 Rectangle {

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Vorn
 
 // Statements of fact; there is nothing to change.
 ColumnLayout {
