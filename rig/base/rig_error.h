@@ -1,20 +1,16 @@
 #pragma once
 
+#include "base/sentence_error.h"
+
 #include <QByteArray>
 #include <QString>
-
-#include <exception>
 
 namespace vorn::rig {
 
 /// The rig cannot do what was asked. `what()` is a sentence for the terminal, in UTF-8.
-class RigError : public std::exception {
+class RigError : public SentenceError {
 public:
-    explicit RigError(const QString &message) : m_text(message.toUtf8()) {}
-    [[nodiscard]] const char *what() const noexcept override { return m_text.constData(); }
-
-private:
-    QByteArray m_text;
+    explicit RigError(const QString &sentence) : SentenceError(sentence) {}
 };
 
 } // namespace vorn::rig

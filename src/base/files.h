@@ -1,26 +1,22 @@
 #pragma once
 
+#include "base/sentence_error.h"
+
 #include <QByteArray>
 #include <QString>
 
 #include <cstdint>
-#include <exception>
 #include <utility>
 
 namespace vorn {
 
 /// A file operation of the system failed. `what()` is a sentence for the user, in UTF-8: what was
 /// tried, on which path, and the system's reason.
-class FileError : public std::exception {
+class FileError : public SentenceError {
 public:
-    explicit FileError(const QString &message) : m_text(message.toUtf8()) {}
+    explicit FileError(const QString &sentence) : SentenceError(sentence) {}
     /// "<action> <path>: <the system's words for errorNumber>."
     FileError(const QString &action, const QString &path, int errorNumber);
-
-    [[nodiscard]] const char *what() const noexcept override { return m_text.constData(); }
-
-private:
-    QByteArray m_text;
 };
 
 /// Owns one file descriptor.

@@ -1,23 +1,19 @@
 #pragma once
 
+#include "base/sentence_error.h"
+
 #include <QByteArray>
 #include <QJsonObject>
 #include <QString>
-
-#include <exception>
 
 namespace vorn {
 
 /// A document is no JSON, or not the JSON that was expected. `what()` names the place and what was
 /// expected there, in UTF-8: "library.json: projects[2].takes[0].timelineFPS is missing (text
 /// expected)".
-class JsonError : public std::exception {
+class JsonError : public SentenceError {
 public:
-    explicit JsonError(const QString &message) : m_text(message.toUtf8()) {}
-    [[nodiscard]] const char *what() const noexcept override { return m_text.constData(); }
-
-private:
-    QByteArray m_text;
+    explicit JsonError(const QString &sentence) : SentenceError(sentence) {}
 };
 
 /// Reads a document whose root is an object (RFC 8259). `name` is what an error calls it. Depth is

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/sentence_error.h"
 #include "library/merge_list.h"
 #include "library/records.h"
 
@@ -7,19 +8,14 @@
 #include <QMultiHash>
 #include <QSet>
 
-#include <exception>
 #include <optional>
 
 namespace vorn {
 
 /// Incoming records do not fit what the library knows. `what()` is the sentence the user sees.
-class IdentityError : public std::exception {
+class IdentityError : public SentenceError {
 public:
-    explicit IdentityError(const QString &message) : m_text(message.toUtf8()) {}
-    [[nodiscard]] const char *what() const noexcept override { return m_text.constData(); }
-
-private:
-    QByteArray m_text;
+    explicit IdentityError(const QString &sentence) : SentenceError(sentence) {}
 };
 
 /// What a source states about a take; what is absent it does not state.

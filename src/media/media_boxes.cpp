@@ -1,6 +1,6 @@
 #include "media/media_boxes.h"
 
-#include "media/media_probe.h"
+#include "media/media_error.h"
 
 #include <QtEndian>
 

@@ -1,22 +1,12 @@
 #pragma once
 
+#include "media/media_error.h"
+
 #include <QString>
 
-#include <cstdint>
-#include <exception>
 #include <vector>
 
 namespace vorn {
-
-/// The file is no movie that this reader understands; `what()` says why, in UTF-8.
-class MediaProbeError : public std::exception {
-public:
-    explicit MediaProbeError(const QString &message) : m_text(message.toUtf8()) {}
-    [[nodiscard]] const char *what() const noexcept override { return m_text.constData(); }
-
-private:
-    QByteArray m_text;
-};
 
 /// What a movie's headers say of one video track.
 struct ProbedVideoTrack {
