@@ -99,8 +99,8 @@ struct Listener {
         check(orders.udpRevision() == revision + (isNew ? 1 : 0), "what is accepted is counted");
         check(!isNew || !orders.acceptProbe(*packet, revision, monotonic), "a datagram stands");
         if (isNew) {
-            const CameraSnapshot snapshot = decodeSnapshot(*packet, host);
-            check(batch.hasRoomFor(snapshot.id), "a few cameras have room");
+            const CameraSnapshot snapshot(*packet, host);
+            check(batch.hasRoomFor(snapshot.id()), "a few cameras have room");
             batch.add(snapshot);
             check(singly.apply(snapshot, now), "the list has room");
         }

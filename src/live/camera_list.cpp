@@ -18,13 +18,13 @@ bool CameraList::isAnyOnline(WallTime now) const
 
 bool CameraList::apply(CameraSnapshot snapshot, WallTime now)
 {
-    auto found = std::ranges::find(m_cameras, snapshot.id, &LiveCamera::id);
+    auto found = std::ranges::find(m_cameras, snapshot.id(), &LiveCamera::id);
     if (found == m_cameras.end()) {
         if (m_cameras.size() >= maximumCameras)
             return false;
         LiveCamera camera;
-        camera.id = snapshot.id;
-        camera.name = snapshot.id;
+        camera.id = snapshot.id();
+        camera.name = snapshot.id();
         m_cameras.push_back(std::move(camera));
         found = std::prev(m_cameras.end());
     }

@@ -4,77 +4,64 @@
 
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace vorn {
 namespace {
 
-/// Each field of a snapshot with the field of the record that it fills.
+/// Each field of a status, with a bit of its own: its key, what reads its value, and its place in
+/// the camera's record.
 template <class Visit> void forEachField(Visit &&visit)
 {
-    visit(&CameraSnapshot::name, &LiveCamera::name);
-    visit(&CameraSnapshot::role, &LiveCamera::role);
-    visit(&CameraSnapshot::recording, &LiveCamera::recording);
-    visit(&CameraSnapshot::recordingSinceMs, &LiveCamera::recordingSinceMs);
-    visit(&CameraSnapshot::takeId, &LiveCamera::takeId);
-    visit(&CameraSnapshot::battery, &LiveCamera::battery);
-    visit(&CameraSnapshot::freeGB, &LiveCamera::freeGB);
-    visit(&CameraSnapshot::leftDB, &LiveCamera::leftDB);
-    visit(&CameraSnapshot::rightDB, &LiveCamera::rightDB);
-    visit(&CameraSnapshot::channels, &LiveCamera::channels);
-    visit(&CameraSnapshot::quality, &LiveCamera::quality);
-    visit(&CameraSnapshot::aspect, &LiveCamera::aspect);
-    visit(&CameraSnapshot::previewRotation, &LiveCamera::previewRotation);
-    visit(&CameraSnapshot::previewCapabilities, &LiveCamera::previewCapabilities);
-    visit(&CameraSnapshot::previewTransport, &LiveCamera::previewTransport);
-}
-
-/// What was said takes the place of what is known.
-template <class Value> void takeOver(std::optional<Value> &said, Value &known)
-{
-    if (said)
-        known = *std::move(said);
-}
-template <class Value> void takeOver(std::optional<Value> &said, std::optional<Value> &known)
-{
-    if (said)
-        known = std::move(said);
+    std::uint32_t bit = 1;
+    const auto field = [&](QLatin1StringView key, auto read, auto place) {
+        visit(bit, key, read, place);
+        bit <<= 1;
+    };
+    field("name"_L1, textValue, &LiveCamera::name);
+    field("role"_L1, textValue, &LiveCamera::role);
+    field("recording"_L1, strictBoolean, &LiveCamera::recording);
+    field("recordingSinceMs"_L1, intValue, &LiveCamera::recordingSinceMs);
+    field("takeId"_L1, textValue, &LiveCamera::takeId);
+    field("battery"_L1, intValue, &LiveCamera::battery);
+    field("freeGb"_L1, doubleValue, &LiveCamera::freeGB);
+    field("leftDb"_L1, doubleValue, &LiveCamera::leftDB);
+    field("rightDb"_L1, doubleValue, &LiveCamera::rightDB);
+    field("channels"_L1, intValue, &LiveCamera::channels);
+    field("quality"_L1, textValue, &LiveCamera::quality);
+    field("aspect"_L1, textValue, &LiveCamera::aspect);
+    field("previewRotation"_L1, intValue, &LiveCamera::previewRotation);
+    field("previewCapabilities"_L1, decodePreviewCapabilities, &LiveCamera::previewCapabilities);
+    field("previewTransport"_L1, decodePreviewTransport, &LiveCamera::previewTransport);
 }
 
 } // namespace
 
+CameraSnapshot::CameraSnapshot(const LiveCameraPacket &packet, QString host)
+    : m_id(packet.cameraID())
+{
+    m_values.host = std::move(host);
+    forEachField([&](std::uint32_t bit, QLatin1StringView key, auto read, auto place) {
+        if (auto value = read(packet.payload.value(key))) {
+            m_values.*place = *std::move(value);
+            m_said |= bit;
+        }
+    });
+}
+
 void CameraSnapshot::merge(CameraSnapshot newer)
 {
-    host = newer.host;
-    forEachField([&](auto field, auto) { takeOver(newer.*field, this->*field); });
+    m_said |= newer.m_said;
+    std::move(newer).applyTo(m_values);
 }
 
 void CameraSnapshot::applyTo(LiveCamera &camera) &&
 {
-    camera.host = host;
-    forEachField([&](auto field, auto target) { takeOver(this->*field, camera.*target); });
-}
-
-CameraSnapshot decodeSnapshot(const LiveCameraPacket &packet, const QString &host)
-{
-    const QJsonObject &payload = packet.payload;
-    return {
-        .id = packet.cameraID(),
-        .host = host,
-        .name = textValue(payload.value(u"name")),
-        .role = textValue(payload.value(u"role")),
-        .recording = strictBoolean(payload.value(u"recording")),
-        .recordingSinceMs = intValue(payload.value(u"recordingSinceMs")),
-        .takeId = textValue(payload.value(u"takeId")),
-        .battery = intValue(payload.value(u"battery")),
-        .freeGB = doubleValue(payload.value(u"freeGb")),
-        .leftDB = doubleValue(payload.value(u"leftDb")),
-        .rightDB = doubleValue(payload.value(u"rightDb")),
-        .channels = intValue(payload.value(u"channels")),
-        .quality = textValue(payload.value(u"quality")),
-        .aspect = textValue(payload.value(u"aspect")),
-        .previewRotation = intValue(payload.value(u"previewRotation")),
-        .previewCapabilities = decodePreviewCapabilities(payload.value(u"previewCapabilities")),
-        .previewTransport = decodePreviewTransport(payload.value(u"previewTransport")),
-    };
+    camera.host = m_values.host;
+    forEachField([&](std::uint32_t bit, QLatin1StringView, auto, auto place) {
+        if (m_said & bit)
+            camera.*place = std::move(m_values.*place);
+    });
 }
 
 } // namespace vorn

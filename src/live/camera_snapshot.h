@@ -6,38 +6,28 @@
 #include <QString>
 
 #include <cstdint>
-#include <optional>
 
 namespace vorn {
 
 /// What one status says of its camera: the fields that were there with the right type.
-struct CameraSnapshot {
-    QString id;   ///< 1 to maximumIdBytes bytes of UTF-8
-    QString host; ///< dotted IPv4 address it came from
-    std::optional<QString> name;
-    std::optional<QString> role;
-    std::optional<bool> recording;
-    std::optional<std::int64_t> recordingSinceMs;
-    std::optional<QString> takeId;
-    std::optional<std::int64_t> battery;
-    std::optional<double> freeGB;
-    std::optional<double> leftDB;
-    std::optional<double> rightDB;
-    std::optional<std::int64_t> channels;
-    std::optional<QString> quality;
-    std::optional<QString> aspect;
-    std::optional<std::int64_t> previewRotation;
-    std::optional<PreviewCapabilities> previewCapabilities;
-    std::optional<PreviewTransportStatus> previewTransport;
+class CameraSnapshot {
+public:
+    /// `host` is the dotted IPv4 address that the packet came from.
+    CameraSnapshot(const LiveCameraPacket &packet, QString host);
 
-    bool operator==(const CameraSnapshot &) const = default;
+    [[nodiscard]] const QString &id() const { return m_id; }
 
     /// Takes over what `newer`, of the same camera, says.
     void merge(CameraSnapshot newer);
-    /// Writes what it says into the camera's record; what it does not say stays.
+    /// Writes what it says, and the host, into the camera's record; what it does not say stays.
     void applyTo(LiveCamera &camera) &&;
-};
 
-[[nodiscard]] CameraSnapshot decodeSnapshot(const LiveCameraPacket &packet, const QString &host);
+    bool operator==(const CameraSnapshot &) const = default;
+
+private:
+    QString m_id;
+    LiveCamera m_values;
+    std::uint32_t m_said = 0; ///< a bit for each field that it says
+};
 
 } // namespace vorn

@@ -183,7 +183,7 @@ void LiveDiscoveryWorker::take(std::span<const std::byte> data, const QString &h
     // Room comes first: ids that nobody will see must not push out what is known of others.
     if (m_batch.hasRoomFor(packet.cameraID())
         && m_orders.acceptDatagram(packet, MonotonicClock::now()))
-        m_batch.add(decodeSnapshot(packet, host));
+        m_batch.add(CameraSnapshot(packet, host));
 }
 
 void LiveDiscoveryWorker::takeAnswer(const QString &host, const LiveCameraPacket &packet,
@@ -193,7 +193,7 @@ void LiveDiscoveryWorker::takeAnswer(const QString &host, const LiveCameraPacket
     if (!m_batch.hasRoomFor(packet.cameraID())
         || !m_orders.acceptProbe(packet, startRevision, MonotonicClock::now()))
         return;
-    m_batch.add(decodeSnapshot(packet, host));
+    m_batch.add(CameraSnapshot(packet, host));
     postBatch();
 }
 

@@ -11,7 +11,7 @@ void SnapshotBatch::setListed(QSet<QString> ids)
 {
     m_listed = std::move(ids);
     m_unlisted = std::ranges::count_if(
-        m_waiting, [&](const Waiting &waiting) { return !m_listed.contains(waiting.snapshot.id); });
+        m_waiting, [&](const Waiting &waiting) { return !m_listed.contains(waiting.snapshot.id()); });
 }
 
 bool SnapshotBatch::hasRoomFor(const QString &id) const
@@ -22,11 +22,11 @@ bool SnapshotBatch::hasRoomFor(const QString &id) const
 
 void SnapshotBatch::add(CameraSnapshot snapshot)
 {
-    const auto found = m_waiting.find(snapshot.id);
+    const auto found = m_waiting.find(snapshot.id());
     if (found == m_waiting.end()) {
-        m_unlisted += m_listed.contains(snapshot.id) ? 0 : 1;
-        const QString id = snapshot.id;
-        m_waiting.insert(id, {.turn = ++m_turn, .snapshot = std::move(snapshot)});
+        m_unlisted += m_listed.contains(snapshot.id()) ? 0 : 1;
+        const QString id = snapshot.id();
+        m_waiting.insert(id, Waiting{.turn = ++m_turn, .snapshot = std::move(snapshot)});
     } else {
         found->turn = ++m_turn;
         found->snapshot.merge(std::move(snapshot));

@@ -15,15 +15,12 @@ const WallTime start{20'000 * 24h};
 CameraSnapshot snapshot(const QString &id, const char *payload = "{}",
                         const QString &host = u"10.0.0.2"_s)
 {
-    return decodeSnapshot(packet(id, "{}", payload), host);
+    return {packet(id, "{}", payload), host};
 }
 
 CameraSnapshot named(const QString &id, const QString &name)
 {
-    CameraSnapshot made;
-    made.id = id;
-    made.name = name;
-    return made;
+    return {{.type = u"status"_s, .sender = id, .payload = {{u"name"_s, name}}}, u"10.0.0.2"_s};
 }
 
 QString ids(const CameraList &list)
@@ -185,7 +182,7 @@ private Q_SLOTS:
         };
         for (const CameraSnapshot &one : heard) {
             singly.apply(one, start);
-            QVERIFY(batch.hasRoomFor(one.id));
+            QVERIFY(batch.hasRoomFor(one.id()));
             batch.add(one);
         }
         auto taken = batch.take();

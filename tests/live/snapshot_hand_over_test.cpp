@@ -46,8 +46,8 @@ void discover(Crossing &crossing)
             decodePacket(std::as_bytes(std::span(bytes.data(), std::size_t(bytes.size()))));
         if (!packet || !orders.acceptDatagram(*packet, MonotonicClock::now()))
             continue;
-        CameraSnapshot snapshot = decodeSnapshot(*packet, QStringLiteral("10.0.0.1"));
-        if (batch.hasRoomFor(snapshot.id))
+        CameraSnapshot snapshot(*packet, QStringLiteral("10.0.0.1"));
+        if (batch.hasRoomFor(snapshot.id()))
             batch.add(std::move(snapshot));
         const std::scoped_lock lock(crossing.mutex);
         batch.setListed(crossing.listed);
