@@ -5,11 +5,17 @@
 
 namespace vorn {
 
+/// What a computer without a name is called.
+[[nodiscard]] inline QString unnamedComputer()
+{
+    return QStringLiteral("VORN Mac");
+}
+
 /// This computer's name as the network knows it; what phones are shown when it introduces itself.
-/// May be empty.
 [[nodiscard]] inline QString hostName()
 {
-    return QSysInfo::machineHostName();
+    const QString name = QSysInfo::machineHostName();
+    return name.isEmpty() ? unnamedComputer() : name;
 }
 
 } // namespace vorn

@@ -5,6 +5,8 @@
 #include <QStringDecoder>
 #include <QUuid>
 
+#include <algorithm>
+#include <cstdint>
 #include <optional>
 
 namespace vorn {
@@ -27,6 +29,17 @@ namespace vorn {
     if (decoder.hasError())
         return std::nullopt;
     return text;
+}
+
+/// A whole number as HTTP writes it (RFC 9110 section 8.6): digits only, and within 64 bits.
+[[nodiscard]] inline std::optional<std::int64_t> digitsOnly(QStringView text)
+{
+    bool fits = false;
+    const qlonglong number = text.toLongLong(&fits);
+    const auto isDigit = [](QChar c) { return c >= u'0' && c <= u'9'; };
+    if (!fits || !std::ranges::all_of(text, isDigit))
+        return std::nullopt;
+    return number;
 }
 
 /// A UUID written as RFC 4122 section 3 has it, 36 characters in either case, in lower case.

@@ -6,11 +6,6 @@ using namespace Qt::StringLiterals;
 
 namespace vorn {
 
-bool isDirector(const LiveCamera &camera)
-{
-    return camera.role.toUpper() == u"DIRECTOR"_s;
-}
-
 const LiveCamera *findCamera(std::span<const LiveCamera> cameras, const std::optional<QString> &id)
 {
     if (!id)
@@ -26,7 +21,7 @@ cameraWallCameras(std::span<const LiveCamera> cameras, WallTime now,
     std::vector<const LiveCamera *> wall;
     wall.reserve(cameras.size());
     for (const LiveCamera &camera : cameras) {
-        if (!isDirector(camera))
+        if (!camera.isDirector())
             wall.push_back(&camera);
     }
     const auto offline = std::ranges::stable_partition(
@@ -39,7 +34,7 @@ cameraWallCameras(std::span<const LiveCamera> cameras, WallTime now,
 const LiveCamera *firstOnlineCamera(std::span<const LiveCamera> cameras, WallTime now)
 {
     const auto found = std::ranges::find_if(cameras, [now](const LiveCamera &camera) {
-        return camera.isOnline(now) && !isDirector(camera);
+        return camera.isOnline(now) && !camera.isDirector();
     });
     return found == cameras.end() ? nullptr : &*found;
 }
@@ -49,7 +44,7 @@ std::vector<AudioChannelState> audioChannels(std::span<const AudioChannelState> 
 {
     std::vector<AudioChannelState> channels;
     for (const LiveCamera &camera : cameras) {
-        if (isDirector(camera))
+        if (camera.isDirector())
             continue;
         const auto kept = std::ranges::find(existing, camera.id, &AudioChannelState::id);
         channels.push_back(kept == existing.end() ? AudioChannelState{camera.id, camera.name}

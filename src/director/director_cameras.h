@@ -29,9 +29,6 @@ struct AudioChannelState {
     bool operator==(const AudioChannelState &) const = default;
 };
 
-/// Another desk on the network, not a camera.
-[[nodiscard]] bool isDirector(const LiveCamera &camera);
-
 /// The first camera of that id; null when it is absent or unknown.
 [[nodiscard]] const LiveCamera *findCamera(std::span<const LiveCamera> cameras,
                                            const std::optional<QString> &id);

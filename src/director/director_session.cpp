@@ -320,7 +320,7 @@ void DirectorSession::followCameras()
     m_ui.assertCurrent();
     const bool isSameList =
         std::ranges::equal(m_discovery.cameras(), m_knownCameras, {}, [](const LiveCamera &camera) {
-            return std::pair(camera.id, isDirector(camera));
+            return std::pair(camera.id, camera.isDirector());
         });
     if (!isSameList)
         synchronizeCameras();
@@ -334,7 +334,7 @@ void DirectorSession::synchronizeCameras()
     const std::vector<LiveCamera> &cameras = m_discovery.cameras();
     m_knownCameras.clear();
     for (const LiveCamera &camera : cameras)
-        m_knownCameras.emplace_back(camera.id, isDirector(camera));
+        m_knownCameras.emplace_back(camera.id, camera.isDirector());
 
     auto channels = vorn::audioChannels(m_audioChannels, cameras);
     const bool channelsDiffer = channels != m_audioChannels;

@@ -1,5 +1,7 @@
 #include "https/https_message.h"
 
+#include "base/text_form.h"
+
 #include <algorithm>
 
 namespace vorn {
@@ -8,17 +10,6 @@ namespace {
 bool isNamed(const HttpsHead::Header &header, QByteArrayView name)
 {
     return header.name.compare(name, Qt::CaseInsensitive) == 0;
-}
-
-/// Digits only: no sign, no list.
-std::optional<std::int64_t> decimalNumber(const QByteArray &text)
-{
-    bool fits = false;
-    const qlonglong number = text.toLongLong(&fits);
-    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-    if (!fits || !std::ranges::all_of(text, isDigit))
-        return std::nullopt;
-    return number;
 }
 
 } // namespace
@@ -43,7 +34,7 @@ std::optional<std::int64_t> HttpsHead::contentLength() const
     const std::optional<QString> text = single("Content-Length");
     if (!text || count("Transfer-Encoding") > 0)
         return std::nullopt;
-    return decimalNumber(text->toLatin1());
+    return digitsOnly(*text);
 }
 
 void requireSoundBody(const HttpsHead &head)

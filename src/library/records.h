@@ -51,6 +51,9 @@ struct VORNClip {
 /// The rate text of a take for which no source has stated a rate yet.
 inline constexpr QStringView defaultTimelineFPS = u"30";
 
+/// Bytes of UTF-8 of a take's id: a longer one would not fit the names that are built from it.
+inline constexpr qsizetype maximumTakeIdBytes = 96;
+
 /// What several cameras recorded together.
 struct VORNTake {
     QString id;

@@ -1,5 +1,6 @@
 #include "live/camera_probe.h"
 
+#include "live/ports.h"
 #include "net/ipv4_socket.h"
 
 #include <QtEndian>
@@ -16,7 +17,7 @@ constexpr qsizetype lengthBytes = 4;
 } // namespace
 
 CameraProbe::CameraProbe(const QString &host, QObject *parent)
-    : QObject(parent), m_socket(beginConnection(host, port)), m_answer(lengthBytes, '\0')
+    : QObject(parent), m_socket(beginConnection(host, previewPort)), m_answer(lengthBytes, '\0')
 {
     m_deadline.setSingleShot(true);
     m_deadline.setTimerType(Qt::PreciseTimer);

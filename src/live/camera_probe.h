@@ -21,7 +21,6 @@ namespace vorn {
 class CameraProbe : public QObject {
     Q_OBJECT
 public:
-    static constexpr std::uint16_t port = 45455;
     /// For the whole of it: a host that sends a byte now and then gains nothing.
     static constexpr std::chrono::milliseconds patience{800};
 

@@ -13,6 +13,9 @@ namespace vorn {
 /// What the computer's calendar says; it jumps when somebody sets the clock.
 using WallTime = std::chrono::system_clock::time_point;
 
+/// The lower end of a level meter.
+inline constexpr double silenceDB = -60.0;
+
 /// One phone camera as its last status described it.
 struct LiveCamera {
     QString id;
@@ -24,8 +27,8 @@ struct LiveCamera {
     QString takeId;
     std::optional<std::int64_t> battery; ///< as the camera sends it
     std::optional<double> freeGB;
-    double leftDB = -60.0; ///< -60 when unknown
-    double rightDB = -60.0;
+    double leftDB = silenceDB; ///< silence when unknown
+    double rightDB = silenceDB;
     std::int64_t channels = 0;
     QString quality = QStringLiteral("—");
     QString aspect = QStringLiteral("—"); ///< such as "16:9"
@@ -39,6 +42,8 @@ struct LiveCamera {
     static constexpr std::chrono::milliseconds offlineAfter{6500};
     static constexpr std::chrono::milliseconds forgetAfter{30000};
 
+    /// Another desk on the network, not a camera.
+    [[nodiscard]] bool isDirector() const { return role.toUpper() == u"DIRECTOR"; }
     [[nodiscard]] bool isOnline(WallTime now = std::chrono::system_clock::now()) const
     {
         return now - lastSeen < offlineAfter;

@@ -1,6 +1,7 @@
 #include "live/live_discovery_worker.h"
 
 #include "base/monotonic_clock.h"
+#include "live/ports.h"
 #include "net/ipv4_socket.h"
 #include "net/network_interfaces.h"
 
@@ -14,7 +15,6 @@ using namespace std::chrono_literals;
 namespace vorn {
 namespace {
 
-constexpr std::uint16_t statusPort = 45454;
 const auto statusGroup = u"239.255.71.42"_s;
 
 constexpr auto firstScanAfter = 400ms;
@@ -85,7 +85,7 @@ void LiveDiscoveryWorker::openSocket()
         return;
     }
     if (!bindToSharedPort(socket, statusPort)) {
-        Q_EMIT openFailed(u"UDP port 45454 is unavailable."_s);
+        Q_EMIT openFailed(u"UDP port %1 is unavailable."_s.arg(statusPort));
         return;
     }
     askForReceiveBuffer(socket, receiveBufferBytes);

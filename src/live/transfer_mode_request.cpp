@@ -1,5 +1,6 @@
 #include "live/transfer_mode_request.h"
 
+#include "base/host_name.h"
 #include "base/text_form.h"
 #include "live/json_values.h"
 #include "live/wire_text.h"
@@ -67,7 +68,7 @@ TransferModeRequestState transferModeState(TransferModeStage stage, const QStrin
 QString cleanedCollectorName(const QString &name)
 {
     const QString clean = name.simplified();
-    return clean.isEmpty() ? u"VORN Mac"_s
+    return clean.isEmpty() ? unnamedComputer()
                            : clean.first(endOfCharacters(clean, maximumNameCharacters));
 }
 

@@ -2,6 +2,7 @@
 
 #include "base/monotonic_clock.h"
 #include "base/stop_signal.h"
+#include "live/ports.h"
 #include "preview/preview_profile.h"
 
 #include <QByteArray>
@@ -44,7 +45,7 @@ struct PreviewFrame {
 /// functions keep nothing, block the calling thread, and throw VORNPreviewError.
 namespace VORNPreviewClient {
 
-inline constexpr std::uint16_t port = 45455;
+inline constexpr std::uint16_t port = previewPort;
 /// Bounds what a camera can make us hold.
 inline constexpr std::uint32_t maximumFrameBytes = 0x200000;
 /// For how long after a picture over the legacy transport the persistent one is not tried.

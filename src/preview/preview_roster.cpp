@@ -8,7 +8,7 @@ std::vector<LiveCamera> eligible(std::span<const LiveCamera> cameras, WallTime a
     for (const LiveCamera &camera : cameras) {
         if (result.size() == maximumCameras)
             break;
-        if (camera.isOnline(at) && camera.role.toUpper() != QStringLiteral("DIRECTOR"))
+        if (camera.isOnline(at) && !camera.isDirector())
             result.push_back(camera);
     }
     return result;

@@ -4,6 +4,7 @@
 #include "base/files.h"
 #include "base/folders.h"
 #include "base/off_thread.h"
+#include "base/text_form.h"
 
 #include <QPointer>
 #include <QUuid>
@@ -18,16 +19,6 @@ constexpr std::size_t maximumActivities = 100;
 QString newUuidText()
 {
     return QUuid::createUuid().toString(QUuid::WithoutBraces);
-}
-
-/// The identity that `text` holds, in lower case. Braces and other spellings are not ours.
-std::optional<QString> uuidIn(const QString &text)
-{
-    constexpr qsizetype uuidLength = 36; // RFC 4122: 32 digits and four hyphens
-    const QString trimmed = text.trimmed();
-    if (trimmed.size() != uuidLength || QUuid::fromString(trimmed).isNull())
-        return std::nullopt;
-    return trimmed.toLower();
 }
 
 } // namespace
@@ -59,7 +50,8 @@ QString AppStore::loadOrCreateCollectorID()
     constexpr std::int64_t maximumBytes = 4096; // the identity needs 36
     const QString path = m_supportDirectory + u"/collector-id.txt"_s;
     try {
-        if (const auto known = uuidIn(QString::fromUtf8(readFile(path, maximumBytes))))
+        if (const auto known =
+                canonicalUuid(QString::fromUtf8(readFile(path, maximumBytes)).trimmed()))
             return *known;
     } catch (const FileError &) { // NOLINT(bugprone-empty-catch): a first start, or nothing usable
     }

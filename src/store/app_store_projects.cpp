@@ -9,9 +9,6 @@ using namespace Qt::StringLiterals;
 namespace vorn {
 namespace {
 
-// Longer ids would not fit the names that are built from them.
-constexpr qsizetype maximumTakeIdBytes = 96;
-
 /// True when the take was captured under another name or revision of its project.
 bool isFrozenToAnotherRevision(const VORNTake &take, const VORNProject &project)
 {

@@ -45,13 +45,12 @@ QCoro::Task<bool> AppStore::pairAndConnect(DiscoveredDevice device, QString pair
         co_return false;
     setBusy(true);
     const QPointer<AppStore> self(this);
-    const QString name = hostName();
     QString failure;
     Client client;
     try {
         client = co_await AuthenticatedTransferClient::pair(
-            std::move(device), std::move(pairingCode), m_collectorID,
-            name.isEmpty() ? u"VORN Mac"_s : name, fingerprintConfirmed, m_stop.get_token());
+            std::move(device), std::move(pairingCode), m_collectorID, hostName(),
+            fingerprintConfirmed, m_stop.get_token());
         const QByteArray bytes = co_await client->fetchCatalog();
         const DeviceCatalog catalog =
             co_await offThread([bytes, id = client->deviceId(), url = client->catalogURL()] {

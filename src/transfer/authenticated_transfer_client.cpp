@@ -27,12 +27,6 @@ void requireOk(const HttpsHead &head)
         throw TransferProtocolError::http(head.status);
 }
 
-void require(bool holds, const QString &message)
-{
-    if (!holds)
-        throw TransferProtocolError::invalid(message);
-}
-
 QByteArray targetOf(const QUrl &url)
 {
     const QByteArray target =

@@ -13,15 +13,8 @@ namespace {
 // Bytes of UTF-8.
 constexpr qsizetype maximumDeviceNameBytes = 128;
 constexpr qsizetype maximumProjectNameBytes = 256;
-constexpr qsizetype maximumTakeIdBytes = 96;
 constexpr qsizetype maximumCameraIdBytes = 128;
 constexpr qsizetype maximumFileNameBytes = 255; // what file systems hold, NAME_MAX
-
-void require(bool holds, const QString &message)
-{
-    if (!holds)
-        throw TransferProtocolError::invalid(message);
-}
 
 /// True when `text` was not in the set, and now is.
 bool insertNew(QSet<QString> &set, const QString &text)

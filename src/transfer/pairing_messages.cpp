@@ -1,5 +1,6 @@
 #include "transfer/pairing_messages.h"
 
+#include "base/host_name.h"
 #include "https/json_secret.h"
 #include "library/record_json.h"
 #include "transfer/transfer_protocol.h"
@@ -36,12 +37,6 @@ constexpr std::size_t minimumTokenBytes = 32;
 /// Seconds that a camera's clock may be ahead of ours.
 constexpr double clockTolerance = 30.0;
 
-void require(bool holds, const QString &message)
-{
-    if (!holds)
-        throw TransferProtocolError::invalid(message);
-}
-
 bool grants(const PairingResponse &response, const QString &scope)
 {
     return std::ranges::find(response.scopes, scope) != response.scopes.end();
@@ -71,7 +66,7 @@ QString shownCollectorName(const QString &name)
         characters.toNextBoundary();
     if (characters.position() >= 0)
         shown.truncate(characters.position());
-    return shown.isEmpty() ? u"VORN Mac"_s : shown;
+    return shown.isEmpty() ? unnamedComputer() : shown;
 }
 
 SecretBytes jsonFromRequest(const PairingRequest &request)

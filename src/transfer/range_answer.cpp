@@ -7,12 +7,6 @@ using namespace Qt::StringLiterals;
 namespace vorn {
 namespace {
 
-void require(bool holds, const QString &message)
-{
-    if (!holds)
-        throw TransferProtocolError::invalid(message);
-}
-
 bool statesRange(const HttpsHead &head, const FileRange &range)
 {
     const std::optional<QString> text = head.single("Content-Range");

@@ -37,6 +37,13 @@ private:
     std::optional<int> m_status; ///< of the case http only
 };
 
+/// Throws `invalid(message)` unless `holds`.
+inline void require(bool holds, const QString &message)
+{
+    if (!holds)
+        throw TransferProtocolError::invalid(message);
+}
+
 /// The connection itself failed: refused, cut, timed out, or the wrong certificate. `what()` is a
 /// sentence for the user, in UTF-8.
 class TransferConnectionError : public SentenceError {

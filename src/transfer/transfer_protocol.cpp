@@ -1,6 +1,7 @@
 #include "transfer/transfer_protocol.h"
 
 #include "base/resolved_url.h"
+#include "base/text_form.h"
 
 #include <QList>
 
@@ -13,14 +14,9 @@ namespace {
 
 constexpr qsizetype digestCharacters = 64; // SHA-256 in hexadecimal
 
-bool isDecimalDigit(QChar c)
-{
-    return c >= u'0' && c <= u'9';
-}
-
 bool isLowerHexDigit(QChar c)
 {
-    return isDecimalDigit(c) || (c >= u'a' && c <= u'f');
+    return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f');
 }
 
 /// The port that an address without one means; -1 when its scheme has none.
@@ -35,16 +31,6 @@ bool staysOnOrigin(const QUrl &url, const QUrl &base)
 {
     // "phone@evil" reads as the phone's address to people, and no camera asks for a user name.
     return isSameOrigin(url, base) && !url.authority().contains(u'@');
-}
-
-/// A whole number as HTTP writes it: digits only.
-std::optional<std::int64_t> decimalNumber(QStringView text)
-{
-    bool fits = false;
-    const qlonglong number = text.toLongLong(&fits);
-    if (!fits || !std::ranges::all_of(text, isDecimalDigit))
-        return std::nullopt;
-    return number;
 }
 
 } // namespace
@@ -147,9 +133,9 @@ std::optional<ContentRange> parseContentRange(QStringView header)
     const QList<QStringView> bounds = halves[0].sliced(unit.size()).split(u'-');
     if (bounds.size() != 2)
         return std::nullopt;
-    const auto start = decimalNumber(bounds[0]);
-    const auto end = decimalNumber(bounds[1]);
-    const auto total = decimalNumber(halves[1]);
+    const auto start = digitsOnly(bounds[0]);
+    const auto end = digitsOnly(bounds[1]);
+    const auto total = digitsOnly(halves[1]);
     if (!start || !end || !total || *start > *end || *end >= *total)
         return std::nullopt;
     return ContentRange{*start, *end, *total};

@@ -139,9 +139,7 @@ void SecureConnectViewModel::ask(int row)
     const LiveCamera *camera = line ? findById(m_live.cameras(), line->key) : nullptr;
     if (!camera || !line->canBeAsked)
         return;
-    const QString name = hostName();
-    m_live.requestTransferMode(LiveCamera(*camera), m_store.collectorIdentity(),
-                               name.isEmpty() ? u"VORN Mac"_s : name);
+    m_live.requestTransferMode(LiveCamera(*camera), m_store.collectorIdentity(), hostName());
     // The phone's service shall be found afresh.
     m_discovery.restart();
 }
@@ -221,7 +219,7 @@ void SecureConnectViewModel::refreshCameras()
     const WallTime now = std::chrono::system_clock::now();
     std::vector<AskableCameraLine> lines;
     for (const LiveCamera &camera : m_live.cameras()) {
-        if (!camera.isOnline(now) || camera.role.toUpper() == u"DIRECTOR")
+        if (!camera.isOnline(now) || camera.isDirector())
             continue;
         lines.push_back({camera.id, displayText(camera.name), !camera.displaysRecording(now)});
         if (qsizetype(lines.size()) == askableCameras)

@@ -40,7 +40,6 @@ QString spokenText(const TileRow &row)
 
 TileRow tileOf(const LiveCamera &camera, const DirectorSession &session, WallTime now)
 {
-    constexpr double silence = -60;
     TileRow row;
     row.key = u"camera "_s + camera.id;
     row.cameraID = camera.id;
@@ -48,7 +47,7 @@ TileRow tileOf(const LiveCamera &camera, const DirectorSession &session, WallTim
     row.online = camera.isOnline(now);
     row.recording = camera.displaysRecording(now);
     row.badge = badgeOf(camera, session.timeline());
-    row.levelDB = row.online ? camera.leftDB : silence;
+    row.levelDB = row.online ? camera.leftDB : silenceDB;
     if (!row.online) {
         row.notice = u"Offline"_s;
         row.levelText = u"OFFLINE"_s;

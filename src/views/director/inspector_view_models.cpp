@@ -119,7 +119,6 @@ AudioPageViewModel::AudioPageViewModel(DirectorSession &session, LiveCameraDisco
 
 void AudioPageViewModel::refresh()
 {
-    constexpr double silence = -60;
     const WallTime now = std::chrono::system_clock::now();
     std::vector<AudioStripRow> rows;
     for (const AudioChannelState &channel : m_session.audioChannels()) {
@@ -131,8 +130,8 @@ void AudioPageViewModel::refresh()
                                          ? u"L %1  R %2 dB"_s.arg(fixedText(camera->leftDB, 0),
                                                                   fixedText(camera->rightDB, 0))
                                          : u"OFFLINE"_s,
-                        .leftDB = isOnline ? camera->leftDB : silence,
-                        .rightDB = isOnline ? camera->rightDB : silence,
+                        .leftDB = isOnline ? camera->leftDB : silenceDB,
+                        .rightDB = isOnline ? camera->rightDB : silenceDB,
                         .gain = channel.gain,
                         .muted = channel.muted,
                         .solo = channel.solo});
