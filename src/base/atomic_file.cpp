@@ -100,7 +100,7 @@ private:
 
 void writeFileAtomically(const QString &path, std::span<const QByteArray> pieces, FileMode mode)
 {
-    const FileDescriptor folder = openParentFolder(path);
+    const FileDescriptor folder = openParentFolder(path, u"Cannot write"_s);
     qsizetype total = 0;
     for (const QByteArray &piece : pieces)
         total += piece.size();
@@ -112,8 +112,7 @@ void writeFileAtomically(const QString &path, std::span<const QByteArray> pieces
     file.place();
     if (old.isOpen())
         fileWorkPool()->start([held = std::make_shared<FileDescriptor>(std::move(old))] {});
-    if (::fsync(folder.get()) != 0)
-        throw FileError(u"Cannot write"_s, path, errno);
+    flushFolder(folder, path);
 }
 
 void writeFileAtomically(const QString &path, const QByteArray &bytes, FileMode mode)

@@ -13,7 +13,8 @@ enum class FileMode : std::uint32_t { followUmask = 0666, ownerOnly = 0600 };
 /// Replaces or makes the file at `path` with the given pieces, one after the other. Readers see
 /// the old file or the new one, never a part, also after a power cut; when this returns, the bytes
 /// and the folder entry are on the disk. A link at `path` is replaced, not followed. Throws
-/// FileError and then leaves the old file as it was and no temporary file. Any thread.
+/// NotDurableError when only the folder's flush failed, and otherwise FileError, which leaves the
+/// old file as it was and no temporary file. Any thread.
 ///
 /// QSaveFile is no substitute: it reports success on a full disk for small files, ignores a failed
 /// flush and never flushes the folder.

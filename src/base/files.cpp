@@ -16,10 +16,31 @@ using namespace Qt::StringLiterals;
 
 namespace vorn {
 
-FileError::FileError(const QString &action, const QString &path, int errorNumber)
-    : FileError(u"%1 %2: %3."_s.arg(
-          action, path, QString::fromStdString(std::generic_category().message(errorNumber))))
+namespace {
+
+QString reasonOf(int errorNumber)
 {
+    return QString::fromStdString(std::generic_category().message(errorNumber));
+}
+
+} // namespace
+
+FileError::FileError(const QString &action, const QString &path, int errorNumber)
+    : FileError(u"%1 %2: %3."_s.arg(action, path, reasonOf(errorNumber)))
+{
+}
+
+NotDurableError::NotDurableError(const QString &path, int errorNumber)
+    : FileError(u"The new state of %1 is in place but may not survive a power cut: %2."_s.arg(
+          path, reasonOf(errorNumber))),
+      m_path(path),
+      m_errorNumber(errorNumber)
+{
+}
+
+FileError NotDurableError::undone(const QString &action) const
+{
+    return {action, m_path, m_errorNumber};
 }
 
 FileDescriptor::~FileDescriptor()
@@ -66,6 +87,12 @@ std::optional<QByteArray> possiblePath(const QString &path)
     }
 }
 
+bool isFolder(const QString &path)
+{
+    struct stat status = {};
+    return ::stat(nativePath(path).constData(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 } // namespace
 
 bool somethingExistsAt(const QString &path)
@@ -109,9 +136,8 @@ QByteArray readFile(const QString &path, std::int64_t maximumBytes)
     const FileDescriptor file = openRegularFile(path);
     const std::int64_t size = fileSize(file, path);
     if (size > maximumBytes)
-        throw FileError(
-            u"%1 is too large (%2 bytes; at most %3 are read)."_s.arg(path).arg(size).arg(
-                maximumBytes));
+        throw FileError(u"%1 is too large (%2 bytes; at most %3 are read)."_s.arg(
+            path, QString::number(size), QString::number(maximumBytes)));
     QByteArray bytes(size, Qt::Uninitialized);
     qsizetype filled = 0;
     while (filled < bytes.size()) {
@@ -129,45 +155,57 @@ QByteArray readFile(const QString &path, std::int64_t maximumBytes)
     return bytes;
 }
 
-FileDescriptor openParentFolder(const QString &path)
+FileDescriptor openParentFolder(const QString &path, const QString &action)
 {
     const qsizetype slash = path.lastIndexOf(u'/');
     const QString parent = slash > 0 ? path.first(slash) : slash == 0 ? u"/"_s : u"."_s;
     FileDescriptor folder(
         ::open(nativePath(parent).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder.isOpen())
-        throw FileError(u"Cannot write"_s, path, errno);
+        throw FileError(action, path, errno);
     return folder;
 }
 
-void createFolder(const QString &path)
+void flushFolder(const FileDescriptor &folder, const QString &path)
 {
+    if (::fsync(folder.get()) == 0)
+        return;
+    // What file systems answer that know no such flush, network ones above all.
+    if (errno != EINVAL && errno != ENOTSUP && errno != ENOSYS)
+        throw NotDurableError(path, errno);
+}
+
+void createFolder(const QString &path, FolderMode mode)
+{
+    const QString action = u"Cannot create the folder"_s;
+    const FileDescriptor parent = openParentFolder(path, action);
     const QByteArray native = nativePath(path);
-    if (::mkdir(native.constData(), mode_t(FolderMode::followUmask)) != 0)
-        throw FileError(u"Cannot create the folder"_s, path, errno);
-    if (::fsync(openParentFolder(path).get()) != 0) {
-        const int failure = errno;
+    if (::mkdir(native.constData(), mode_t(mode)) != 0)
+        throw FileError(action, path, errno);
+    try {
+        flushFolder(parent, path);
+    } catch (const NotDurableError &error) {
         ::rmdir(native.constData());
-        throw FileError(u"Cannot create the folder"_s, path, failure);
+        throw error.undone(action);
     }
 }
 
 void createFolders(const QString &path, FolderMode mode)
 {
-    struct stat status = {};
-    if (::stat(nativePath(path).constData(), &status) == 0) {
-        if (!S_ISDIR(status.st_mode))
+    if (fileExists(path)) {
+        if (!isFolder(path))
             throw FileError(u"Cannot create the folder"_s, path, ENOTDIR);
         return;
     }
     const qsizetype slash = path.lastIndexOf(u'/');
     if (slash > 0)
         createFolders(path.first(slash), mode);
-    // Another process may have made it meanwhile.
-    if (::mkdir(nativePath(path).constData(), mode_t(mode)) != 0 && errno != EEXIST)
-        throw FileError(u"Cannot create the folder"_s, path, errno);
-    if (::fsync(openParentFolder(path).get()) != 0)
-        throw FileError(u"Cannot create the folder"_s, path, errno);
+    try {
+        createFolder(path, mode);
+    } catch (const FileError &) {
+        if (!isFolder(path)) // otherwise another process has made it meanwhile
+            throw;
+    }
 }
 
 void removeFolderQuietly(const QString &path) noexcept

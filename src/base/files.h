@@ -19,6 +19,21 @@ public:
     FileError(const QString &action, const QString &path, int errorNumber);
 };
 
+/// What was asked for is done and there for everybody to see, but its folder could not be flushed:
+/// a power cut may bring the old state back.
+class NotDurableError : public FileError {
+public:
+    /// "The new state of <path> is in place but may not survive a power cut: <reason>."
+    NotDurableError(const QString &path, int errorNumber);
+
+    /// "<action> <path>: <reason>.", for who has taken the new state away again.
+    [[nodiscard]] FileError undone(const QString &action) const;
+
+private:
+    QString m_path;
+    int m_errorNumber;
+};
+
 /// Owns one file descriptor.
 class FileDescriptor {
 public:
@@ -71,14 +86,19 @@ private:
 /// Reads a regular file whole. Throws FileError, also when it holds more than `maximumBytes`.
 [[nodiscard]] QByteArray readFile(const QString &path, std::int64_t maximumBytes);
 
-/// Opens the folder that holds `path`, to flush its entries. Throws FileError that names `path`.
-[[nodiscard]] FileDescriptor openParentFolder(const QString &path);
+/// Opens the folder that holds `path`, to flush its entries; before they change, so that nothing
+/// has been done where it cannot be opened. Throws FileError: "<action> <path>: <reason>."
+[[nodiscard]] FileDescriptor openParentFolder(const QString &path, const QString &action);
+
+/// The entries of `folder` are on the disk when it returns, that of `path` among them. A file
+/// system that cannot flush a folder is left to its own ways. Throws NotDurableError.
+void flushFolder(const FileDescriptor &folder, const QString &path);
 
 enum class FolderMode : std::uint32_t { followUmask = 0777, ownerOnly = 0700 };
 
 /// Makes one folder whose parent must exist, and flushes its entry there. Throws FileError, also
-/// when the path is taken.
-void createFolder(const QString &path);
+/// when the path is taken, and then has made nothing.
+void createFolder(const QString &path, FolderMode mode = FolderMode::followUmask);
 
 /// Makes `path` and what is missing above it; a folder that is there stays as it is, links to
 /// folders included. `mode` holds for the folders that are made, whose entries are on the disk when

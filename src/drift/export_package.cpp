@@ -199,6 +199,9 @@ void writePackage(const QString &folder, std::span<const PackageFile> files)
     try {
         for (const PackageFile &file : files)
             writeFileAtomically(folder + u'/' + file.name, file.bytes, FileMode::followUmask);
+    } catch (const NotDurableError &error) {
+        removeFolderQuietly(folder);
+        throw error.undone(u"Cannot write"_s);
     } catch (...) {
         removeFolderQuietly(folder);
         throw;

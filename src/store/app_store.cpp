@@ -60,6 +60,9 @@ QString AppStore::loadOrCreateCollectorID()
         createFolders(m_supportDirectory, FolderMode::ownerOnly);
         writeFileAtomically(path, fresh.toUtf8(), FileMode::ownerOnly);
         return fresh;
+    } catch (const NotDurableError &error) {
+        log(QString::fromUtf8(error.what()), true);
+        return fresh;
     } catch (const FileError &) {
         log(u"Could not persist this Mac's collector identity; a temporary identity will be used."_s,
             true);

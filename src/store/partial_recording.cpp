@@ -24,12 +24,6 @@ constexpr qsizetype bytesOfWrite = 64 << 10;
 
 constexpr QLatin1String partialSuffix(".part");
 
-void flushFolderOf(const QString &path)
-{
-    if (::fsync(openParentFolder(path).get()) != 0)
-        throw FileError(u"Cannot write"_s, path, errno);
-}
-
 void moveWithoutReplacing(const QString &from, const QString &to)
 {
     const QByteArray source = nativePath(from);
@@ -88,7 +82,7 @@ bool isRecordingThere(const QString &destination, const QString &sha256, const B
     // Who moved it there may have ended before it was on the disk.
     if (::fsync(openRegularFile(destination).get()) != 0)
         throw FileError(u"Cannot write"_s, destination, errno);
-    flushFolderOf(destination);
+    flushFolder(openParentFolder(destination, u"Cannot write"_s), destination);
     return true;
 }
 
@@ -165,8 +159,9 @@ void PartialRecording::clear()
 
 void PartialRecording::moveToDestination()
 {
+    const FileDescriptor folder = openParentFolder(m_destination, u"Cannot write"_s);
     moveWithoutReplacing(m_path, m_destination);
-    flushFolderOf(m_destination);
+    flushFolder(folder, m_destination);
 }
 
 } // namespace vorn

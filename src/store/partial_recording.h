@@ -46,7 +46,7 @@ public:
     /// Starts over at nothing. Throws FileError.
     void clear();
     /// Gives the file its final name, never that of a file that is there. Name and bytes are on the
-    /// disk when it returns. Throws FileError.
+    /// disk when it returns. Throws FileError; NotDurableError when it has the name nevertheless.
     void moveToDestination();
 
 private:
