@@ -75,6 +75,12 @@ QString fileNameOf(const QString &path)
     return path.sliced(path.lastIndexOf(u'/') + 1);
 }
 
+QString folderOf(const QString &path)
+{
+    const qsizetype slash = path.lastIndexOf(u'/');
+    return slash > 0 ? path.first(slash) : slash == 0 ? u"/"_s : u"."_s;
+}
+
 namespace {
 
 // A path that cannot name anything names nothing.
@@ -157,10 +163,8 @@ QByteArray readFile(const QString &path, std::int64_t maximumBytes)
 
 FileDescriptor openParentFolder(const QString &path, const QString &action)
 {
-    const qsizetype slash = path.lastIndexOf(u'/');
-    const QString parent = slash > 0 ? path.first(slash) : slash == 0 ? u"/"_s : u"."_s;
     FileDescriptor folder(
-        ::open(nativePath(parent).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        ::open(nativePath(folderOf(path)).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder.isOpen())
         throw FileError(action, path, errno);
     return folder;

@@ -67,10 +67,11 @@ private:
 /// components are removed by text alone, without a look at the disk.
 [[nodiscard]] QString resolvedPath(const QString &base, const QString &path);
 
-/// The part of `path` after its last slash.
+/// The part of `path` after its last slash, and the folder before it: "." where there is none.
 [[nodiscard]] QString fileNameOf(const QString &path);
+[[nodiscard]] QString folderOf(const QString &path);
 
-/// True when anything stands at `path`, a dangling link included.
+/// True when anything is seen at `path`, a dangling link included.
 [[nodiscard]] bool somethingExistsAt(const QString &path);
 
 /// True when `path` leads, through links if need be, to something that exists.

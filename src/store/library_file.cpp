@@ -7,12 +7,16 @@
 #include <QDateTime>
 #include <QDir>
 
-#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <limits>
+#include <string>
+#include <system_error>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -53,6 +57,104 @@ LibraryFile::EncodedTake encodedTake(const VORNTake &take)
     return {take, indented(prettyJson(jsonFromRecord(take)), levels)};
 }
 
+struct Place {
+    QString file;
+    bool isThere = false;
+};
+
+/// The file to which a link at `path` leads, whether it is there or not; `path` itself where it
+/// leads in a circle or to what is no file. Throws FileError for what cannot be looked at.
+Place placeOf(const QString &path)
+{
+    constexpr int maximumLinks = 40; // the system's own bound
+    QString at = path;
+    for (int links = 0; links <= maximumLinks; ++links) {
+        const QByteArray native = nativePath(at);
+        struct stat status = {};
+        if (::lstat(native.constData(), &status) != 0) {
+            if (errno == ENOENT || errno == ENOTDIR)
+                return {at, false};
+            if (errno == ELOOP)
+                break;
+            throw FileError(u"Cannot open"_s, path, errno);
+        }
+        if (S_ISREG(status.st_mode))
+            return {at, true};
+        if (!S_ISLNK(status.st_mode))
+            break;
+        std::error_code failure;
+        const std::string bytes =
+            std::filesystem::read_symlink(native.toStdString(), failure).string();
+        if (failure)
+            throw FileError(u"Cannot open"_s, path, failure.value());
+        const QString text = QString::fromStdString(bytes);
+        if (text.toStdString() != bytes)
+            throw FileError(u"%1 leads to a name that is not UTF-8."_s.arg(path));
+        // Not cleaned: ".." of a folder that is a link itself is the system's business.
+        at = text.startsWith(u'/') ? text : folderOf(at) + u'/' + text;
+    }
+    return {path, true};
+}
+
+std::optional<std::uint64_t> deviceOf(const QString &folder)
+{
+    struct stat status = {};
+    if (::stat(nativePath(folder).constData(), &status) != 0)
+        return std::nullopt;
+    return status.st_dev;
+}
+
+/// Whether both are names of one thing.
+bool isSameFile(const QString &one, const QString &other)
+{
+    struct stat a = {};
+    struct stat b = {};
+    return ::lstat(nativePath(one).constData(), &a) == 0
+           && ::lstat(nativePath(other).constData(), &b) == 0 && a.st_dev == b.st_dev
+           && a.st_ino == b.st_ino;
+}
+
+/// The libraries that were kept in `folder`, oldest first.
+QStringList unreadableFiles(const QString &folder)
+{
+    QStringList paths;
+    for (const QString &name :
+         QDir(folder).entryList({unreadablePrefix + u"[0-9]*-[0-9]*-[0-9]*"_s},
+                                QDir::Files | QDir::Hidden | QDir::System, QDir::Name))
+        paths << folder + u'/' + name;
+    return paths;
+}
+
+/// Gives `file` a second name beside it, and returns that: the old library stays in place until the
+/// new one replaces it. What can have no second name (a folder, or anything on a file system
+/// without links) is moved.
+QString keepUnreadable(const QString &file)
+{
+    const QString folder = folderOf(file);
+    QStringList others = unreadableFiles(folder);
+    for (const QString &other : others) {
+        if (isSameFile(file, other)) // by a save that failed afterwards
+            return other;
+    }
+    QString kept;
+    do { // until the next millisecond at most
+        kept = folder + u'/' + unreadablePrefix
+               + QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss-zzz"_s);
+    } while (somethingExistsAt(kept));
+    const QByteArray from = nativePath(file);
+    const QByteArray to = nativePath(kept);
+    if (::link(from.constData(), to.constData()) != 0) {
+        const bool hasNoSecondName =
+            errno == EPERM || errno == EMLINK || errno == ENOTSUP || errno == ENOSYS;
+        if (!hasNoSecondName || ::rename(from.constData(), to.constData()) != 0)
+            throw FileError(u"Cannot keep the unreadable"_s, file, errno);
+    }
+    // The one just made is none of them, whatever the clock says.
+    while (others.size() >= maximumUnreadableFiles)
+        QFile::remove(others.takeFirst());
+    return kept;
+}
+
 } // namespace
 
 LibraryFile::EncodedTakes LibraryFile::encodedTakes(const VORNLibrary &library)
@@ -77,24 +179,47 @@ QString LibraryFile::path() const
 
 VORNLibrary LibraryFile::load()
 {
-    if (!somethingExistsAt(path()))
+    m_known = Known::unreadable;
+    const auto [file, isThere] = placeOf(path());
+    m_device = deviceOf(folderOf(file));
+    if (!isThere) {
+        m_known = Known::nothing;
+        if (file != path())
+            throw FileError(u"%1 leads to %2, where nothing is."_s.arg(path(), file));
         return {};
-    m_isUnreadable = true;
+    }
     const auto library = recordFromJson<VORNLibrary>(
-        readFile(path(), std::numeric_limits<std::int64_t>::max()), u"library.json"_s);
-    m_isUnreadable = false;
+        readFile(file, std::numeric_limits<std::int64_t>::max()), u"library.json"_s);
+    m_known = Known::library;
     return library;
 }
 
 std::optional<QString> LibraryFile::save(const VORNLibrary &library)
 {
     createFolders(m_folder, FolderMode::ownerOnly);
-    std::optional<QString> kept;
-    if (m_isUnreadable)
-        kept = keepUnreadable();
-    writeFileAtomically(path(), encode(library), FileMode::ownerOnly);
-    m_isUnreadable = false;
-    return kept;
+    const auto [file, isThere] = placeOf(path());
+    const bool isSamePlace = !m_device || m_device == deviceOf(folderOf(file));
+    if (isThere && (m_known == Known::nothing || !isSamePlace))
+        throw FileError(u"%1 was not there when VORN Desktop started, and is not replaced. Start "
+                        "it again to work with that library."_s.arg(file));
+    if (isThere && m_known == Known::unreadable) {
+        const QString kept = keepUnreadable(file);
+        m_kept = folderOf(file) == m_folder ? fileNameOf(kept) : kept;
+    }
+    try {
+        writeFileAtomically(file, encode(library), FileMode::ownerOnly);
+    } catch (const NotDurableError &) {
+        wasSaved(file);
+        throw;
+    }
+    wasSaved(file);
+    return std::exchange(m_kept, std::nullopt);
+}
+
+void LibraryFile::wasSaved(const QString &file)
+{
+    m_known = Known::library;
+    m_device = deviceOf(folderOf(file));
 }
 
 std::vector<QByteArray> LibraryFile::encode(const VORNLibrary &library)
@@ -132,33 +257,6 @@ std::vector<QByteArray> LibraryFile::encode(const VORNLibrary &library)
     pieces.push_back(libraryFrame.tail);
     m_encoded = std::move(encoded);
     return pieces;
-}
-
-QString LibraryFile::keepUnreadable() const
-{
-    // A second name for the same bytes: the old library stays in place until the new one replaces
-    // it. What has no second name (a folder, a file system without links) is moved.
-    const QByteArray from = nativePath(path());
-    QString name;
-    int failure = EEXIST;
-    while (failure == EEXIST) { // until the next millisecond at most
-        name = unreadablePrefix + QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss-zzz"_s);
-        const QByteArray to = nativePath(m_folder + u'/' + name);
-        const bool isKept = ::link(from.constData(), to.constData()) == 0
-                            || (errno != EEXIST
-                                && ::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(),
-                                               RENAME_NOREPLACE)
-                                       == 0);
-        failure = isKept ? 0 : errno;
-    }
-    if (failure != 0)
-        throw FileError(u"Cannot keep the unreadable"_s, path(), failure);
-
-    QStringList files = QDir(m_folder).entryList({unreadablePrefix + u"*"_s},
-                                                 QDir::Files | QDir::Hidden, QDir::Name);
-    while (files.size() > maximumUnreadableFiles)
-        QFile::remove(m_folder + u'/' + files.takeFirst());
-    return name;
 }
 
 } // namespace vorn

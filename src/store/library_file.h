@@ -6,6 +6,7 @@
 #include <QHash>
 #include <QString>
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -13,6 +14,7 @@ namespace vorn {
 
 /// "library.json" on the disk. Keeps the text of each take of the last save, so that a save encodes
 /// only what changed since; the file is still written whole, flushed and put in place of the old.
+/// Where it is a link, it stays one: the file that it leads to is read and replaced.
 class LibraryFile {
 public:
     struct EncodedTake {
@@ -26,11 +28,14 @@ public:
     explicit LibraryFile(QString folder) : m_folder(std::move(folder)) {}
 
     /// The library on the disk; empty when there is no file. Throws FileError or JsonError, and
-    /// then remembers that the file could not be read.
+    /// then remembers that the file could not be read. A file that cannot be looked at is no
+    /// absent one, nor is one on a disk that is not there, to which a link leads.
     [[nodiscard]] VORNLibrary load();
 
     /// Writes `library` whole and atomically. When load() had failed, the old bytes are kept
-    /// beside first; then the name of the file that keeps them is returned. Throws FileError.
+    /// beside first, once; then the first save that succeeds returns the name of the file that
+    /// keeps them. Throws FileError, also where a library has appeared since load(), as by a late
+    /// mount: that one is not replaced.
     std::optional<QString> save(const VORNLibrary &library);
 
     /// The texts of all takes. Pure, so that another thread can prepare a large save.
@@ -40,12 +45,16 @@ public:
     void adopt(const EncodedTakes &encoded);
 
 private:
+    enum class Known : std::uint8_t { nothing, unreadable, library };
+
     [[nodiscard]] QString path() const;
     [[nodiscard]] std::vector<QByteArray> encode(const VORNLibrary &library);
-    [[nodiscard]] QString keepUnreadable() const;
+    void wasSaved(const QString &file);
 
     QString m_folder;
-    bool m_isUnreadable = false;
+    Known m_known = Known::library;        ///< what was there when we last looked or wrote
+    std::optional<std::uint64_t> m_device; ///< of the folder that it was in
+    std::optional<QString> m_kept;         ///< what the unreadable one is called now, until told
     EncodedTakes m_encoded;
 };
 

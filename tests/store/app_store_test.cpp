@@ -7,8 +7,47 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <dlfcn.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <functional>
+
 using namespace vorn;
 using namespace Qt::StringLiterals;
+
+namespace {
+
+// What the system answers about the library while it is not 0.
+int lookFailure = 0;
+int renameFailure = 0;
+
+} // namespace
+
+// Stand before the system's.
+extern "C" {
+int lstat(const char *path, struct stat *status) noexcept
+{
+    if (lookFailure != 0 && QByteArrayView(path).endsWith("/library.json")) {
+        errno = lookFailure;
+        return -1;
+    }
+    static const auto real =
+        reinterpret_cast<int (*)(const char *, struct stat *)>(::dlsym(RTLD_NEXT, "lstat"));
+    return real(path, status);
+}
+int rename(const char *from, const char *to) noexcept
+{
+    if (renameFailure != 0 && QByteArrayView(to).endsWith("/library.json")) {
+        errno = renameFailure;
+        return -1;
+    }
+    static const auto real =
+        reinterpret_cast<int (*)(const char *, const char *)>(::dlsym(RTLD_NEXT, "rename"));
+    return real(from, to);
+}
+}
 
 namespace {
 
@@ -30,7 +69,12 @@ const QByteArray manifestText = R"({
 class AppStoreTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void init() { QVERIFY(m_folder.emplace().isValid()); }
+    void init()
+    {
+        QVERIFY(m_folder.emplace().isValid());
+        lookFailure = 0;
+        renameFailure = 0;
+    }
 
     void startsFreshWithAnIdentityThatLasts()
     {
@@ -245,15 +289,126 @@ private Q_SLOTS:
         QCOMPARE(all, QByteArray("234"));
     }
 
-    void aFolderInPlaceOfTheLibraryIsMovedAside()
+    void keepsOnceWhatItKeeps()
     {
-        QVERIFY(QDir(m_folder->path()).mkpath(u"library.json/x"_s));
+        const QString path = m_folder->filePath(u"library.json"_s);
+        const QString older = path + u".unreadable-20260101-000000-000"_s;
+        writePlain(older, "older");
+        writePlain(path, "newer");
         AppStore store(m_folder->path());
-        QVERIFY(store.errorMessage()->endsWith(u"library.json is not a regular file."_s));
-        store.clearErrorMessage();
-        store.createProject(u"Night"_s);
-        QVERIFY(!store.errorMessage());
+        renameFailure = EIO;
+        for (int save = 0; save < 4; ++save)
+            store.createProject(u"Night"_s);
+        QCOMPARE(unreadableFiles().size(), 2);
+        QCOMPARE(readFile(older, 10), QByteArray("older"));
+        QCOMPARE(readFile(path, 10), QByteArray("newer"));
+        renameFailure = 0;
+        store.createProject(u"Day"_s);
+        QCOMPARE(messages(store).filter(u"was kept as"_s),
+                 QStringList{u"The library that could not be read was kept as %1."_s.arg(
+                     unreadableFiles()[1])});
         QCOMPARE(AppStore(m_folder->path()).library(), store.library());
+    }
+
+    void whatIsNoReadableLibraryIsMovedAside_data()
+    {
+        QTest::addColumn<std::function<int(const char *)>>("make");
+        QTest::addColumn<QString>("reason");
+        QTest::addColumn<int>("kept");
+        const auto row = [](const char *name, auto make, const QString &reason, int kept) {
+            QTest::newRow(name) << std::function<int(const char *)>(make) << reason << kept;
+        };
+        const auto writesNothing = [](const char *at) {
+            writePlain(QFile::decodeName(at), "{}");
+            return 0;
+        };
+        row(
+            "folder", [](const char *at) { return ::mkdir(at, 0700); },
+            u"PATH is not a regular file."_s, 1);
+        row(
+            "pipe", [](const char *at) { return ::mkfifo(at, 0600); },
+            u"PATH is not a regular file."_s, 1);
+        row(
+            "circle", [](const char *at) { return ::symlink("library.json", at); },
+            u"Cannot open PATH: Too many levels of symbolic links."_s, 1);
+        row(
+            "link to a device", [](const char *at) { return ::symlink("/dev/zero", at); },
+            u"PATH is not a regular file."_s, 1);
+        row("gone at the first save", writesNothing,
+            u"library.json: projects is missing (a list was expected)"_s, 0);
+        row("cannot be looked at", writesNothing, u"Cannot open PATH: Input/output error."_s, 1);
+    }
+    void whatIsNoReadableLibraryIsMovedAside()
+    {
+        QFETCH(const std::function<int(const char *)>, make);
+        QFETCH(QString, reason);
+        QFETCH(const int, kept);
+        const QString path = m_folder->filePath(u"library.json"_s);
+        QCOMPARE(make(QFile::encodeName(path).constData()), 0);
+        lookFailure = qstrcmp(QTest::currentDataTag(), "cannot be looked at") == 0 ? EIO : 0;
+        AppStore store(m_folder->path());
+        lookFailure = 0;
+        QCOMPARE(store.errorMessage(),
+                 u"Could not load the VORN library: "_s + reason.replace(u"PATH"_s, path));
+        store.clearErrorMessage();
+        if (kept == 0)
+            QVERIFY(QFile::remove(path));
+        store.createProject(u"Night"_s);
+        QCOMPARE(store.errorMessage(), std::nullopt);
+        QCOMPARE(QDir(m_folder->path())
+                     .entryList({u"library.json.unreadable-*"_s},
+                                QDir::AllEntries | QDir::System | QDir::Hidden)
+                     .size(),
+                 kept);
+        QCOMPARE(AppStore(m_folder->path()).library(), store.library());
+    }
+
+    void aLibraryThatAppearsIsNotReplaced()
+    {
+        AppStore store(m_folder->path());
+        const QString path = m_folder->filePath(u"library.json"_s);
+        writePlain(path, R"({"projects":[]})");
+        store.createProject(u"Night"_s);
+        QCOMPARE(
+            store.errorMessage(),
+            u"Could not save the VORN library: %1 was not there when VORN Desktop started, and "
+            "is not replaced. Start it again to work with that library."_s.arg(path));
+        QCOMPARE(readFile(path, 100), QByteArray(R"({"projects":[]})"));
+        QVERIFY(unreadableFiles().isEmpty());
+        QVERIFY(QFile::remove(path));
+        store.createProject(u"Day"_s);
+        QCOMPARE(AppStore(m_folder->path()).library(), store.library());
+    }
+
+    void aLinkStaysALink()
+    {
+        const QString disk = m_folder->filePath(u"disk"_s);
+        const QString real = disk + u"/my library"_s;
+        QVERIFY(QDir().mkpath(root()));
+        const QString path = root() + u"/library.json"_s;
+        QVERIFY(QFile::link(u"../link"_s, path));
+        QVERIFY(QFile::link(real, m_folder->filePath(u"data/link"_s)));
+        AppStore absent(root());
+        QCOMPARE(absent.errorMessage(),
+                 u"Could not load the VORN library: %1 leads to %2, where nothing is."_s.arg(path,
+                                                                                             real));
+        absent.createProject(u"Night"_s);
+        QCOMPARE(absent.errorMessage(),
+                 u"Could not save the VORN library: Cannot write %1: No such "
+                 "file or directory."_s.arg(real));
+        QVERIFY(QDir().mkpath(disk));
+        absent.createProject(u"Day"_s);
+        QCOMPARE(AppStore(root()).library(), absent.library());
+
+        writePlain(real, "spoilt");
+        AppStore store(root());
+        store.createProject(u"Night"_s);
+        QCOMPARE(AppStore(root()).library(), store.library());
+        QCOMPARE(QDir(disk).entryList(QDir::Files).size(), 2); // the library, and the one kept
+        QVERIFY(
+            messages(store).contains(u"The library that could not be read was kept as %1/%2."_s.arg(
+                disk, QDir(disk).entryList(QDir::Files)[0])));
+        QVERIFY(QFileInfo(path).isSymLink());
     }
 
     void logsTheLastHundred()

@@ -8,6 +8,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/mount.h>
+
 #include <csignal>
 
 using namespace vorn;
@@ -42,6 +44,20 @@ int writeForEver(const QString &folder)
         std::printf("%lld\n", static_cast<long long>(round));
         std::fflush(stdout);
     }
+}
+
+/// In a mount namespace of its own: a disk comes over the folder after the first save.
+int saveAcrossALateMount(const QString &folder)
+{
+    const QByteArray library = R"({"projects":[]})";
+    AppStore store(folder);
+    store.createProject(u"Night"_s);
+    if (store.errorMessage()
+        || ::mount("tmpfs", QFile::encodeName(folder).constData(), "tmpfs", 0, "size=1m") != 0)
+        return 2;
+    writePlain(folder + u"/library.json"_s, library);
+    store.createProject(u"Day"_s);
+    return store.errorMessage() && readFile(folder + u"/library.json"_s, 100) == library ? 0 : 1;
 }
 
 } // namespace
@@ -100,6 +116,17 @@ private Q_SLOTS:
                      std::size_t{200});
         }
     }
+
+    void aLateMountIsNotWrittenOver()
+    {
+        QTemporaryDir folder;
+        QProcess process;
+        process.start(u"unshare"_s,
+                      {u"--map-root-user"_s, u"--mount"_s, QCoreApplication::applicationFilePath(),
+                       u"--late-mount"_s, folder.path()});
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitCode(), 0);
+    }
 };
 
 int main(int argc, char **argv)
@@ -108,6 +135,8 @@ int main(int argc, char **argv)
     const QStringList arguments = app.arguments();
     if (arguments.value(1) == u"--write"_s)
         return writeForEver(arguments.value(2));
+    if (arguments.value(1) == u"--late-mount"_s)
+        return saveAcrossALateMount(arguments.value(2));
     LibraryDurabilityTest test;
     return QTest::qExec(&test, argc, argv);
 }
