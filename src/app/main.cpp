@@ -1,3 +1,5 @@
+#include "base/folders.h"
+#include "desktop/desktop_notification.h"
 #include "desktop/file_reveal.h"
 #include "desktop/single_instance.h"
 #include "live/live_camera_discovery.h"
@@ -7,6 +9,8 @@
 
 #include <QApplication>
 #include <QSettings>
+
+#include <cstdio>
 
 using namespace Qt::StringLiterals;
 using namespace vorn;
@@ -18,12 +22,20 @@ int main(int argc, char *argv[])
     QApplication::setApplicationName(u"vorn-desktop"_s);
     QGuiApplication::setDesktopFileName(u"vorn-desktop"_s);
 
-    SingleInstance instance;
-    if (!instance.isFirst())
+    const SingleInstance instance(applicationSupportFolder());
+    using Outcome = SingleInstance::Outcome;
+    if (instance.outcome() == Outcome::handedOver)
         return 0;
+    if (instance.outcome() == Outcome::outOfReach) {
+        std::fprintf(stderr, "%s\n", qPrintable(instance.sentence()));
+        showDesktopNotification(u"VORN Desktop"_s, instance.sentence());
+        return 1;
+    }
 
     applyLook();
     AppStore store;
+    if (instance.outcome() == Outcome::unguarded)
+        store.log(instance.sentence(), true);
     QObject::connect(&store, &AppStore::exportCreated, &revealFile);
     LANDiscovery catalogs;
     LiveCameraDiscovery cameras;

@@ -1,11 +1,17 @@
 #include "desktop/single_instance.h"
 
+#include <QDeadlineTimer>
 #include <QLocalServer>
 #include <QLocalSocket>
-#include <QStandardPaths>
+#include <QThread>
+#include <QTimer>
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 using namespace Qt::StringLiterals;
 
@@ -13,58 +19,139 @@ namespace vorn {
 namespace {
 
 constexpr QByteArrayView raiseMessage = "raise";
+constexpr auto lockName = "vorn-desktop.lock";
+constexpr auto socketName = "vorn-desktop.socket";
 
 } // namespace
 
-SingleInstance::SingleInstance(QObject *parent) : QObject(parent)
+SingleInstance::SingleInstance(const QString &folder, std::chrono::milliseconds patience)
+    : m_patience(patience), m_folderPath(folder)
 {
-    const QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    const QString socketPath = folder + u"/vorn-desktop.socket"_s;
-    FileDescriptor lock(::open(nativePath(folder + u"/vorn-desktop.lock"_s).constData(),
-                               O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
-    // Without a runtime folder there is nothing to meet in: start, rather than refuse to.
-    if (!lock.isOpen()) {
-        m_lock = FileDescriptor(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-        return;
+    try {
+        openLock();
+    } catch (const FileError &error) {
+        doWithoutLock(error);
     }
-    if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
-        askFirstToRaise(socketPath);
-        return;
-    }
-    m_lock = std::move(lock);
-    listen(socketPath);
-}
-
-void SingleInstance::listen(const QString &socketPath)
-{
-    // Ours by the lock: what stands there is left over from a process that was killed.
-    QLocalServer::removeServer(socketPath);
-    m_server = new QLocalServer(this);
-    m_server->setSocketOptions(QLocalServer::UserAccessOption);
-    connect(m_server, &QLocalServer::newConnection, this, [this] {
-        while (QLocalSocket *client = m_server->nextPendingConnection()) {
-            connect(client, &QLocalSocket::disconnected, client, &QObject::deleteLater);
-            connect(client, &QLocalSocket::readyRead, this, [this, client] {
-                if (client->read(raiseMessage.size()) == raiseMessage)
-                    Q_EMIT raiseRequested();
-                client->disconnectFromServer();
-            });
+    // The other one may be starting still, or ending. Whoever answers is there, lock or no lock:
+    // its file may have been removed, or never have served on this file system.
+    const QDeadlineTimer deadline(patience);
+    while (true) {
+        const bool isFree = !m_lock.isOpen() || isLocked();
+        const Answer answer = raiseOther(deadline);
+        if (answer == Answer::heard) {
+            m_outcome = Outcome::handedOver;
+            return;
         }
-    });
-    m_server->listen(socketPath);
+        if (isFree && answer == Answer::nobody)
+            break;
+        if (deadline.hasExpired()) {
+            m_sentence =
+                u"Another VORN Desktop works on this library and cannot be reached to show "
+                "its windows. This one ends."_s;
+            return;
+        }
+        constexpr unsigned long pauseMs = 20;
+        QThread::msleep(pauseMs);
+    }
+    m_outcome = m_lock.isOpen() ? Outcome::first : Outcome::unguarded;
+    listen();
 }
 
-void SingleInstance::askFirstToRaise(const QString &socketPath)
+SingleInstance::~SingleInstance() = default;
+
+void SingleInstance::openLock()
 {
-    // Short waits are fine here: this process has no window and ends when they are over.
-    constexpr int patienceMs = 2000;
+    createFolders(m_folderPath, FolderMode::ownerOnly);
+    m_folder = FileDescriptor(
+        ::open(nativePath(m_folderPath).constData(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    // Not through a link: it may lead to a lock of something else.
+    m_lock = FileDescriptor(::openat(m_folder.get(), lockName,
+                                     O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+    if (!m_lock.isOpen())
+        throw FileError(u"Cannot open"_s, lockPath(), errno);
+}
+
+void SingleInstance::doWithoutLock(const FileError &reason)
+{
+    m_lock = {};
+    const bool isWritable = ::access(nativePath(m_folderPath).constData(), W_OK) == 0;
+    m_sentence = QString::fromUtf8(reason.what())
+                 + (isWritable ? u" Start only one VORN Desktop on this library: of two, the last "
+                                 "to save undoes what the other has saved."_s
+                               : u" While that is so, no change of the library is kept, and a "
+                                 "second VORN Desktop on it may go unnoticed."_s);
+}
+
+bool SingleInstance::isLocked()
+{
+    while (::flock(m_lock.get(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno == EWOULDBLOCK)
+            return false;
+        if (errno == EINTR)
+            continue;
+        doWithoutLock(FileError(u"Cannot lock"_s, lockPath(), errno));
+        break;
+    }
+    return true;
+}
+
+SingleInstance::Answer SingleInstance::raiseOther(const QDeadlineTimer &deadline) const
+{
+    // Waiting is fine here: this process has no window yet.
+    const auto restMs = [&] { return int(deadline.remainingTime()); };
     QLocalSocket socket;
-    socket.connectToServer(socketPath);
-    if (!socket.waitForConnected(patienceMs))
-        return;
+    socket.connectToServer(socketPath());
+    if (!socket.waitForConnected(restMs()))
+        return Answer::nobody;
     socket.write(raiseMessage.data(), raiseMessage.size());
-    socket.waitForBytesWritten(patienceMs);
-    socket.waitForDisconnected(patienceMs);
+    while (socket.bytesAvailable() < raiseMessage.size()) {
+        if (!socket.waitForReadyRead(restMs()))
+            return Answer::none;
+    }
+    return socket.readAll() == raiseMessage ? Answer::heard : Answer::none;
+}
+
+QString SingleInstance::lockPath() const
+{
+    return m_folderPath + u'/' + QLatin1StringView(lockName);
+}
+
+QString SingleInstance::socketPath() const
+{
+    // By way of the open folder: a socket's address has room for 107 bytes only.
+    return u"/proc/self/fd/%1/"_s.arg(m_folder.get()) + QLatin1StringView(socketName);
+}
+
+void SingleInstance::listen()
+{
+    // Nobody answers there: what stands there is left over from a process that was killed.
+    struct stat status = {};
+    if (::fstatat(m_folder.get(), socketName, &status, AT_SYMLINK_NOFOLLOW) == 0
+        && S_ISSOCK(status.st_mode))
+        ::unlinkat(m_folder.get(), socketName, 0);
+    m_server = std::make_unique<QLocalServer>();
+    connect(m_server.get(), &QLocalServer::newConnection, this, [this] {
+        while (QLocalSocket *client = m_server->nextPendingConnection())
+            hear(client);
+    });
+    // Where there can be no socket, a later start says that it cannot reach this one.
+    m_server->listen(socketPath());
+}
+
+void SingleInstance::hear(QLocalSocket *client)
+{
+    client->setReadBufferSize(raiseMessage.size());
+    connect(client, &QLocalSocket::disconnected, client, &QObject::deleteLater);
+    connect(client, &QLocalSocket::readyRead, this, [this, client] {
+        if (client->bytesAvailable() < raiseMessage.size())
+            return;
+        if (client->read(raiseMessage.size()) == raiseMessage) {
+            client->write(raiseMessage.data(), raiseMessage.size());
+            Q_EMIT raiseRequested();
+        }
+        client->disconnectFromServer();
+    });
+    QTimer::singleShot(m_patience, client, [client] { client->abort(); });
 }
 
 } // namespace vorn

@@ -4,31 +4,62 @@
 
 #include <QObject>
 
+#include <chrono>
+#include <cstdint>
+#include <memory>
+
+class QDeadlineTimer;
 class QLocalServer;
+class QLocalSocket;
 
 namespace vorn {
 
-/// Holds the user's one running VORN Desktop. The lock is a held descriptor in the runtime folder,
-/// so it ends with the process however that ends. Context: UI thread.
+/// Sees to it that one VORN Desktop works on a library. The lock and the socket that a later start
+/// meets it by lie beside the library, so that no difference in the starts' surroundings lets both
+/// run; the lock is a held descriptor, which ends with the process however that ends.
+/// Context: UI thread.
 class SingleInstance : public QObject {
     Q_OBJECT
 public:
-    explicit SingleInstance(QObject *parent = nullptr);
+    enum class Outcome : std::uint8_t {
+        first,      ///< the lock is held: nobody else works on this library
+        unguarded,  ///< no lock can be had there, and nobody was met: sentence() says what it means
+        handedOver, ///< another one works on it, and has been asked to raise its windows
+        outOfReach  ///< another one works on it and does not answer, as sentence() says
+    };
 
-    /// True when this process is the first. When it is not, the first one has been asked to raise
-    /// its windows.
-    [[nodiscard]] bool isFirst() const { return m_lock.isOpen(); }
+    /// `folder` is the library's, and is made if need be. `patience` is how long another one may
+    /// take to answer, and how long a connection may say nothing.
+    explicit SingleInstance(const QString &folder,
+                            std::chrono::milliseconds patience = std::chrono::seconds(10));
+    ~SingleInstance() override;
+
+    [[nodiscard]] Outcome outcome() const { return m_outcome; }
+    [[nodiscard]] const QString &sentence() const { return m_sentence; }
 
 Q_SIGNALS:
     /// A later start asks for the windows.
     void raiseRequested();
 
 private:
-    void listen(const QString &socketPath);
-    static void askFirstToRaise(const QString &socketPath);
+    enum class Answer : std::uint8_t { nobody, none, heard };
 
+    void openLock();
+    void doWithoutLock(const FileError &reason);
+    [[nodiscard]] bool isLocked();
+    [[nodiscard]] Answer raiseOther(const QDeadlineTimer &deadline) const;
+    [[nodiscard]] QString lockPath() const;
+    [[nodiscard]] QString socketPath() const;
+    void listen();
+    void hear(QLocalSocket *client);
+
+    std::chrono::milliseconds m_patience;
+    QString m_folderPath;
+    Outcome m_outcome = Outcome::outOfReach;
+    QString m_sentence;
+    FileDescriptor m_folder;
     FileDescriptor m_lock;
-    QLocalServer *m_server = nullptr;
+    std::unique_ptr<QLocalServer> m_server; ///< ends first: takes its socket from the folder
 };
 
 } // namespace vorn

@@ -4,6 +4,7 @@ library_journey.py PROGRAM TAKE OUT: TAKE is a folder made by `vorn-rig take`, O
 package. Runs on the display and with the folders that its environment names.
 """
 
+import fcntl
 import json
 import os
 import pathlib
@@ -103,9 +104,32 @@ def export(program, parent):
     return package
 
 
-def raise_by_second_start(path):
-    second = subprocess.run([path], timeout=30)
+def raise_by_second_start(path, out):
+    other = out / "other-runtime"
+    other.mkdir(mode=0o700, exist_ok=True)
+    second = subprocess.run([path], timeout=30, env={**os.environ, "XDG_RUNTIME_DIR": str(other)})
     expect(second.returncode == 0, "a second start did not hand over to the first")
+
+
+class StartBesideASilentOne:
+    """A start on a library that is held by somebody who does not answer. It tries for a while."""
+
+    def __init__(self, path, out):
+        data = out / "held"
+        self.folder = data / "VORN"
+        shutil.rmtree(data, ignore_errors=True)
+        self.folder.mkdir(parents=True)
+        self.lock = (self.folder / "vorn-desktop.lock").open("w")
+        fcntl.flock(self.lock, fcntl.LOCK_EX)
+        self.process = subprocess.Popen([path], env={**os.environ, "XDG_DATA_HOME": str(data)},
+                                        stderr=subprocess.PIPE, text=True)
+
+    def expect_refusal(self):
+        words = self.process.communicate(timeout=60)[1]
+        expect(self.process.returncode == 1 and "Another VORN Desktop works on this library" in words,
+               f"a start beside a silent one ended with {self.process.returncode}: {words}")
+        expect([file.name for file in self.folder.iterdir()] == ["vorn-desktop.lock"],
+               "a start beside a silent one wrote to its library")
 
 
 def main():
@@ -118,6 +142,7 @@ def main():
     packages.mkdir()
 
     program = Program(path, pictures)
+    silent = StartBesideASilentOne(path, out)
     try:
         program.press("Library")
         program.wait("Select a Take")
@@ -128,7 +153,8 @@ def main():
         walk_through_tabs(program, manifest)
         choose_reference(program, manifest)
         package = export(program, packages)
-        raise_by_second_start(path)
+        raise_by_second_start(path, out)
+        silent.expect_refusal()
     except JourneyError as error:
         program.picture("failed")
         sys.exit(f"The journey failed: {error}. On the screen: {program.texts()}")
