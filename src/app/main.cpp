@@ -34,7 +34,9 @@ int main(int argc, char *argv[])
 
     applyLook();
     AppStore store;
-    if (instance.outcome() == Outcome::unguarded)
+    if (instance.outcome() == Outcome::first)
+        store.removeAbandonedSaves();
+    else
         store.log(instance.sentence(), true);
     QObject::connect(&store, &AppStore::exportCreated, &revealFile);
     LANDiscovery catalogs;

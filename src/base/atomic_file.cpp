@@ -3,6 +3,9 @@
 #include "base/files.h"
 #include "base/off_thread.h"
 
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
 #include <QUuid>
 
 #include <fcntl.h>
@@ -20,13 +23,17 @@ using namespace Qt::StringLiterals;
 namespace vorn {
 namespace {
 
+// Around 32 hexadecimal digits. Says whose it is, and has room beside any name.
+constexpr auto temporaryPrefix = "vorn-desktop-"_L1;
+constexpr auto temporarySuffix = ".tmp"_L1;
+
 /// A file that goes away again unless it has been given its final name.
 class TemporaryFile {
 public:
     TemporaryFile(const QString &finalPath, FileMode mode)
         : m_finalPath(finalPath),
-          m_path(nativePath(finalPath + u"."_s + QUuid::createUuid().toString(QUuid::Id128)
-                            + u".tmp"_s)),
+          m_path(nativePath(folderOf(finalPath) + u'/' + temporaryPrefix
+                            + QUuid::createUuid().toString(QUuid::Id128) + temporarySuffix)),
           m_file(::open(m_path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                         mode_t(mode)))
     {
@@ -118,6 +125,16 @@ void writeFileAtomically(const QString &path, std::span<const QByteArray> pieces
 void writeFileAtomically(const QString &path, const QByteArray &bytes, FileMode mode)
 {
     writeFileAtomically(path, std::span(&bytes, 1), mode);
+}
+
+void removeAbandonedWrites(const QString &folder)
+{
+    static const QRegularExpression ours(QRegularExpression::anchoredPattern(
+        temporaryPrefix + u"[0-9a-f]{32}"_s + QRegularExpression::escape(temporarySuffix)));
+    for (const QString &name : QDir(folder).entryList(QDir::Files | QDir::NoSymLinks)) {
+        if (ours.match(name).hasMatch())
+            QFile::remove(folder + u'/' + name);
+    }
 }
 
 } // namespace vorn

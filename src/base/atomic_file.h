@@ -21,4 +21,8 @@ enum class FileMode : std::uint32_t { followUmask = 0666, ownerOnly = 0600 };
 void writeFileAtomically(const QString &path, std::span<const QByteArray> pieces, FileMode mode);
 void writeFileAtomically(const QString &path, const QByteArray &bytes, FileMode mode);
 
+/// Removes what writes into `folder` have left whose process was killed, told by the names of its
+/// files. For who knows that nobody writes there now. What cannot be removed waits for next time.
+void removeAbandonedWrites(const QString &folder);
+
 } // namespace vorn

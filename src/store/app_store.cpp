@@ -103,6 +103,12 @@ void AppStore::save()
     }
 }
 
+void AppStore::removeAbandonedSaves()
+{
+    m_ui.assertCurrent();
+    m_file.removeAbandonedSaves();
+}
+
 void AppStore::log(const QString &message, bool error)
 {
     m_ui.assertCurrent();

@@ -85,6 +85,10 @@ public:
 
     void log(const QString &message, bool error = false);
 
+    /// Removes what saves of killed processes have left in the library's folder. Only for who holds
+    /// its lock: the files could be another process's that is writing them.
+    void removeAbandonedSaves();
+
     /// A blank name does nothing. The new project is selected.
     void createProject(const QString &name);
     /// Raises the project's revision. Nothing happens for a blank or the same name, or where no

@@ -216,6 +216,15 @@ std::optional<QString> LibraryFile::save(const VORNLibrary &library)
     return std::exchange(m_kept, std::nullopt);
 }
 
+void LibraryFile::removeAbandonedSaves() const
+{
+    removeAbandonedWrites(m_folder);
+    try {
+        removeAbandonedWrites(folderOf(placeOf(path()).file)); // elsewhere where it is a link
+    } catch (const FileError &) { // NOLINT(bugprone-empty-catch): load() has told of it
+    }
+}
+
 void LibraryFile::wasSaved(const QString &file)
 {
     m_known = Known::library;

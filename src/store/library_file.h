@@ -38,6 +38,9 @@ public:
     /// mount: that one is not replaced.
     std::optional<QString> save(const VORNLibrary &library);
 
+    /// Removes what saves of killed processes have left. Only for who holds the folder's lock.
+    void removeAbandonedSaves() const;
+
     /// The texts of all takes. Pure, so that another thread can prepare a large save.
     [[nodiscard]] static EncodedTakes encodedTakes(const VORNLibrary &library);
 

@@ -132,6 +132,14 @@ class StartBesideASilentOne:
                "a start beside a silent one wrote to its library")
 
 
+def leave_abandoned_save():
+    folder = pathlib.Path(os.environ["XDG_DATA_HOME"]) / "VORN"
+    folder.mkdir(exist_ok=True)
+    save = folder / f"vorn-desktop-{'0' * 32}.tmp"
+    save.write_text("a part")
+    return save
+
+
 def main():
     path, take, out = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys.argv[3])
     pictures = out / "pictures"
@@ -141,6 +149,7 @@ def main():
     shutil.rmtree(packages, ignore_errors=True)
     packages.mkdir()
 
+    abandoned = leave_abandoned_save()
     program = Program(path, pictures)
     silent = StartBesideASilentOne(path, out)
     try:
@@ -155,6 +164,7 @@ def main():
         package = export(program, packages)
         raise_by_second_start(path, out)
         silent.expect_refusal()
+        expect(not abandoned.exists(), "what a killed save has left was not removed")
     except JourneyError as error:
         program.picture("failed")
         sys.exit(f"The journey failed: {error}. On the screen: {program.texts()}")

@@ -401,7 +401,9 @@ private Q_SLOTS:
         QCOMPARE(AppStore(root()).library(), absent.library());
 
         writePlain(real, "spoilt");
+        writePlain(disk + u"/vorn-desktop-"_s + QString(32, u'0') + u".tmp"_s, "of a killed save");
         AppStore store(root());
+        store.removeAbandonedSaves();
         store.createProject(u"Night"_s);
         QCOMPARE(AppStore(root()).library(), store.library());
         QCOMPARE(QDir(disk).entryList(QDir::Files).size(), 2); // the library, and the one kept

@@ -115,6 +115,23 @@ private Q_SLOTS:
                          + store.library().projects[1].takes.size(),
                      std::size_t{200});
         }
+        const auto files = [&] {
+            return QDir(folder.path())
+                .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+        };
+        QVERIFY2(files().size() > 2, "no kill has left anything");
+        QStringList others{u"collector-id.txt"_s, u"library.json"_s};
+        const QString ours = u"vorn-desktop-0123456789abcdef0123456789abcde"_s;
+        for (const QString &name : {u"library.json.tmp"_s, ours + u".tmp"_s, ours + u"f.tmp\n"_s}) {
+            writePlain(folder.filePath(name), "somebody's");
+            others << name;
+        }
+        others << ours + u"0.tmp"_s << ours + u"1.tmp"_s;
+        QVERIFY(QDir(folder.path()).mkdir(ours + u"0.tmp"_s));
+        QVERIFY(QFile::link(folder.filePath(others[1]), folder.filePath(ours + u"1.tmp"_s)));
+        AppStore(folder.path()).removeAbandonedSaves();
+        others.sort();
+        QCOMPARE(files(), others);
     }
 
     void aLateMountIsNotWrittenOver()
