@@ -14,9 +14,8 @@ const LiveCamera *findCamera(std::span<const LiveCamera> cameras, const std::opt
     return found == cameras.end() ? nullptr : &*found;
 }
 
-std::vector<const LiveCamera *>
-cameraWallCameras(std::span<const LiveCamera> cameras, WallTime now,
-                  const std::function<bool(const QString &, const QString &)> &isBefore)
+std::vector<const LiveCamera *> cameraWallCameras(std::span<const LiveCamera> cameras, WallTime now,
+                                                  const CameraOrder &isBefore)
 {
     std::vector<const LiveCamera *> wall;
     wall.reserve(cameras.size());
@@ -24,10 +23,10 @@ cameraWallCameras(std::span<const LiveCamera> cameras, WallTime now,
         if (!camera.isDirector())
             wall.push_back(&camera);
     }
-    const auto offline = std::ranges::stable_partition(
-        wall, [now](const LiveCamera *camera) { return camera->isOnline(now); });
-    std::ranges::stable_sort(wall.begin(), offline.begin(), isBefore, &LiveCamera::name);
-    std::ranges::stable_sort(offline, isBefore, &LiveCamera::name);
+    std::ranges::sort(wall, [&](const LiveCamera *a, const LiveCamera *b) {
+        const bool isOnline = a->isOnline(now);
+        return isOnline == b->isOnline(now) ? isBefore(*a, *b) : isOnline;
+    });
     return wall;
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "director/live_edit_timeline.h"
+#include "live/camera_order.h"
 #include "live/live_camera.h"
 #include "preview/preview_network_policy.h"
 
 #include <QString>
 
-#include <functional>
 #include <optional>
 #include <set>
 #include <span>
@@ -33,11 +33,10 @@ struct AudioChannelState {
 [[nodiscard]] const LiveCamera *findCamera(std::span<const LiveCamera> cameras,
                                            const std::optional<QString> &id);
 
-/// All but directors: online ones before offline ones, each in the order of their names as
-/// `isBefore` (localizedLess) has it. Equal names keep their order.
+/// All but directors: online ones before offline ones, each in the order of `isBefore`
+/// (cameraOrder).
 [[nodiscard]] std::vector<const LiveCamera *>
-cameraWallCameras(std::span<const LiveCamera> cameras, WallTime now,
-                  const std::function<bool(const QString &, const QString &)> &isBefore);
+cameraWallCameras(std::span<const LiveCamera> cameras, WallTime now, const CameraOrder &isBefore);
 
 /// The first of the list that is online and no director.
 [[nodiscard]] const LiveCamera *firstOnlineCamera(std::span<const LiveCamera> cameras,

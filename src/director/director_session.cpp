@@ -1,6 +1,5 @@
 #include "director/director_session.h"
 
-#include "base/text_order.h"
 #include "director/camera_status_text.h"
 #include "director/edit_log_text.h"
 #include "live/live_camera_discovery.h"
@@ -55,7 +54,7 @@ DirectorSession::DirectorSession(AppStore &store, LiveCameraDiscovery &discovery
       m_store(store),
       m_discovery(discovery),
       m_settings(settings),
-      m_isBefore(localizedLess()),
+      m_isBefore(cameraOrder()),
       m_plannedTakeID(u"take-"_s + QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss"_s))
 {
     m_ui.assertCurrent();

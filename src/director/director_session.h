@@ -11,7 +11,6 @@
 
 #include <array>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -137,7 +136,7 @@ private:
     LiveCameraDiscovery &m_discovery;
     QSettings &m_settings;
     LivePreviewStore m_previews;
-    std::function<bool(const QString &, const QString &)> m_isBefore;
+    CameraOrder m_isBefore;
     QString m_plannedTakeID VORN_OWNED_BY(m_ui);
     LiveEditTimeline m_timeline VORN_OWNED_BY(m_ui);
     double m_fadeDuration VORN_OWNED_BY(m_ui) = 1.0;

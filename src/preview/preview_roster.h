@@ -14,7 +14,8 @@ namespace vorn::LivePreviewRoster {
 
 inline constexpr std::size_t maximumCameras = 4;
 
-/// The first four, in list order, of those that are online and no director's desk.
+/// Those that are online and no director's desk, in list order; the first four of cameraOrder()
+/// where there are more.
 [[nodiscard]] std::vector<LiveCamera> eligible(std::span<const LiveCamera> cameras, WallTime at);
 [[nodiscard]] std::set<QString> eligibleIDs(std::span<const LiveCamera> cameras, WallTime at);
 

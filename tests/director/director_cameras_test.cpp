@@ -1,4 +1,3 @@
-#include "base/text_order.h"
 #include "director/director_cameras.h"
 
 #include <QtTest>
@@ -69,9 +68,9 @@ private Q_SLOTS:
             camera(u"gone"_s, u"Able"_s, 29s),
             camera(u"b"_s, u"bravo"_s, 0ms, u"director's cut"_s),
         };
-        const auto wall = cameraWallCameras(cameras, now, localizedLess());
-        QCOMPARE(idsOf(wall).join(u", "), u"b, twin 2, twin 1, z, gone, late"_s);
-        QVERIFY(cameraWallCameras({}, now, localizedLess()).empty());
+        const auto wall = cameraWallCameras(cameras, now, cameraOrder());
+        QCOMPARE(idsOf(wall).join(u", "), u"b, twin 1, twin 2, z, gone, late"_s);
+        QVERIFY(cameraWallCameras({}, now, cameraOrder()).empty());
         // Preview is filled in the list's order, which is not the wall's.
         QCOMPARE(firstOnlineCamera(cameras, now)->id, u"z"_s);
         QVERIFY(!firstOnlineCamera(cameras, now + 7s));

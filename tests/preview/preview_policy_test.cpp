@@ -106,6 +106,11 @@ private Q_SLOTS:
                        camera(u"d"_s), camera(u"e"_s, {}, 10s), camera(u"f"_s),
                        camera(u"g"_s)}
             << IDs{u"a"_s, u"b"_s, u"d"_s, u"f"_s};
+        // They change places in the list with each of their updates.
+        QTest::newRow("the same of one name")
+            << Cameras{camera(u"e"_s), camera(u"d"_s), camera(u"c"_s), camera(u"b"_s),
+                       camera(u"a"_s)}
+            << IDs{u"a"_s, u"b"_s, u"c"_s, u"d"_s};
     }
 
     void letsTheFirstFourCamerasStream()
