@@ -4,7 +4,10 @@
 
 #include <QtEndian>
 
+#include <avahi-common/domain.h>
+
 #include <algorithm>
+#include <array>
 #include <iterator>
 
 using namespace std::chrono_literals;
@@ -43,6 +46,20 @@ std::optional<QByteArrayList> stringsOf(AvahiStringList *txt)
     }
     std::ranges::reverse(strings);
     return strings;
+}
+
+// Avahi writes bytes that are not ASCII letters, digits, "-" or "_" as "\195", and a "." within a
+// label as "\.". Empty when it cannot be shown.
+QString plainHostName(const char *escaped)
+{
+    QByteArrayList labels;
+    std::array<char, AVAHI_LABEL_MAX> label{};
+    while (*escaped) {
+        if (!avahi_unescape_label(&escaped, label.data(), label.size()))
+            return {};
+        labels.append(QByteArray(label.data()));
+    }
+    return utf8Text(labels.join('.')).value_or(QString());
 }
 
 // To the character. What is no UTF-8 (RFC 6763 section 4.1.1) Avahi does not resolve.
@@ -279,7 +296,7 @@ void ServiceBrowserWorker::resolveHappened(const Key &key, AvahiResolverEvent ev
     report(key, ResolvedService{
                     .name = nameOf(key),
                     .type = m_browses[key.first].type,
-                    .hostName = QString::fromUtf8(hostName),
+                    .hostName = plainHostName(hostName),
                     .address = QHostAddress(qFromBigEndian(address->data.ipv4.address)),
                     .port = port,
                     .txt = std::move(*strings),

@@ -37,9 +37,12 @@ std::optional<QUrl> urlOf(const QString &scheme, const QString &host, int port, 
     url.setPort(port);
     // Every character is one of the path: "?", "#" and "%" are encoded.
     url.setPath(path, QUrl::DecodedMode);
+    // Addresses have other letters than ASCII in a form of their own (RFC 3492).
+    const QString plainHost = QString::fromLatin1(QUrl::toAce(host));
     const bool isWhole = url.isValid() && !scheme.isEmpty() && url.scheme() == scheme.toLower()
-                         && url.host().compare(host, Qt::CaseInsensitive) == 0 && url.port() == port
-                         && url.userInfo().isEmpty() && !url.hasQuery() && !url.hasFragment();
+                         && !plainHost.isEmpty() && url.host(QUrl::FullyEncoded) == plainHost
+                         && url.port() == port && url.userInfo().isEmpty() && !url.hasQuery()
+                         && !url.hasFragment();
     return isWhole ? std::optional(url) : std::nullopt;
 }
 

@@ -143,15 +143,20 @@ private Q_SLOTS:
         QByteArrayList large;
         for (int i = 0; i < 33; ++i)
             large.append("k" + QByteArray::number(i) + '=' + QByteArray(248, 'x'));
-        m_dns.address("evil@host", 11).send();
+        m_dns.address("evil@host", 11).address("Télé", 13).send();
         send("no port", "first", 0, {"a=b"});
         send("bad host", "evil@host", 8443, {"a=b"});
         send("not UTF-8 \xFF", "first", 8443, {"a=b"});
         send("large", "first", 8443, large);
         send("large enough", "first", 8443, large.first(32));
+        send("no ASCII", "Télé", 8443, {"a=b"});
         complete("real");
-        QTRY_COMPARE_WITH_TIMEOUT(names(*m_discovery),
-                                  QStringList({u"first"_s, u"large enough"_s, u"real"_s}), limitMs);
+        QTRY_COMPARE_WITH_TIMEOUT(
+            names(*m_discovery),
+            QStringList({u"first"_s, u"large enough"_s, u"no ASCII"_s, u"real"_s}), limitMs);
+        const DiscoveredDevice &accented = m_discovery->devices()[2];
+        QCOMPARE(accented.catalogURL, QUrl(u"https://télé.local:8443/vorn/v1/catalog"_s));
+        QCOMPARE(accented.address, QHostAddress(u"10.77.0.13"_s));
     }
 
 private:
