@@ -3,9 +3,10 @@
 #include "base/monotonic_clock.h"
 #include "live/ports.h"
 #include "net/ipv4_socket.h"
-#include "net/network_interfaces.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 #include <utility>
 #include <variant>
 
@@ -90,18 +91,26 @@ void LiveDiscoveryWorker::openSocket()
     }
     askForReceiveBuffer(socket, receiveBufferBytes);
     m_socket = std::move(socket);
-    joinGroup();
+    m_links.clear(); // none of which it has joined
+    followLinks();
     m_readable = std::make_unique<QSocketNotifier>(m_socket.get(), QSocketNotifier::Read);
     connect(m_readable.get(), &QSocketNotifier::activated, this, &LiveDiscoveryWorker::receive);
     Q_EMIT opened();
 }
 
-void LiveDiscoveryWorker::joinGroup()
+void LiveDiscoveryWorker::followLinks()
 {
-    if (!m_socket.isOpen())
+    std::optional<std::vector<NetworkLink>> links = localIPv4Links();
+    if (!links || *links == m_links)
         return;
-    for (const QString &address : localIPv4Links())
-        joinMulticastGroup(m_socket, statusGroup, address);
+    // What changed is left first and joined anew, so that the network is told again who listens.
+    for (const NetworkLink &link : m_links) {
+        if (std::ranges::find(*links, link) == links->end())
+            leaveMulticastGroup(m_socket, statusGroup, link.interfaceIndex);
+    }
+    m_links = *std::move(links);
+    for (const NetworkLink &link : m_links)
+        joinMulticastGroup(m_socket, statusGroup, link.interfaceIndex);
 }
 
 void LiveDiscoveryWorker::startLivenessTimer()
@@ -134,13 +143,13 @@ void LiveDiscoveryWorker::scanUnlessOnline(bool isAnyOnline)
     m_isAskingOnline = false;
     // It may have been stopped while the question was on its way.
     if (!isAnyOnline && m_scanTimer)
-        beginScan();
+        rescan();
 }
 
 void LiveDiscoveryWorker::rescan()
 {
     m_discovery.assertCurrent();
-    joinGroup();
+    followLinks();
     beginScan();
 }
 
@@ -148,7 +157,9 @@ void LiveDiscoveryWorker::beginScan()
 {
     if (m_scan.isRunning())
         return;
-    std::deque<QString> hosts = hostsToScan(localIPv4Links());
+    std::vector<QString> addresses;
+    std::ranges::transform(m_links, std::back_inserter(addresses), &NetworkLink::address);
+    std::deque<QString> hosts = hostsToScan(addresses);
     if (hosts.empty())
         return;
     Q_EMIT scanningChanged(true);
@@ -164,7 +175,9 @@ void LiveDiscoveryWorker::receive()
         const std::optional<ReceivedDatagram> datagram = receiveDatagram(m_socket, buffer);
         if (!datagram)
             break;
-        take(std::span(buffer).first(datagram->size), datagram->host);
+        // Whoever is listed is asked for pictures.
+        if (isNearby(QHostAddress(datagram->host), m_links))
+            take(std::span(buffer).first(datagram->size), datagram->host);
     }
     postBatch();
 }

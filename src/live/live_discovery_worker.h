@@ -6,6 +6,7 @@
 #include "live/peer_snapshot_orders.h"
 #include "live/snapshot_batch.h"
 #include "live/transfer_mode_request.h"
+#include "net/network_interfaces.h"
 
 #include <QObject>
 #include <QSet>
@@ -33,7 +34,7 @@ public:
     void start();
     /// Closes the socket and ends timers and scan. Requests under way still expire.
     void stop();
-    /// Joins the group on links that came up since, and scans.
+    /// Listens on the links that are there now, and scans.
     void rescan();
     /// The answer to onlineAsked().
     void scanUnlessOnline(bool isAnyOnline);
@@ -62,7 +63,8 @@ Q_SIGNALS:
 
 private:
     void openSocket() VORN_RUNS_ON(m_discovery);
-    void joinGroup() VORN_RUNS_ON(m_discovery);
+    /// Listens on the links that are there now.
+    void followLinks() VORN_RUNS_ON(m_discovery);
     void startScanTimer() VORN_RUNS_ON(m_discovery);
     void startLivenessTimer() VORN_RUNS_ON(m_discovery);
     void beginScan() VORN_RUNS_ON(m_discovery);
@@ -77,6 +79,7 @@ private:
     const std::chrono::milliseconds m_requestLifetime;
     FileDescriptor m_socket VORN_OWNED_BY(m_discovery);
     std::unique_ptr<QSocketNotifier> m_readable VORN_OWNED_BY(m_discovery);
+    std::vector<NetworkLink> m_links VORN_OWNED_BY(m_discovery); ///< where the group was joined
     std::unique_ptr<QTimer> m_scanTimer VORN_OWNED_BY(m_discovery);
     std::unique_ptr<QTimer> m_livenessTimer VORN_OWNED_BY(m_discovery);
     PeerSnapshotOrders m_orders VORN_OWNED_BY(m_discovery);

@@ -1,5 +1,7 @@
 #include "net/ipv4_socket.h"
 
+#include "net/network_interfaces.h"
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -18,6 +20,13 @@ std::optional<in_addr> parsed(const QString &host)
         || ::inet_pton(AF_INET, host.toLatin1().constData(), &address) != 1)
         return std::nullopt;
     return address;
+}
+
+/// Where something may be sent to; absent when that is no address, or not nearby.
+std::optional<in_addr> reachable(const QString &host)
+{
+    const auto address = parsed(host);
+    return address && isNearby(QHostAddress(ntohl(address->s_addr))) ? address : std::nullopt;
 }
 
 sockaddr_in endpoint(in_addr address, std::uint16_t port)
@@ -55,6 +64,15 @@ bool wouldBlock()
     return errno == EAGAIN || errno == EWOULDBLOCK;
 }
 
+void setMembership(const FileDescriptor &socket, int option, const QString &group,
+                   unsigned interfaceIndex)
+{
+    const ip_mreqn membership{.imr_multiaddr = parsed(group).value_or(in_addr{}),
+                              .imr_address = {},
+                              .imr_ifindex = int(interfaceIndex)};
+    static_cast<void>(setOption(socket, IPPROTO_IP, option, membership));
+}
+
 } // namespace
 
 bool isIPv4Address(const QString &host)
@@ -81,15 +99,15 @@ void askForReceiveBuffer(const FileDescriptor &socket, int bytes)
     static_cast<void>(setOption(socket, SOL_SOCKET, SO_RCVBUF, bytes));
 }
 
-void joinMulticastGroup(const FileDescriptor &socket, const QString &group,
-                        const QString &interfaceAddress)
+void joinMulticastGroup(const FileDescriptor &socket, const QString &group, unsigned interfaceIndex)
 {
-    const auto multicast = parsed(group);
-    const auto local = parsed(interfaceAddress);
-    if (!multicast || !local)
-        return;
-    const ip_mreq membership{.imr_multiaddr = *multicast, .imr_interface = *local};
-    static_cast<void>(setOption(socket, IPPROTO_IP, IP_ADD_MEMBERSHIP, membership));
+    setMembership(socket, IP_ADD_MEMBERSHIP, group, interfaceIndex);
+}
+
+void leaveMulticastGroup(const FileDescriptor &socket, const QString &group,
+                         unsigned interfaceIndex)
+{
+    setMembership(socket, IP_DROP_MEMBERSHIP, group, interfaceIndex);
 }
 
 std::optional<ReceivedDatagram> receiveDatagram(const FileDescriptor &socket,
@@ -110,7 +128,7 @@ std::optional<ReceivedDatagram> receiveDatagram(const FileDescriptor &socket,
 bool sendDatagram(const FileDescriptor &socket, const QByteArray &data, const QString &host,
                   std::uint16_t port)
 {
-    const auto address = parsed(host);
+    const auto address = reachable(host);
     if (!address)
         return false;
     const sockaddr_in to = endpoint(*address, port);
@@ -123,7 +141,7 @@ bool sendDatagram(const FileDescriptor &socket, const QByteArray &data, const QS
 
 FileDescriptor beginConnection(const QString &host, std::uint16_t port)
 {
-    const auto address = parsed(host);
+    const auto address = reachable(host);
     FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     if (!address || !socket.isOpen())
         return {};

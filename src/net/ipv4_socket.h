@@ -11,6 +11,7 @@
 #include <span>
 
 /// IPv4 sockets, none of which ever blocks. A host is a dotted address; names are not looked up.
+/// Nothing is sent or opened to a host that is not nearby (see isNearby).
 namespace vorn {
 
 struct ReceivedDatagram {
@@ -30,21 +31,25 @@ struct ReceivedDatagram {
 /// Asks for room for waiting datagrams; the system may give less.
 void askForReceiveBuffer(const FileDescriptor &socket, int bytes);
 
-/// Joins a multicast group on the interface with this address. A failure, also because it is joined
-/// already, is nothing that anybody could act upon.
+/// Joins a multicast group on an interface. A failure, also because it is joined already, is
+/// nothing that anybody could act upon.
 void joinMulticastGroup(const FileDescriptor &socket, const QString &group,
-                        const QString &interfaceAddress);
+                        unsigned interfaceIndex);
+
+/// Leaves the group there, also when the interface itself has gone: a socket has few memberships.
+void leaveMulticastGroup(const FileDescriptor &socket, const QString &group,
+                         unsigned interfaceIndex);
 
 /// The next datagram that waits; absent when none does.
 [[nodiscard]] std::optional<ReceivedDatagram> receiveDatagram(const FileDescriptor &socket,
                                                               std::span<std::byte> buffer);
 
-/// False unless the whole datagram was taken by the system.
+/// False unless the host is nearby and the whole datagram was taken by the system.
 [[nodiscard]] bool sendDatagram(const FileDescriptor &socket, const QByteArray &data,
                                 const QString &host, std::uint16_t port);
 
 /// A TCP socket whose connection is under way: it becomes writable when that has come to an end.
-/// Not open when it failed at once.
+/// Not open when the host is not nearby, or it failed at once.
 [[nodiscard]] FileDescriptor beginConnection(const QString &host, std::uint16_t port);
 
 /// True when the connection that was under way stands.

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <QHostAddress>
 #include <QString>
 
+#include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -12,8 +15,25 @@ namespace vorn {
 /// are the system's IFF_ bits.
 [[nodiscard]] bool isLanInterface(std::string_view name, unsigned flags);
 
-/// The dotted IPv4 addresses of this computer on such interfaces, in the system's order. Empty when
-/// there are none, or the system does not tell.
-[[nodiscard]] std::vector<QString> localIPv4Links();
+/// An IPv4 address of this computer on such an interface.
+struct NetworkLink {
+    unsigned interfaceIndex = 0; ///< the system's; an interface that is made anew has another
+    QString address;             ///< dotted
+    int prefixLength = 0;        ///< of the network that it is on
+    bool hasCarrier = false;     ///< a cable that is out has none, nor a Wi-Fi that is out of reach
+
+    bool operator==(const NetworkLink &) const = default;
+};
+
+/// In the system's order. Absent when the system does not tell, as when no descriptor is left.
+[[nodiscard]] std::optional<std::vector<NetworkLink>> localIPv4Links();
+
+/// True for an IPv4 address that may be a phone's: on the network of one of `links`, or for private
+/// use (RFC 1918), link-local (RFC 3927) or loopback. No other is ever spoken to: what strangers
+/// announce must not make this computer call somebody on the internet.
+[[nodiscard]] bool isNearby(const QHostAddress &address, std::span<const NetworkLink> links);
+
+/// The same, with the links as they are now.
+[[nodiscard]] bool isNearby(const QHostAddress &address);
 
 } // namespace vorn

@@ -1,6 +1,7 @@
 #include "net/service_browser_worker.h"
 
 #include "base/text_form.h"
+#include "net/network_interfaces.h"
 
 #include <QtEndian>
 
@@ -289,7 +290,10 @@ void ServiceBrowserWorker::resolveHappened(const Key &key, AvahiResolverEvent ev
         return;
     }
     std::optional<QByteArrayList> strings = stringsOf(txt);
-    if (!address || address->proto != AVAHI_PROTO_INET || !strings) {
+    const QHostAddress host = address && address->proto == AVAHI_PROTO_INET
+                                  ? QHostAddress(qFromBigEndian(address->data.ipv4.address))
+                                  : QHostAddress();
+    if (!strings || !isNearby(host)) {
         giveUp(key);
         return;
     }
@@ -297,7 +301,7 @@ void ServiceBrowserWorker::resolveHappened(const Key &key, AvahiResolverEvent ev
                     .name = nameOf(key),
                     .type = m_browses[key.first].type,
                     .hostName = plainHostName(hostName),
-                    .address = QHostAddress(qFromBigEndian(address->data.ipv4.address)),
+                    .address = host,
                     .port = port,
                     .txt = std::move(*strings),
                 });

@@ -1,5 +1,6 @@
 #include "transfer/authenticated_transfer_client.h"
 
+#include "net/network_interfaces.h"
 #include "transfer/connection_error.h"
 #include "transfer/pairing_messages.h"
 #include "transfer/range_answer.h"
@@ -34,16 +35,30 @@ QByteArray targetOf(const QUrl &url)
     return target.startsWith('/') ? target : '/' + target;
 }
 
+/// Where the camera was resolved to be.
+QHostAddress addressOf(const DiscoveredDevice &device)
+{
+    const QHostAddress address =
+        device.address.isNull() ? QHostAddress(device.catalogURL.host()) : device.address;
+    if (address.protocol() != QAbstractSocket::IPv4Protocol)
+        throw TransferConnectionError(u"The camera's network address is not known."_s);
+    return address;
+}
+
+/// The camera may be on a network that this computer has left since.
+void requireNearby(const QHostAddress &address)
+{
+    if (!isNearby(address))
+        throw connectionError(HttpsError(HttpsError::Case::unreachable));
+}
+
 /// The camera's server as it was advertised, at the address that was resolved.
-HttpsOrigin originOf(const DiscoveredDevice &device, const QString &fingerprint)
+HttpsOrigin originOf(const DiscoveredDevice &device, const QHostAddress &address,
+                     const QString &fingerprint)
 {
     constexpr int httpsPort = 443;
     const QUrl &url = device.catalogURL;
-    const QString host = url.host(QUrl::FullyEncoded);
-    const QHostAddress address = device.address.isNull() ? QHostAddress(host) : device.address;
-    if (address.protocol() != QAbstractSocket::IPv4Protocol)
-        throw TransferConnectionError(u"The camera's network address is not known."_s);
-    return {.host = host.toLatin1(),
+    return {.host = url.host(QUrl::FullyEncoded).toLatin1(),
             .port = std::uint16_t(url.port(httpsPort)),
             .address = address.toString().toLatin1(),
             .certificateSHA256 = fingerprint};
@@ -95,8 +110,11 @@ AuthenticatedTransferClient::pair(DiscoveredDevice device, QString pairingCode, 
         TransferProtocol::normalizedSHA256(device.certificateSHA256.value_or(QString()));
     const QUrl url = TransferProtocol::endpoint(device.catalogURL, device.pairPath);
 
+    const QHostAddress address = addressOf(device);
+    requireNearby(address);
+
     const CoreDumpLock coreDumpLock; // the code and the token are in memory from here on
-    auto https = std::make_unique<PinnedHttps>(originOf(device, fingerprint));
+    auto https = std::make_unique<PinnedHttps>(originOf(device, address, fingerprint));
     const std::stop_callback closing(stop, [&connection = *https] { connection.close(); });
     QByteArray codeBytes = code.toUtf8();
     HttpsRequest request =
@@ -110,21 +128,24 @@ AuthenticatedTransferClient::pair(DiscoveredDevice device, QString pairingCode, 
     PairingResponse response = pairingResponseFromJson(answer.body);
     const QDateTime expiry =
         checkedExpiry(response, device, fingerprint, QDateTime::currentDateTimeUtc());
-    co_return std::shared_ptr<AuthenticatedTransferClient>(new AuthenticatedTransferClient(
-        {.deviceId = response.deviceId,
-         .deviceName = device.serviceName,
-         .sessionId = response.sessionId,
-         .expiresAt = expiry,
-         .fingerprint = fingerprint},
-        device.catalogURL, std::move(response.bearerToken), std::move(https), std::move(stop)));
+    co_return std::shared_ptr<AuthenticatedTransferClient>(
+        new AuthenticatedTransferClient({.deviceId = response.deviceId,
+                                         .deviceName = device.serviceName,
+                                         .sessionId = response.sessionId,
+                                         .expiresAt = expiry,
+                                         .fingerprint = fingerprint},
+                                        device.catalogURL, address, std::move(response.bearerToken),
+                                        std::move(https), std::move(stop)));
 }
 
 AuthenticatedTransferClient::AuthenticatedTransferClient(TransferSessionSummary summary,
-                                                         QUrl catalogURL, SecretBytes token,
+                                                         QUrl catalogURL, QHostAddress address,
+                                                         SecretBytes token,
                                                          std::unique_ptr<PinnedHttps> https,
                                                          std::stop_token stop)
     : m_summary(std::move(summary)),
       m_catalogURL(std::move(catalogURL)),
+      m_address(std::move(address)),
       m_coreDumpLock(std::in_place),
       m_bearerToken(std::move(token)),
       m_https(std::move(https)),
@@ -144,6 +165,7 @@ HttpsRequest AuthenticatedTransferClient::authorizedRequest(const QUrl &url) con
     require(url.scheme() == u"https" && TransferProtocol::isSameOrigin(url, m_catalogURL)
                 && url.userInfo().isEmpty(),
             u"Transfer request attempted to leave the paired HTTPS origin."_s);
+    requireNearby(m_address);
     const QByteArray session = m_summary.sessionId.toUtf8();
     // A closed session has no token; the connection refuses, being closed as well.
     require((m_bearerToken.empty() || isHeaderToken(m_bearerToken)) && isHeaderToken(session),

@@ -9,6 +9,7 @@
 #include <QByteArray>
 #include <QCoroTask>
 #include <QDateTime>
+#include <QHostAddress>
 #include <QString>
 #include <QUrl>
 
@@ -74,7 +75,8 @@ public:
     void invalidate();
 
 private:
-    AuthenticatedTransferClient(TransferSessionSummary summary, QUrl catalogURL, SecretBytes token,
+    AuthenticatedTransferClient(TransferSessionSummary summary, QUrl catalogURL,
+                                QHostAddress address, SecretBytes token,
                                 std::unique_ptr<PinnedHttps> https, std::stop_token stop);
 
     [[nodiscard]] HttpsRequest authorizedRequest(const QUrl &url) const;
@@ -82,6 +84,7 @@ private:
     ThreadContext m_ui;
     const TransferSessionSummary m_summary;
     const QUrl m_catalogURL;
+    const QHostAddress m_address;                                   ///< where its origin is
     std::optional<CoreDumpLock> m_coreDumpLock VORN_OWNED_BY(m_ui); ///< until closed
     SecretBytes m_bearerToken VORN_OWNED_BY(m_ui);                  ///< empty when closed
     std::unique_ptr<PinnedHttps> m_https;

@@ -5,6 +5,7 @@
 #include <net/if.h>
 
 using namespace vorn;
+using namespace Qt::StringLiterals;
 
 class NetworkInterfacesTest : public QObject {
     Q_OBJECT
@@ -31,6 +32,24 @@ private Q_SLOTS:
         QFETCH(const bool, isLan);
         const QByteArray name = QByteArray(QTest::currentDataTag()).split(' ').front();
         QCOMPARE(isLanInterface(name.toStdString(), flags), isLan);
+    }
+
+    void tellsNeighboursFromTheInternet()
+    {
+        const std::vector<NetworkLink> links{
+            {.interfaceIndex = 2, .address = u"198.51.100.130"_s, .prefixLength = 25},
+            {.interfaceIndex = 3, .address = u"192.168.1.20"_s, .prefixLength = 24},
+            {.interfaceIndex = 4, .address = u"100.64.0.1"_s, .prefixLength = 0}};
+        for (const char *near :
+             {"10.0.0.1", "10.255.255.254", "172.16.0.1", "172.31.255.1", "192.168.7.1",
+              "169.254.3.3", "127.0.0.2", "198.51.100.129", "198.51.100.254"})
+            QVERIFY2(isNearby(QHostAddress(QString::fromLatin1(near)), links), near);
+        for (const char *far :
+             {"9.255.255.255", "11.0.0.1", "172.15.255.255", "172.32.0.1", "192.167.1.1",
+              "192.169.1.1", "169.253.1.1", "126.1.1.1", "128.0.0.1", "198.51.100.127",
+              "198.51.101.129", "203.0.113.9", "100.64.0.2", "0.0.0.0", "255.255.255.255",
+              "224.0.0.1", "fe80::1", "::1", ""})
+            QVERIFY2(!isNearby(QHostAddress(QString::fromLatin1(far)), links), far);
     }
 };
 

@@ -105,10 +105,9 @@ MulticastDns &MulticastDns::text(const QByteArray &name, const QByteArray &type,
     return add(QByteArrayList{name} + labelsOf(type), txt, internetUnique, usualLifetime, data);
 }
 
-MulticastDns &MulticastDns::address(const QByteArray &host, quint8 lastByte)
+MulticastDns &MulticastDns::address(const QByteArray &host, quint8 lastByte, quint32 network)
 {
-    return add({host, "local"}, a, internetUnique, usualLifetime,
-               bigEndian(quint32(0x0A4D0000U + lastByte)));
+    return add({host, "local"}, a, internetUnique, usualLifetime, bigEndian(network + lastByte));
 }
 
 MulticastDns &MulticastDns::add(const QByteArrayList &labels, quint16 type, quint16 dnsClass,

@@ -31,8 +31,8 @@ public:
     /// What it says of itself.
     MulticastDns &text(const QByteArray &name, const QByteArray &type,
                        const QByteArrayList &strings);
-    /// The host is at 10.77.0.`lastByte`.
-    MulticastDns &address(const QByteArray &host, quint8 lastByte);
+    /// The host is at 10.77.0.`lastByte`, or in another network.
+    MulticastDns &address(const QByteArray &host, quint8 lastByte, quint32 network = 0x0A4D'0000);
 
 private:
     MulticastDns &add(const QByteArrayList &labels, quint16 type, quint16 dnsClass,

@@ -134,6 +134,17 @@ private Q_SLOTS:
                  code.trimmed());
     }
 
+    void asksNobodyWhoIsNotNearby()
+    {
+        TlsServer server(always(httpWithLength("403 Forbidden", {})));
+        DiscoveredDevice device = deviceAt(server);
+        device.address = QHostAddress(u"0.0.0.0"_s); // the system would take it to this server
+        QCOMPARE(pairing(device).error(),
+                 u"The camera cannot be reached. Check that it is on this network and that its "
+                 "transfer is open."_s);
+        QCOMPARE(server.connections(), 0);
+    }
+
     void sendsWhatTheCameraNeeds()
     {
         PairedCamera camera(QByteArray{});

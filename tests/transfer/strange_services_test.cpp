@@ -143,7 +143,8 @@ private Q_SLOTS:
         QByteArrayList large;
         for (int i = 0; i < 33; ++i)
             large.append("k" + QByteArray::number(i) + '=' + QByteArray(248, 'x'));
-        m_dns.address("evil@host", 11).address("Télé", 13).send();
+        m_dns.address("evil@host", 11).address("far", 9, 0xCB00'7100).address("Télé", 13).send();
+        send("beyond all links", "far", 8443, {"a=b"});
         send("no port", "first", 0, {"a=b"});
         send("bad host", "evil@host", 8443, {"a=b"});
         send("not UTF-8 \xFF", "first", 8443, {"a=b"});
