@@ -46,7 +46,12 @@ LiveDiscoveryWorker::LiveDiscoveryWorker(std::chrono::milliseconds requestLifeti
 {
     m_discovery.assertCurrent();
     connect(&m_scan, &CameraScan::answered, this, &LiveDiscoveryWorker::takeAnswer);
-    connect(&m_scan, &CameraScan::finished, this, [this] { Q_EMIT scanningChanged(false); });
+    connect(&m_scan, &CameraScan::finished, this, [this] {
+        m_discovery.assertCurrent();
+        Q_EMIT scanningChanged(false);
+        if (std::exchange(m_isScanDue, false))
+            beginScan();
+    });
     m_batchPause.setSingleShot(true);
     m_batchPause.callOnTimeout(this, [this] {
         m_discovery.assertCurrent();
@@ -58,6 +63,7 @@ void LiveDiscoveryWorker::start()
 {
     m_discovery.assertCurrent();
     openSocket();
+    watchLinks();
     startScanTimer();
     startLivenessTimer();
 }
@@ -67,9 +73,11 @@ void LiveDiscoveryWorker::stop()
     m_discovery.assertCurrent();
     m_readable.reset();
     m_socket = {};
+    m_linkWatch.reset();
     m_scanTimer.reset();
     m_livenessTimer.reset();
     if (m_scan.isRunning()) {
+        m_isScanDue = false;
         m_scan.stop();
         Q_EMIT scanningChanged(false);
     }
@@ -98,19 +106,33 @@ void LiveDiscoveryWorker::openSocket()
     Q_EMIT opened();
 }
 
-void LiveDiscoveryWorker::followLinks()
+void LiveDiscoveryWorker::watchLinks()
+{
+    if (m_linkWatch)
+        return;
+    m_linkWatch = std::make_unique<LinkWatch>();
+    connect(m_linkWatch.get(), &LinkWatch::changed, this, [this] {
+        m_discovery.assertCurrent();
+        if (followLinks())
+            beginScan();
+    });
+}
+
+bool LiveDiscoveryWorker::followLinks()
 {
     std::optional<std::vector<NetworkLink>> links = localIPv4Links();
     if (!links || *links == m_links)
-        return;
+        return false;
     // What changed is left first and joined anew, so that the network is told again who listens.
     for (const NetworkLink &link : m_links) {
         if (std::ranges::find(*links, link) == links->end())
             leaveMulticastGroup(m_socket, statusGroup, link.interfaceIndex);
     }
     m_links = *std::move(links);
+    m_isScanDue = m_scan.isRunning(); // of the networks of before
     for (const NetworkLink &link : m_links)
         joinMulticastGroup(m_socket, statusGroup, link.interfaceIndex);
+    return true;
 }
 
 void LiveDiscoveryWorker::startLivenessTimer()

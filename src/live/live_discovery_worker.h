@@ -6,6 +6,7 @@
 #include "live/peer_snapshot_orders.h"
 #include "live/snapshot_batch.h"
 #include "live/transfer_mode_request.h"
+#include "net/link_watch.h"
 #include "net/network_interfaces.h"
 
 #include <QObject>
@@ -30,9 +31,9 @@ class LiveDiscoveryWorker : public QObject {
 public:
     explicit LiveDiscoveryWorker(std::chrono::milliseconds requestLifetime);
 
-    /// Opens the socket and starts the timers, whichever is not there.
+    /// Opens the socket, watches the links and starts the timers, whichever is not there.
     void start();
-    /// Closes the socket and ends timers and scan. Requests under way still expire.
+    /// Closes the socket and ends watch, timers and scan. Requests under way still expire.
     void stop();
     /// Listens on the links that are there now, and scans.
     void rescan();
@@ -63,8 +64,9 @@ Q_SIGNALS:
 
 private:
     void openSocket() VORN_RUNS_ON(m_discovery);
-    /// Listens on the links that are there now.
-    void followLinks() VORN_RUNS_ON(m_discovery);
+    void watchLinks() VORN_RUNS_ON(m_discovery);
+    /// Listens on the links that are there now. False when they are those of before.
+    bool followLinks() VORN_RUNS_ON(m_discovery);
     void startScanTimer() VORN_RUNS_ON(m_discovery);
     void startLivenessTimer() VORN_RUNS_ON(m_discovery);
     void beginScan() VORN_RUNS_ON(m_discovery);
@@ -79,11 +81,13 @@ private:
     const std::chrono::milliseconds m_requestLifetime;
     FileDescriptor m_socket VORN_OWNED_BY(m_discovery);
     std::unique_ptr<QSocketNotifier> m_readable VORN_OWNED_BY(m_discovery);
+    std::unique_ptr<LinkWatch> m_linkWatch VORN_OWNED_BY(m_discovery);
     std::vector<NetworkLink> m_links VORN_OWNED_BY(m_discovery); ///< where the group was joined
     std::unique_ptr<QTimer> m_scanTimer VORN_OWNED_BY(m_discovery);
     std::unique_ptr<QTimer> m_livenessTimer VORN_OWNED_BY(m_discovery);
     PeerSnapshotOrders m_orders VORN_OWNED_BY(m_discovery);
     CameraScan m_scan VORN_OWNED_BY(m_discovery);
+    bool m_isScanDue VORN_OWNED_BY(m_discovery) = false; ///< once the one under way has ended
     bool m_isAskingOnline VORN_OWNED_BY(m_discovery) = false;
     SnapshotBatch m_batch VORN_OWNED_BY(m_discovery);
     std::optional<TransferModeRequestState>

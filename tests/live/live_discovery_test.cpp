@@ -22,13 +22,46 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto session = "3f2504e0-4f89-41d3-9a0c-0305e82c3301";
+constexpr int limitMs = 30'000;
 constexpr auto otherSession = "6ba7b810-9dad-11d1-80b4-00c04fd430c8";
 
-void setCable(bool isIn)
+/// `ip` with these arguments, on the desktop's side or the phones'.
+void ip(const QString &arguments)
 {
-    QCOMPARE(
-        QProcess::execute(u"ip"_s, {u"link"_s, u"set"_s, u"lab0"_s, isIn ? u"up"_s : u"down"_s}),
-        0);
+    QCOMPARE(QProcess::execute(u"ip"_s, arguments.split(u' ')), 0);
+}
+
+void ipBeyond(const QString &arguments)
+{
+    QCOMPARE(QProcess::execute(u"nsenter"_s,
+                               QStringList{u"--target"_s, qEnvironmentVariable("VORN_LAB_PHONES"),
+                                           u"--net"_s, u"ip"_s}
+                                   + arguments.split(u' ')),
+             0);
+}
+
+/// Sends the status of camera "a" to the group until it has been heard.
+bool hears(const LiveCameraDiscovery &discovery, const FileDescriptor &phone, int battery)
+{
+    sendToGroup(phone, status(u"a"_s, battery));
+    return batteryOf(discovery, u"a"_s) == battery;
+}
+
+/// True when this computer listens to the group on an interface.
+bool isJoined(const QString &interface)
+{
+    QFile table(u"/proc/self/net/igmp"_s);
+    if (!table.open(QFile::ReadOnly))
+        return false;
+    bool isThere = false;
+    for (const QByteArray &line : table.readAll().split('\n')) {
+        // An interface's line is followed by one for each group, its address as the wire has it.
+        if (!line.startsWith('\t'))
+            isThere = line.simplified().split(' ').value(1) == interface.toLatin1();
+        else if (isThere && line.contains("2A47FFEF"))
+            return true;
+    }
+    return false;
 }
 
 /// TCP sockets of this network that wait for their connection (state 2, SYN_SENT).
@@ -266,27 +299,99 @@ private Q_SLOTS:
         QCOMPARE(batteryOf(discovery, u"a"_s), 6);
     }
 
-    void joinsNetworksThatComeUpLater()
+    void followsItsNetworks()
     {
         const FileDescriptor phone = phoneSocket(u"10.77.0.11"_s);
-        setCable(false);
+        ip(u"link set lab0 down"_s);
         LiveCameraDiscovery discovery;
         const QSignalSpy scans(&discovery, &LiveCameraDiscovery::isActiveScanningChanged);
-        QTRY_VERIFY(discovery.isListening());
-        QTRY_VERIFY(discovery.livenessTick() >= 1);
+        QTRY_VERIFY_WITH_TIMEOUT(discovery.isListening(), limitMs);
+        QTRY_VERIFY_WITH_TIMEOUT(discovery.livenessTick() >= 1, limitMs);
         QCOMPARE(scans.count(), 0); // nobody to ask
-        setCable(true);
-        discovery.rescan();
-        QTRY_VERIFY(discovery.isActiveScanning());
-        const auto hears = [&] {
-            sendToGroup(phone, status(u"a"_s, 5));
-            return batteryOf(discovery, u"a"_s) == 5;
+        // Nobody presses Scan, and the next look of its own would be 15 s away.
+        ip(u"link set lab0 up"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(discovery.isActiveScanning(), 10'000);
+        QTRY_VERIFY_WITH_TIMEOUT(hears(discovery, phone, 1), limitMs);
+        // The cable at another network, before the scan of the first is over; the next one begins
+        // though a camera is online.
+        ip(u"address add 10.79.0.1/24 dev lab0"_s);
+        ip(u"address del 10.77.0.1/24 dev lab0"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(scans.count() >= 3, limitMs);
+        QTRY_VERIFY_WITH_TIMEOUT(hears(discovery, phone, 2), limitMs);
+        // Another cable again and again: a socket has room for 20 memberships, if not fewer.
+        QFile limit(u"/proc/sys/net/ipv4/igmp_max_memberships"_s);
+        QVERIFY(limit.open(QFile::WriteOnly) && limit.write("3") == 1);
+        limit.close();
+        for (int i = 0; i < 4; ++i) {
+            const auto cable = u"lab%1"_s.arg(20 + 2 * i);
+            ip(u"link add %1 type veth peer name %1b"_s.arg(cable));
+            ip(u"address add 10.81.0.1/24 dev %1"_s.arg(cable));
+            ip(u"link set %1 up"_s.arg(cable));
+            QTRY_VERIFY_WITH_TIMEOUT(isJoined(cable), limitMs);
+            ip(u"link del %1"_s.arg(cable));
+        }
+        ip(u"address add 10.77.0.1/24 dev lab0"_s);
+        ip(u"address del 10.79.0.1/24 dev lab0"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(hears(discovery, phone, 3), limitMs);
+    }
+
+    void listensOnNetworksOfPeopleOnly()
+    {
+        ip(u"link add docker7 type veth peer name lab7 netns %1"_s.arg(
+            qEnvironmentVariable("VORN_LAB_PHONES")));
+        ip(u"address add 172.17.0.1/24 dev docker7"_s);
+        ip(u"link set docker7 up"_s);
+        ipBeyond(u"address add 172.17.0.2/24 dev lab7"_s);
+        ipBeyond(u"link set lab7 up"_s);
+        const FileDescriptor phone = phoneSocket(u"10.77.0.11"_s);
+        LiveCameraDiscovery discovery;
+        QTRY_VERIFY_WITH_TIMEOUT(discovery.isListening(), limitMs);
+        QTRY_VERIFY_WITH_TIMEOUT(hears(discovery, phone, 1), limitMs);
+        QVERIFY(isJoined(u"lab0"_s));
+        QVERIFY(!isJoined(u"docker7"_s));
+        ip(u"link del docker7"_s);
+    }
+
+    void leavesStrangersFromAfarAlone()
+    {
+        const auto far = u"203.0.113.9"_s;
+        ipBeyond(u"address add 203.0.113.9/32 dev lab1"_s);
+        ip(u"route add 203.0.113.0/24 dev lab0"_s);
+        const FileDescriptor stranger = phoneSocket(far);
+        const FileDescriptor phone = phoneSocket(u"10.77.0.11"_s);
+        const PhoneServer server(
+            far, [](int connection) { serveIdentity(connection, status(u"far"_s, 1)); });
+        LiveCameraDiscovery discovery;
+        QTRY_VERIFY_WITH_TIMEOUT(discovery.isListening(), limitMs);
+        sendTo(stranger, u"10.77.0.1"_s, status(u"far"_s, 2));
+        sendTo(phone, u"10.77.0.1"_s, status(u"near"_s, 3));
+        QTRY_COMPARE_WITH_TIMEOUT(batteryOf(discovery, u"near"_s), 3, limitMs);
+        QCOMPARE(discovery.cameras().size(), 1U);
+        // Nor does anything leave for there, whoever asks.
+        const auto probe = [&] {
+            CameraProbe asking(far, nullptr);
+            QSignalSpy finished(&asking, &CameraProbe::finished);
+            return finished.wait(limitMs)
+                   && finished.front().front().value<std::optional<LiveCameraPacket>>().has_value();
         };
-        QTRY_VERIFY(hears());
-        // Joining again loses nothing.
-        discovery.rescan();
-        sendToGroup(phone, status(u"a"_s, 6));
-        QTRY_COMPARE(batteryOf(discovery, u"a"_s), 6);
+        QVERIFY(!probe());
+        LiveCamera camera = discovery.cameras().front();
+        camera.host = far;
+        QVERIFY(discovery.requestTransferMode(camera, QString::fromLatin1(session), u"Studio"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(
+            discovery.transferModeRequest() && discovery.transferModeRequest()->isFailure, limitMs);
+        QCOMPARE(discovery.transferModeRequest()->message,
+                 u"The transfer request could not reach near."_s);
+        QCOMPARE(server.connections(), 0);
+        // On a network of ours the same address is a neighbour's.
+        ip(u"address add 203.0.113.1/24 dev lab0"_s);
+        const auto isHeard = [&] {
+            sendTo(stranger, u"10.77.0.1"_s, status(u"far"_s, 4));
+            return batteryOf(discovery, u"far"_s) == 4;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(isHeard(), limitMs);
+        QVERIFY(probe());
+        ip(u"address del 203.0.113.1/24 dev lab0"_s);
     }
 };
 
