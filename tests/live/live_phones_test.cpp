@@ -10,6 +10,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int limitMs = 30'000;
+
 RigPhonesOptions few(int count)
 {
     RigPhonesOptions options;
@@ -87,22 +89,35 @@ private Q_SLOTS:
 
     void outlivesHostilePackets()
     {
+        constexpr auto taken = true;
+        constexpr auto refused = false;
+        const std::vector<std::pair<QString, bool>> packets{
+            {u"largest"_s, taken},         {u"oversized"_s, refused},
+            {u"jumbo"_s, refused},         {u"empty"_s, refused},
+            {u"truncated"_s, refused},     {u"binary"_s, refused},
+            {u"array"_s, refused},         {u"deep"_s, refused},
+            {u"wrong-version"_s, refused}, {u"boolean-version"_s, refused},
+            {u"other-sender"_s, refused},  {u"long-id"_s, refused},
+            {u"null-session"_s, refused},  {u"huge-sequence"_s, refused},
+            {u"huge-numbers"_s, taken},    {u"infinite"_s, refused},
+            {u"wrong-types"_s, refused},   {u"duplicate-keys"_s, taken},
+            {u"invalid-utf8"_s, refused},  {u"markup-name"_s, taken},
+            {u"hidden-name"_s, taken},     {u"long-name"_s, taken}};
         RigPhones phones(few(2));
         phones.must(u"all interval 100"_s);
         LiveCameraDiscovery discovery;
-        QTRY_COMPARE(discovery.cameras().size(), 2U);
-        for (const QString &name :
-             {u"largest"_s,       u"oversized"_s,       u"jumbo"_s,        u"empty"_s,
-              u"truncated"_s,     u"binary"_s,          u"array"_s,        u"deep"_s,
-              u"wrong-version"_s, u"boolean-version"_s, u"other-sender"_s, u"long-id"_s,
-              u"null-session"_s,  u"huge-sequence"_s,   u"huge-numbers"_s, u"infinite"_s,
-              u"wrong-types"_s,   u"duplicate-keys"_s,  u"invalid-utf8"_s, u"markup-name"_s,
-              u"hidden-name"_s,   u"long-name"_s})
+        QTRY_COMPARE_WITH_TIMEOUT(discovery.cameras().size(), 2U, limitMs);
+        phones.must(u"all status off"_s);
+        phones.must(u"all identity garbage"_s);
+        // Each would change what is known of cam-a, and is followed by a right one of cam-b.
+        for (const auto &[name, isTaken] : packets) {
+            const QString before = find(discovery, u"cam-a"_s)->takeId;
+            phones.must(u"all set takeId \"%1\""_s.arg(name));
             phones.must(u"cam-a send "_s + name);
-        phones.must(u"cam-b set battery 4"_s);
-        phones.must(u"cam-a set battery 3"_s);
-        QTRY_COMPARE(batteryOf(discovery, u"cam-b"_s), 4);
-        QTRY_COMPARE(batteryOf(discovery, u"cam-a"_s), 3);
+            phones.must(u"cam-b send largest"_s);
+            QTRY_COMPARE_WITH_TIMEOUT(find(discovery, u"cam-b"_s)->takeId, name, limitMs);
+            QCOMPARE(find(discovery, u"cam-a"_s)->takeId, isTaken ? name : before);
+        }
         QCOMPARE(discovery.cameras().size(), 2U);
     }
 
