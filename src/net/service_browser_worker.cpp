@@ -21,10 +21,14 @@ constexpr std::size_t maximumServices = 512;
 constexpr std::size_t maximumResolves = 16;
 constexpr qsizetype maximumTxtBytes = 8192;
 
-// A service is to be resolved within five seconds. The record that every service should have and
-// few lack is waited for so long that there is time to go on without it.
-constexpr auto txtWait = 4s;
-constexpr auto wholeWait = 5s;
+// A service is to be resolved within five seconds. They pass in turns, after each of which it gives
+// way to others that wait: who answers is mostly there within one, and made-up names hold it up for
+// no longer. What is heard between two turns counts at the next.
+constexpr auto turn = 250ms;
+// The record that every service should have and few lack is waited for so long that there is time
+// to go on without it.
+constexpr int turnsWithTxt = 16;
+constexpr int allTurns = 20;
 
 // Changes are told together: a flood costs the other thread one event in this time.
 constexpr auto flushDelay = 20ms;
@@ -129,8 +133,10 @@ void ServiceBrowserWorker::pause()
         service.interfaces.clear();
         service.silent.clear();
         service.asked = AVAHI_IF_UNSPEC;
+        service.turns = 0;
         service.isStale = true;
     }
+    m_newcomers.clear();
     m_waiting.clear();
     m_resolving.clear();
 }
@@ -162,7 +168,7 @@ void ServiceBrowserWorker::found(const Key &key, AvahiIfIndex interface)
 {
     auto known = m_services.find(key);
     if (known == m_services.end()) {
-        if (m_services.size() >= maximumServices)
+        if (m_services.size() >= maximumServices && !dropUnresolved())
             return;
         known = m_services.emplace(key, Service{}).first;
     }
@@ -170,6 +176,19 @@ void ServiceBrowserWorker::found(const Key &key, AvahiIfIndex interface)
     service.isStale = false;
     service.interfaces.insert(interface);
     chooseInterface(key, service);
+}
+
+/// Takes away the name that has been resolved in vain for the longest; false when there is none.
+bool ServiceBrowserWorker::dropUnresolved()
+{
+    const auto turnsInVain = [](const auto &entry) {
+        return entry.second.isTold ? 0 : entry.second.turns;
+    };
+    const auto longest = std::ranges::max_element(m_services, {}, turnsInVain);
+    if (longest == m_services.end() || turnsInVain(*longest) == 0)
+        return false;
+    remove(Key(longest->first));
+    return true;
 }
 
 void ServiceBrowserWorker::gone(const Key &key, AvahiIfIndex interface)
@@ -188,10 +207,8 @@ void ServiceBrowserWorker::gone(const Key &key, AvahiIfIndex interface)
 
 void ServiceBrowserWorker::remove(const Key &key)
 {
-    const auto known = m_services.find(key);
-    m_services.erase(known);
-    m_resolving.erase(key);
-    std::erase(m_waiting, key);
+    m_services.erase(key);
+    leaveQueues(key);
     report(key, std::nullopt);
     resolveWaiting();
 }
@@ -207,6 +224,13 @@ void ServiceBrowserWorker::removeStale(std::size_t index)
         remove(key);
 }
 
+void ServiceBrowserWorker::leaveQueues(const Key &key)
+{
+    m_resolving.erase(key);
+    std::erase(m_newcomers, key);
+    std::erase(m_waiting, key);
+}
+
 /// Resolves the service where it is now, unless that is under way or was in vain. An address of
 /// this computer alone is the last choice.
 void ServiceBrowserWorker::chooseInterface(const Key &key, Service &service)
@@ -220,52 +244,66 @@ void ServiceBrowserWorker::chooseInterface(const Key &key, Service &service)
                         && (service.asked != loopbackInterface || best == loopbackInterface);
     if (isWell)
         return;
+    const bool isNew = service.asked == AVAHI_IF_UNSPEC && service.silent.empty();
     service.asked = best;
+    service.turns = 0;
     service.resolver.reset();
-    m_resolving.erase(key);
-    std::erase(m_waiting, key);
-    m_waiting.push_back(key);
+    leaveQueues(key);
+    (isNew ? m_newcomers : m_waiting).push_back(key);
     resolveWaiting();
 }
 
 void ServiceBrowserWorker::resolveWaiting()
 {
-    while (m_resolving.size() < maximumResolves && !m_waiting.empty()) {
-        const Key key = m_waiting.front();
-        m_waiting.pop_front();
-        resolve(key, false);
+    for (auto *queue : {&m_newcomers, &m_waiting}) {
+        while (m_resolving.size() < maximumResolves && !queue->empty()) {
+            const Key key = queue->front();
+            queue->pop_front();
+            resolve(key);
+        }
     }
 }
 
-void ServiceBrowserWorker::resolve(const Key &key, bool isWithoutTxt)
+void ServiceBrowserWorker::resolve(const Key &key)
 {
     Service &service = m_services.at(key);
     service.resolver = m_link.connection()->resolve(
         service.asked, key.second, m_browses[key.first].plainType,
-        isWithoutTxt ? AVAHI_LOOKUP_NO_TXT : AvahiLookupFlags(0),
+        service.turns < turnsWithTxt ? AvahiLookupFlags(0) : AVAHI_LOOKUP_NO_TXT,
         [this, key](AvahiResolverEvent event, const char *hostName, const AvahiAddress *address,
                     std::uint16_t port, AvahiStringList *txt) {
             resolveHappened(key, event, hostName, address, port, txt);
         });
-    if (!service.resolver) {
+    if (service.resolver)
+        beginTurn(key);
+    else
         m_resolving.erase(key);
-        return;
-    }
-    const Resolve resolve{.attempt = ++m_attempts, .isWithoutTxt = isWithoutTxt};
-    m_resolving.insert_or_assign(key, resolve);
-    QTimer::singleShot(isWithoutTxt ? wholeWait - txtWait : txtWait, this,
-                       [this, key, attempt = resolve.attempt] { timeOut(key, attempt); });
 }
 
-void ServiceBrowserWorker::timeOut(const Key &key, std::uint64_t attempt)
+void ServiceBrowserWorker::beginTurn(const Key &key)
+{
+    m_resolving.insert_or_assign(key, ++m_turns);
+    QTimer::singleShot(turn, this, [this, key, number = m_turns] { endTurn(key, number); });
+}
+
+void ServiceBrowserWorker::endTurn(const Key &key, std::uint64_t number)
 {
     const auto resolving = m_resolving.find(key);
-    if (resolving == m_resolving.end() || resolving->second.attempt != attempt)
+    if (resolving == m_resolving.end() || resolving->second != number)
         return;
-    if (resolving->second.isWithoutTxt)
+    Service &service = m_services.at(key);
+    ++service.turns;
+    if (service.turns == allTurns) {
         giveUp(key);
-    else
-        resolve(key, true);
+    } else if (!m_newcomers.empty() || !m_waiting.empty()) {
+        service.resolver.reset();
+        m_resolving.erase(resolving);
+        m_waiting.push_back(key);
+    } else if (service.turns == turnsWithTxt) {
+        resolve(key);
+    } else {
+        beginTurn(key);
+    }
     resolveWaiting();
 }
 
@@ -297,6 +335,7 @@ void ServiceBrowserWorker::resolveHappened(const Key &key, AvahiResolverEvent ev
         giveUp(key);
         return;
     }
+    m_services.at(key).isTold = true;
     report(key, ResolvedService{
                     .name = nameOf(key),
                     .type = m_browses[key.first].type,

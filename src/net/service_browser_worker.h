@@ -52,12 +52,10 @@ private:
         std::set<AvahiIfIndex> interfaces;                ///< where it was found
         std::set<AvahiIfIndex> silent;                    ///< those of them that gave no answer
         AvahiIfIndex asked = AVAHI_IF_UNSPEC;             ///< where it is resolved
+        int turns = 0;                                    ///< spent there without an answer
         std::unique_ptr<AvahiConnection::Query> resolver; ///< stays, to tell of changes
+        bool isTold = false;                              ///< has been resolved
         bool isStale = false;                             ///< found by a connection that was lost
-    };
-    struct Resolve {
-        std::uint64_t attempt = 0;
-        bool isWithoutTxt = false;
     };
 
     void browse();
@@ -65,14 +63,17 @@ private:
     void browseHappened(std::size_t index, AvahiBrowserEvent event, AvahiIfIndex interface,
                         const char *name);
     void found(const Key &key, AvahiIfIndex interface);
+    bool dropUnresolved();
     void gone(const Key &key, AvahiIfIndex interface);
     void remove(const Key &key);
     void removeStale(std::size_t index);
 
     void chooseInterface(const Key &key, Service &service);
+    void leaveQueues(const Key &key);
     void resolveWaiting();
-    void resolve(const Key &key, bool isWithoutTxt);
-    void timeOut(const Key &key, std::uint64_t attempt);
+    void resolve(const Key &key);
+    void beginTurn(const Key &key);
+    void endTurn(const Key &key, std::uint64_t number);
     void giveUp(const Key &key);
     void resolveHappened(const Key &key, AvahiResolverEvent event, const char *hostName,
                          const AvahiAddress *address, std::uint16_t port, AvahiStringList *txt);
@@ -83,9 +84,10 @@ private:
     std::uint64_t m_run = 0;
     std::vector<Browse> m_browses;
     std::map<Key, Service> m_services;
-    std::deque<Key> m_waiting; ///< for their turn to be resolved
-    std::map<Key, Resolve> m_resolving;
-    std::uint64_t m_attempts = 0;
+    std::deque<Key> m_newcomers;              ///< for their first turn, before any other's next
+    std::deque<Key> m_waiting;                ///< for a further turn
+    std::map<Key, std::uint64_t> m_resolving; ///< with the number of the turn
+    std::uint64_t m_turns = 0;
     std::vector<ServiceChange> m_changes;
     QTimer m_flush;
     AvahiLink m_link; ///< last: its end spares the queries theirs

@@ -163,19 +163,6 @@ private Q_SLOTS:
         QVERIFY(m_discovery->devices().empty());
     }
 
-    void boundsTheList()
-    {
-        constexpr int announced = 530;
-        for (int i = 0; i < announced; ++i)
-            m_phones->announce(u"cam-%1"_s.arg(i), i % 2 ? transfer : legacy, 11 + i % 16, 8443);
-        QTRY_COMPARE_WITH_TIMEOUT(m_discovery->devices().size(), 512, 120'000);
-        // The list makes room again.
-        m_phones->withdrawAll();
-        QTRY_VERIFY_WITH_TIMEOUT(m_discovery->devices().empty(), limitMs);
-        m_phones->announce(u"late"_s, transfer, 11, 8443);
-        QTRY_COMPARE_WITH_TIMEOUT(names(*m_discovery), QStringList({u"late"_s}), limitMs);
-    }
-
 private:
     std::unique_ptr<PhonesSide> m_phones;
     std::unique_ptr<LANDiscovery> m_discovery;
