@@ -162,6 +162,13 @@ private Q_SLOTS:
     {
         SourceManifest source = manifest();
         source.timelineFPS = u"29.97"_s;
+        SourceClip &clip = source.clips.front();
+        clip.anchorMeaning = u"meaning"_s;
+        clip.mediaKind = u"video"_s;
+        clip.timingSidecarPath = u"b.json"_s;
+        clip.timingSidecarSHA256 = u"ef"_s;
+        clip.deviceId = u"phone 2"_s;
+        clip.deviceName = u"Ada's phone"_s;
         const ImportedTake imported = importedTake(source, u"/x/y/m.json"_s, sampleLibrary());
         QCOMPARE(imported.clipCount, std::size_t{1});
         QCOMPARE(imported.project.takes.size(), std::size_t{2});
@@ -170,9 +177,19 @@ private Q_SLOTS:
         QCOMPARE(result.timelineFPS, u"29.97"_s);
         QCOMPARE(result.referenceCameraId, u"A"_s);
         QCOMPARE(result.sourceManifestPath, u"/x/y/m.json"_s);
-        QCOMPARE(result.clips.back().id, u"t::B"_s);
-        QCOMPARE(result.clips.back().localPath, u"/x/media/b.mov"_s);
-        QCOMPARE(result.clips.back().fileName, u"b.mov"_s);
+        VORNClip expected;
+        expected.id = u"t::B"_s;
+        expected.cameraId = u"B"_s;
+        expected.fileName = u"b.mov"_s;
+        expected.localPath = u"/x/media/b.mov"_s;
+        expected.sha256 = u"cd"_s;
+        expected.anchorMeaning = clip.anchorMeaning;
+        expected.mediaKind = clip.mediaKind;
+        expected.timingSidecarURL = clip.timingSidecarPath;
+        expected.timingSidecarSHA256 = clip.timingSidecarSHA256;
+        expected.deviceId = clip.deviceId;
+        expected.deviceName = clip.deviceName;
+        QCOMPARE(result.clips.back(), expected);
 
         // Once more, from a manifest that has moved: the same clip, and its file stays known.
         VORNLibrary library = sampleLibrary();
