@@ -97,7 +97,7 @@ function(vorn_add_test name)
         set(arg_SOURCES ${name}.cpp)
     endif()
     if(NOT arg_TIMEOUT)
-        set(arg_TIMEOUT 60)
+        set(arg_TIMEOUT 180) # three times what the slowest has needed on a busy machine
     endif()
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
