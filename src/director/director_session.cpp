@@ -9,11 +9,18 @@
 #include <QSettings>
 
 #include <algorithm>
+#include <ranges>
 
 using namespace Qt::StringLiterals;
 
 namespace vorn {
 namespace {
+
+const PreviewFrame *frameOf(const std::map<QString, PreviewFrame> &frames, const QString &cameraID)
+{
+    const auto found = frames.find(cameraID);
+    return found == frames.end() ? nullptr : &found->second;
+}
 
 WallTime now()
 {
@@ -249,14 +256,20 @@ QString DirectorSession::cameraName(const std::optional<QString> &id) const
 
 QImage DirectorSession::previewImage(const std::optional<QString> &id) const
 {
+    m_ui.assertCurrent();
     const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
     if (!camera || !camera->isOnline())
         return {};
-    for (const auto *frames : {&m_previews.selectedFrames(), &m_previews.wallFrames()}) {
-        if (const auto found = frames->find(camera->id); found != frames->end())
-            return found->second.image;
-    }
-    return {};
+    const PreviewFrame *wall = frameOf(m_previews.wallFrames(), camera->id);
+    const PreviewFrame *selected = frameOf(m_previews.selectedFrames(), camera->id);
+    if (!selected)
+        return wall ? wall->image : QImage();
+    // What a stream that is closed by now left behind counts only until the wall has a newer one.
+    const auto since = m_selectedSince.find(camera->id);
+    const bool isOfThisSelection =
+        since != m_selectedSince.end() && selected->receivedAt >= since->second;
+    return isOfThisSelection || !wall || selected->receivedAt >= wall->receivedAt ? selected->image
+                                                                                  : wall->image;
 }
 
 std::int64_t DirectorSession::previewRotation(const std::optional<QString> &id) const
@@ -352,11 +365,14 @@ void DirectorSession::synchronizeCameras()
 
 void DirectorSession::synchronizePreviewProfiles()
 {
-    auto selected = selectedProfileCameraIDs(m_timeline, effectivePreviewPolicy());
-    if (selected == m_selectedCameraIDs)
+    const auto selected = selectedProfileCameraIDs(m_timeline, effectivePreviewPolicy());
+    if (std::ranges::equal(selected, m_selectedSince | std::views::keys))
         return;
-    m_selectedCameraIDs = std::move(selected);
-    m_previews.select(m_selectedCameraIDs);
+    std::erase_if(m_selectedSince,
+                  [&selected](const auto &entry) { return !selected.contains(entry.first); });
+    for (const QString &id : selected)
+        m_selectedSince.try_emplace(id, MonotonicClock::now());
+    m_previews.select(selected);
 }
 
 void DirectorSession::refreshCanStartSession()

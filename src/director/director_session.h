@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/monotonic_clock.h"
 #include "base/thread_context.h"
 #include "director/director_cameras.h"
 #include "director/live_edit_timeline.h"
@@ -13,7 +14,6 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <set>
 #include <utility>
 #include <vector>
 
@@ -92,7 +92,8 @@ public:
 
     /// The name to show; it says when the camera is offline.
     [[nodiscard]] QString cameraName(const std::optional<QString> &id) const;
-    /// The latest picture, the large one if there is one; null when there is nothing to show.
+    /// The frame of the selected profile while that stream runs, otherwise the latest of either;
+    /// null when there is nothing to show.
     [[nodiscard]] QImage previewImage(const std::optional<QString> &id) const;
     /// Degrees, as advertised.
     [[nodiscard]] std::int64_t previewRotation(const std::optional<QString> &id) const;
@@ -144,8 +145,8 @@ private:
     DirectorInspectorTab m_inspectorTab VORN_OWNED_BY(m_ui) = DirectorInspectorTab::session;
     /// Id and isDirector of each camera when they were last synchronized.
     std::vector<std::pair<QString, bool>> m_knownCameras VORN_OWNED_BY(m_ui);
-    /// As last handed to the previews.
-    std::set<QString> m_selectedCameraIDs VORN_OWNED_BY(m_ui);
+    /// The cameras that the previews have as selected, and since when.
+    std::map<QString, MonotonicClock::time_point> m_selectedSince VORN_OWNED_BY(m_ui);
     /// Of the cameras in the log; phones are switched off before the log is used.
     std::map<QString, QString> m_loggedNames VORN_OWNED_BY(m_ui);
     bool m_couldStartSession VORN_OWNED_BY(m_ui) = false;

@@ -234,6 +234,16 @@ private Q_SLOTS:
         phones.must(uR"(cam-b set previewCapabilities {"v": 1})"_s);
         QTRY_COMPARE_WITH_TIMEOUT(connections(), 1, limitMs);
         QCOMPARE(session.effectivePreviewPolicy(), VORNPreviewNetworkPolicy::conservative24GHz);
+        // Program goes on, with what the wall has of it; Preview then does not begin with what the
+        // closed stream had shown last.
+        const auto programSize = [&session] { return session.previewImage(u"cam-a"_s).size(); };
+        QTRY_COMPARE_WITH_TIMEOUT(programSize(), QSize(640, 360), limitMs);
+        const qint64 shown = session.previewImage(u"cam-a"_s).cacheKey();
+        QTRY_VERIFY_WITH_TIMEOUT(session.previewImage(u"cam-a"_s).cacheKey() != shown, limitMs);
+        session.selectPreview(u"cam-a"_s);
+        QCOMPARE(programSize(), QSize(640, 360));
+        QTRY_COMPARE_WITH_TIMEOUT(programSize(), QSize(1280, 720), limitMs);
+        session.selectPreview(u"cam-b"_s);
         session.setPreviewNetworkPolicy(VORNPreviewNetworkPolicy::performance5GHz);
         QTRY_COMPARE_WITH_TIMEOUT(connections(), 2, limitMs);
 
