@@ -71,6 +71,12 @@ void pressRepeatedly(QQuickWindow *window)
         QTest::simulateEvent(window, true, Qt::Key_Space, Qt::NoModifier, u" "_s, true);
 }
 
+void pressAccessibly(QQuickItem *item)
+{
+    QAccessible::queryAccessibleInterface(item)->actionInterface()->doAction(
+        QAccessibleActionInterface::pressAction());
+}
+
 } // namespace
 
 class DirectorWindowTest : public QObject {
@@ -131,18 +137,61 @@ private Q_SLOTS:
     {
         DirectorProbe probe;
         probe.startSession();
+        const QString before = probe.focusName();
         probe.click(probe.named(u"Fade duration, 1.0 s"_s));
         probe.press(Qt::Key_Down);
         probe.press(Qt::Key_Space);
         QTRY_VERIFY(probe.shows(u"Fade duration, 1.5 s"_s));
         QVERIFY(!probe.timeline().programCameraID);
-        // Return opens it again; Escape leaves things as they are.
-        probe.press(Qt::Key_Return);
+        QCOMPARE(probe.focusName(), before);
+        // Also one that was opened by an assistive tool; Escape leaves things as they are.
+        pressAccessibly(probe.named(u"Fade duration, 1.5 s"_s));
+        QCOMPARE(probe.focusName(), u"Fade duration, 1.5 s"_s);
         probe.press(Qt::Key_Down);
         probe.press(Qt::Key_Escape);
+        QTRY_VERIFY(!probe.shows(u"2.0 s"_s));
         QVERIFY(probe.shows(u"Fade duration, 1.5 s"_s));
+        QCOMPARE(probe.focusName(), before);
         probe.press(Qt::Key_Space);
         QTRY_VERIFY(probe.timeline().programCameraID);
+    }
+
+    void cutsEachTimeAfterAPickerWasUsed_data()
+    {
+        QTest::addColumn<int>("way");
+        QTest::newRow("mouse") << 0;
+        QTest::newRow("assistive tool") << 1;
+        QTest::newRow("keyboard") << 2; // whose focus stays on the picker
+    }
+
+    void cutsEachTimeAfterAPickerWasUsed()
+    {
+        QFETCH(const int, way);
+        DirectorProbe probe;
+        probe.startSession();
+        probe.click(probe.named(u"Mara's phone"_s));
+        probe.press(Qt::Key_Space);
+        probe.click(probe.named(u"Jonas's phone"_s));
+        QQuickItem *picker = probe.named(u"Fade duration, 1.0 s"_s);
+        if (way == 0) {
+            probe.click(picker);
+            QTRY_VERIFY(probe.shows(u"1.5 s"_s));
+            probe.click(probe.named(u"1.5 s"_s));
+        } else if (way == 1) {
+            pressAccessibly(picker);
+            QTRY_VERIFY(probe.shows(u"1.5 s"_s));
+            pressAccessibly(probe.named(u"1.5 s"_s));
+        } else {
+            picker->forceActiveFocus(Qt::TabFocusReason);
+            for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Down, Qt::Key_Return})
+                probe.press(key);
+        }
+        QVERIFY(probe.shows(u"Fade duration, 1.5 s"_s));
+        QCOMPARE(probe.focusName(), way == 2 ? u"Fade duration, 1.5 s"_s : u"Jonas's phone"_s);
+        const std::size_t events = probe.timeline().events.size();
+        for (int i = 0; i < 12; ++i)
+            probe.press(Qt::Key_Space);
+        QCOMPARE(probe.timeline().events.size(), events + 12);
     }
 
     void showsWhatIsInPreviewAndOnProgram()

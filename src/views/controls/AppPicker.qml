@@ -4,7 +4,8 @@ import QtQuick
 import QtQuick.Controls.Basic
 import Vorn
 
-// One of several texts. The owner keeps what is chosen.
+// One of several texts. The owner keeps what is chosen. The list has the keyboard while it is open,
+// however it was opened, and gives it back to who had it before.
 ComboBox {
     id: root
 
@@ -12,7 +13,7 @@ ComboBox {
     required property list<string> titles
     required property int current
     property bool fixedWidthDigits
-    readonly property bool open: popup.visible
+    property Item focusBefore: null // while the list is open
     signal chosen(int index)
 
     implicitHeight: 32
@@ -28,12 +29,13 @@ ComboBox {
     Accessible.role: Accessible.ComboBox
     Accessible.name: label + ", " + displayText
     Accessible.onPressAction: popup.open()
-    // An open list takes Return when it is released, and so does what opens it.
+    focusPolicy: Qt.TabFocus
+    // An open list takes Return when it is released, and so does what opens it. The space bar opens
+    // none: a shortcut takes only its press.
     Keys.onReleased: event => {
-        if ((event.key === Qt.Key_Return || event.key === Qt.Key_Enter) && !open) {
+        event.accepted = !popup.visible;
+        if ((event.key === Qt.Key_Return || event.key === Qt.Key_Enter) && event.accepted)
             popup.open();
-            event.accepted = true;
-        }
     }
 
     contentItem: TextLabel {
@@ -51,7 +53,7 @@ ComboBox {
     }
     background: Rectangle {
         radius: Theme.radius
-        color: root.hovered || root.open ? Theme.frame : Theme.raised
+        color: root.hovered || root.popup.visible ? Theme.frame : Theme.raised
         border.color: Theme.frame
 
         FocusRing {
@@ -92,6 +94,18 @@ ComboBox {
         width: root.width
         height: Math.min(contentItem.implicitHeight + 2 * padding, 320)
         padding: 4
+        onAboutToShow: {
+            root.focusBefore = root.Window.activeFocusItem;
+            root.forceActiveFocus(Qt.PopupFocusReason);
+        }
+        onClosed: {
+            if (root.activeFocus && root.focusBefore !== root) {
+                root.focus = false;
+                if (root.focusBefore?.visible && root.focusBefore.enabled)
+                    root.focusBefore.forceActiveFocus(Qt.PopupFocusReason);
+            }
+            root.focusBefore = null;
+        }
 
         contentItem: ListView {
             clip: true

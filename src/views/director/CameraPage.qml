@@ -9,7 +9,6 @@ ScrollPage {
 
     required property DirectorViewModel director
     readonly property CameraPageViewModel page: director.cameraPage
-    readonly property bool pickerOpen: policy.open
 
     label: qsTr("Camera")
 
@@ -35,8 +34,6 @@ ScrollPage {
                 color: Theme.secondary
             }
             AppPicker {
-                id: policy
-
                 Layout.fillWidth: true
                 label: qsTr("Policy")
                 titles: root.page.policyTitles

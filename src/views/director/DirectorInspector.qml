@@ -7,7 +7,6 @@ StudioPanel {
     id: root
 
     required property DirectorViewModel director
-    readonly property bool pickerOpen: session.pickerOpen || camera.pickerOpen
 
     title: qsTr("Inspector")
     subtitle: ""
@@ -38,8 +37,6 @@ StudioPanel {
         anchors.topMargin: Theme.between
 
         SessionPage {
-            id: session
-
             anchors.fill: parent
             visible: tabs.current === 0
             director: root.director
@@ -50,8 +47,6 @@ StudioPanel {
             director: root.director
         }
         CameraPage {
-            id: camera
-
             anchors.fill: parent
             visible: tabs.current === 2
             director: root.director

@@ -75,8 +75,6 @@ ApplicationWindow {
                 director: root.director
             }
             Switcher {
-                id: switcher
-
                 SplitView.fillWidth: true
                 SplitView.minimumWidth: panes.switcherNeeds
                 director: root.director
@@ -101,21 +99,11 @@ ApplicationWindow {
         }
     }
     ErrorAlert {
-        id: alert
-
         visible: root.director.hasError
         message: root.director.errorMessage
         onClosed: root.director.dismissError()
     }
 
-    // The space bar is CUT's alone: where the focus is does not matter. Text fields take their
-    // blanks before a shortcut sees them.
-    Shortcut {
-        sequence: "Space"
-        autoRepeat: false
-        enabled: !switcher.pickerOpen && !inspector.pickerOpen && !closeSheet.opened && !alert.opened
-        onActivated: if (root.director.canTake) root.director.cut()
-    }
     Shortcut {
         sequence: "Ctrl+W"
         onActivated: root.close()

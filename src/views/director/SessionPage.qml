@@ -7,7 +7,6 @@ ScrollPage {
 
     required property DirectorViewModel director
     readonly property SessionPageViewModel page: director.sessionPage
-    readonly property bool pickerOpen: project.open
 
     label: qsTr("Session")
 
@@ -23,8 +22,6 @@ ScrollPage {
             text: qsTr("Project")
         }
         AppPicker {
-            id: project
-
             Layout.fillWidth: true
             label: qsTr("Project")
             titles: root.page.projectTitles

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import Vorn
 
-// CUT and FADE. The space bar belongs to CUT, wherever the focus is: see DirectorWindow.
+// CUT and FADE. The space bar belongs to CUT, wherever the focus is: see Switcher.
 Item {
     id: root
 

@@ -7,7 +7,6 @@ StudioPanel {
     id: root
 
     required property DirectorViewModel director
-    readonly property bool pickerOpen: fadeLength.open
     // Beside or above each other, whichever makes the pictures larger.
     readonly property bool stacked: monitors.height > monitors.width * 0.75
 
@@ -76,8 +75,6 @@ StudioPanel {
             onClicked: root.director.fade()
         }
         AppPicker {
-            id: fadeLength
-
             Layout.preferredWidth: 84
             label: qsTr("Fade duration")
             titles: root.director.fadeTitles
@@ -98,5 +95,14 @@ StudioPanel {
         anchors.right: parent.right
         anchors.bottom: parent.bottom
         text: qsTr("Monitor only")
+    }
+
+    // The space bar is CUT's alone: where the focus is does not matter. Text fields take their
+    // blanks before a shortcut sees them. As the shortcut of an item, not of the window, it also
+    // stands back while whatever popup is open, except for a tool tip.
+    Shortcut {
+        sequence: "Space"
+        autoRepeat: false
+        onActivated: if (root.director.canTake) root.director.cut()
     }
 }
