@@ -10,7 +10,7 @@ import pathlib
 import re
 import sys
 
-from desktop import Atspi, JourneyError, Program, descendants, is_showing
+from desktop import JourneyError, Program, descendants, is_showing
 from phones import Phones
 
 
@@ -23,7 +23,6 @@ def edits(program):
     """What the rows of the edit list say, newest first, without the times."""
     rows = [node for node in descendants(program.root)
             if is_showing(node) and node.get_role_name() == "list item"]
-    rows.sort(key=lambda node: node.get_extents(Atspi.CoordType.SCREEN).y)
     found = [re.fullmatch(r"\d\d:\d\d:\d\d, (CUT|FADE|MARK), (.*)", row.get_name()) for row in rows]
     return [(row[1], row[2]) for row in found if row]
 

@@ -314,6 +314,18 @@ private Q_SLOTS:
             probe.press(tab, Qt::ControlModifier);
             QCOMPARE(accessibilityFaults(probe.window()), QString());
         }
+        // Newest first, as on the screen.
+        for (const QString &name : {u"One"_s, u"Two"_s, u"Three"_s}) {
+            probe.store().renameSelectedProject(name);
+            QTRY_COMPARE(std::size_t(probe.spokenRows(u"Recent activity"_s).size()),
+                         probe.store().activities().size());
+        }
+        const auto isSpokenAsShown = [&probe] {
+            const QStringList rows = probe.spokenRows(u"Recent activity"_s);
+            return rows[0].endsWith(u"Three."_s) && rows[1].endsWith(u"Two."_s)
+                   && rows[2].endsWith(u"One."_s);
+        };
+        QTRY_VERIFY(isSpokenAsShown());
         QAccessibleInterface *download =
             QAccessible::queryAccessibleInterface(probe.named(u"Download Take"_s));
         QCOMPARE(download->text(QAccessible::Description),
@@ -334,9 +346,7 @@ private Q_SLOTS:
     void explainsADisabledButtonUnderThePointer()
     {
         WindowProbe probe(fewProjects());
-        QQuickItem *download = probe.named(u"Download Take"_s);
-        const QPointF centre(download->width() / 2, download->height() / 2);
-        QTest::mouseMove(probe.window(), download->mapToScene(centre).toPoint());
+        QVERIFY(probe.pointAt(u"Download Take"_s));
         QTRY_VERIFY(probe.shows(u"Resume and verify every pending camera recording in this take\n"
                                 "All recordings of this take are on this computer."_s));
     }

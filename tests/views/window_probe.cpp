@@ -84,6 +84,27 @@ QQuickItem *WindowHands::listView(const QString &name) const
     return list;
 }
 
+QStringList WindowHands::spokenRows(const QString &name) const
+{
+    QStringList rows;
+    QQuickItem *view = listView(name);
+    QAccessibleInterface *list =
+        view ? QAccessible::queryAccessibleInterface(view->parentItem()) : nullptr;
+    for (int i = 0; list && i < list->childCount(); ++i)
+        rows += list->child(i)->text(QAccessible::Name);
+    return rows;
+}
+
+bool WindowHands::pointAt(const QString &name)
+{
+    QQuickItem *item = named(name);
+    if (!item)
+        return false;
+    const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
+    QTest::mouseMove(m_window, centre.toPoint());
+    return true;
+}
+
 QList<QQuickItem *> visibleItems(QQuickItem *root)
 {
     QList<QQuickItem *> items{root};

@@ -31,6 +31,11 @@ public:
     /// The list that assistive tools know by this name.
     [[nodiscard]] QQuickItem *listView(const QString &name) const;
 
+    /// What assistive tools say of the rows of that list, in their order.
+    [[nodiscard]] QStringList spokenRows(const QString &name) const;
+    /// Moves the pointer onto the visible item of this name.
+    [[nodiscard]] bool pointAt(const QString &name);
+
 protected:
     /// The window, once it is shown and active.
     void takeUp(QWindow *window);

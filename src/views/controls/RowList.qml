@@ -2,6 +2,7 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import QtQuick.Controls.Basic
+import Vorn
 
 // A list that the keyboard walks. Where rows can be selected the arrows ask for another row;
 // otherwise they scroll. Who owns the model also owns the selection.
@@ -14,6 +15,7 @@ FocusStop {
     property bool selectable: true
     property int selectedIndex: -1
     required property string label
+    readonly property bool overflows: list.contentHeight > list.height
     readonly property int lineHeight: 48
     readonly property int pageRows: Math.max(1, Math.floor(height / lineHeight) - 1)
     signal rowRequested(int row)
@@ -33,7 +35,7 @@ FocusStop {
         list.contentY = Math.max(list.originY, Math.min(end, list.contentY + distance));
     }
 
-    activeFocusOnTab: list.count > 0 && (selectable || list.contentHeight > list.height)
+    activeFocusOnTab: list.count > 0 && (selectable || overflows)
     Keys.onUpPressed: go(-1)
     Keys.onDownPressed: go(1)
 
@@ -70,6 +72,9 @@ FocusStop {
         boundsBehavior: Flickable.StopAtBounds
         keyNavigationEnabled: false
         ScrollBar.vertical: SlimScrollBar {}
+    }
+    ReadingOrder {
+        of: list.contentItem
     }
     FocusRing {
         visible: root.visualFocus && (!root.selectable || root.selectedIndex < 0)
