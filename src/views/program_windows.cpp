@@ -100,6 +100,7 @@ ProgramWindows::ProgramWindows(AppStore &store, LANDiscovery &catalogs,
       m_settings(settings),
       m_library(store, catalogs, cameras)
 {
+    connect(&m_engine, &QQmlEngine::quit, this, &ProgramWindows::quit);
 }
 
 void ProgramWindows::showDirector()
@@ -112,6 +113,7 @@ void ProgramWindows::showDirector()
         // After the event in which it closes.
         connect(m_directorWindow.get(), SIGNAL(closed()), this, SLOT(endDirector()),
                 Qt::QueuedConnection);
+        connect(m_directorWindow.get(), SIGNAL(stayed()), this, SLOT(stay()));
     }
     bringToFront(*m_directorWindow);
 }
@@ -120,6 +122,24 @@ void ProgramWindows::endDirector()
 {
     m_directorWindow.reset();
     m_director.reset();
+    if (m_isQuitting)
+        QCoreApplication::quit();
+}
+
+void ProgramWindows::quit()
+{
+    if (!m_directorWindow) {
+        QCoreApplication::quit();
+        return;
+    }
+    m_isQuitting = true;
+    bringToFront(*m_directorWindow); // where it may have to ask
+    m_directorWindow->close();
+}
+
+void ProgramWindows::stay()
+{
+    m_isQuitting = false;
 }
 
 void ProgramWindows::showLibrary()

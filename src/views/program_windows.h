@@ -42,9 +42,14 @@ public:
 public Q_SLOTS:
     void showDirector();
     void showLibrary();
+    /// Ends the program, unless the user keeps a running session.
+    void quit();
     /// Brings all open windows to the front.
     void raise();
+
+private Q_SLOTS:
     void endDirector();
+    void stay();
 
 private:
     AppStore &m_store;
@@ -56,6 +61,7 @@ private:
     QQmlEngine m_engine;
     std::unique_ptr<QWindow> m_libraryWindow;
     std::unique_ptr<QWindow> m_directorWindow;
+    bool m_isQuitting = false; ///< as soon as the Director window has closed
 };
 
 } // namespace vorn

@@ -308,16 +308,81 @@ private Q_SLOTS:
         QCOMPARE(shown(u"VORN Director"_s).size(), 1);
     }
 
+    void quitsFromEitherWindow_data()
+    {
+        QTest::addColumn<QString>("window");
+        QTest::addColumn<bool>("session");
+        QTest::newRow("Director") << u"VORN Director"_s << false;
+        QTest::newRow("Library") << u"VORN Library"_s << false;
+        QTest::newRow("Director, asks") << u"VORN Director"_s << true;
+        QTest::newRow("Library, asks") << u"VORN Library"_s << true;
+    }
+
+    void quitsFromEitherWindow()
+    {
+        QFETCH(const QString, window);
+        QFETCH(const bool, session);
+        const QTemporaryDir folder;
+        AppStore store(folder.path(), folder.path());
+        store.createProject(u"Night Shoot"_s);
+        LANDiscovery catalogs;
+        LiveCameraDiscovery cameras;
+        QSettings settings(folder.filePath(u"settings.ini"_s), QSettings::IniFormat);
+        ProgramWindows windows(store, catalogs, cameras, settings);
+        windows.showLibrary();
+        windows.showDirector();
+
+        class Hands : public WindowHands {
+        public:
+            explicit Hands(const QString &title)
+            {
+                for (QWindow *window : QGuiApplication::topLevelWindows()) {
+                    if (window->title() == title)
+                        takeUp(window);
+                }
+            }
+        };
+        // Only a running program can quit; one that does not is ended by the limit.
+        QTimer limit;
+        connect(&limit, &QTimer::timeout, qApp, [] { QCoreApplication::exit(1); });
+        limit.start(limitMs);
+        bool hasAsked = false;
+        QTimer::singleShot(0, qApp, [&] {
+            if (session) {
+                Hands director(u"VORN Director"_s);
+                director.click(director.named(u"Start Director Session"_s));
+                Hands(window).press(Qt::Key_Q, Qt::ControlModifier);
+                QTRY_COMPARE(director.focusName(), u"Keep Working"_s);
+                director.press(Qt::Key_Escape);
+                QTRY_VERIFY(!director.shows(u"Keep Working"_s));
+                Hands(window).press(Qt::Key_Q, Qt::ControlModifier);
+                QTRY_VERIFY(director.shows(u"End Session"_s));
+                hasAsked = true;
+                director.click(director.named(u"End Session"_s));
+            } else {
+                Hands(window).press(Qt::Key_Q, Qt::ControlModifier);
+            }
+        });
+        QCOMPARE(QCoreApplication::exec(), 0);
+        QCOMPARE(hasAsked, session);
+    }
+
     void copiesTheEdits()
     {
         DirectorProbe probe;
         probe.startSession();
+        probe.press(Qt::Key_Space);
         probe.click(probe.named(u"Marker"_s));
-        QTRY_VERIFY(probe.shows(u"1 events in this session"_s));
+        QTRY_VERIFY(probe.shows(u"2 events in this session"_s));
+        const auto areSpokenAsShown = [&probe] {
+            const QStringList rows = probe.spokenRows(u"Edit Decisions"_s);
+            return rows.size() == 2 && rows[0].contains(u"MARK"_s) && rows[1].contains(u"CUT"_s);
+        };
+        QTRY_VERIFY(areSpokenAsShown());
         probe.click(probe.named(u"Copy"_s));
         const QStringList lines =
             QGuiApplication::clipboard()->text().split(u'\n', Qt::SkipEmptyParts);
-        QCOMPARE(lines.size(), 2);
+        QCOMPARE(lines.size(), 3);
         QVERIFY(lines.last().endsWith(u"\tMARK\tEdit marker"_s));
     }
 

@@ -11,6 +11,7 @@ ApplicationWindow {
     property bool mayClose
     signal libraryRequested
     signal closed
+    signal stayed // when it was asked to close
 
     title: qsTr("VORN Director")
     width: 1320
@@ -97,6 +98,7 @@ ApplicationWindow {
             root.mayClose = true;
             root.close();
         }
+        onClosed: if (!root.mayClose) root.stayed()
     }
     ErrorAlert {
         visible: root.director.hasError

@@ -35,7 +35,6 @@ ApplicationWindow {
     }
     Shortcut {
         sequence: "Ctrl+Q"
-        context: Qt.ApplicationShortcut
         onActivated: Qt.quit()
     }
 }

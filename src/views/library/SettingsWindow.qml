@@ -27,4 +27,8 @@ Window {
         sequences: ["Esc", "Ctrl+W"]
         onActivated: root.close()
     }
+    Shortcut {
+        sequence: "Ctrl+Q"
+        onActivated: Qt.quit()
+    }
 }
