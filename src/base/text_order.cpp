@@ -1,6 +1,7 @@
 #include "base/text_order.h"
 
 #include <QCollator>
+#include <QLocale>
 
 #include <memory>
 
@@ -14,9 +15,17 @@ std::function<bool(const QString &, const QString &)> localizedLess()
     return [collator](const QString &a, const QString &b) { return collator->compare(a, b) < 0; };
 }
 
-bool localizedContains(const QString &text, const QString &part)
+QString searchForm(const QString &text)
 {
-    return text.contains(part, Qt::CaseInsensitive);
+    // Unicode Standard 3.13, compatibility caseless matching, with the cases of the language: a
+    // Turkish "I" is no "i". A collator knows all this, but compares whole texts only. Upper case
+    // makes two letters of a sharp s, which Qt's folding alone does not, but only of a small one.
+    // Composed in the end, so that a letter is not found within one with an accent.
+    const QLocale locale;
+    return locale.toUpper(locale.toLower(text))
+        .normalized(QString::NormalizationForm_KD)
+        .toCaseFolded()
+        .normalized(QString::NormalizationForm_KC);
 }
 
 } // namespace vorn

@@ -19,7 +19,9 @@ template <class Record> void sortByText(std::vector<Record> &records, QString Re
     std::ranges::stable_sort(records, less, text);
 }
 
-/// True when `text` contains `part`, ignoring case. Any text contains the empty one.
-[[nodiscard]] bool localizedContains(const QString &text, const QString &part);
+/// A text as it is searched: a name contains what was typed when its search form contains that of
+/// what was typed. Case, also of the user's language, and how the same letters are written in
+/// Unicode make no difference; an accent does.
+[[nodiscard]] QString searchForm(const QString &text);
 
 } // namespace vorn

@@ -51,6 +51,40 @@ private Q_SLOTS:
         QVERIFY(!fileExists(folder.filePath(u"dangling"_s)));
     }
 
+    void searchesAsPeopleWrite_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<bool>("isFound");
+        QTest::newRow("part, in any case") << u"Night SHOOT"_s << u"ht sHo"_s << true;
+        QTest::newRow("nothing") << u"Night"_s << QString() << true;
+        QTest::newRow("accent of its own") << u"Cafe\u0301 2"_s << u"CAF\u00C9"_s << true;
+        QTest::newRow("accent within") << u"Caf\u00E9 2"_s << u"cafe\u0301"_s << true;
+        QTest::newRow("without the accent") << u"Caf\u00E9 2"_s << u"cafe"_s << false;
+        QTest::newRow("sharp s") << u"Lange Stra\u00DFe"_s << u"STRASSE"_s << true;
+        QTest::newRow("capital sharp s") << u"LANGE STRA\u1E9EE"_s << u"stra\u00DFe"_s << true;
+        QTest::newRow("final sigma")
+            << u"\u039F\u0394\u039F\u03A3 1"_s << u"\u03BF\u03B4\u03BF\u03C2"_s << true;
+        QTest::newRow("ligature and width") << u"\uFB01lm \uFF11"_s << u"FILM 1"_s << true;
+        QTest::newRow("another letter") << u"Night"_s << u"nicht"_s << false;
+    }
+
+    void searchesAsPeopleWrite()
+    {
+        QFETCH(const QString, text);
+        QFETCH(const QString, typed);
+        QTEST(searchForm(text).contains(searchForm(typed)), "isFound");
+    }
+
+    void searchesInTheUsersLanguage()
+    {
+        const QLocale before;
+        QLocale::setDefault(QLocale(QLocale::Turkish));
+        const bool isFound = searchForm(u"ISPARTA"_s).contains(searchForm(u"\u0131sparta"_s));
+        QLocale::setDefault(before);
+        QVERIFY(isFound);
+    }
+
     void resolvesPathsByTextAlone_data()
     {
         QTest::addColumn<QString>("path");

@@ -86,6 +86,8 @@ private Q_SLOTS:
         QCOMPARE(texts(projects.projects(), {"name"}), u"Night Shoot"_s);
         QCOMPARE(projects.countText(), u"3 projects"_s);
         QCOMPARE(projects.selectedIndex(), 0);
+        projects.setSearch(u"RE\u0301PE\u0301"_s); // however the accents are written
+        QCOMPARE(texts(projects.projects(), {"takesText"}), u"0 takes"_s);
         projects.setSearch(u"unassigned"_s);
         QCOMPARE(projects.selectedIndex(), -1); // still selected, but out of sight
         projects.setSearch(u"nothing like it"_s);

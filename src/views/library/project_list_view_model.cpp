@@ -82,10 +82,10 @@ void ProjectListViewModel::rename(const QString &name)
 
 void ProjectListViewModel::refresh()
 {
-    const QString wanted = m_search.trimmed();
+    const QString wanted = searchForm(m_search.trimmed());
     std::vector<ProjectRow> rows;
     for (const VORNProject &project : m_store.library().projects) {
-        if (wanted.isEmpty() || localizedContains(project.name, wanted))
+        if (wanted.isEmpty() || searchForm(project.name).contains(wanted))
             rows.push_back({project.id, displayText(project.name),
                             u"%1 takes"_s.arg(project.takes.size()),
                             isUnassignedProject(project.id)});
