@@ -26,7 +26,7 @@ private Q_SLOTS:
     void opensOnlyRegularFiles()
     {
         QTemporaryDir folder;
-        const QString movie = folder.filePath(u"a movie %20#?.mov"_s);
+        const QString movie = folder.filePath(u"a movie %20 %2#?.mov"_s);
         writePlain(movie, "bytes");
         QVERIFY(QFile::link(movie, folder.filePath(u"link"_s)));
         QVERIFY(QFile::link(folder.filePath(u"nowhere"_s), folder.filePath(u"dangling"_s)));
