@@ -244,6 +244,30 @@ private Q_SLOTS:
         QTRY_COMPARE(closed.count(), 1);
     }
 
+    void explainsUnderThePointer_data()
+    {
+        QTest::addColumn<QString>("control");
+        QTest::addColumn<QString>("help");
+        const QString locked = u"Unavailable until authenticated camera pairing is implemented"_s;
+        QTest::newRow("a badge on a tile") << u"REC"_s << u"Camera recording"_s;
+        QTest::newRow("what is locked") << u"ARM"_s << locked;
+        QTest::newRow("what is locked for now")
+            << u"Marker"_s
+            << u"Add a timestamped marker to the Director edit log\n"
+               "Start a Director session first."_s;
+    }
+
+    void explainsUnderThePointer()
+    {
+        QFETCH(const QString, control);
+        QFETCH(const QString, help);
+        m_phones->must(u"cam-a record tape-1"_s);
+        DirectorProbe probe;
+        QTRY_VERIFY_WITH_TIMEOUT(probe.shows(u"REC"_s), limitMs);
+        QTRY_VERIFY(probe.pointAt(control));
+        QTRY_VERIFY(probe.shows(help));
+    }
+
     void movesTheFocusAsTheEyeMoves()
     {
         DirectorProbe probe;

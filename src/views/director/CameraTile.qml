@@ -30,6 +30,13 @@ FocusStop {
     Accessible.description: well.hasPicture ? spoken : notice + ", " + spoken
     Accessible.onPressAction: if (!empty) chosen()
 
+    // Beneath what explains itself under the pointer.
+    MouseArea {
+        anchors.fill: parent
+        enabled: !root.empty
+        onPressed: root.focusByPointer()
+        onClicked: root.chosen()
+    }
     PictureWell {
         id: well
 
@@ -67,6 +74,14 @@ FocusStop {
             Accessible.ignored: true // the tile says it all
             color: root.online ? Theme.text : Theme.secondary
             maximumLineCount: 1
+
+            HoverHandler {
+                id: hover
+            }
+            HelpTip {
+                open: hover.hovered && name.truncated
+                text: root.title
+            }
         }
         RowLayout {
             Layout.fillWidth: true
@@ -102,18 +117,5 @@ FocusStop {
     }
     FocusRing {
         visible: root.visualFocus
-    }
-    HelpTip {
-        open: pointer.containsMouse && name.truncated
-        text: root.title
-    }
-    MouseArea {
-        id: pointer
-
-        anchors.fill: parent
-        enabled: !root.empty
-        hoverEnabled: true
-        onPressed: root.focusByPointer()
-        onClicked: root.chosen()
     }
 }

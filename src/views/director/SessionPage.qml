@@ -66,8 +66,7 @@ ScrollPage {
             component LockedButton: HelpedButton {
                 Layout.fillWidth: true
                 available: false
-                help: qsTr("Unavailable until authenticated camera pairing is implemented")
-                obstacle: help
+                obstacle: qsTr("Unavailable until authenticated camera pairing is implemented")
             }
 
             LockedButton {
