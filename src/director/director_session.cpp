@@ -1,5 +1,6 @@
 #include "director/director_session.h"
 
+#include "base/display_text.h"
 #include "director/camera_status_text.h"
 #include "director/edit_log_text.h"
 #include "live/live_camera_discovery.h"
@@ -25,6 +26,11 @@ const PreviewFrame *frameOf(const std::map<QString, PreviewFrame> &frames, const
 WallTime now()
 {
     return std::chrono::system_clock::now();
+}
+
+QString offlineMark(const LiveCamera &camera)
+{
+    return camera.isOnline() ? QString() : u" • OFFLINE"_s;
 }
 
 } // namespace
@@ -251,7 +257,13 @@ QString DirectorSession::cameraName(const std::optional<QString> &id) const
     const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
     if (!camera)
         return *id;
-    return camera->isOnline() ? camera->name : camera->name + u" • OFFLINE"_s;
+    return camera->name + offlineMark(*camera);
+}
+
+QString DirectorSession::shownCameraName(const std::optional<QString> &id) const
+{
+    const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
+    return camera ? displayText(camera->name) + offlineMark(*camera) : displayText(cameraName(id));
 }
 
 QImage DirectorSession::previewImage(const std::optional<QString> &id) const

@@ -90,8 +90,10 @@ public:
     /// Which policy holds with the cameras in Preview and on Program.
     [[nodiscard]] VORNPreviewNetworkPolicy effectivePreviewPolicy() const;
 
-    /// The name to show; it says when the camera is offline.
+    /// The camera's name; it says when the camera is offline.
     [[nodiscard]] QString cameraName(const std::optional<QString> &id) const;
+    /// The same for showing: see displayText, which does not cut what is said of the camera.
+    [[nodiscard]] QString shownCameraName(const std::optional<QString> &id) const;
     /// The frame of the selected profile while that stream runs, otherwise the latest of either;
     /// null when there is nothing to show.
     [[nodiscard]] QImage previewImage(const std::optional<QString> &id) const;

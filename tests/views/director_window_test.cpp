@@ -1,5 +1,6 @@
 // The Director window with simulated phones on the lab's network.
 
+#include "base/display_text.h"
 #include "live/live_camera_discovery.h"
 #include "rig_phones.h"
 #include "transfer/lan_discovery.h"
@@ -214,8 +215,12 @@ private Q_SLOTS:
         QAccessibleInterface *tile =
             QAccessible::queryAccessibleInterface(probe.named(u"Mara's phone"_s));
         QVERIFY(tile->text(QAccessible::Description).startsWith(u"PGM, "_s));
+        // What is said of a camera is not lost behind its name.
+        const QString name = u"m"_s.repeated(longestLine - 1);
+        m_phones->must(uR"(cam-a set name "%1")"_s.arg(name));
+        QTRY_VERIFY_WITH_TIMEOUT(probe.shows(u"PROGRAM, "_s + name), limitMs);
         m_phones->must(u"cam-a sleep"_s);
-        QTRY_VERIFY_WITH_TIMEOUT(probe.shows(u"PROGRAM, Mara's phone \u2022 OFFLINE"_s), limitMs);
+        QTRY_VERIFY_WITH_TIMEOUT(probe.shows(u"PROGRAM, %1 \u2022 OFFLINE"_s.arg(name)), limitMs);
         m_phones->must(u"cam-a wake"_s);
     }
 

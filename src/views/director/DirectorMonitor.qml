@@ -47,6 +47,7 @@ Item {
         anchors.right: parent.right
         anchors.bottom: parent.bottom
         text: root.monitor.cameraText
+        elide: Text.ElideMiddle // the end says when it is offline
         maximumLineCount: 1
         color: root.monitor.cameraID.length > 0 ? Theme.text : Theme.secondary
     }

@@ -30,6 +30,7 @@ RowLayout {
     TextLabel {
         Layout.fillWidth: true
         text: root.detail
+        elide: Text.ElideMiddle
         maximumLineCount: 1
         Accessible.ignored: true
     }

@@ -30,7 +30,7 @@ QString DirectorMonitorViewModel::cameraID() const
 
 QString DirectorMonitorViewModel::cameraText() const
 {
-    return displayText(m_session.cameraName(camera()));
+    return m_session.shownCameraName(camera());
 }
 
 QString DirectorMonitorViewModel::notice() const

@@ -191,7 +191,7 @@ void CameraPageViewModel::refresh()
         {u"4K stream"_s, fullStream4KStatus(camera, now)},
     };
     for (StatusRow &row : rows)
-        row.value = displayText(row.value);
+        row.value = displayText(row.value, longestMessage);
     m_rows.setRows(std::move(rows));
 }
 
@@ -217,13 +217,13 @@ void EditsPageViewModel::copy()
 void EditsPageViewModel::refresh()
 {
     const auto nameOf = [this](const std::optional<QString> &id) {
-        return m_session.cameraName(id);
+        return m_session.shownCameraName(id);
     };
     std::vector<EditRow> rows;
     const std::vector<DirectorEditEvent> events = m_session.editEvents();
     for (const DirectorEditEvent &event : std::views::reverse(events))
         rows.push_back({event.id.toString(), elapsedText(event.elapsedSeconds), editKindText(event),
-                        displayText(editDetailText(event, nameOf))});
+                        displayText(editDetailText(event, nameOf), longestMessage)});
     m_rows.setRows(std::move(rows));
     Q_EMIT changed();
 }
