@@ -21,6 +21,11 @@ namespace {
 
 constexpr int limitMs = 30'000;
 
+bool isCut(QQuickItem *label)
+{
+    return label->property("truncated").toBool();
+}
+
 /// The window over a store with one project.
 class DirectorProbe : public WindowHands {
 public:
@@ -308,6 +313,13 @@ private Q_SLOTS:
             QVERIFY(probe.placeOf(u"Tarek's phone"_s).right() < probe.placeOf(u"CUT"_s).left());
             QVERIFY(probe.placeOf(u"Marker"_s).right() < probe.placeOf(u"Session"_s).left());
         }
+        // A long name takes no room from the other texts.
+        probe.store().renameSelectedProject(u"A very long name "_s.repeated(15));
+        const QString name = probe.store().selectedProject()->name;
+        QTRY_VERIFY(probe.placeOf(name).width() > 200 && isCut(probe.named(name)));
+        for (const QString &text : {u"Live network active"_s, probe.director().policyText(),
+                                    u"Audio meters only"_s, probe.director().catalogsText()})
+            QVERIFY2(!isCut(probe.named(text)), qPrintable(text));
     }
 
     void opensOnceAndLeavesTheLibraryAlone()

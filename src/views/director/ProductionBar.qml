@@ -12,8 +12,22 @@ Rectangle {
     color: Theme.panel
 
     component Fact: SmallLabel {
+        Layout.minimumWidth: implicitWidth
+    }
+    // What a name or a system says, at any length: gives way to the others.
+    component LongFact: SmallLabel {
+        id: fact
+
         Layout.fillWidth: true
         Layout.maximumWidth: implicitWidth + 1
+
+        HoverHandler {
+            id: hover
+        }
+        HelpTip {
+            open: hover.hovered && fact.truncated
+            text: fact.text
+        }
     }
 
     RowLayout {
@@ -38,12 +52,12 @@ Rectangle {
                 color: root.director.hasOnlineCamera ? Theme.text : Theme.secondary
             }
         }
-        Fact {
+        LongFact {
             visible: text.length > 0
             text: root.director.networkProblem
             color: Theme.warning
         }
-        Fact {
+        LongFact {
             text: root.director.projectText
         }
         Fact {
