@@ -71,6 +71,15 @@ private:
     std::unique_ptr<QWindow> m_window;
 };
 
+// The hidden ones too.
+int stripsUnder(QQuickItem *item)
+{
+    int count = QByteArray(item->metaObject()->className()).startsWith("CompactAudioChannel");
+    for (QQuickItem *child : item->childItems())
+        count += stripsUnder(child);
+    return count;
+}
+
 void pressRepeatedly(QQuickWindow *window)
 {
     for (int i = 0; i < 5; ++i)
@@ -98,7 +107,11 @@ private Q_SLOTS:
         applyLook();
         m_phones.emplace();
     }
-    void init() { m_phones->must(u"all reset"_s); }
+    void init()
+    {
+        m_phones->must(u"all reset"_s);
+        m_phones->must(u"storm 0"_s);
+    }
     void cleanupTestCase() { m_phones.reset(); }
 
     void cutsByTheSpaceBar()
@@ -435,6 +448,19 @@ private Q_SLOTS:
         QTRY_COMPARE(probe.focusName(), u"OK"_s);
         probe.press(Qt::Key_Return);
         QTRY_VERIFY(!probe.director().hasError());
+    }
+
+    void makesOnlyTheAudioStripsThatFit()
+    {
+        constexpr int cameras = 40;
+        m_phones->must(u"storm %1 %1"_s.arg(cameras - 4));
+        DirectorProbe probe;
+        const QAbstractItemModel *strips = probe.director().audioPage()->strips();
+        QTRY_COMPARE_WITH_TIMEOUT(strips->rowCount(), cameras, limitMs);
+        QVERIFY(stripsUnder(probe.window()->contentItem()) < cameras / 2);
+        probe.click(probe.named(u"Audio"_s));
+        QTRY_VERIFY(probe.shows(u"Ada's phone"_s));
+        QVERIFY(stripsUnder(probe.window()->contentItem()) < cameras / 2);
     }
 
     void speaksToAssistiveTools()
