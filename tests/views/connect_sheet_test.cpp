@@ -177,6 +177,7 @@ private Q_SLOTS:
         const QString shown = phones().transfer(u"cam-a"_s)[u"shownFingerprint"_s].toString();
         QCOMPARE(probe.sheet().fingerprint().simplified(), shown.simplified());
         QTRY_VERIFY(probe.shows(probe.sheet().fingerprint()));
+        QVERIFY(probe.shows(u"Fingerprint of Mara's phone"_s));
         QCOMPARE(descriptionOf(probe.named(pairButton)),
                  u"Compare the fingerprint with the phone's and confirm it."_s);
         probe.click(probe.named(toggle));
@@ -353,6 +354,8 @@ private Q_SLOTS:
         probe.awaitRow(u"📱 كاميرا"_s);
         QTRY_COMPARE_WITH_TIMEOUT(probe.buttonsWith(u"HTTPS • foreground only"_s), 3, limitMs);
         QVERIFY(!probe.shows(u"Right\u202Ephone"_s)); // the mark is made visible
+        probe.click(probe.named(u"<b>Bold</b> & co"_s));
+        QTRY_VERIFY(probe.shows(u"Fingerprint of <b>Bold</b> & co"_s));
         int labels = 0;
         for (QQuickItem *item : visibleItems(probe.window()->contentItem()))
             if (item->property("text").toString().contains(u"Bold"_s)
@@ -360,7 +363,7 @@ private Q_SLOTS:
                 ++labels;
                 QCOMPARE(item->property("textFormat").toInt(), int(Qt::PlainText));
             }
-        QCOMPARE(labels, 1);
+        QCOMPARE(labels, 2);
     }
 
 private:

@@ -16,7 +16,13 @@ ColumnLayout {
     SectionTitle {
         text: qsTr("VERIFY ON BOTH SCREENS")
     }
-    // The fingerprint stands alone: no name from the network beside it.
+    // A name from the network stands on a line of its own, apart from the fingerprint.
+    TextLabel {
+        Layout.fillWidth: true
+        text: root.connection.fingerprintTitle
+        elide: Text.ElideMiddle
+        maximumLineCount: 1
+    }
     Rectangle {
         Layout.fillWidth: true
         implicitHeight: groups.implicitHeight + 2 * Theme.inside

@@ -72,6 +72,12 @@ QString SecureConnectViewModel::hint() const
                         : u"Keep VORN open on the same trusted Wi-Fi network."_s;
 }
 
+QString SecureConnectViewModel::fingerprintTitle() const
+{
+    const auto device = selectedDevice();
+    return device ? u"Fingerprint of "_s + displayText(device->serviceName) : QString();
+}
+
 QString SecureConnectViewModel::fingerprint() const
 {
     const auto device = selectedDevice();

@@ -56,6 +56,7 @@ class SecureConnectViewModel : public QObject {
     Q_PROPERTY(bool requestFailed READ hasRequestFailed NOTIFY changed)
     Q_PROPERTY(QString hint READ hint NOTIFY changed)
     Q_PROPERTY(bool hasSelection READ hasSelection NOTIFY changed)
+    Q_PROPERTY(QString fingerprintTitle READ fingerprintTitle NOTIFY changed)
     Q_PROPERTY(QString fingerprint READ fingerprint NOTIFY changed)
     Q_PROPERTY(bool fingerprintConfirmed READ isFingerprintConfirmed WRITE setFingerprintConfirmed
                    NOTIFY changed)
@@ -79,6 +80,8 @@ public:
     /// What to do while nothing is found.
     [[nodiscard]] QString hint() const;
     [[nodiscard]] bool hasSelection() const { return selectedDevice().has_value(); }
+    /// Whose fingerprint it is.
+    [[nodiscard]] QString fingerprintTitle() const;
     /// The selected device's fingerprint, in two lines of four groups.
     [[nodiscard]] QString fingerprint() const;
     [[nodiscard]] bool isFingerprintConfirmed() const { return m_fingerprintConfirmed; }
