@@ -12,7 +12,7 @@ import shutil
 import subprocess
 import sys
 
-from desktop import JourneyError, Program, wait_for
+from desktop import PRESSED_ROLES, JourneyError, Program, wait_for
 
 
 def library():
@@ -98,6 +98,8 @@ def export(program, parent):
     program.choose_path("Choose Parent Folder for Resolve Export", parent, "Choose")
     package = wait_for("the package", lambda: next(parent.glob("VORN_*/source-manifest.json"), None),
                        120).parent
+    program.wait(f"The Resolve package is in {package}")
+    program.wait("Show Package", *PRESSED_ROLES)
     program.press("Activity")
     program.wait(f"Created Resolve export {package.name}.")
     program.picture("exported")

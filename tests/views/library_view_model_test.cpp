@@ -258,6 +258,18 @@ private Q_SLOTS:
                  qPrintable(lines));
         QVERIFY(lines.endsWith(u"|true"_s));
     }
+
+    void saysWhereThePackageLies()
+    {
+        Desk desk({{u"p"_s, u"P"_s, 1, {take(u"t1"_s), take(u"t2"_s)}}});
+        QVERIFY(!desk.view.hasPackage());
+        Q_EMIT desk.store.exportCreated(u"/films/%2\u202E/VORN_p_t1/timeline.fcpxml"_s);
+        QVERIFY(desk.view.hasPackage());
+        QCOMPARE(desk.view.packageText(),
+                 u"The Resolve package is in /films/%2\u27E8U+202E\u27E9/VORN_p_t1"_s);
+        desk.view.takes()->select(1);
+        QVERIFY(!desk.view.hasPackage());
+    }
 };
 
 QTEST_GUILESS_MAIN(LibraryViewModelTest)

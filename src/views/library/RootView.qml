@@ -100,6 +100,15 @@ Item {
                 visible: progress.running
                 progress: root.library.exportProgress
             }
+            ExportNotice {
+                Layout.fillWidth: true
+                Layout.margins: Theme.inside
+                Layout.leftMargin: Theme.between
+                Layout.rightMargin: Theme.between
+                Layout.bottomMargin: 0
+                visible: root.library.hasPackage
+                library: root.library
+            }
             DashboardView {
                 id: dashboardView
 

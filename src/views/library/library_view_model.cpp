@@ -2,6 +2,7 @@
 
 #include "base/display_text.h"
 #include "desktop/desktop_notification.h"
+#include "desktop/file_reveal.h"
 #include "live/live_camera_discovery.h"
 #include "store/app_store.h"
 #include "views/library/file_panels.h"
@@ -84,6 +85,10 @@ LibraryViewModel::LibraryViewModel(AppStore &store, LANDiscovery &discovery,
     connect(&store, &AppStore::selectedTakeIDChanged, this, &LibraryViewModel::changed);
     connect(&store, &AppStore::isBusyChanged, this, &LibraryViewModel::changed);
     connect(&store, &AppStore::errorMessageChanged, this, &LibraryViewModel::changed);
+    connect(&store, &AppStore::exportCreated, this, &LibraryViewModel::setPackageFile);
+    const auto forgetPackage = [this] { setPackageFile({}); };
+    connect(&store, &AppStore::selectedProjectIDChanged, this, forgetPackage);
+    connect(&store, &AppStore::selectedTakeIDChanged, this, forgetPackage);
 }
 
 QString LibraryViewModel::title() const
@@ -129,6 +134,12 @@ QString LibraryViewModel::errorMessage() const
     return displayText(m_store.errorMessage().value_or(QString()), longestMessage);
 }
 
+QString LibraryViewModel::packageText() const
+{
+    return u"The Resolve package is in "_s
+           + displayText(QFileInfo(m_packageFile).path(), longestMessage);
+}
+
 QString LibraryViewModel::recordingsPath() const
 {
     return displayText(m_store.recordingsDirectory(), longestMessage);
@@ -156,6 +167,7 @@ void LibraryViewModel::chooseExportFolder(QWindow *window)
         if (!self || !self->canExport())
             return;
         self->m_exportFolder = path;
+        self->setPackageFile({});
         self->m_store.exportSelectedTake(path);
     });
 }
@@ -164,6 +176,17 @@ void LibraryViewModel::download()
 {
     if (canDownload())
         m_store.downloadSelectedTake();
+}
+
+void LibraryViewModel::showPackage()
+{
+    revealFile(m_packageFile);
+}
+
+void LibraryViewModel::setPackageFile(const QString &path)
+{
+    m_packageFile = path;
+    Q_EMIT changed();
 }
 
 void LibraryViewModel::watchDownload()

@@ -32,6 +32,8 @@ class LibraryViewModel : public QObject {
     Q_PROPERTY(QString exportObstacle READ exportObstacle NOTIFY changed)
     Q_PROPERTY(bool hasError READ hasError NOTIFY changed)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY changed)
+    Q_PROPERTY(bool hasPackage READ hasPackage NOTIFY changed)
+    Q_PROPERTY(QString packageText READ packageText NOTIFY changed)
     Q_PROPERTY(QString recordingsPath READ recordingsPath CONSTANT)
     Q_PROPERTY(QString supportPath READ supportPath CONSTANT)
 public:
@@ -57,6 +59,10 @@ public:
     [[nodiscard]] QString exportObstacle() const;
     [[nodiscard]] bool hasError() const;
     [[nodiscard]] QString errorMessage() const;
+    /// An export has ended well, and neither another one has begun nor another take been selected.
+    [[nodiscard]] bool hasPackage() const { return !m_packageFile.isEmpty(); }
+    /// Where it lies.
+    [[nodiscard]] QString packageText() const;
     [[nodiscard]] QString recordingsPath() const;
     [[nodiscard]] QString supportPath() const;
 
@@ -67,6 +73,8 @@ public:
     Q_INVOKABLE void chooseExportFolder(QWindow *window);
     /// Starts the download of the selected take.
     Q_INVOKABLE void download();
+    /// Asks the desktop to show the package.
+    Q_INVOKABLE void showPackage();
     Q_INVOKABLE void dismissError();
 
 Q_SIGNALS:
@@ -74,6 +82,7 @@ Q_SIGNALS:
     void titleChanged();
 
 private:
+    void setPackageFile(const QString &path);
     void watchDownload();
     /// Tells the desktop when a long download is over and nobody looks.
     void tellOfDownload(std::size_t failed);
@@ -81,6 +90,7 @@ private:
     AppStore &m_store;
     QString m_manifestFolder; ///< where the panels were left; lasts as long as the program
     QString m_exportFolder;
+    QString m_packageFile; ///< the timeline in it
     ProjectListViewModel m_projects;
     TakeListViewModel m_takes;
     TakeDashboardViewModel m_dashboard;
