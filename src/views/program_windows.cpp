@@ -1,5 +1,7 @@
 #include "views/program_windows.h"
 
+#include "views/controls/theme_base.h"
+
 #include <QApplication>
 #include <QFont>
 #include <QPalette>
@@ -17,28 +19,22 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The colours of Theme.qml, for what is drawn by Qt Widgets.
-QPalette darkPalette()
+// For what is drawn by Qt Widgets.
+QPalette darkPalette(const ThemeBase &theme)
 {
-    const QColor window(0x15, 0x18, 0x1E);
-    const QColor field(0x0A, 0x0C, 0x0F);
-    const QColor raised(0x1D, 0x21, 0x29);
-    const QColor text(0xE7, 0xEA, 0xF0);
-    const QColor disabled(0x6E, 0x78, 0x87);
-    QPalette palette(raised, window);
-    palette.setColor(QPalette::WindowText, text);
-    palette.setColor(QPalette::Text, text);
-    palette.setColor(QPalette::ButtonText, text);
-    palette.setColor(QPalette::Base, field);
-    palette.setColor(QPalette::AlternateBase, window);
-    palette.setColor(QPalette::ToolTipBase, raised);
-    palette.setColor(QPalette::ToolTipText, text);
-    palette.setColor(QPalette::PlaceholderText, QColor(0xA3, 0xAC, 0xBA));
-    palette.setColor(QPalette::Highlight, QColor(0x2F, 0x6F, 0xDB));
-    palette.setColor(QPalette::HighlightedText, Qt::white);
-    palette.setColor(QPalette::Link, QColor(0x5B, 0x9B, 0xFF));
-    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
-        palette.setColor(QPalette::Disabled, role, disabled);
+    QPalette palette(theme.raised, theme.panel);
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+        palette.setColor(role, theme.text);
+        palette.setColor(QPalette::Disabled, role, theme.disabled);
+    }
+    palette.setColor(QPalette::Base, theme.field);
+    palette.setColor(QPalette::AlternateBase, theme.panel);
+    palette.setColor(QPalette::ToolTipBase, theme.raised);
+    palette.setColor(QPalette::ToolTipText, theme.text);
+    palette.setColor(QPalette::PlaceholderText, theme.secondary);
+    palette.setColor(QPalette::Highlight, theme.accentFill);
+    palette.setColor(QPalette::HighlightedText, theme.accentText);
+    palette.setColor(QPalette::Link, theme.accent);
     return palette;
 }
 
@@ -47,9 +43,10 @@ QPalette darkPalette()
 void applyLook()
 {
     QApplication::setStyle(QStyleFactory::create(u"Fusion"_s));
-    QApplication::setPalette(darkPalette());
-    QFont font(u"Inter"_s);
-    font.setPixelSize(13);
+    const ThemeBase theme;
+    QApplication::setPalette(darkPalette(theme));
+    QFont font(theme.sans);
+    font.setPixelSize(theme.bodySize);
     QApplication::setFont(font);
     QQuickStyle::setStyle(u"Basic"_s);
 }
