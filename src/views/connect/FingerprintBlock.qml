@@ -69,8 +69,7 @@ ColumnLayout {
         Connections {
             target: root.connection
             function onPairingCodeChanged() {
-                if (code.text !== root.connection.pairingCode)
-                    code.text = root.connection.pairingCode;
+                code.text = root.connection.pairingCode;
             }
         }
     }

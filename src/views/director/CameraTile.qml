@@ -9,31 +9,32 @@ FocusStop {
     required property string cameraID
     required property string title
     required property string notice
-    required property string badge
     required property string levelText
     required property real levelDB
     required property string batteryText
     required property string qualityText
     required property string spoken
+    required property bool isEmpty
+    required property bool isPreview
+    required property bool isProgram
     required property bool recording
     required property bool online
     required property DirectorViewModel director
-    readonly property bool empty: cameraID.length === 0
     signal chosen
 
-    activeFocusOnTab: !empty
+    activeFocusOnTab: !isEmpty
     Keys.onReturnPressed: chosen()
     Keys.onEnterPressed: chosen()
 
-    Accessible.role: empty ? Accessible.StaticText : Accessible.Button
-    Accessible.name: empty ? title + ", " + notice : title
+    Accessible.role: isEmpty ? Accessible.StaticText : Accessible.Button
+    Accessible.name: isEmpty ? title + ", " + notice : title
     Accessible.description: well.hasPicture ? spoken : notice + ", " + spoken
-    Accessible.onPressAction: if (!empty) chosen()
+    Accessible.onPressAction: if (!isEmpty) chosen()
 
     // Beneath what explains itself under the pointer.
     MouseArea {
         anchors.fill: parent
-        enabled: !root.empty
+        enabled: !root.isEmpty
         onPressed: root.focusByPointer()
         onClicked: root.chosen()
     }
@@ -47,11 +48,13 @@ FocusStop {
         anchors.bottomMargin: Theme.tight
         director: root.director
         cameraID: root.cameraID
-        tally: root.badge
+        isPreview: root.isPreview
+        isProgram: root.isProgram
         notice: root.notice
 
         TallyBadge {
-            badge: root.badge
+            isPreview: root.isPreview
+            isProgram: root.isProgram
         }
         RecordingBadge {
             anchors.right: parent.right
@@ -87,7 +90,7 @@ FocusStop {
             Layout.fillWidth: true
             Layout.preferredHeight: 16
             spacing: 6
-            opacity: root.empty ? 0 : 1
+            opacity: root.isEmpty ? 0 : 1
 
             SmallLabel {
                 Layout.preferredWidth: 50
@@ -112,7 +115,7 @@ FocusStop {
         AudioMeter {
             Layout.fillWidth: true
             value: root.levelDB
-            opacity: root.empty ? 0 : 1
+            opacity: root.isEmpty ? 0 : 1
         }
     }
     FocusRing {

@@ -8,7 +8,7 @@ Item {
     required property DirectorViewModel director
     required property DirectorMonitorViewModel monitor
     required property string title
-    required property string tally
+    required property bool isProgram
 
     Accessible.role: Accessible.Grouping
     Accessible.name: title + ", " + monitor.cameraText
@@ -18,7 +18,7 @@ Item {
 
         text: root.title
         font.weight: Font.DemiBold
-        color: root.tally === "PGM" ? Theme.failure : Theme.preview
+        color: root.isProgram ? Theme.failure : Theme.preview
     }
     PictureWell {
         id: well
@@ -32,7 +32,8 @@ Item {
         director: root.director
         cameraID: root.monitor.cameraID
         monitor: true
-        tally: root.tally
+        isPreview: !root.isProgram
+        isProgram: root.isProgram
         notice: root.monitor.notice
 
         RecordingBadge {
@@ -49,6 +50,6 @@ Item {
         text: root.monitor.cameraText
         elide: Text.ElideMiddle // the end says when it is offline
         maximumLineCount: 1
-        color: root.monitor.cameraID.length > 0 ? Theme.text : Theme.secondary
+        color: root.monitor.hasCamera ? Theme.text : Theme.secondary
     }
 }

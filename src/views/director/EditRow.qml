@@ -8,6 +8,7 @@ RowLayout {
     required property string time
     required property string kind
     required property string detail
+    required property bool isMarker
 
     height: Theme.hit
     spacing: Theme.row
@@ -24,7 +25,7 @@ RowLayout {
         Layout.preferredWidth: 40
         text: root.kind
         font.weight: Font.DemiBold
-        color: root.kind === "MARK" ? Theme.warning : Theme.text
+        color: root.isMarker ? Theme.warning : Theme.text
         Accessible.ignored: true
     }
     TextLabel {

@@ -7,7 +7,8 @@ Rectangle {
 
     required property DirectorViewModel director
     required property string cameraID
-    required property string tally // "PVW", "PGM" or nothing
+    required property bool isPreview
+    required property bool isProgram
     required property string notice
     property bool monitor
     readonly property bool hasPicture: picture.hasPicture
@@ -15,8 +16,8 @@ Rectangle {
 
     color: Theme.field
     radius: Theme.radius
-    border.width: tally === "PGM" ? 3 : tally === "PVW" ? 2 : 1
-    border.color: tally === "PGM" ? Theme.failure : tally === "PVW" ? Theme.preview : Theme.frame
+    border.width: isProgram ? 3 : isPreview ? 2 : 1
+    border.color: isProgram ? Theme.failure : isPreview ? Theme.preview : Theme.frame
 
     PreviewPicture {
         id: picture

@@ -34,7 +34,7 @@ StudioPanel {
             director: root.director
             monitor: root.director.previewMonitor
             title: qsTr("PREVIEW")
-            tally: "PVW"
+            isProgram: false
         }
         DirectorMonitor {
             Layout.fillWidth: true
@@ -44,7 +44,7 @@ StudioPanel {
             director: root.director
             monitor: root.director.programMonitor
             title: qsTr("PROGRAM")
-            tally: "PGM"
+            isProgram: true
         }
     }
     RowLayout {

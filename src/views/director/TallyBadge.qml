@@ -1,25 +1,25 @@
 import QtQuick
 import Vorn
 
-// "PVW" or "PGM".
+// "PVW" or "PGM", or nothing.
 Rectangle {
     id: root
 
-    required property string badge
-    readonly property bool program: badge === "PGM"
+    required property bool isPreview
+    required property bool isProgram
 
-    visible: badge.length > 0
+    visible: isPreview || isProgram
     width: label.implicitWidth + 12
     height: 20
     radius: Theme.radius - 2
-    color: program ? Theme.programFill : Theme.preview
+    color: isProgram ? Theme.programFill : Theme.preview
 
     SmallLabel {
         id: label
 
         anchors.centerIn: parent
-        text: root.badge
-        color: root.program ? Theme.accentText : Theme.previewText
+        text: root.isProgram ? qsTr("PGM") : qsTr("PVW")
+        color: root.isProgram ? Theme.accentText : Theme.previewText
         font.weight: Font.Bold
     }
 }

@@ -20,19 +20,20 @@ TileRow emptyPlace(int number)
     row.key = u"place %1"_s.arg(number);
     row.title = u"CAM %1"_s.arg(number);
     row.notice = u"Waiting"_s;
+    row.isEmpty = true;
     return row;
 }
 
-QString badgeOf(const LiveCamera &camera, const LiveEditTimeline &timeline)
+QString badgeOf(const TileRow &row)
 {
-    if (timeline.programCameraID == camera.id)
+    if (row.isProgram)
         return u"PGM"_s;
-    return timeline.previewCameraID == camera.id ? u"PVW"_s : QString();
+    return row.isPreview ? u"PVW"_s : QString();
 }
 
 QString spokenText(const TileRow &row)
 {
-    QStringList parts{row.badge, row.recording ? u"REC"_s : QString(), row.levelText,
+    QStringList parts{badgeOf(row), row.recording ? u"REC"_s : QString(), row.levelText,
                       row.batteryText, row.qualityText};
     parts.removeAll(QString());
     return parts.join(u", "_s);
@@ -46,7 +47,8 @@ TileRow tileOf(const LiveCamera &camera, const DirectorSession &session, WallTim
     row.title = displayText(camera.name);
     row.online = camera.isOnline(now);
     row.recording = camera.displaysRecording(now);
-    row.badge = badgeOf(camera, session.timeline());
+    row.isPreview = session.timeline().previewCameraID == camera.id;
+    row.isProgram = session.timeline().programCameraID == camera.id;
     row.levelDB = row.online ? camera.leftDB : silenceDB;
     if (!row.online) {
         row.notice = u"Offline"_s;
@@ -74,12 +76,14 @@ CameraWallViewModel::CameraWallViewModel(DirectorSession &session, LiveCameraDis
       m_rows({{"cameraID", &TileRow::cameraID},
               {"title", &TileRow::title},
               {"notice", &TileRow::notice},
-              {"badge", &TileRow::badge},
               {"levelText", &TileRow::levelText},
               {"levelDB", &TileRow::levelDB},
               {"batteryText", &TileRow::batteryText},
               {"qualityText", &TileRow::qualityText},
               {"spoken", &TileRow::spoken},
+              {"isEmpty", &TileRow::isEmpty},
+              {"isPreview", &TileRow::isPreview},
+              {"isProgram", &TileRow::isProgram},
               {"recording", &TileRow::recording},
               {"online", &TileRow::online}})
 {

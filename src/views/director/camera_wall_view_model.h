@@ -16,12 +16,14 @@ struct TileRow {
     QString cameraID;  ///< empty for an empty place
     QString title;     ///< the camera's name, or "CAM 3"
     QString notice;    ///< where there is no picture
-    QString badge;     ///< "PGM", "PVW" or nothing
     QString levelText; ///< such as "-18 dB", or "OFFLINE"
     double levelDB = 0;
     QString batteryText;
     QString qualityText;
     QString spoken; ///< all of these, for assistive tools
+    bool isEmpty = false;
+    bool isPreview = false;
+    bool isProgram = false;
     bool recording = false;
     bool online = false;
 

@@ -24,6 +24,7 @@ class DirectorMonitorViewModel : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("Part of the director view model.")
     Q_PROPERTY(QString cameraID READ cameraID NOTIFY changed)
+    Q_PROPERTY(bool hasCamera READ hasCamera NOTIFY changed)
     Q_PROPERTY(QString cameraText READ cameraText NOTIFY changed)
     Q_PROPERTY(QString notice READ notice NOTIFY changed)
     Q_PROPERTY(bool recording READ isRecording NOTIFY changed)
@@ -35,6 +36,7 @@ public:
 
     /// Empty when there is none.
     [[nodiscard]] QString cameraID() const;
+    [[nodiscard]] bool hasCamera() const { return camera().has_value(); }
     [[nodiscard]] QString cameraText() const;
     /// What stands there without a picture; empty when there is nothing to say.
     [[nodiscard]] QString notice() const;

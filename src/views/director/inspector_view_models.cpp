@@ -197,7 +197,10 @@ void CameraPageViewModel::refresh()
 
 EditsPageViewModel::EditsPageViewModel(DirectorSession &session)
     : m_session(session),
-      m_rows({{"time", &EditRow::time}, {"kind", &EditRow::kind}, {"detail", &EditRow::detail}})
+      m_rows({{"time", &EditRow::time},
+              {"kind", &EditRow::kind},
+              {"detail", &EditRow::detail},
+              {"isMarker", &EditRow::isMarker}})
 {
     connect(&session, &DirectorSession::timelineChanged, this, &EditsPageViewModel::refresh);
     connect(&session, &DirectorSession::camerasChanged, this, &EditsPageViewModel::refresh);
@@ -223,7 +226,8 @@ void EditsPageViewModel::refresh()
     const std::vector<DirectorEditEvent> events = m_session.editEvents();
     for (const DirectorEditEvent &event : std::views::reverse(events))
         rows.push_back({event.id.toString(), elapsedText(event.elapsedSeconds), editKindText(event),
-                        displayText(editDetailText(event, nameOf), longestMessage)});
+                        displayText(editDetailText(event, nameOf), longestMessage),
+                        event.kind == DirectorEditEventKind::marker});
     m_rows.setRows(std::move(rows));
     Q_EMIT changed();
 }

@@ -129,6 +129,7 @@ struct EditRow {
     QString time;
     QString kind;
     QString detail;
+    bool isMarker = false;
 
     bool operator==(const EditRow &) const = default;
 };
