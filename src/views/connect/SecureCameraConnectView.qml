@@ -39,7 +39,7 @@ Sheet {
 
             Layout.alignment: Qt.AlignTop
             text: qsTr("Scan Again")
-            iconName: "search"
+            icon.name: "search"
             onClicked: root.connection.scanAgain()
         }
     }

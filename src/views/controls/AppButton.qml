@@ -4,7 +4,6 @@ import QtQuick.Controls.Basic
 AbstractButton {
     id: root
 
-    property string iconName
     property bool prominent
     property bool iconOnly
     property string help
@@ -36,8 +35,8 @@ AbstractButton {
 
             TokenIcon {
                 anchors.verticalCenter: parent.verticalCenter
-                visible: root.iconName.length > 0
-                icon: root.iconName
+                visible: root.icon.name.length > 0
+                icon: root.icon.name
                 color: label.color
             }
             TextLabel {

@@ -5,10 +5,10 @@ TextField {
     id: root
 
     required property string label
-    property string iconName
+    property string icon
 
     implicitHeight: 32
-    leftPadding: iconName ? 32 : Theme.row + 2
+    leftPadding: icon ? 32 : Theme.row + 2
     rightPadding: Theme.row + 2
     topPadding: 0
     bottomPadding: 0
@@ -36,8 +36,8 @@ TextField {
             anchors.left: parent.left
             anchors.leftMargin: 10
             anchors.verticalCenter: parent.verticalCenter
-            visible: root.iconName.length > 0
-            icon: root.iconName
+            visible: root.icon.length > 0
+            icon: root.icon
         }
     }
 }

@@ -5,7 +5,7 @@ Item {
     id: root
 
     required property string title
-    required property string systemImage
+    required property string icon
     required property string detail
 
     implicitHeight: column.implicitHeight
@@ -19,7 +19,7 @@ Item {
 
         TokenIcon {
             anchors.horizontalCenter: parent.horizontalCenter
-            icon: root.systemImage
+            icon: root.icon
             size: 40
             color: Theme.disabled
         }

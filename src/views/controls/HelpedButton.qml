@@ -5,7 +5,7 @@ Item {
     id: root
 
     property alias text: button.text
-    property alias iconName: button.iconName
+    property alias icon: button.icon
     property alias iconOnly: button.iconOnly
     property alias help: button.help
     property alias obstacle: button.obstacle

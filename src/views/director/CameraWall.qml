@@ -23,7 +23,7 @@ StudioPanel {
         EmptyStateView {
             width: parent.width
             title: qsTr("No VORN cameras yet")
-            systemImage: "phone"
+            icon: "phone"
             detail: qsTr("Keep a phone camera open on the same trusted Wi-Fi network.")
         }
         TextLabel {
@@ -35,7 +35,7 @@ StudioPanel {
         HelpedButton {
             anchors.horizontalCenter: parent.horizontalCenter
             text: qsTr("Scan Again")
-            iconName: "search"
+            icon.name: "search"
             help: qsTr("Scan the local network for VORN cameras")
             onClicked: root.director.scan()
         }

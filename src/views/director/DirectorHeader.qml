@@ -40,13 +40,13 @@ Item {
         }
         HelpedButton {
             text: qsTr("Scan")
-            iconName: "search"
+            icon.name: "search"
             help: qsTr("Scan the local network for VORN cameras")
             onClicked: root.director.scan()
         }
         HelpedButton {
             text: qsTr("Library")
-            iconName: "tray"
+            icon.name: "tray"
             help: qsTr("Open the library of projects and takes")
             onClicked: root.libraryRequested()
         }

@@ -22,7 +22,7 @@ Item {
         }
         HelpedButton {
             text: qsTr("Copy")
-            iconName: "list"
+            icon.name: "list"
             help: qsTr("Copy the list as a table for a spreadsheet or a note")
             available: root.page.hasEdits
             obstacle: qsTr("There are no edits yet.")

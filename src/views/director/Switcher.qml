@@ -84,7 +84,7 @@ StudioPanel {
         }
         HelpedButton {
             text: qsTr("Marker")
-            iconName: "flag"
+            icon.name: "flag"
             help: qsTr("Add a timestamped marker to the Director edit log")
             available: root.director.sessionRunning
             obstacle: qsTr("Start a Director session first.")

@@ -13,7 +13,7 @@ Item {
         anchors.fill: parent
         visible: !root.dashboard.hasTake
         title: qsTr("Select a Take")
-        systemImage: "film"
+        icon: "film"
         detail: qsTr("Choose a project and take, or import a source manifest.")
     }
     ColumnLayout {

@@ -18,7 +18,7 @@ RowLayout {
     }
     HelpedButton {
         text: qsTr("Show Package")
-        iconName: "folder"
+        icon.name: "folder"
         help: qsTr("Show the package in the file browser")
         onClicked: root.library.showPackage()
     }

@@ -37,7 +37,7 @@ Item {
             id: director
 
             text: qsTr("Director")
-            iconName: "switch"
+            icon.name: "switch"
             iconOnly: root.compact
             help: qsTr("Open the live Director workspace")
             onClicked: root.directorRequested()
@@ -46,7 +46,7 @@ Item {
             id: manifest
 
             text: qsTr("Import Manifest")
-            iconName: "import"
+            icon.name: "import"
             iconOnly: root.compact
             help: qsTr("Import an existing VORN source manifest")
             onClicked: root.library.chooseManifest(root.Window.window)
@@ -55,7 +55,7 @@ Item {
             id: download
 
             text: qsTr("Download Take")
-            iconName: "download"
+            icon.name: "download"
             iconOnly: root.compact
             help: qsTr("Resume and verify every pending camera recording in this take")
             available: root.library.canDownload
@@ -66,7 +66,7 @@ Item {
             id: exporter
 
             text: qsTr("Export for Resolve")
-            iconName: "export"
+            icon.name: "export"
             iconOnly: root.compact
             prominent: true
             help: qsTr("Create a new non-destructive Resolve package")

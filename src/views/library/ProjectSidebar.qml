@@ -49,7 +49,7 @@ Rectangle {
             Layout.leftMargin: Theme.inside
             Layout.rightMargin: Theme.inside
             label: qsTr("Search projects")
-            iconName: "search"
+            icon: "search"
             text: root.projects.search
             onTextChanged: root.projects.search = text
             Keys.onEscapePressed: clear()
@@ -98,13 +98,13 @@ Rectangle {
             HelpedButton {
                 Layout.fillWidth: true
                 text: qsTr("New")
-                iconName: "plus"
+                icon.name: "plus"
                 onClicked: root.newRequested()
             }
             HelpedButton {
                 Layout.fillWidth: true
                 text: qsTr("Rename")
-                iconName: "pencil"
+                icon.name: "pencil"
                 available: root.projects.canRename
                 obstacle: root.projects.renameObstacle
                 onClicked: root.renameRequested()
@@ -117,7 +117,7 @@ Rectangle {
 
             HelpedButton {
                 text: qsTr("Settings")
-                iconName: "gear"
+                icon.name: "gear"
                 iconOnly: true
                 help: qsTr("Settings")
                 onClicked: root.settingsRequested()
@@ -125,7 +125,7 @@ Rectangle {
             HelpedButton {
                 Layout.fillWidth: true
                 text: qsTr("Connect")
-                iconName: "phone"
+                icon.name: "phone"
                 help: qsTr("Connect to a phone media catalog")
                 onClicked: root.connectRequested()
             }
@@ -137,7 +137,7 @@ Rectangle {
             HelpedButton {
                 Layout.fillWidth: true
                 text: qsTr("Director")
-                iconName: "switch"
+                icon.name: "switch"
                 prominent: true
                 help: qsTr("Open the live Director workspace")
                 onClicked: root.directorRequested()

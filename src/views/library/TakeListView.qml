@@ -13,7 +13,7 @@ Item {
         anchors.fill: parent
         visible: !root.takes.hasProject
         title: qsTr("No Project")
-        systemImage: "folder"
+        icon: "folder"
         detail: qsTr("Create a project or connect to a phone catalog.")
     }
     ColumnLayout {
@@ -66,7 +66,7 @@ Item {
             Layout.fillHeight: true
             visible: !root.takes.hasTakes
             title: qsTr("No takes yet")
-            systemImage: "film"
+            icon: "film"
             detail: ""
         }
     }
