@@ -29,14 +29,13 @@ SecureConnectViewModel::SecureConnectViewModel(AppStore &store, LANDiscovery &di
     : m_store(store),
       m_discovery(discovery),
       m_live(live),
-      m_sessions({{"deviceName", &TransferSessionLine::deviceName},
-                  {"detail", &TransferSessionLine::detail}}),
-      m_devices({{"serviceName", &TransferDeviceLine::serviceName},
-                 {"detail", &TransferDeviceLine::detail},
-                 {"canPair", &TransferDeviceLine::canPair},
-                 {"isSelected", &TransferDeviceLine::isSelected}}),
-      m_cameras(
-          {{"name", &AskableCameraLine::name}, {"canBeAsked", &AskableCameraLine::canBeAsked}})
+      m_sessions({{"deviceName", &TransferSessionRow::deviceName},
+                  {"detail", &TransferSessionRow::detail}}),
+      m_devices({{"serviceName", &TransferDeviceRow::serviceName},
+                 {"detail", &TransferDeviceRow::detail},
+                 {"canPair", &TransferDeviceRow::canPair},
+                 {"isSelected", &TransferDeviceRow::isSelected}}),
+      m_cameras({{"name", &AskableCameraRow::name}, {"canBeAsked", &AskableCameraRow::canBeAsked}})
 {
     connect(&store, &AppStore::transferSessionsChanged, this,
             &SecureConnectViewModel::refreshSessions);
@@ -141,9 +140,9 @@ void SecureConnectViewModel::scanAgain()
 
 void SecureConnectViewModel::ask(int row)
 {
-    const AskableCameraLine *line = m_cameras.at(row);
-    const LiveCamera *camera = line ? findById(m_live.cameras(), line->key) : nullptr;
-    if (!camera || !line->canBeAsked)
+    const AskableCameraRow *chosen = m_cameras.at(row);
+    const LiveCamera *camera = chosen ? findById(m_live.cameras(), chosen->key) : nullptr;
+    if (!camera || !chosen->canBeAsked)
         return;
     m_live.requestTransferMode(LiveCamera(*camera), m_store.collectorIdentity(), hostName());
     // The phone's service shall be found afresh.
@@ -152,10 +151,10 @@ void SecureConnectViewModel::ask(int row)
 
 void SecureConnectViewModel::choose(int row)
 {
-    const TransferDeviceLine *line = m_devices.at(row);
-    if (!line || !line->canPair)
+    const TransferDeviceRow *chosen = m_devices.at(row);
+    if (!chosen || !chosen->canPair)
         return;
-    m_pairingDeviceID = line->key;
+    m_pairingDeviceID = chosen->key;
     forgetEntries();
     refreshDevices();
 }
@@ -176,8 +175,8 @@ void SecureConnectViewModel::pair()
 
 void SecureConnectViewModel::endSession(int row)
 {
-    if (const TransferSessionLine *line = m_sessions.at(row))
-        m_store.endTransferSession(QString(line->key));
+    if (const TransferSessionRow *chosen = m_sessions.at(row))
+        m_store.endTransferSession(QString(chosen->key));
 }
 
 std::optional<DiscoveredDevice> SecureConnectViewModel::selectedDevice() const
@@ -192,46 +191,46 @@ std::optional<DiscoveredDevice> SecureConnectViewModel::selectedDevice() const
 
 void SecureConnectViewModel::refreshSessions()
 {
-    std::vector<TransferSessionLine> lines;
+    std::vector<TransferSessionRow> rows;
     for (const TransferSessionSummary &session : m_store.transferSessions()) {
         const QString time =
             QLocale().toString(session.expiresAt.toLocalTime().time(), QLocale::ShortFormat);
-        lines.push_back({session.deviceId, displayText(session.deviceName),
-                         u"Read-only \u2022 expires "_s + time});
+        rows.push_back({session.deviceId, displayText(session.deviceName),
+                        u"Read-only \u2022 expires "_s + time});
     }
-    m_sessions.setRows(std::move(lines));
+    m_sessions.setRows(std::move(rows));
     Q_EMIT changed();
 }
 
 void SecureConnectViewModel::refreshDevices()
 {
-    std::vector<TransferDeviceLine> lines;
+    std::vector<TransferDeviceRow> rows;
     for (const DiscoveredDevice &device : m_discovery.devices()) {
         if (device.serviceType != transferServiceType)
             continue;
         const bool canPair = device.supportsAuthenticatedTransfer();
         const QString id = device.id();
-        lines.push_back({id, displayText(device.serviceName),
-                         canPair ? u"HTTPS \u2022 foreground only"_s
-                                 : u"Incomplete secure-transfer advertisement"_s,
-                         canPair, id == m_pairingDeviceID});
+        rows.push_back({id, displayText(device.serviceName),
+                        canPair ? u"HTTPS \u2022 foreground only"_s
+                                : u"Incomplete secure-transfer advertisement"_s,
+                        canPair, id == m_pairingDeviceID});
     }
-    m_devices.setRows(std::move(lines));
+    m_devices.setRows(std::move(rows));
     Q_EMIT changed();
 }
 
 void SecureConnectViewModel::refreshCameras()
 {
     const WallTime now = std::chrono::system_clock::now();
-    std::vector<AskableCameraLine> lines;
+    std::vector<AskableCameraRow> rows;
     for (const LiveCamera &camera : m_live.cameras()) {
         if (!camera.isOnline(now) || camera.isDirector())
             continue;
-        lines.push_back({camera.id, displayText(camera.name), !camera.displaysRecording(now)});
-        if (qsizetype(lines.size()) == askableCameras)
+        rows.push_back({camera.id, displayText(camera.name), !camera.displaysRecording(now)});
+        if (qsizetype(rows.size()) == askableCameras)
             break;
     }
-    m_cameras.setRows(std::move(lines));
+    m_cameras.setRows(std::move(rows));
     Q_EMIT changed();
 }
 

@@ -14,30 +14,30 @@ class AppStore;
 class LANDiscovery;
 class LiveCameraDiscovery;
 
-struct TransferSessionLine {
+struct TransferSessionRow {
     QString key; ///< the device's id
     QString deviceName;
     QString detail;
 
-    bool operator==(const TransferSessionLine &) const = default;
+    bool operator==(const TransferSessionRow &) const = default;
 };
 
-struct TransferDeviceLine {
+struct TransferDeviceRow {
     QString key; ///< the record's id
     QString serviceName;
     QString detail;
     bool canPair = false;
     bool isSelected = false;
 
-    bool operator==(const TransferDeviceLine &) const = default;
+    bool operator==(const TransferDeviceRow &) const = default;
 };
 
-struct AskableCameraLine {
+struct AskableCameraRow {
     QString key; ///< the camera's id
     QString name;
     bool canBeAsked = false;
 
-    bool operator==(const AskableCameraLine &) const = default;
+    bool operator==(const AskableCameraRow &) const = default;
 };
 
 /// The walk from a live camera to a paired one, as the connect sheet shows it. What the user chose
@@ -121,9 +121,9 @@ private:
     std::optional<QString> m_pairingDeviceID;
     QString m_pairingCode;
     bool m_fingerprintConfirmed = false;
-    RowListModel<TransferSessionLine> m_sessions;
-    RowListModel<TransferDeviceLine> m_devices;
-    RowListModel<AskableCameraLine> m_cameras;
+    RowListModel<TransferSessionRow> m_sessions;
+    RowListModel<TransferDeviceRow> m_devices;
+    RowListModel<AskableCameraRow> m_cameras;
 };
 
 } // namespace vorn

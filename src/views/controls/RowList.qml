@@ -16,8 +16,8 @@ FocusStop {
     property int selectedIndex: -1
     required property string label
     readonly property bool overflows: list.contentHeight > list.height
-    readonly property int lineHeight: 48
-    readonly property int pageRows: Math.max(1, Math.floor(height / lineHeight) - 1)
+    readonly property int rowHeight: 48
+    readonly property int pageRows: Math.max(1, Math.floor(height / rowHeight) - 1)
     signal rowRequested(int row)
 
     function reveal(row: int) {
@@ -28,7 +28,7 @@ FocusStop {
         if (selectable)
             rowRequested(Math.max(0, Math.min(list.count - 1, selectedIndex + rows)));
         else
-            scrollBy(rows * lineHeight);
+            scrollBy(rows * rowHeight);
     }
     function scrollBy(distance: real) {
         const end = Math.max(list.originY, list.originY + list.contentHeight - list.height);

@@ -9,9 +9,9 @@ namespace vorn {
 
 ActivityViewModel::ActivityViewModel(AppStore &store)
     : m_store(store),
-      m_rows({{"message", &ActivityLine::message},
-              {"time", &ActivityLine::time},
-              {"isError", &ActivityLine::isError}})
+      m_rows({{"message", &ActivityRow::message},
+              {"time", &ActivityRow::time},
+              {"isError", &ActivityRow::isError}})
 {
     connect(&store, &AppStore::activitiesChanged, this, &ActivityViewModel::refresh);
     refresh();
@@ -19,12 +19,12 @@ ActivityViewModel::ActivityViewModel(AppStore &store)
 
 void ActivityViewModel::refresh()
 {
-    std::vector<ActivityLine> lines;
+    std::vector<ActivityRow> rows;
     for (const ActivityEntry &entry : m_store.activities())
-        lines.push_back({entry.id.toString(), displayText(entry.message, longestMessage),
-                         QLocale().toString(entry.date.toLocalTime().time(), QLocale::ShortFormat),
-                         entry.isError});
-    m_rows.setRows(std::move(lines));
+        rows.push_back({entry.id.toString(), displayText(entry.message, longestMessage),
+                        QLocale().toString(entry.date.toLocalTime().time(), QLocale::ShortFormat),
+                        entry.isError});
+    m_rows.setRows(std::move(rows));
     Q_EMIT changed();
 }
 

@@ -9,13 +9,13 @@ namespace vorn {
 
 class AppStore;
 
-struct ActivityLine {
+struct ActivityRow {
     QString key; ///< the entry's id
     QString message;
     QString time; ///< a clock time, as the user's language writes it
     bool isError = false;
 
-    bool operator==(const ActivityLine &) const = default;
+    bool operator==(const ActivityRow &) const = default;
 };
 
 /// The activity log, newest first. Context: UI thread.
@@ -38,7 +38,7 @@ private:
     void refresh();
 
     AppStore &m_store;
-    RowListModel<ActivityLine> m_rows;
+    RowListModel<ActivityRow> m_rows;
 };
 
 } // namespace vorn

@@ -24,7 +24,7 @@ QString tabTitle(LibraryDashboardTab tab)
     Q_UNREACHABLE();
 }
 
-std::vector<ReadinessLine> readinessOf(const VORNProject &project, const VORNTake &take)
+std::vector<ReadinessRow> readinessOf(const VORNProject &project, const VORNTake &take)
 {
     const bool hasAnchors =
         std::ranges::any_of(take.clips, [](const VORNClip &clip) { return !clip.anchors.empty(); });
@@ -35,7 +35,7 @@ std::vector<ReadinessLine> readinessOf(const VORNProject &project, const VORNTak
             {u"Timing anchors"_s, hasAnchors}};
 }
 
-std::vector<DetailLine> detailsOf(const VORNProject &project, const VORNTake &take)
+std::vector<DetailRow> detailsOf(const VORNProject &project, const VORNTake &take)
 {
     const QString reference =
         take.referenceCameraId ? displayText(*take.referenceCameraId) : u"Not selected"_s;
@@ -47,7 +47,7 @@ std::vector<DetailLine> detailsOf(const VORNProject &project, const VORNTake &ta
             {u"Manifest"_s, manifest}};
 }
 
-ClipLine clipLine(const VORNClip &clip, const VORNTake &take)
+ClipRow clipRow(const VORNClip &clip, const VORNTake &take)
 {
     return {.key = clip.id,
             .cameraId = displayText(clip.cameraId),
@@ -75,20 +75,20 @@ std::optional<WorkProgress> runningTransferOf(const AppStore &store)
 
 TakeDashboardViewModel::TakeDashboardViewModel(AppStore &store)
     : m_store(store),
-      m_readiness({{"label", &ReadinessLine::key}, {"ready", &ReadinessLine::ready}}),
-      m_details({{"label", &DetailLine::key}, {"value", &DetailLine::value}}),
-      m_clips({{"cameraId", &ClipLine::cameraId},
-               {"fileName", &ClipLine::fileName},
-               {"deviceName", &ClipLine::deviceName},
-               {"placeText", &ClipLine::placeText},
-               {"anchorsText", &ClipLine::anchorsText},
-               {"isLocal", &ClipLine::isLocal},
-               {"isReference", &ClipLine::isReference}}),
-      m_transfers({{"clipName", &TransferLine::clipName},
-                   {"phase", &TransferLine::phase},
-                   {"message", &TransferLine::message},
-                   {"progress", &TransferLine::progress},
-                   {"isRunning", &TransferLine::isRunning}}),
+      m_readiness({{"label", &ReadinessRow::key}, {"ready", &ReadinessRow::ready}}),
+      m_details({{"label", &DetailRow::key}, {"value", &DetailRow::value}}),
+      m_clips({{"cameraId", &ClipRow::cameraId},
+               {"fileName", &ClipRow::fileName},
+               {"deviceName", &ClipRow::deviceName},
+               {"placeText", &ClipRow::placeText},
+               {"anchorsText", &ClipRow::anchorsText},
+               {"isLocal", &ClipRow::isLocal},
+               {"isReference", &ClipRow::isReference}}),
+      m_transfers({{"clipName", &TransferRow::clipName},
+                   {"phase", &TransferRow::phase},
+                   {"message", &TransferRow::message},
+                   {"progress", &TransferRow::progress},
+                   {"isRunning", &TransferRow::isRunning}}),
       m_runningTransfer([&store] { return runningTransferOf(store); })
 {
     connect(&store, &AppStore::downloadProgressChanged, &m_runningTransfer,
@@ -142,7 +142,7 @@ QString TakeDashboardViewModel::camerasValue() const
 
 QString TakeDashboardViewModel::onMacValue() const
 {
-    const auto local = std::ranges::count_if(m_clips.rows(), &ClipLine::isLocal);
+    const auto local = std::ranges::count_if(m_clips.rows(), &ClipRow::isLocal);
     return u"%1/%2"_s.arg(local).arg(m_clips.rows().size());
 }
 
@@ -160,9 +160,9 @@ QString TakeDashboardViewModel::mediaText() const
 
 void TakeDashboardViewModel::makeReference(int row)
 {
-    const ClipLine *line = m_clips.at(row);
+    const ClipRow *chosen = m_clips.at(row);
     const VORNTake *take = m_store.selectedTake();
-    const VORNClip *clip = line && take ? findById(take->clips, line->key) : nullptr;
+    const VORNClip *clip = chosen && take ? findById(take->clips, chosen->key) : nullptr;
     // A copy: the store's change may move the clip that the id would come from.
     if (clip)
         m_store.setReferenceCamera(QString(clip->cameraId));
@@ -172,10 +172,10 @@ void TakeDashboardViewModel::refresh()
 {
     const VORNProject *project = m_store.selectedProject();
     const VORNTake *take = m_store.selectedTake();
-    std::vector<ClipLine> clips;
+    std::vector<ClipRow> clips;
     if (project && take) {
         for (const VORNClip &clip : take->clips)
-            clips.push_back(clipLine(clip, *take));
+            clips.push_back(clipRow(clip, *take));
         m_readiness.setRows(readinessOf(*project, *take));
         m_details.setRows(detailsOf(*project, *take));
     }
@@ -185,14 +185,14 @@ void TakeDashboardViewModel::refresh()
 
 void TakeDashboardViewModel::refreshTransfers()
 {
-    std::vector<TransferLine> lines;
+    std::vector<TransferRow> rows;
     for (const TransferStatus &transfer : m_store.transfers())
-        lines.push_back({transfer.id, displayText(transfer.clipName),
-                         transferPhaseText(transfer.phase),
-                         displayText(transfer.message, longestMessage), transfer.progress(),
-                         transfer.phase == TransferPhase::downloading
-                             || transfer.phase == TransferPhase::verifying});
-    m_transfers.setRows(std::move(lines));
+        rows.push_back({transfer.id, displayText(transfer.clipName),
+                        transferPhaseText(transfer.phase),
+                        displayText(transfer.message, longestMessage), transfer.progress(),
+                        transfer.phase == TransferPhase::downloading
+                            || transfer.phase == TransferPhase::verifying});
+    m_transfers.setRows(std::move(rows));
     Q_EMIT changed();
 }
 

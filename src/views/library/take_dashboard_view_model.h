@@ -15,21 +15,21 @@ struct VORNTake;
 /// The pages of the dashboard, in their order on the screen.
 enum class LibraryDashboardTab { overview, media, resolve, activity };
 
-struct ReadinessLine {
+struct ReadinessRow {
     QString key; ///< the label
     bool ready = false;
 
-    bool operator==(const ReadinessLine &) const = default;
+    bool operator==(const ReadinessRow &) const = default;
 };
 
-struct DetailLine {
+struct DetailRow {
     QString key; ///< the label
     QString value;
 
-    bool operator==(const DetailLine &) const = default;
+    bool operator==(const DetailRow &) const = default;
 };
 
-struct ClipLine {
+struct ClipRow {
     QString key; ///< the clip's id
     QString cameraId;
     QString fileName;
@@ -39,10 +39,10 @@ struct ClipLine {
     bool isLocal = false;
     bool isReference = false;
 
-    bool operator==(const ClipLine &) const = default;
+    bool operator==(const ClipRow &) const = default;
 };
 
-struct TransferLine {
+struct TransferRow {
     QString key; ///< the clip's id
     QString clipName;
     QString phase;
@@ -50,7 +50,7 @@ struct TransferLine {
     double progress = 0;    ///< 0 to 1
     bool isRunning = false; ///< runningTransfer tells more
 
-    bool operator==(const TransferLine &) const = default;
+    bool operator==(const TransferRow &) const = default;
 };
 
 /// The selected take in the words of the dashboard. Context: UI thread.
@@ -108,10 +108,10 @@ private:
     void refreshTransfers();
 
     AppStore &m_store;
-    RowListModel<ReadinessLine> m_readiness;
-    RowListModel<DetailLine> m_details;
-    RowListModel<ClipLine> m_clips;
-    RowListModel<TransferLine> m_transfers;
+    RowListModel<ReadinessRow> m_readiness;
+    RowListModel<DetailRow> m_details;
+    RowListModel<ClipRow> m_clips;
+    RowListModel<TransferRow> m_transfers;
     WorkProgressViewModel m_runningTransfer;
 };
 
