@@ -20,7 +20,7 @@ namespace vorn {
 [[nodiscard]] QString advertisedTransportStatus(const LiveCamera *camera, WallTime now);
 /// What holds the camera's previews back.
 [[nodiscard]] QString previewHealthStatus(const LiveCamera *camera, WallTime now);
-/// How the pictures of one profile come; `transport` is absent before the first one.
+/// How the frames of one profile come; `transport` is absent before the first one.
 [[nodiscard]] QString transportStatus(VORNPreviewProfile profile, const LiveCamera *camera,
                                       std::optional<Transport> transport);
 [[nodiscard]] QString h264Status(const LiveCamera *camera, WallTime now);

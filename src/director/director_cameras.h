@@ -57,7 +57,7 @@ audioChannels(std::span<const AudioChannelState> existing, std::span<const LiveC
                                                               std::span<const LiveCamera> cameras,
                                                               WallTime now);
 
-/// The cameras of which large pictures are wanted: Preview, or Program while Preview is empty. Both
+/// The cameras of which large frames are wanted: Preview, or Program while Preview is empty. Both
 /// where the network is good for it.
 [[nodiscard]] std::set<QString> selectedProfileCameraIDs(const LiveEditTimeline &timeline,
                                                          VORNPreviewNetworkPolicy effectivePolicy);

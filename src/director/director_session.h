@@ -39,7 +39,7 @@ inline constexpr std::array allDirectorInspectorTabs{
 inline constexpr std::array fadeDurations{0.5, 1.0, 1.5, 2.0};
 
 /// One opening of the Director window: all of its state, what it derives from the library, the
-/// cameras and the preview pictures, and what it does when they change. A window that opens again
+/// cameras and the preview frames, and what it does when they change. A window that opens again
 /// gets a new one. Context: UI thread.
 class DirectorSession : public QObject {
     Q_OBJECT
@@ -102,7 +102,7 @@ public:
     [[nodiscard]] QString previewAspect(const std::optional<QString> &id) const;
     [[nodiscard]] bool cameraIsOnline(const std::optional<QString> &id) const;
     [[nodiscard]] bool cameraIsRecording(const std::optional<QString> &id) const;
-    /// How the pictures of the camera in Preview come. The other status rows are functions of
+    /// How the frames of the camera in Preview come. The other status rows are functions of
     /// selectedCamera(), in camera_status_text.h.
     [[nodiscard]] QString transportStatus(VORNPreviewProfile profile) const;
 
@@ -111,7 +111,7 @@ public:
     /// See editLogTable. Knows the names of cameras that have left since.
     [[nodiscard]] QString editLog() const;
 
-    /// The pictures, with signals of their own.
+    /// The frames, with signals of their own.
     [[nodiscard]] const LivePreviewStore &previews() const { return m_previews; }
 
 Q_SIGNALS:

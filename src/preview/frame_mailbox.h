@@ -10,23 +10,23 @@
 
 namespace vorn {
 
-/// What has become of the pictures of one stream, over all of its runs.
+/// What has become of the frames of one stream, over all of its runs.
 struct StreamStatistics {
     std::uint64_t received = 0;
-    std::uint64_t replaced = 0; ///< by a newer picture, before anyone could see them
+    std::uint64_t replaced = 0; ///< by a newer frame, before anyone could see them
     std::uint64_t published = 0;
-    /// The longest time between two pictures while the stream was wanted.
+    /// The longest time between two frames while the stream was wanted.
     std::chrono::nanoseconds maximumGap{0};
 
     bool operator==(const StreamStatistics &) const = default;
 };
 
-/// Hands the pictures of one stream on to another thread, one at a time: while one is under way,
-/// the newest of those that follow waits, and no other. Who posts a picture says so when it has
+/// Hands the frames of one stream on to another thread, one at a time: while one is under way,
+/// the newest of those that follow waits, and no other. Who posts a frame says so when it has
 /// been taken.
 class FrameMailbox {
 public:
-    /// The picture, to be posted now; none when it has to wait.
+    /// The frame, to be posted now; none when it has to wait.
     [[nodiscard]] std::optional<PreviewFrame> put(PreviewFrame frame)
     {
         if (m_lastReceivedAt)
@@ -40,7 +40,7 @@ public:
         return m_isUnderWay ? std::nullopt : post();
     }
 
-    /// The picture under way has been taken. The next one to be posted, if there is one.
+    /// The frame under way has been taken. The next one to be posted, if there is one.
     [[nodiscard]] std::optional<PreviewFrame> taken()
     {
         m_isUnderWay = false;

@@ -108,7 +108,7 @@ void LivePreviewStore::publish(const StreamKey &key, const PreviewFrame &frame,
 void LivePreviewStore::fail(const StreamKey &key, const QString &error)
 {
     m_ui.assertCurrent();
-    // A stream that once showed a picture keeps it, and shows no error.
+    // A stream that once showed a frame keeps it, and shows no error.
     if (framesOf(key.profile).contains(key.cameraID))
         return;
     QString &shown = m_errors[key.cameraID];

@@ -14,7 +14,7 @@
 namespace vorn {
 
 /// Turns the list of cameras and the user's selection into running preview streams, and holds the
-/// latest picture of each. All maps go by camera id and hold only cameras that may stream, as of
+/// latest frame of each. All maps go by camera id and hold only cameras that may stream, as of
 /// the last list. Context: UI thread.
 class LivePreviewStore : public QObject {
     Q_OBJECT
@@ -22,29 +22,29 @@ public:
     /// Its end ends all streams, and waits until they have ended.
     explicit LivePreviewStore(PreviewOptions options = {}, QObject *parent = nullptr);
 
-    /// Streams from now on. Pictures of before stay until new ones come.
+    /// Streams from now on. Frames of before stay until new ones come.
     void start(const std::vector<LiveCamera> &cameras);
     /// To be called whenever the list changes, and once a second: cameras only age out here.
     void update(const std::vector<LiveCamera> &cameras);
-    /// The cameras of which large pictures are wanted too.
+    /// The cameras of which large frames are wanted too.
     void select(const std::set<QString> &cameraIDs);
-    /// Ends all streams. The pictures stay.
+    /// Ends all streams. The frames stay.
     void stop();
 
     [[nodiscard]] const std::map<QString, PreviewFrame> &wallFrames() const;
     [[nodiscard]] const std::map<QString, PreviewFrame> &selectedFrames() const;
-    /// Why a stream that has shown no picture yet fails.
+    /// Why a stream that has shown no frame yet fails.
     [[nodiscard]] const std::map<QString, QString> &errors() const;
-    /// When the last picture of either profile was published.
+    /// When the last frame of either profile was published.
     [[nodiscard]] const std::map<QString, WallTime> &frameTimes() const;
-    /// How the last picture came; none without a picture.
+    /// How the last frame came; none without a frame.
     [[nodiscard]] std::optional<Transport> transport(const QString &cameraID,
                                                      VORNPreviewProfile profile) const;
-    /// As of the last picture that was published.
+    /// As of the last frame that was published.
     [[nodiscard]] const std::map<StreamKey, StreamStatistics> &statistics() const;
 
 Q_SIGNALS:
-    /// A new picture of that camera and profile, or none any more.
+    /// A new frame of that camera and profile, or none any more.
     void frameChanged(const QString &cameraID, vorn::VORNPreviewProfile profile);
     void transportChanged(const QString &cameraID, vorn::VORNPreviewProfile profile);
     void errorChanged(const QString &cameraID);

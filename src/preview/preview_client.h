@@ -18,7 +18,7 @@
 
 namespace vorn {
 
-/// Why a camera gave no picture. `what()` is the sentence the user sees, in UTF-8.
+/// Why a camera gave no frame. `what()` is the sentence the user sees, in UTF-8.
 class VORNPreviewError : public std::exception {
 public:
     enum class Case { invalidHost, connectionFailed, transportFailed, invalidLength, invalidJPEG };
@@ -32,7 +32,7 @@ private:
     Case m_case;
 };
 
-/// One decoded preview picture.
+/// One decoded preview frame.
 struct PreviewFrame {
     QImage image; ///< Format_RGB32
     Transport transport = Transport::persistent;
@@ -40,7 +40,7 @@ struct PreviewFrame {
     QByteArray comment;                    ///< the first comment in the JPEG, as it was sent
 };
 
-/// Reads preview pictures from one camera over TCP: one byte is sent, the mode; the camera answers
+/// Reads preview frames from one camera over TCP: one byte is sent, the mode; the camera answers
 /// with frames, each a length of four bytes, most significant first, and a JPEG of that length. The
 /// functions keep nothing, block the calling thread, and throw VORNPreviewError.
 namespace VORNPreviewClient {
@@ -48,7 +48,7 @@ namespace VORNPreviewClient {
 inline constexpr std::uint16_t port = previewPort;
 /// Bounds what a camera can make us hold.
 inline constexpr std::uint32_t maximumFrameBytes = 0x200000;
-/// For how long after a picture over the legacy transport the persistent one is not tried.
+/// For how long after a frame over the legacy transport the persistent one is not tried.
 inline constexpr std::chrono::seconds legacyProbeInterval{30};
 inline constexpr std::size_t lengthPrefixBytes = 4;
 
@@ -67,14 +67,14 @@ struct Camera {
     Limits limits = {};
 };
 
-/// Receives pictures until `stop` is requested, which ends every wait at once. Without
-/// `preferLegacy` a stream is tried first. One that has given a picture ends with its error; one
-/// that has not is replaced by a single picture over the legacy transport. Gives the transport that
+/// Receives frames until `stop` is requested, which ends every wait at once. Without
+/// `preferLegacy` a stream is tried first. One that has given a frame ends with its error; one
+/// that has not is replaced by a single frame over the legacy transport. Gives the transport that
 /// was used. A wait that the stop ended shows as an error.
 Transport receive(const Camera &camera, VORNPreviewProfile profile, bool preferLegacy,
                   const StopSignal &stop, const std::function<void(PreviewFrame)> &onFrame);
 
-/// One picture as it came, after the checks that `receive` makes.
+/// One frame as it came, after the checks that `receive` makes.
 [[nodiscard]] QByteArray fetchJPEG(const QString &host, std::uint16_t serverPort, std::byte mode,
                                    std::chrono::milliseconds timeout = Limits{}.legacyWait);
 

@@ -5,16 +5,16 @@
 
 namespace vorn {
 
-/// What a stream of preview pictures is for. The names are its values as text.
+/// What a stream of preview frames is for. The names are its values as text.
 enum class VORNPreviewProfile {
-    wall,     ///< small pictures, of every camera
-    selected, ///< large pictures, of the cameras that are looked at
+    wall,     ///< small frames, of every camera
+    selected, ///< large frames, of the cameras that are looked at
 };
 
-/// How pictures come: over one connection that stays, or over a new one for each picture.
+/// How frames come: over one connection that stays, or over a new one for each frame.
 enum class Transport { persistent, legacy };
 
-/// The bytes that ask a camera for pictures of that profile: for a stream, and for one picture.
+/// The bytes that ask a camera for frames of that profile: for a stream, and for one frame.
 [[nodiscard]] constexpr std::array<std::byte, 2> requestModes(VORNPreviewProfile profile)
 {
     switch (profile) {

@@ -33,11 +33,11 @@ public:
     void update(std::vector<LiveCamera> cameras);
     void select(std::set<QString> cameraIDs);
     void stop();
-    /// The picture that was last published for the stream has been taken.
+    /// The frame that was last published for the stream has been taken.
     void frameTaken(const StreamKey &key);
 
 Q_SIGNALS:
-    /// The newest picture of a stream. The next one comes after frameTaken.
+    /// The newest frame of a stream. The next one comes after frameTaken.
     void published(const vorn::StreamKey &key, const vorn::PreviewFrame &frame,
                    const vorn::StreamStatistics &statistics);
     void failed(const vorn::StreamKey &key, const QString &error);

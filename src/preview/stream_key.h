@@ -8,7 +8,7 @@
 
 namespace vorn {
 
-/// Names one stream of pictures.
+/// Names one stream of frames.
 struct StreamKey {
     QString cameraID;
     VORNPreviewProfile profile = VORNPreviewProfile::wall;

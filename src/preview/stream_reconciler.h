@@ -35,7 +35,7 @@ struct StreamPace {
     /// After a first failure; doubled with each further one, up to the maximum.
     std::chrono::milliseconds firstBackOff{500};
     std::chrono::milliseconds maximumBackOff{8000};
-    /// After a picture over the legacy transport.
+    /// After a frame over the legacy transport.
     std::chrono::milliseconds wallPause{350};
     std::chrono::milliseconds selectedPause{180};
 };
@@ -87,7 +87,7 @@ public:
     /// The cameras that may stream, as of the last decision.
     [[nodiscard]] const std::set<QString> &eligibleIDs() const { return m_eligibleIDs; }
 
-    /// A run has a picture. False when it is not the current one; the picture is stale then.
+    /// A run has a frame. False when it is not the current one; the frame is stale then.
     [[nodiscard]] bool publish(const StreamRun &run, Transport transport);
 
     struct Ending {
@@ -129,7 +129,7 @@ private:
     bool m_isRunning = false;
     Streams m_streams; ///< idle ones are not in it
     std::map<StreamKey, LegacyPreference> m_legacyPreferences;
-    std::map<StreamKey, int> m_failureCounts; ///< since the last picture
+    std::map<StreamKey, int> m_failureCounts; ///< since the last frame
     StreamToken m_lastToken = 0;
     int m_runs = 0;            ///< started and not ended
     bool m_isHeldBack = false; ///< a stream could not start for the number of runs

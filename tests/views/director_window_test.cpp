@@ -221,8 +221,8 @@ private Q_SLOTS:
             [&] {
                 int pictures = 0;
                 for (QQuickItem *item : visibleItems(probe.window()->contentItem()))
-                    pictures += item->inherits("vorn::PreviewPicture")
-                                && item->property("hasPicture").toBool();
+                    pictures += item->inherits("vorn::CameraFrameImage")
+                                && item->property("hasFrame").toBool();
                 return pictures == 5; // four tiles and Preview
             }(),
             limitMs);

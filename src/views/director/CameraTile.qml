@@ -28,7 +28,7 @@ FocusStop {
 
     Accessible.role: isEmpty ? Accessible.StaticText : Accessible.Button
     Accessible.name: isEmpty ? title + ", " + notice : title
-    Accessible.description: well.hasPicture ? spoken : notice + ", " + spoken
+    Accessible.description: well.hasFrame ? spoken : notice + ", " + spoken
     Accessible.onPressAction: if (!isEmpty) chosen()
 
     // Beneath what explains itself under the pointer.
@@ -38,7 +38,7 @@ FocusStop {
         onPressed: root.focusByPointer()
         onClicked: root.chosen()
     }
-    PictureWell {
+    FrameWell {
         id: well
 
         anchors.left: parent.left

@@ -20,7 +20,7 @@ Item {
         font.weight: Font.DemiBold
         color: root.isProgram ? Theme.failure : Theme.preview
     }
-    PictureWell {
+    FrameWell {
         id: well
 
         anchors.left: parent.left

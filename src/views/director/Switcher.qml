@@ -7,7 +7,7 @@ StudioPanel {
     id: root
 
     required property DirectorViewModel director
-    // Beside or above each other, whichever makes the pictures larger.
+    // Beside or above each other, whichever makes the frames larger.
     readonly property bool stacked: monitors.height > monitors.width * 0.75
 
     title: qsTr("SWITCHER")

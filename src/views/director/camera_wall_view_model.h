@@ -15,7 +15,7 @@ struct TileRow {
     QString key;       ///< says which camera, or which empty place
     QString cameraID;  ///< empty for an empty place
     QString title;     ///< the camera's name, or "CAM 3"
-    QString notice;    ///< where there is no picture
+    QString notice;    ///< where there is no frame
     QString levelText; ///< such as "-18 dB", or "OFFLINE"
     double levelDB = 0;
     QString batteryText;

@@ -76,7 +76,7 @@ DirectorViewModel::DirectorViewModel(AppStore &store, LANDiscovery &catalogs,
     connect(&store, &AppStore::errorMessageChanged, this, &DirectorViewModel::errorChanged);
 }
 
-QImage DirectorViewModel::wallImage(const QString &cameraID) const
+QImage DirectorViewModel::wallFrame(const QString &cameraID) const
 {
     const auto &frames = m_session.previews().wallFrames();
     const auto frame = frames.find(cameraID);

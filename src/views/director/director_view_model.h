@@ -38,7 +38,7 @@ public:
     [[nodiscard]] QString cameraID() const;
     [[nodiscard]] bool hasCamera() const { return camera().has_value(); }
     [[nodiscard]] QString cameraText() const;
-    /// What stands there without a picture; empty when there is nothing to say.
+    /// What stands there without a frame; empty when there is nothing to say.
     [[nodiscard]] QString notice() const;
     [[nodiscard]] bool isRecording() const;
 
@@ -90,8 +90,8 @@ public:
 
     [[nodiscard]] const DirectorSession &session() const { return m_session; }
     [[nodiscard]] FramePacer &pacer() { return m_pacer; }
-    /// The latest small picture of a camera; null when there is none.
-    [[nodiscard]] QImage wallImage(const QString &cameraID) const;
+    /// The latest small frame of a camera; null when there is none.
+    [[nodiscard]] QImage wallFrame(const QString &cameraID) const;
 
     [[nodiscard]] QString cameraCountText() const;
     [[nodiscard]] bool hasOnlineCamera() const;

@@ -10,8 +10,8 @@
 
 namespace vorn {
 
-/// The beat at which new preview pictures are drawn. Each repaint of a window costs about the same
-/// whether one picture is new or six, so those that come close together share one. Context: UI
+/// The beat at which new preview frames are drawn. Each repaint of a window costs about the same
+/// whether one frame is new or six, so those that come close together share one. Context: UI
 /// thread.
 class FramePacer : public QObject {
     Q_OBJECT

@@ -1,7 +1,7 @@
 import QtQuick
 import Vorn
 
-// A picture in its frame: green with Preview, red with Program.
+// A camera's frame within a border: green with Preview, red with Program.
 Rectangle {
     id: root
 
@@ -11,7 +11,7 @@ Rectangle {
     required property bool isProgram
     required property string notice
     property bool monitor
-    readonly property bool hasPicture: picture.hasPicture
+    readonly property bool hasFrame: frame.hasFrame
     default property alias content: over.data
 
     color: Theme.field
@@ -19,8 +19,8 @@ Rectangle {
     border.width: isProgram ? 3 : isPreview ? 2 : 1
     border.color: isProgram ? Theme.failure : isPreview ? Theme.preview : Theme.frame
 
-    PreviewPicture {
-        id: picture
+    CameraFrameImage {
+        id: frame
 
         anchors.fill: parent
         anchors.margins: 4
@@ -32,7 +32,7 @@ Rectangle {
     Column {
         anchors.centerIn: parent
         width: parent.width - 2 * Theme.between
-        visible: !picture.hasPicture
+        visible: !frame.hasFrame
         spacing: Theme.tight
 
         TokenIcon {

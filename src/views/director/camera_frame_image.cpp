@@ -1,4 +1,4 @@
-#include "views/director/preview_picture.h"
+#include "views/director/camera_frame_image.h"
 
 #include "live/frame_orientation.h"
 
@@ -11,12 +11,12 @@
 
 namespace vorn {
 
-PreviewPicture::PreviewPicture(QQuickItem *parent) : QQuickItem(parent)
+CameraFrameImage::CameraFrameImage(QQuickItem *parent) : QQuickItem(parent)
 {
     setFlag(ItemHasContents);
 }
 
-void PreviewPicture::setDirector(DirectorViewModel *director)
+void CameraFrameImage::setDirector(DirectorViewModel *director)
 {
     if (m_director == director)
         return;
@@ -25,20 +25,20 @@ void PreviewPicture::setDirector(DirectorViewModel *director)
     m_director = director;
     if (director) {
         connect(&director->session().previews(), &LivePreviewStore::frameChanged, this,
-                &PreviewPicture::onFrame);
+                &CameraFrameImage::onFrame);
         connect(&director->pacer(), &FramePacer::beat, this, [this] {
             if (m_isStale)
                 refresh();
         });
         // A camera that goes offline, is turned, or leaves.
         connect(&director->session(), &DirectorSession::camerasChanged, this,
-                &PreviewPicture::refresh);
+                &CameraFrameImage::refresh);
     }
     refresh();
     Q_EMIT directorChanged();
 }
 
-void PreviewPicture::setCameraID(const QString &id)
+void CameraFrameImage::setCameraID(const QString &id)
 {
     if (m_cameraID == id)
         return;
@@ -47,7 +47,7 @@ void PreviewPicture::setCameraID(const QString &id)
     Q_EMIT cameraIDChanged();
 }
 
-void PreviewPicture::setMonitor(bool isMonitor)
+void CameraFrameImage::setMonitor(bool isMonitor)
 {
     if (m_isMonitor == isMonitor)
         return;
@@ -56,7 +56,7 @@ void PreviewPicture::setMonitor(bool isMonitor)
     Q_EMIT monitorChanged();
 }
 
-void PreviewPicture::onFrame(const QString &cameraID, VORNPreviewProfile profile)
+void CameraFrameImage::onFrame(const QString &cameraID, VORNPreviewProfile profile)
 {
     if (cameraID != m_cameraID || (profile == VORNPreviewProfile::selected && !m_isMonitor))
         return;
@@ -65,30 +65,30 @@ void PreviewPicture::onFrame(const QString &cameraID, VORNPreviewProfile profile
         m_director->pacer().request();
 }
 
-void PreviewPicture::refresh()
+void CameraFrameImage::refresh()
 {
     m_isStale = false;
     QImage image;
     int rotation = 0;
     if (m_director && !m_cameraID.isEmpty()) {
         const DirectorSession &session = m_director->session();
-        image = m_isMonitor ? session.previewImage(m_cameraID) : m_director->wallImage(m_cameraID);
+        image = m_isMonitor ? session.previewImage(m_cameraID) : m_director->wallFrame(m_cameraID);
         rotation = int(CameraFrameOrientation::effectiveRotation(
             image.width(), image.height(), session.previewAspect(m_cameraID),
             session.previewRotation(m_cameraID)));
     }
     if (image.cacheKey() == m_image.cacheKey() && rotation == m_rotation)
         return;
-    const bool hadPicture = hasPicture();
+    const bool hadFrame = hasFrame();
     m_image = image;
     m_isNewImage = true;
     m_rotation = rotation;
     update();
-    if (hadPicture != hasPicture())
-        Q_EMIT hasPictureChanged();
+    if (hadFrame != hasFrame())
+        Q_EMIT hasFrameChanged();
 }
 
-QSGNode *PreviewPicture::updatePaintNode(QSGNode *old, UpdatePaintNodeData *)
+QSGNode *CameraFrameImage::updatePaintNode(QSGNode *old, UpdatePaintNodeData *)
 {
     std::unique_ptr<QSGTransformNode> turn(static_cast<QSGTransformNode *>(old));
     if (m_image.isNull() || width() <= 0 || height() <= 0)
@@ -101,15 +101,14 @@ QSGNode *PreviewPicture::updatePaintNode(QSGNode *old, UpdatePaintNodeData *)
         turn->appendChildNode(created);
         m_isNewImage = true;
     }
-    auto *picture = static_cast<QSGImageNode *>(turn->firstChild());
+    auto *frame = static_cast<QSGImageNode *>(turn->firstChild());
     if (std::exchange(m_isNewImage, false))
-        picture->setTexture(
-            window()->createTextureFromImage(m_image, QQuickWindow::TextureIsOpaque));
+        frame->setTexture(window()->createTextureFromImage(m_image, QQuickWindow::TextureIsOpaque));
 
     const bool isQuarterTurn = m_rotation == 90 || m_rotation == 270;
     const QSizeF room = isQuarterTurn ? size().transposed() : size();
     const QSizeF fitted = QSizeF(m_image.size()).scaled(room, Qt::KeepAspectRatio);
-    picture->setRect(QRectF(QPointF(-fitted.width() / 2, -fitted.height() / 2), fitted));
+    frame->setRect(QRectF(QPointF(-fitted.width() / 2, -fitted.height() / 2), fitted));
     QMatrix4x4 matrix;
     matrix.translate(float(width() / 2), float(height() / 2));
     matrix.rotate(float(m_rotation), 0, 0, 1);

@@ -9,19 +9,19 @@
 
 namespace vorn {
 
-/// Draws a camera's latest preview picture upright, as large as fits, and nothing around it.
-/// Repaints only for a picture that is new, at the pace of FramePacer. Context: UI thread.
-class PreviewPicture : public QQuickItem {
+/// Draws a camera's latest preview frame upright, as large as fits, and nothing around it.
+/// Repaints only for a frame that is new, at the pace of FramePacer. Context: UI thread.
+class CameraFrameImage : public QQuickItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(vorn::DirectorViewModel *director READ director WRITE setDirector NOTIFY
                    directorChanged REQUIRED)
     Q_PROPERTY(QString cameraID READ cameraID WRITE setCameraID NOTIFY cameraIDChanged REQUIRED)
-    /// On a monitor: the large picture where there is one, and none of a camera that is offline.
+    /// On a monitor: the large frame where there is one, and none of a camera that is offline.
     Q_PROPERTY(bool monitor READ isMonitor WRITE setMonitor NOTIFY monitorChanged)
-    Q_PROPERTY(bool hasPicture READ hasPicture NOTIFY hasPictureChanged)
+    Q_PROPERTY(bool hasFrame READ hasFrame NOTIFY hasFrameChanged)
 public:
-    explicit PreviewPicture(QQuickItem *parent = nullptr);
+    explicit CameraFrameImage(QQuickItem *parent = nullptr);
 
     [[nodiscard]] DirectorViewModel *director() const { return m_director; }
     void setDirector(DirectorViewModel *director);
@@ -29,13 +29,13 @@ public:
     void setCameraID(const QString &id);
     [[nodiscard]] bool isMonitor() const { return m_isMonitor; }
     void setMonitor(bool isMonitor);
-    [[nodiscard]] bool hasPicture() const { return !m_image.isNull(); }
+    [[nodiscard]] bool hasFrame() const { return !m_image.isNull(); }
 
 Q_SIGNALS:
     void directorChanged();
     void cameraIDChanged();
     void monitorChanged();
-    void hasPictureChanged();
+    void hasFrameChanged();
 
 protected:
     QSGNode *updatePaintNode(QSGNode *old, UpdatePaintNodeData *data) override;
@@ -47,7 +47,7 @@ private:
     QPointer<DirectorViewModel> m_director;
     QString m_cameraID;
     bool m_isMonitor = false;
-    bool m_isStale = false; ///< a newer picture waits for the next beat
+    bool m_isStale = false; ///< a newer frame waits for the next beat
     QImage m_image;
     bool m_isNewImage = false; ///< since it was last drawn
     int m_rotation = 0;        ///< degrees, clockwise
