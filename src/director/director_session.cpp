@@ -17,12 +17,6 @@ using namespace Qt::StringLiterals;
 namespace vorn {
 namespace {
 
-const PreviewFrame *frameOf(const std::map<QString, PreviewFrame> &frames, const QString &cameraID)
-{
-    const auto found = frames.find(cameraID);
-    return found == frames.end() ? nullptr : &found->second;
-}
-
 WallTime now()
 {
     return std::chrono::system_clock::now();
@@ -255,9 +249,7 @@ QString DirectorSession::cameraName(const std::optional<QString> &id) const
     if (!id)
         return u"No camera selected"_s;
     const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
-    if (!camera)
-        return *id;
-    return camera->name + offlineMark(*camera);
+    return camera ? camera->name + offlineMark(*camera) : *id;
 }
 
 QString DirectorSession::shownCameraName(const std::optional<QString> &id) const
@@ -272,8 +264,8 @@ QImage DirectorSession::previewImage(const std::optional<QString> &id) const
     const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
     if (!camera || !camera->isOnline())
         return {};
-    const PreviewFrame *wall = frameOf(m_previews.wallFrames(), camera->id);
-    const PreviewFrame *selected = frameOf(m_previews.selectedFrames(), camera->id);
+    const PreviewFrame *wall = m_previews.frame(camera->id, VORNPreviewProfile::wall);
+    const PreviewFrame *selected = m_previews.frame(camera->id, VORNPreviewProfile::selected);
     if (!selected)
         return wall ? wall->image : QImage();
     // What a stream that is closed by now left behind counts only until the wall has a newer one.

@@ -68,13 +68,21 @@ const std::map<QString, WallTime> &LivePreviewStore::frameTimes() const
     return m_frameTimes;
 }
 
+const PreviewFrame *LivePreviewStore::frame(const QString &cameraID,
+                                            VORNPreviewProfile profile) const
+{
+    m_ui.assertCurrent();
+    const Frames &frames = profile == VORNPreviewProfile::wall ? m_wallFrames : m_selectedFrames;
+    const auto found = frames.find(cameraID);
+    return found == frames.end() ? nullptr : &found->second;
+}
+
 std::optional<Transport> LivePreviewStore::transport(const QString &cameraID,
                                                      VORNPreviewProfile profile) const
 {
     m_ui.assertCurrent();
-    const Frames &frames = profile == VORNPreviewProfile::wall ? m_wallFrames : m_selectedFrames;
-    const auto frame = frames.find(cameraID);
-    return frame == frames.end() ? std::nullopt : std::optional(frame->second.transport);
+    const PreviewFrame *last = frame(cameraID, profile);
+    return last ? std::optional(last->transport) : std::nullopt;
 }
 
 const std::map<StreamKey, StreamStatistics> &LivePreviewStore::statistics() const

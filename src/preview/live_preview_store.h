@@ -33,6 +33,9 @@ public:
 
     [[nodiscard]] const std::map<QString, PreviewFrame> &wallFrames() const;
     [[nodiscard]] const std::map<QString, PreviewFrame> &selectedFrames() const;
+    /// The latest of that camera and profile; null when there is none. Good until the next one.
+    [[nodiscard]] const PreviewFrame *frame(const QString &cameraID,
+                                            VORNPreviewProfile profile) const;
     /// Why a stream that has shown no frame yet fails.
     [[nodiscard]] const std::map<QString, QString> &errors() const;
     /// When the last frame of either profile was published.

@@ -78,9 +78,8 @@ DirectorViewModel::DirectorViewModel(AppStore &store, LANDiscovery &catalogs,
 
 QImage DirectorViewModel::wallFrame(const QString &cameraID) const
 {
-    const auto &frames = m_session.previews().wallFrames();
-    const auto frame = frames.find(cameraID);
-    return frame == frames.end() ? QImage() : frame->second.image;
+    const PreviewFrame *frame = m_session.previews().frame(cameraID, VORNPreviewProfile::wall);
+    return frame ? frame->image : QImage();
 }
 
 QString DirectorViewModel::cameraCountText() const
