@@ -1,18 +1,62 @@
 #include "base/json_text.h"
 
-#include <QJsonDocument>
-
 #include <algorithm>
+#include <string_view>
 
 using namespace Qt::StringLiterals;
 
 namespace vorn {
+namespace {
+
+/// Escapes the U+FEFF at the beginning of each text: so written, Qt keeps it.
+void escapeMarks(QByteArray &json)
+{
+    constexpr QByteArrayView mark = "\"\xEF\xBB\xBF";
+    if (json.contains(mark)) // a replacement copies, also when there is nothing to replace
+        json.replace(mark, "\"\\uFEFF");
+}
+
+/// Qt reads a whole number beyond 64 bits as a double, and one that rounds to -2^63 as that whole
+/// number. Here it becomes the next double below, which is none.
+void lowerFalseMinima(QByteArray &json)
+{
+    constexpr std::string_view minimum = "9223372036854775808"; // 2^63
+    constexpr std::string_view lastToRound = "9223372036854776832";
+    constexpr const char *nextDouble = "9223372036854777856";
+    if (!json.contains("-922337203685477"))
+        return;
+    bool isInText = false;
+    for (qsizetype at = 0; at < json.size(); ++at) {
+        const char c = json.at(at);
+        if (isInText && c == '\\') {
+            ++at;
+        } else if (c == '"') {
+            isInText = !isInText;
+        } else if (!isInText && c == '-') {
+            std::string_view digits(json.constData() + at + 1, std::size_t(json.size() - at - 1));
+            digits = digits.substr(0, digits.find_first_not_of("0123456789"));
+            if (digits.size() == minimum.size() && digits > minimum && digits <= lastToRound)
+                json.replace(at + 1, qsizetype(minimum.size()), nextDouble);
+        }
+    }
+}
+
+} // namespace
+
+QJsonDocument parseJson(const QByteArray &text, QJsonParseError *error)
+{
+    QByteArray readable = text;
+    escapeMarks(readable);
+    lowerFalseMinima(readable);
+    return QJsonDocument::fromJson(readable, error);
+}
 
 QJsonObject parseJsonObject(const QByteArray &text, const QString &name)
 {
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
+    const QJsonDocument document = parseJson(text, &error);
     if (error.error != QJsonParseError::NoError) {
+        (void)QJsonDocument::fromJson(text, &error); // tells the place in the text as it was given
         // In an unfinished text Qt's offset is one past the end.
         const qsizetype read = std::min(qsizetype(error.offset), text.size());
         const qsizetype line = 1 + QByteArrayView(text).first(read).count('\n');

@@ -3,6 +3,7 @@
 #include "base/sentence_error.h"
 
 #include <QByteArray>
+#include <QJsonDocument>
 #include <QJsonObject>
 #include <QString>
 
@@ -15,6 +16,11 @@ class JsonError : public SentenceError {
 public:
     explicit JsonError(const QString &sentence) : SentenceError(sentence) {}
 };
+
+/// The document of a JSON text (RFC 8259), to the character and to the whole number; null when it
+/// is none, and then `error`, if given, says why. QJsonDocument::fromJson drops the U+FEFF that a
+/// text begins with, and takes whole numbers just below -2^63 for -2^63.
+[[nodiscard]] QJsonDocument parseJson(const QByteArray &text, QJsonParseError *error = nullptr);
 
 /// Reads a document whose root is an object (RFC 8259). `name` is what an error calls it. Depth is
 /// bounded by Qt (1024 levels). Throws JsonError.

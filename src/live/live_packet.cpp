@@ -1,11 +1,11 @@
 #include "live/live_packet.h"
 
+#include "base/json_text.h"
 #include "base/text_form.h"
 #include "live/json_values.h"
 #include "live/wire_text.h"
 
 #include <QByteArray>
-#include <QJsonDocument>
 
 #include <utility>
 
@@ -58,7 +58,7 @@ std::optional<LiveDatagram> decodeDatagram(std::span<const std::byte> data)
     const auto text = QByteArray::fromRawData(reinterpret_cast<const char *>(data.data()),
                                               qsizetype(data.size()));
     // What is no object reads as an empty one, which has no version.
-    const QJsonObject envelope = QJsonDocument::fromJson(text).object();
+    const QJsonObject envelope = parseJson(text).object();
     const QJsonValue payload = envelope.value(u"payload");
     if (exactInteger(envelope.value(u"v")) != 1 || !payload.isObject())
         return std::nullopt;

@@ -11,7 +11,7 @@ namespace {
 VORNLibrary sampleLibrary()
 {
     VORNClip full;
-    full.id = u"clip-1"_s;
+    full.id = u"\uFEFFclip-1"_s; // what begins a text is part of it, also a byte order mark
     full.cameraId = u"Kamera Ä/1 \u202E"_s;
     full.fileName = u"a \"b\".mov"_s;
     full.localPath = u"/m/a b.mov"_s;
@@ -29,7 +29,9 @@ VORNLibrary sampleLibrary()
     full.deviceName = u"Mara's phone 📱"_s;
     full.originCatalogRevision = std::numeric_limits<std::int64_t>::min();
     VORNClip bare;
-    bare.id = u"clip-2"_s;
+    bare.id = u"clip-1"_s;
+    bare.fileName = u"\uFEFF\uFEFF"_s;
+    bare.cameraId = u"\"\uFEFF"_s;
 
     VORNTake take;
     take.id = u"take-1"_s;
@@ -86,6 +88,13 @@ private Q_SLOTS:
         row("2^63",
             R"({"projects":[{"id":"p","name":"n","takes":[],"revision":9223372036854775808}]})",
             u"f: projects[0].revision is not a whole number of 64 bits");
+        row("-2^63-1 beside texts that look like it",
+            "{\"projects\":[{\"id\":\"\\\"-9223372036854775809\",\"takes\":[],\"name\":\"n\","
+            "\"revision\":-9223372036854775809}]}",
+            u"f: projects[0].revision is not a whole number of 64 bits");
+        row("a number that rounds to -2^63",
+            R"({"projects":[{"id":"p","name":"n","takes":[],"revision":-9223372036854776832}]})",
+            u"f: projects[0].revision is not a whole number of 64 bits");
         row("a project that is a text", R"({"projects":["p"]})",
             u"f: projects[0] is not an object");
         row("an anchor in camel case",
@@ -112,6 +121,19 @@ private Q_SLOTS:
         const auto withNull = recordFromJson<VORNLibrary>(
             R"({"projects":[{"id":"p","name":"n","takes":[],"revision":null}]})", u"f"_s);
         QVERIFY(!withNull.projects.front().revision);
+    }
+
+    void keepsTextsApartThatDifferInAByteOrderMark()
+    {
+        // In a file the mark may stand as it is or escaped, and before a key it makes another key.
+        const auto library = recordFromJson<VORNLibrary>(
+            "\xEF\xBB\xBF{\"projects\":[{\"id\":\"\xEF\xBB\xBFp\",\"name\":\"\\ufeffn\",\"takes\":["
+            "],"
+            "\"\xEF\xBB\xBFname\":\"x\",\"revision\":-9223372036854775808}]}",
+            u"f"_s);
+        QCOMPARE(library.projects.front().id, u"\uFEFFp"_s);
+        QCOMPARE(library.projects.front().name, u"\uFEFFn"_s);
+        QCOMPARE(library.projects.front().revision, std::numeric_limits<std::int64_t>::min());
     }
 
     void progressStaysBetweenNothingAndAll()

@@ -105,6 +105,8 @@ private Q_SLOTS:
         row("unknown keys", "{'v':1,'type':'status','sender':'a','payload':{'y':[{}]},'x':{}}",
             u"a"_s);
         row("id agrees", "{'v':1,'type':'status','sender':'a','payload':{'id':'a'}}", u"a"_s);
+        row("a mark in front", "{'v':1,'type':'status','sender':'\xEF\xBB\xBF','payload':{}}",
+            u"\uFEFF"_s);
         row("id alone", "{'v':1,'type':'status','payload':{'id':'b'}}", u"b"_s);
         row("sender is a number", "{'v':1,'type':'status','sender':7,'payload':{'id':'b'}}",
             u"b"_s);
