@@ -1,6 +1,7 @@
 #include "drift/export_package.h"
 
 #include "base/atomic_file.h"
+#include "base/byte_sum.h"
 #include "base/digest.h"
 #include "base/files.h"
 #include "drift/alignment_report.h"
@@ -119,7 +120,7 @@ std::vector<Prepared> preparedClips(const VORNTake &take, const QString &referen
     ExportProgress progress;
     progress.clipCount = std::size_t(take.clips.size());
     for (const VORNClip &clip : take.clips)
-        progress.totalBytes += sizeOnDisk(clip);
+        progress.totalBytes = byteSum(progress.totalBytes, sizeOnDisk(clip));
 
     std::vector<Prepared> items;
     std::int64_t bytesBefore = 0;
@@ -127,7 +128,7 @@ std::vector<Prepared> preparedClips(const VORNTake &take, const QString &referen
         progress.cameraId = clip.cameraId;
         progress.clipIndex = items.size();
         const auto report = [&](std::int64_t bytes) {
-            progress.completedBytes = bytesBefore + bytes;
+            progress.completedBytes = byteSum(bytesBefore, bytes);
             if (onProgress)
                 onProgress(progress);
         };

@@ -101,6 +101,12 @@ inline constexpr QStringView unassignedProjectPrefix = u"unassigned-";
     return clip.localPath.has_value();
 }
 
+/// The size of the clip's file, 0 while none is known.
+[[nodiscard]] inline std::int64_t knownBytes(const VORNClip &clip)
+{
+    return std::max<std::int64_t>(0, clip.sizeBytes.value_or(0));
+}
+
 /// At least one clip, and every clip on this computer.
 [[nodiscard]] inline bool isComplete(const VORNTake &take)
 {

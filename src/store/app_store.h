@@ -4,6 +4,7 @@
 #include "desktop/sleep_inhibitor.h"
 #include "drift/export_package.h"
 #include "library/records.h"
+#include "store/download_progress.h"
 #include "store/library_file.h"
 #include "transfer/authenticated_transfer_client.h"
 #include "transfer/discovered_device.h"
@@ -12,6 +13,7 @@
 #include <QObject>
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -21,22 +23,6 @@
 namespace vorn {
 
 struct DeviceCatalog;
-
-/// How far the running downloads are, those that wait included.
-struct DownloadProgress {
-    QString clipId; ///< the one that is fetched
-    QString cameraId;
-    std::size_t clipIndex = 0; ///< from 0
-    std::size_t clipCount = 0;
-    std::int64_t clipBytes = 0;
-    std::int64_t clipTotalBytes = 0;
-    std::optional<std::int64_t> verifiedBytes; ///< of this clip, while its digest is taken
-    std::int64_t allBytes = 0;                 ///< of all clips together
-    std::int64_t allTotalBytes = 0;
-    int stage = 0; ///< rises where the bytes jump: a rate across that would mean nothing
-
-    bool operator==(const DownloadProgress &) const = default;
-};
 
 /// Owns the library and everything the windows show of it, and is the only writer of the library
 /// file. Every change of the library is on the disk when the operation that made it returns.
@@ -171,11 +157,10 @@ private:
     void setTransfer(const VORNClip &clip, TransferPhase phase, std::int64_t completed,
                      const QString &message);
     void failDownload(const VORNClip &clip, const Client &client, const std::exception &error);
-    void beginProgress(const PendingDownload &pending);
+    /// Changes the progress, if there is one: who reports may come too late.
+    void changeProgress(const std::function<void(DownloadProgress &)> &change);
     /// What the first one of the queue and those behind it come to.
     void countDownloads();
-    /// What is on the disk of the clip when its fetching begins.
-    void resumeAt(std::int64_t clipBytes);
     void setClipBytes(std::int64_t bytes);
     void setVerifiedBytes(std::int64_t bytes);
     void endProgress();

@@ -111,7 +111,10 @@ QCoro::Task<> AppStore::download(PendingDownload pending)
         co_return;
     }
     const QPointer<AppStore> self(this);
-    beginProgress(pending);
+    if (!m_downloadProgress)
+        m_downloadProgress.emplace();
+    m_downloadProgress->begin(clip);
+    countDownloads();
     std::exception_ptr failure;
     try {
         co_await fetch(pending, client, url);
@@ -157,10 +160,10 @@ QCoro::Task<> AppStore::fetch(PendingDownload pending, Client client, QUrl url)
     if (!self)
         co_return;
     std::int64_t offset = partial->size();
-    resumeAt(offset);
+    changeProgress([=](DownloadProgress &progress) { progress.resumeAt(offset); });
     setTransfer(clip, TransferPhase::downloading, offset, u"Resuming"_s);
     while (offset < total) {
-        const std::int64_t end = std::min(offset + TransferProtocol::chunkSize, total) - 1;
+        const std::int64_t end = offset + std::min(TransferProtocol::chunkSize, total - offset) - 1;
         QByteArray bytes = co_await client->fetchRange(
             url, offset, end, total, clip.sha256, [self, offset](std::int64_t received) {
                 if (self)
@@ -265,66 +268,33 @@ void AppStore::setTransfer(const VORNClip &clip, TransferPhase phase, std::int64
     Q_EMIT transfersChanged();
 }
 
-void AppStore::beginProgress(const PendingDownload &pending)
-{
-    m_ui.assertCurrent();
-    DownloadProgress progress = m_downloadProgress.value_or(DownloadProgress{});
-    if (m_downloadProgress) {
-        progress.clipIndex += 1;
-        progress.allBytes += progress.clipTotalBytes - progress.clipBytes;
-    }
-    progress.clipId = pending.clip.id;
-    progress.cameraId = pending.clip.cameraId;
-    progress.clipBytes = 0;
-    progress.clipTotalBytes = pending.clip.sizeBytes.value_or(0);
-    progress.verifiedBytes.reset();
-    progress.stage += 1;
-    m_downloadProgress = progress;
-    countDownloads();
-}
-
-void AppStore::resumeAt(std::int64_t clipBytes)
+void AppStore::changeProgress(const std::function<void(DownloadProgress &)> &change)
 {
     m_ui.assertCurrent();
     if (!m_downloadProgress)
         return;
-    m_downloadProgress->verifiedBytes.reset();
-    m_downloadProgress->stage += 1;
-    setClipBytes(clipBytes);
+    change(*m_downloadProgress);
+    Q_EMIT downloadProgressChanged();
 }
 
 void AppStore::countDownloads()
 {
     m_ui.assertCurrent();
-    if (!m_downloadProgress)
-        return;
-    DownloadProgress &progress = *m_downloadProgress;
-    progress.clipCount = progress.clipIndex + m_downloads.size();
-    progress.allTotalBytes = progress.allBytes - progress.clipBytes;
+    std::vector<std::int64_t> sizes;
+    sizes.reserve(m_downloads.size());
     for (const PendingDownload &waiting : m_downloads)
-        progress.allTotalBytes += waiting.clip.sizeBytes.value_or(0);
-    Q_EMIT downloadProgressChanged();
+        sizes.push_back(knownBytes(waiting.clip));
+    changeProgress([&](DownloadProgress &progress) { progress.count(sizes); });
 }
 
 void AppStore::setClipBytes(std::int64_t bytes)
 {
-    m_ui.assertCurrent();
-    if (!m_downloadProgress)
-        return;
-    m_downloadProgress->allBytes += bytes - m_downloadProgress->clipBytes;
-    m_downloadProgress->clipBytes = bytes;
-    Q_EMIT downloadProgressChanged();
+    changeProgress([=](DownloadProgress &progress) { progress.clipBytes = bytes; });
 }
 
 void AppStore::setVerifiedBytes(std::int64_t bytes)
 {
-    m_ui.assertCurrent();
-    if (!m_downloadProgress)
-        return;
-    if (!m_downloadProgress->verifiedBytes)
-        m_downloadProgress->stage += 1;
-    m_downloadProgress->verifiedBytes = bytes;
-    Q_EMIT downloadProgressChanged();
+    changeProgress([=](DownloadProgress &progress) { progress.setVerifiedBytes(bytes); });
 }
 
 void AppStore::endProgress()

@@ -4,6 +4,8 @@
 #include <QDateTime>
 #include <QUuid>
 
+#include <limits>
+
 using namespace Qt::StringLiterals;
 
 namespace vorn {
@@ -40,8 +42,14 @@ void AppStore::renameSelectedProject(const QString &name)
     if (trimmed.isEmpty() || !project || isUnassignedProject(project->id)
         || trimmed == project->name)
         return;
+    const std::int64_t revision = project->revision.value_or(0);
+    if (revision == std::numeric_limits<std::int64_t>::max()) {
+        fail(u"Project %1 cannot be renamed: its revision is the highest there is."_s.arg(
+            project->name));
+        return;
+    }
     project->name = trimmed;
-    project->revision = project->revision.value_or(0) + 1;
+    project->revision = revision + 1;
     sortByText(m_library.projects, &VORNProject::name);
     Q_EMIT libraryChanged();
     save();

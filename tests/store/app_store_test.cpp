@@ -11,8 +11,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <functional>
+#include <limits>
 
 using namespace vorn;
 using namespace Qt::StringLiterals;
@@ -163,6 +165,38 @@ private Q_SLOTS:
         store.renameSelectedProject(u"mine"_s);
         QVERIFY(!store.selectedProject());
         QCOMPARE(store.activities().size(), std::size_t{1});
+    }
+
+    void refusesARenameThatNoRevisionCanTell()
+    {
+        const QByteArray library =
+            R"({"projects":[{"id":"p","name":"b","takes":[],"revision":9223372036854775807}]})";
+        writePlain(m_folder->filePath(u"library.json"_s), library);
+        AppStore store(m_folder->path());
+        store.renameSelectedProject(u"Delta"_s);
+        QCOMPARE(store.errorMessage(),
+                 u"Project b cannot be renamed: its revision is the highest there is."_s);
+        QCOMPARE(store.selectedProject()->name, u"b"_s);
+        QCOMPARE(readFile(m_folder->filePath(u"library.json"_s), 1000), library);
+    }
+
+    void countsForeignSizesWithinBounds()
+    {
+        constexpr auto most = std::numeric_limits<std::int64_t>::max();
+        VORNClip clip;
+        clip.sizeBytes = most;
+        DownloadProgress progress;
+        progress.begin(clip);
+        progress.count(std::array{most, most});
+        QCOMPARE(progress.allTotalBytes, most);
+        progress.resumeAt(1);
+        QCOMPARE(progress.allBytes(), 1);
+        progress.begin(clip); // the first one has failed
+        progress.resumeAt(1);
+        QCOMPARE(progress.allBytes(), most);
+        QCOMPARE(progress.clipIndex, 1U);
+        clip.sizeBytes = -5;
+        QCOMPARE(knownBytes(clip), 0);
     }
 
     void preparesTakes()

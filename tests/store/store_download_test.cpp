@@ -130,7 +130,7 @@ private Q_SLOTS:
         QVERIFY(!somethingExistsAt(path + u".part"_s));
         QCOMPARE(AppStore(desk().storage()).library(), store().library());
         QCOMPARE(progress.front().allTotalBytes, 2 * clipBytes);
-        QCOMPARE(progress.back().allBytes, 2 * clipBytes);
+        QCOMPARE(progress.back().allBytes(), 2 * clipBytes);
         QCOMPARE(progress.back().clipIndex, 1U);
         QVERIFY(!store().downloadProgress());
         // Within a stage bytes only grow; what is verified is counted by itself.

@@ -2,6 +2,8 @@
 
 #include <QtTest>
 
+#include <limits>
+
 using namespace vorn;
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -47,6 +49,11 @@ private Q_SLOTS:
             << DownloadOutlook{2, 3'000'000'001, 0, {}, 60s}
             << u"2 recordings to fetch, 3.00 GB. The session ends in 1:00, which is short for "
                "that. What has come by then is kept; pair again to go on."_s
+            << true;
+        QTest::newRow("sizes that nobody can add up")
+            << DownloadOutlook{2, std::numeric_limits<std::int64_t>::max(), 1, {}, 60s}
+            << u"2 recordings to fetch, 9223372 TB. The session ends in 1:00, which is short "
+               "for that. What has come by then is kept; pair again to go on."_s
             << true;
         QTest::newRow("session over") << DownloadOutlook{1, 100'000'000, 0, {}, 0s}
                                       << u"1 recording to fetch, 100 MB. The session ends in 0:00, "

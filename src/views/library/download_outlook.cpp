@@ -1,5 +1,6 @@
 #include "views/library/download_outlook.h"
 
+#include "base/byte_sum.h"
 #include "views/library/progress_text.h"
 
 namespace vorn {
@@ -31,7 +32,7 @@ DownloadNotice downloadNotice(const DownloadOutlook &outlook)
     if (!outlook.timeLeft)
         return {facts, false};
     const QString left = clockText(*outlook.timeLeft);
-    const double needed = double(outlook.bytesAhead + outlook.bytes)
+    const double needed = double(byteSum(outlook.bytesAhead, outlook.bytes))
                           / double(std::max<std::int64_t>(1, outlook.timeLeft->count()));
     if (needed > plausibleBytesPerSecond)
         return {

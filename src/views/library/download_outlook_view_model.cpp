@@ -1,5 +1,6 @@
 #include "views/library/download_outlook_view_model.h"
 
+#include "base/byte_sum.h"
 #include "base/off_thread.h"
 #include "store/app_store.h"
 #include "store/partial_recording.h"
@@ -59,11 +60,11 @@ DownloadOutlook DownloadOutlookViewModel::outlook() const
     if (!m_store.canDownloadSelectedTake())
         return result;
     if (const auto &running = m_store.downloadProgress())
-        result.bytesAhead = running->allTotalBytes - running->allBytes;
+        result.bytesAhead = running->allTotalBytes - running->allBytes();
     const QDateTime now = QDateTime::currentDateTimeUtc();
     for (const VORNClip &clip : clipsToFetch()) {
         ++result.recordings;
-        result.bytes += clip.sizeBytes.value_or(0);
+        result.bytes = byteSum(result.bytes, knownBytes(clip));
         for (const TransferSessionSummary &session : m_store.transferSessions()) {
             if (session.deviceId != clip.deviceId)
                 continue;
@@ -92,7 +93,8 @@ DownloadOutlookViewModel::diskState(const QString &folder, const QString &projec
     DiskState state{projectId, takeId, freeBytesAt(folder), 0};
     for (const VORNClip &clip : clips) {
         try {
-            state.presentBytes += partialBytes(recordingPath(folder, projectId, takeId, clip));
+            state.presentBytes = byteSum(
+                state.presentBytes, partialBytes(recordingPath(folder, projectId, takeId, clip)));
         } catch (const FileError &) {
             continue; // a name that the download refuses
         }

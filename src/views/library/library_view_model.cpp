@@ -47,7 +47,7 @@ std::optional<WorkProgress> downloadWork(const AppStore &store)
     if (progress->verifiedBytes)
         return WorkProgress{workTitle(u"Verifying"_s, *progress), *progress->verifiedBytes,
                             progress->clipTotalBytes, progress->stage};
-    return WorkProgress{workTitle(u"Downloading"_s, *progress), progress->allBytes,
+    return WorkProgress{workTitle(u"Downloading"_s, *progress), progress->allBytes(),
                         progress->allTotalBytes, progress->stage};
 }
 
@@ -96,7 +96,8 @@ QString LibraryViewModel::title() const
     const auto &progress = m_store.downloadProgress();
     if (!progress || progress->allTotalBytes == 0)
         return u"VORN Library"_s;
-    return u"VORN Library \u2014 %1 %"_s.arg(progress->allBytes * 100 / progress->allTotalBytes);
+    const double part = double(progress->allBytes()) / double(progress->allTotalBytes);
+    return u"VORN Library \u2014 %1 %"_s.arg(int(part * 100));
 }
 
 QString LibraryViewModel::downloadObstacle() const
