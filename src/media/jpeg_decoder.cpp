@@ -2,13 +2,10 @@
 
 #include <QtEndian>
 
-#include <turbojpeg.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstring>
-#include <new>
 
 namespace vorn {
 namespace {
@@ -119,6 +116,7 @@ private:
     {
         if (m_header.width == 0 || ++m_header.scans > JPEGHeader::maximumScans)
             return false;
+        const std::size_t begin = m_position;
         for (;;) {
             const void *const prefix =
                 std::memchr(m_bytes.data() + m_position, markerPrefix, m_bytes.size() - m_position);
@@ -133,8 +131,24 @@ private:
             else if (*code == stuffedByte || (*code >= firstRestart && *code <= lastRestart))
                 m_position += 2;
             else
-                return true;
+                break;
         }
+        m_header.zerosBeforeEnd = int(zerosAtEnd(m_bytes.first(m_position).subspan(begin)));
+        return true;
+    }
+
+    // Of the coded data of a scan, with the fill bytes of the marker that follows.
+    static std::size_t zerosAtEnd(std::span<const std::byte> data)
+    {
+        const auto last = [&] { return std::to_integer<std::uint8_t>(data.back()); };
+        while (!data.empty() && last() == markerPrefix)
+            data = data.first(data.size() - 1);
+        const std::size_t size = data.size();
+        while (!data.empty() && last() == stuffedByte)
+            data = data.first(data.size() - 1);
+        const std::size_t zeros = size - data.size();
+        const bool isFirstStuffed = zeros > 0 && !data.empty() && last() == markerPrefix;
+        return zeros - (isFirstStuffed ? 1 : 0);
     }
 
     std::optional<std::uint8_t> byteAt(std::size_t position) const
@@ -156,30 +170,15 @@ std::optional<JPEGHeader> readJPEGHeader(std::span<const std::byte> jpeg)
     return MarkerWalk(jpeg).read();
 }
 
-void JPEGDecoder::HandleDeleter::operator()(void *handle) const noexcept
-{
-    tjDestroy(handle);
-}
-
-JPEGDecoder::JPEGDecoder() : m_handle(tjInitDecompress())
-{
-    if (!m_handle)
-        throw std::bad_alloc();
-}
-
 std::optional<JPEGPicture> JPEGDecoder::decode(std::span<const std::byte> jpeg)
 {
     const auto header = readJPEGHeader(jpeg);
     if (!header)
         return std::nullopt;
     QImage &image = freeImage(QSize(header->width, header->height));
-    // A first warning ends it: half a picture is no picture, and the time that a decoder spends on
-    // data that is not there is what a hostile sender is after.
-    if (image.isNull()
-        || tjDecompress2(m_handle.get(), reinterpret_cast<const unsigned char *>(jpeg.data()),
-                         static_cast<unsigned long>(jpeg.size()), image.bits(), header->width,
-                         int(image.bytesPerLine()), header->height, TJPF_BGRA, TJFLAG_STOPONWARNING)
-               != 0)
+    // Half a picture is no picture, and the time that a decoder spends on data that is not there is
+    // what a hostile sender is after.
+    if (image.isNull() || !m_library.decode(jpeg, *header, image))
         return std::nullopt;
     return JPEGPicture{image, QByteArray(reinterpret_cast<const char *>(header->comment.data()),
                                          qsizetype(header->comment.size()))};

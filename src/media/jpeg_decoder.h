@@ -1,10 +1,11 @@
 #pragma once
 
+#include "media/strict_jpeg.h"
+
 #include <QByteArray>
 #include <QImage>
 
 #include <cstddef>
-#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
@@ -16,6 +17,7 @@ struct JPEGHeader {
     int width = 0; ///< pixels, 1 to maximumSide
     int height = 0;
     int scans = 0;                      ///< passes over the picture that its data makes
+    int zerosBeforeEnd = 0;             ///< bytes between the last scan's data and the end mark
     std::span<const std::byte> comment; ///< the first comment; lies in the bytes that were read
 
     // A few bytes can claim a picture of gigabytes, or send the decoder over a picture thousands
@@ -41,20 +43,19 @@ struct JPEGPicture {
 /// else holds any more takes the next picture.
 class JPEGDecoder {
 public:
-    /// Throws std::bad_alloc.
-    JPEGDecoder();
-
-    /// The picture; none when readJPEGHeader gives none or the data is damaged, however little.
+    /// The picture; none when readJPEGHeader gives none or the data is damaged. Encoders of phones
+    /// are granted two slips, by which at most a corner is guessed:
+    /// - zero bytes, and no others, between the data and the end mark;
+    /// - in a picture of one scan, data that ends early by a byte, or by whatever its last two
+    ///   units of blocks (16 by 16 pixels at most, each) want; those are drawn as far as they go.
+    /// What else a decoder could mend is refused: data that ends earlier, zeros in the place of
+    /// data, other bytes before a marker, a marker that is missing.
     [[nodiscard]] std::optional<JPEGPicture> decode(std::span<const std::byte> jpeg);
 
 private:
-    struct HandleDeleter {
-        void operator()(void *handle) const noexcept;
-    };
-
     [[nodiscard]] QImage &freeImage(QSize size);
 
-    std::unique_ptr<void, HandleDeleter> m_handle;
+    StrictJPEG m_library;
     std::vector<QImage> m_images;
 };
 

@@ -40,6 +40,12 @@ QByteArray headers(int width, int height, int scans = 1)
     return start + frame('\xC0', width, height) + scan.repeated(scans) + end;
 }
 
+/// Of a JPEG, with more bytes between its data and its end.
+QByteArray withBeforeEnd(const QByteArray &jpeg, const QByteArray &more)
+{
+    return jpeg.chopped(end.size()) + more + end;
+}
+
 QByteArray cmykJPEG()
 {
     QTemporaryDir folder;
@@ -143,15 +149,85 @@ private Q_SLOTS:
         QVERIFY(!JPEGDecoder().decode(bytesOf(cmyk)));
     }
 
-    // Of a progressive picture, the first scans alone are a picture too, if a coarse one.
-    void refusesEveryCutPicture()
+    void drawsWhatIsMerelyPadded_data()
     {
-        const QByteArray jpeg = jpegOf(samplePicture({64, 48}));
+        QTest::addColumn<JPEGCoding>("coding");
+        QTest::addColumn<QByteArray>("padding");
+        for (const int zeros : {1, 2, 7, 8, 9, 100, 100'000})
+            QTest::addRow("%d zero bytes", zeros)
+                << JPEGCoding::baseline << QByteArray(zeros, '\0');
+        QTest::newRow("zero bytes, then fill bytes")
+            << JPEGCoding::baseline << QByteArray(20, '\0') + QByteArray(3, '\xFF');
+        QTest::newRow("progressive") << JPEGCoding::progressive << QByteArray(20, '\0');
+    }
+    void drawsWhatIsMerelyPadded()
+    {
+        QFETCH(const JPEGCoding, coding);
+        QFETCH(const QByteArray, padding);
+        const QByteArray jpeg = jpegOf(samplePicture({64, 48}), coding);
         JPEGDecoder decoder;
-        // The end's two bytes, and a byte of data: less can be mere padding.
-        for (qsizetype size = jpeg.size() - 4; size > 0; --size)
-            QVERIFY2(!decoder.decode(bytesOf(jpeg.first(size) + end)),
-                     qPrintable(QString::number(size)));
+        const auto picture = decoder.decode(bytesOf(withBeforeEnd(jpeg, padding)));
+        QVERIFY(picture);
+        QCOMPARE(picture->image, JPEGDecoder().decode(bytesOf(jpeg))->image);
+    }
+
+    void refusesWhatOnlyLooksPadded_data()
+    {
+        QTest::addColumn<QByteArray>("jpeg");
+        const QByteArray jpeg = jpegOf(samplePicture({64, 48}));
+        QTest::newRow("other bytes") << withBeforeEnd(jpeg, QByteArray(20, '\x55'));
+        QTest::newRow("another byte among zeros")
+            << withBeforeEnd(jpeg, QByteArray(20, '\0') + '\1' + QByteArray(20, '\0'));
+        QTest::newRow("zeros in the place of the second half")
+            << jpeg.first(jpeg.size() / 2) + QByteArray(100'000, '\0') + end;
+        QTest::newRow("zeros in the place of the last bytes")
+            << jpeg.first(jpeg.size() - 40) + QByteArray(100, '\0') + end;
+        const QByteArray progressive = jpegOf(samplePicture({64, 48}), JPEGCoding::progressive);
+        QTest::newRow("zeros between two scans")
+            << QByteArray(progressive)
+                   .insert(progressive.lastIndexOf("\xFF\xDA"), QByteArray(20, '\0'));
+        QTest::newRow("a cut scan of many") << progressive.first(progressive.size() - 3) + end;
+    }
+    void refusesWhatOnlyLooksPadded()
+    {
+        QFETCH(const QByteArray, jpeg);
+        QVERIFY(!JPEGDecoder().decode(bytesOf(jpeg)));
+    }
+
+    void drawsACutPictureOnlyIfACornerLacks_data()
+    {
+        QTest::addColumn<QImage>("picture");
+        QTest::addColumn<QSize>(
+            "corner"); // what may differ: two units, and what colour is mixed of
+        QTest::newRow("colour") << samplePicture({96, 64}) << QSize(34, 18);
+        const auto grey = QImage::Format_Grayscale8;
+        QTest::newRow("grey") << samplePicture({64, 48}).convertToFormat(grey) << QSize(16, 8);
+        // Blocks of six bits: a byte holds more than the last one.
+        QImage flat(64, 48, grey);
+        flat.fill(200);
+        QTest::newRow("grey and flat") << flat << QSize(16, 8);
+    }
+    void drawsACutPictureOnlyIfACornerLacks()
+    {
+        QFETCH(const QImage, picture);
+        QFETCH(const QSize, corner);
+        const QByteArray jpeg = jpegOf(picture);
+        JPEGDecoder decoder;
+        const QImage whole = decoder.decode(bytesOf(jpeg))->image;
+        const auto sides = whole.size() - corner;
+        bool wasDrawn = true;
+        for (qsizetype size = jpeg.size() - 3; size > 0; --size) {
+            const auto drawn = decoder.decode(bytesOf(jpeg.first(size) + end));
+            QVERIFY2(size < jpeg.size() - 3 || drawn, "a byte may lack");
+            QVERIFY2(!drawn || wasDrawn, "drawn, though with more of it it was refused");
+            wasDrawn = drawn.has_value();
+            if (!drawn)
+                continue;
+            for (const QRect &rest : {QRect({0, 0}, QSize(whole.width(), sides.height())),
+                                      QRect({0, 0}, QSize(sides.width(), whole.height()))})
+                QVERIFY2(drawn->image.copy(rest) == whole.copy(rest),
+                         qPrintable(QString::number(jpeg.size() - size)));
+        }
         QVERIFY(decoder.decode(bytesOf(jpeg)));
     }
 
