@@ -182,8 +182,7 @@ QCoro::Task<> AppStore::fetch(PendingDownload pending, Client client, QUrl url)
     setVerifiedBytes(0);
     setTransfer(clip, TransferPhase::verifying, total, u"Checking SHA-256"_s);
     co_await offThread([partial, path, digest = clip.sha256, report] {
-        partial->flush();
-        if (partial->sha256(report).compare(digest, Qt::CaseInsensitive) != 0) {
+        if (partial->sha256FromDisk(report).compare(digest, Qt::CaseInsensitive) != 0) {
             partial->clear();
             throw TransferProtocolError::invalid(
                 u"Downloaded SHA-256 does not match the phone catalog."_s);

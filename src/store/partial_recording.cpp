@@ -2,13 +2,18 @@
 
 #include "library/safe_identifier.h"
 
+#include <QUuid>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <optional>
+#include <span>
 
 using namespace Qt::StringLiterals;
 
@@ -45,9 +50,84 @@ FileError notOurs(const QString &path)
     return FileError(u"%1 is not a file that VORN made; move it before retrying."_s.arg(path));
 }
 
+/// Bytes that a file's name may have in `folder`.
+qsizetype longestName(const QString &folder)
+{
+    // Absent while there is no folder. Some file systems count letters and claim more than they do.
+    const long bytes = ::pathconf(nativePath(folder).constData(), _PC_NAME_MAX);
+    return bytes > 0 ? std::min<long>(bytes, NAME_MAX) : NAME_MAX;
+}
+
 QString partialPath(const QString &destination)
 {
-    return destination + partialSuffix;
+    const QString name = fileNameOf(destination);
+    const QByteArray native = nativePath(name);
+    const QString folder = destination.chopped(name.size());
+    if (native.size() + partialSuffix.size() <= longestName(folder))
+        return destination + partialSuffix;
+    // With the ending twice it is no other recording's: none may be called "<digest>.part".
+    Sha256 digest;
+    digest.add(std::as_bytes(std::span(native)));
+    return folder + digest.finish() + partialSuffix + partialSuffix;
+}
+
+FileDescriptor openPartial(const QString &path, int moreFlags)
+{
+    // Non-blocking: opening a FIFO would otherwise wait for a reader.
+    constexpr int flags = O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    constexpr mode_t mode = 0666; // less the umask
+    return FileDescriptor(::open(nativePath(path).constData(), flags | moreFlags, mode));
+}
+
+struct stat statusOf(const FileDescriptor &file, const QString &path)
+{
+    struct stat status = {};
+    if (::fstat(file.get(), &status) != 0)
+        throw FileError(u"Cannot write"_s, path, errno);
+    return status;
+}
+
+/// Who owns what this program makes in `folder`: not always its user, since some shares give all
+/// files to one owner.
+std::optional<uid_t> ownerOfNewFiles(const QString &folder)
+{
+    const QString path =
+        folder + QUuid::createUuid().toString(QUuid::Id128) + partialSuffix; // nobody's
+    const FileDescriptor file = openPartial(path, O_CREAT | O_EXCL);
+    if (!file.isOpen())
+        return std::nullopt;
+    ::unlink(nativePath(path).constData());
+    return statusOf(file, path).st_uid;
+}
+
+/// Opens the file, made if need be. Throws FileError for one that was there and is not this
+/// program's: what is behind a link, or has a second name, or another user may still write to.
+FileDescriptor openedPartial(const QString &path)
+{
+    FileDescriptor made = openPartial(path, O_CREAT | O_EXCL);
+    if (made.isOpen())
+        return made;
+    if (errno != EEXIST)
+        throw FileError(u"Cannot write"_s, path, errno);
+    FileDescriptor found = openPartial(path, 0);
+    if (!found.isOpen())
+        throw FileError(u"Cannot write"_s, path, errno);
+    const struct stat status = statusOf(found, path);
+    const QString folder = path.chopped(fileNameOf(path).size());
+    if (!S_ISREG(status.st_mode) || status.st_nlink > 1
+        || (status.st_uid != ::geteuid() && status.st_uid != ownerOfNewFiles(folder)))
+        throw notOurs(path);
+    return found;
+}
+
+/// The bytes of `file` are on the disk, and the next to read them has them from there: the system
+/// lets go of what it has kept of them.
+void flushOutOfMemory(const FileDescriptor &file, const QString &path)
+{
+    if (::fsync(file.get()) != 0)
+        throw FileError(u"Cannot write"_s, path, errno);
+    // A request, which file systems in memory cannot grant.
+    ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_DONTNEED);
 }
 
 } // namespace
@@ -77,11 +157,10 @@ bool isRecordingThere(const QString &destination, const QString &sha256, const B
     }
     if (!S_ISREG(status.st_mode))
         throw notOurs(destination);
+    // Who moved it there may have ended before it was on the disk.
+    flushOutOfMemory(openRegularFile(destination), destination);
     if (sha256OfFile(destination, report).compare(sha256, Qt::CaseInsensitive) != 0)
         throw FileError(u"Existing destination hash differs; move it before retrying."_s);
-    // Who moved it there may have ended before it was on the disk.
-    if (::fsync(openRegularFile(destination).get()) != 0)
-        throw FileError(u"Cannot write"_s, destination, errno);
     flushFolder(openParentFolder(destination, u"Cannot write"_s), destination);
     return true;
 }
@@ -94,22 +173,12 @@ std::int64_t partialBytes(const QString &destination)
 }
 
 PartialRecording::PartialRecording(const QString &destination, std::int64_t expectedBytes)
-    : m_destination(destination), m_path(partialPath(destination))
+    : m_destination(destination)
 {
     createFolders(destination.first(destination.lastIndexOf(u'/')), FolderMode::followUmask);
-    // Non-blocking: opening a FIFO would otherwise wait for a reader.
-    m_file = FileDescriptor(::open(nativePath(m_path).constData(),
-                                   O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
-                                   0666)); // less the umask
-    if (!m_file.isOpen())
-        throw FileError(u"Cannot write"_s, m_path, errno);
-    struct stat status = {};
-    if (::fstat(m_file.get(), &status) != 0)
-        throw FileError(u"Cannot write"_s, m_path, errno);
-    // A second name would change with this one.
-    if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid() || status.st_nlink != 1)
-        throw notOurs(m_path);
-    m_size = status.st_size;
+    m_path = partialPath(destination);
+    m_file = openedPartial(m_path);
+    m_size = fileSize(m_file, m_path);
     if (m_size > expectedBytes)
         throw FileError(u"Partial file is larger than catalog size."_s);
     if (::lseek(m_file.get(), 0, SEEK_END) != m_size)
@@ -144,8 +213,9 @@ void PartialRecording::flush()
     m_unflushed = 0;
 }
 
-QString PartialRecording::sha256(const ByteReport &report) const
+QString PartialRecording::sha256FromDisk(const ByteReport &report) const
 {
+    flushOutOfMemory(m_file, m_path);
     return sha256OfFile(m_path, report);
 }
 

@@ -9,6 +9,8 @@
 #include <QtTest>
 
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/fsuid.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -41,6 +43,13 @@ int fsync(int descriptor)
     calls += isFolder(descriptor) ? "flush folder" : "flush file";
     return real<int (*)(int)>("fsync")(descriptor);
 }
+int posix_fadvise(int descriptor, off_t offset, off_t length, int advice)
+{
+    if (advice == POSIX_FADV_DONTNEED && offset == 0 && length == 0)
+        calls += "let go of it";
+    return real<int (*)(int, off_t, off_t, int)>("posix_fadvise")(descriptor, offset, length,
+                                                                  advice);
+}
 int renameat2(int fromFolder, const char *from, int toFolder, const char *to, unsigned flags)
 {
     calls += "rename";
@@ -65,15 +74,14 @@ private Q_SLOTS:
         QCOMPARE(recording.size(), 3);
         QVERIFY(calls.isEmpty()); // nothing is made anew
         recording.append("def");
-        recording.flush();
-        QCOMPARE(recording.sha256({}),
+        QCOMPARE(recording.sha256FromDisk({}),
                  u"bef57ec7f53a6d40beb640a780a639c83bc29ac8a9816f1fc6c5c6dcd93c4721"_s);
         recording.moveToDestination();
-        QCOMPARE(calls, (QByteArrayList{"flush file", "rename", "flush folder"}));
+        QCOMPARE(calls, (QByteArrayList{"flush file", "let go of it", "rename", "flush folder"}));
         // Who finds it there does not know whether it was flushed, nor in which case its digest is.
         calls.clear();
         QVERIFY(isRecordingThere(path(), sha256OfFile(path()).toUpper(), {}));
-        QCOMPARE(calls, (QByteArrayList{"flush file", "flush folder"}));
+        QCOMPARE(calls, (QByteArrayList{"flush file", "let go of it", "flush folder"}));
         QCOMPARE(readFile(path(), 100), QByteArray("abcdef"));
         QVERIFY(!somethingExistsAt(partialPath()));
     }
@@ -152,6 +160,64 @@ private Q_SLOTS:
         QCOMPARE(readFile(other, 100), QByteArray("precious"));
     }
 
+    void takesTheOwnerThatAllFilesGetForItsOwn()
+    {
+        if (::geteuid() != 0)
+            QSKIP("only the superuser can make files that are another's");
+        constexpr uid_t other = 4321;
+        QVERIFY(QDir().mkpath(path().section(u'/', 0, -2)));
+        for (QString folder = path(); folder != m_folder->path();) {
+            folder = folder.section(u'/', 0, -2);
+            QCOMPARE(::chmod(QFile::encodeName(folder).constData(), 0777), 0);
+        }
+        // As on a share that gives all files to one owner.
+        ::setfsuid(other);
+        PartialRecording(path(), 6).append("abc");
+        const QString refused = thrownText([&] { PartialRecording(path(), 6).append("def"); });
+        ::setfsuid(0);
+        QCOMPARE(refused, QString());
+        QCOMPARE(readFile(partialPath(), 100), QByteArray("abcdef"));
+        QCOMPARE(QDir(path().section(u'/', 0, -2)).count(), 3U); // with "." and ".."
+        // Elsewhere it is what another user has put there.
+        QCOMPARE(thrownText([&] { PartialRecording(path(), 6).append("x"); }),
+                 partialPath() + u" is not a file that VORN made; move it before retrying."_s);
+        QCOMPARE(readFile(partialPath(), 100), QByteArray("abcdef"));
+    }
+
+    void findsThePartOfALongNameAgain_data()
+    {
+        QTest::addColumn<int>("bytes");
+        QTest::addColumn<bool>("isPlain"); // "<name>.part"
+        QTest::newRow("just fits") << 250 << true;
+        QTest::newRow("one too many") << 251 << false;
+        QTest::newRow("longest") << 255 << false;
+    }
+    void findsThePartOfALongNameAgain()
+    {
+        QFETCH(const int, bytes);
+        QFETCH(const bool, isPlain);
+        const QString folder = m_folder->filePath(u"a"_s);
+        const QString long1 =
+            folder + u'/' + u"\u00FC"_s.repeated(100) + QString(bytes - 200, u'x');
+        const QString long2 = long1.chopped(1) + u'y';
+        QCOMPARE(partialBytes(long1), 0);
+        PartialRecording(long1, 6).append("abc");
+        PartialRecording(long2, 6).append("de");
+        QCOMPARE(partialBytes(long1), 3);
+        QCOMPARE(partialBytes(long2), 2);
+        QCOMPARE(fileExists(long1 + u".part"_s), isPlain);
+        PartialRecording again(long1, 6);
+        QCOMPARE(again.size(), 3);
+        again.moveToDestination();
+        QCOMPARE(readFile(long1, 100), QByteArray("abc"));
+        const QStringList left = QDir(folder).entryList(QDir::Files, QDir::Name);
+        QCOMPARE(left.size(), 2);
+        // No recording may bear the name of the part, nor its part's be the same.
+        for (const QString &name : left)
+            QVERIFY(name == fileNameOf(long1) || name == fileNameOf(long2) + u".part"_s
+                    || name.endsWith(u".part.part"_s));
+    }
+
     void checkingEndsWithTheStore()
     {
         std::stop_source stop;
@@ -160,7 +226,7 @@ private Q_SLOTS:
             progressReport<std::int64_t>(stop.get_token(), [](const std::int64_t &) {});
         PartialRecording recording(path(), 6);
         recording.append("abcdef");
-        QVERIFY_EXCEPTION_THROWN((void)recording.sha256(report), StoreEnded);
+        QVERIFY_EXCEPTION_THROWN((void)recording.sha256FromDisk(report), StoreEnded);
         QCOMPARE(recording.size(), 6);
         writePlain(path(), "abcdef");
         QVERIFY_EXCEPTION_THROWN((void)isRecordingThere(path(), QString(), report), StoreEnded);
