@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <optional>
 #include <system_error>
@@ -210,6 +211,31 @@ void createFolders(const QString &path, FolderMode mode)
         if (!isFolder(path)) // otherwise another process has made it meanwhile
             throw;
     }
+}
+
+void moveWithoutReplacing(const QString &from, const QString &to, const QString &action)
+{
+    const QByteArray source = nativePath(from);
+    const QByteArray target = nativePath(to);
+    if (::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE)
+        == 0)
+        return;
+    // Some network file systems do not know the flag.
+    if (errno != EINVAL && errno != ENOSYS)
+        throw FileError(action, to, errno);
+    if (isFolder(from)) {
+        // Of what may come in between, a folder takes the place of nothing but an empty folder.
+        if (somethingExistsAt(to))
+            throw FileError(action, to, EEXIST);
+        if (::rename(source.constData(), target.constData()) != 0)
+            throw FileError(action, to, errno);
+        return;
+    }
+    // A second name is never put over another.
+    if (::link(source.constData(), target.constData()) != 0)
+        throw FileError(action, to, errno);
+    if (::unlink(source.constData()) != 0)
+        throw FileError(u"Cannot remove"_s, from, errno);
 }
 
 void removeFolderQuietly(const QString &path) noexcept

@@ -106,6 +106,10 @@ void createFolder(const QString &path, FolderMode mode = FolderMode::followUmask
 /// it returns. Throws FileError.
 void createFolders(const QString &path, FolderMode mode);
 
+/// Gives the file or folder `from` the name `to`, in the same file system, never that of something
+/// that is there. Throws FileError: "<action> <to>: <reason>."
+void moveWithoutReplacing(const QString &from, const QString &to, const QString &action);
+
 /// Removes a folder with all it holds; failures are ignored. Does not follow links.
 void removeFolderQuietly(const QString &path) noexcept;
 

@@ -1,11 +1,11 @@
 #include "drift/export_package.h"
 
-#include "base/atomic_file.h"
 #include "base/byte_sum.h"
 #include "base/digest.h"
 #include "base/files.h"
 #include "drift/alignment_report.h"
 #include "drift/drift_error.h"
+#include "drift/package_folder.h"
 #include "drift/placement.h"
 #include "drift/rate_text.h"
 #include "drift/timeline_document.h"
@@ -186,27 +186,6 @@ SourceManifest sourceManifest(const VORNProject &project, const VORNTake &take,
                                   .deviceName = clip.deviceName});
     }
     return manifest;
-}
-
-struct PackageFile {
-    QString name;
-    QByteArray bytes;
-};
-
-/// Makes the folder with these files, or nothing.
-void writePackage(const QString &folder, std::span<const PackageFile> files)
-{
-    createFolder(folder);
-    try {
-        for (const PackageFile &file : files)
-            writeFileAtomically(folder + u'/' + file.name, file.bytes, FileMode::followUmask);
-    } catch (const NotDurableError &error) {
-        removeFolderQuietly(folder);
-        throw error.undone(u"Cannot write"_s);
-    } catch (...) {
-        removeFolderQuietly(folder);
-        throw;
-    }
 }
 
 } // namespace

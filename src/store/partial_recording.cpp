@@ -29,22 +29,6 @@ constexpr qsizetype bytesOfWrite = 64 << 10;
 
 constexpr QLatin1String partialSuffix(".part");
 
-void moveWithoutReplacing(const QString &from, const QString &to)
-{
-    const QByteArray source = nativePath(from);
-    const QByteArray target = nativePath(to);
-    if (::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE)
-        == 0)
-        return;
-    // Some network file systems do not know the flag. A second name is never put over another.
-    if (errno != EINVAL && errno != ENOSYS)
-        throw FileError(u"Cannot move the verified recording to"_s, to, errno);
-    if (::link(source.constData(), target.constData()) != 0)
-        throw FileError(u"Cannot move the verified recording to"_s, to, errno);
-    if (::unlink(source.constData()) != 0)
-        throw FileError(u"Cannot remove"_s, from, errno);
-}
-
 FileError notOurs(const QString &path)
 {
     return FileError(u"%1 is not a file that VORN made; move it before retrying."_s.arg(path));
@@ -230,7 +214,7 @@ void PartialRecording::clear()
 void PartialRecording::moveToDestination()
 {
     const FileDescriptor folder = openParentFolder(m_destination, u"Cannot write"_s);
-    moveWithoutReplacing(m_path, m_destination);
+    moveWithoutReplacing(m_path, m_destination, u"Cannot move the verified recording to"_s);
     flushFolder(folder, m_destination);
 }
 

@@ -8,7 +8,13 @@
 #include <QXmlStreamReader>
 #include <QtTest>
 
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cmath>
+#include <csignal>
+#include <functional>
 
 using namespace vorn;
 using namespace Qt::StringLiterals;
@@ -37,6 +43,58 @@ AlignmentReport reportOf(const QString &folder)
 {
     return recordFromJson<AlignmentReport>(contents(folder + u"/alignment-report.json"_s),
                                            u"report"_s);
+}
+
+/// A process of its own that stops before and after each call of the system.
+class SteppedProcess {
+public:
+    explicit SteppedProcess(const std::function<void()> &work) : m_id(::fork())
+    {
+        if (m_id == 0) {
+            ::ptrace(PTRACE_TRACEME);
+            ::raise(SIGSTOP);
+            try {
+                work();
+            } catch (...) {
+                ::_exit(1);
+            }
+            ::_exit(0);
+        }
+        wait();
+        ::ptrace(PTRACE_SETOPTIONS, m_id, nullptr, PTRACE_O_EXITKILL | PTRACE_O_TRACESYSGOOD);
+    }
+    SteppedProcess(const SteppedProcess &) = delete;
+    SteppedProcess &operator=(const SteppedProcess &) = delete;
+    ~SteppedProcess() { kill(); }
+
+    [[nodiscard]] bool isStopped() const { return WIFSTOPPED(m_status); }
+    [[nodiscard]] bool hasSucceeded() const { return m_status == 0; }
+    void step(auto request)
+    {
+        ::ptrace(request, m_id, nullptr, nullptr);
+        wait();
+    }
+    void kill()
+    {
+        if (!isStopped())
+            return;
+        ::kill(m_id, SIGKILL);
+        wait();
+    }
+
+private:
+    void wait() { ::waitpid(m_id, &m_status, 0); }
+
+    pid_t m_id;
+    int m_status = 0;
+};
+
+const QStringList packageFiles{u"alignment-report.json"_s, u"source-manifest.json"_s,
+                               u"timeline.fcpxml"_s};
+
+QStringList filesIn(const QString &folder)
+{
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
 }
 
 QString keysOf(const QJsonValue &object)
@@ -71,10 +129,7 @@ private Q_SLOTS:
         const QString stem = u"VORN_p-1_night-take_"_s;
         QVERIFY2(stem + localStamp(before) <= name && name <= stem + localStamp(after),
                  qPrintable(name));
-        QCOMPARE(QDir(folder)
-                     .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
-                     .join(u' '),
-                 u"alignment-report.json source-manifest.json timeline.fcpxml"_s);
+        QCOMPARE(filesIn(folder), packageFiles);
         QCOMPARE(modeOf(folder), 0755);
         QCOMPARE(modeOf(folder + u"/timeline.fcpxml"_s), 0644);
     }
@@ -160,6 +215,80 @@ private Q_SLOTS:
         QCOMPARE(attributes(folder, u"sequence"_s, u"duration"_s), QStringList{u"10/1s"_s});
     }
 
+    // A kill before and after each call of the system, from the first that leaves something.
+    void aKillLeavesWholePackagesOnly()
+    {
+        int before = 0;
+        {
+            SteppedProcess process([&] { (void)exported(shortTake(u"first"_s)); });
+            for (; process.isStopped() && m_samples->inParent().isEmpty(); ++before)
+                process.step(PTRACE_SYSCALL);
+            QVERIFY(process.isStopped());
+        }
+        int round = 0;
+        int left = 0;
+        for (bool isKilled = true; isKilled; ++round) {
+            const QString id = QString::number(round);
+            SteppedProcess process([&] { (void)exported(shortTake(id)); });
+            for (int calls = 0; calls < before + round && process.isStopped(); ++calls)
+                process.step(PTRACE_SYSCALL);
+            isKilled = process.isStopped();
+            process.kill();
+            QVERIFY(isKilled || process.hasSucceeded());
+            const QStringList unfinished = m_samples->inParent().filter(u".vorn-export-"_s);
+            left += !unfinished.isEmpty();
+            for (const QString &name : m_samples->inParent()) {
+                if (!unfinished.contains(name))
+                    QCOMPARE(filesIn(m_samples->parent() + u'/' + name), packageFiles);
+            }
+            // One is enough for the next one to clear: it must come further than this one.
+            for (const QString &name : unfinished.mid(1))
+                QVERIFY(QDir(m_samples->parent() + u'/' + name).removeRecursively());
+        }
+        QVERIFY(left > 20);
+        // The one that came to its end has cleared it all.
+        QCOMPARE(m_samples->inParent().filter(u".vorn-export-"_s), QStringList());
+        qInfo("%d kills, %d left something that was not whole", round - 1, left);
+    }
+
+    void clearsWhatKilledExportsHaveLeftAndNothingElse()
+    {
+        // Of others: another kind of name, a file that no package has, a link.
+        const QString digits(32, u'a');
+        const QStringList others{u".vorn-export-"_s + digits, u".vorn-export-notes"_s,
+                                 u".vorn-export-"_s + QString(32, u'b')};
+        for (const QString &name : others.first(2)) {
+            QVERIFY(QDir(m_samples->parent()).mkdir(name));
+            writeBytes(m_samples->parent() + u'/' + name + u"/notes.txt"_s, "precious");
+        }
+        QVERIFY(QFile::link(m_samples->movies(), m_samples->parent() + u'/' + others[2]));
+        const auto unfinished = [&] {
+            QStringList names = m_samples->inParent().filter(u".vorn-export-"_s);
+            names.removeIf([&](const QString &name) { return others.contains(name); });
+            return names;
+        };
+        SteppedProcess running([&] { (void)exported(shortTake(u"running"_s)); });
+        const auto hasBegunToWrite = [&] {
+            const QStringList names = unfinished();
+            return !names.isEmpty()
+                   && !filesIn(m_samples->parent() + u'/' + names.first()).isEmpty();
+        };
+        while (running.isStopped() && !hasBegunToWrite())
+            running.step(PTRACE_SYSCALL);
+        const QStringList used = unfinished();
+        QCOMPARE(used.size(), 1);
+        (void)exported(shortTake(u"beside"_s));
+        QCOMPARE(unfinished(), used);
+        running.step(PTRACE_CONT);
+        QVERIFY(running.hasSucceeded());
+        QCOMPARE(unfinished(), QStringList());
+        QCOMPARE(m_samples->inParent().filter(u"VORN_"_s).size(), 2);
+        for (const QString &name : others.first(2))
+            QCOMPARE(contents(m_samples->parent() + u'/' + name + u"/notes.txt"_s),
+                     QByteArray("precious"));
+        QVERIFY(QFile::exists(m_samples->movie(u"wide.mov"_s)));
+    }
+
     void keepsNamesOfAnyScript_data()
     {
         QTest::addColumn<QString>("name");
@@ -227,6 +356,14 @@ private Q_SLOTS:
     }
 
 private:
+    [[nodiscard]] VORNTake shortTake(const QString &id) const
+    {
+        VORNTake take = m_samples->take();
+        take.id = id;
+        take.clips.resize(1);
+        return take;
+    }
+
     [[nodiscard]] QString exported(const VORNTake &take) const
     {
         return DriftEngine::exportPackage(ExportSamples::project(), take, m_samples->parent());

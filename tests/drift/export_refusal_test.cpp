@@ -7,6 +7,7 @@
 #include <QtTest>
 
 #include <dlfcn.h>
+#include <sys/fsuid.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -197,11 +198,39 @@ private Q_SLOTS:
             const bool isFolder = flush == 1;
             const QString action = isFolder ? u"Cannot create the folder "_s : u"Cannot write "_s;
             const QString end = isFolder ? QString() : u'/' + names[(flush - 2) / 2];
-            QVERIFY2(text.startsWith(action + m_samples->parent())
+            QVERIFY2(text.startsWith(action + m_samples->parent() + u"/VORN_p-1_night-take_"_s)
                          && text.endsWith(end + u": Input/output error."_s),
                      qPrintable(text));
             QCOMPARE(m_samples->inParent(), QStringList());
         }
+        // The last one is for the name that the whole package has got.
+        flushCount = 0;
+        failingFlush = 8;
+        const QString text = refusalOf(m_samples->take());
+        const QStringList packages = m_samples->inParent();
+        QCOMPARE(packages.size(), 1);
+        QCOMPARE(text, u"The new state of %1/%2 is in place but may not survive a power cut: "
+                       "Input/output error."_s.arg(m_samples->parent(), packages.first()));
+        QCOMPARE(QDir(m_samples->parent() + u'/' + packages.first()).entryList(QDir::Files).size(),
+                 3);
+    }
+
+    void leavesNothingInAFolderThatCannotBeRead()
+    {
+        const QByteArray parent = QFile::encodeName(m_samples->parent());
+        QCOMPARE(::chmod(parent.constData(), 0333), 0);
+        QCOMPARE(::chmod(QFile::encodeName(m_samples->movies()).constData(), 0755), 0);
+        const bool isSuperuser = ::geteuid() == 0; // who is refused nothing
+        if (isSuperuser)
+            ::setfsuid(4321);
+        const QString text = refusalOf(m_samples->take());
+        if (isSuperuser)
+            ::setfsuid(0);
+        QCOMPARE(::chmod(parent.constData(), 0755), 0);
+        QVERIFY2(text.startsWith(u"Cannot create the folder "_s)
+                     && text.endsWith(u": Permission denied."_s),
+                 qPrintable(text));
+        QCOMPARE(m_samples->inParent(), QStringList());
     }
 
     void endsWhenTheListenerThrows()

@@ -1,0 +1,132 @@
+#include "drift/package_folder.h"
+
+#include "base/atomic_file.h"
+#include "base/files.h"
+
+#include <QDir>
+#include <QRegularExpression>
+#include <QUuid>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+namespace {
+
+// Of a package that is not whole, with 32 hexadecimal digits behind it. Hidden, since it is nothing
+// to work with.
+constexpr auto unfinishedPrefix = ".vorn-export-"_L1;
+
+FileDescriptor openFolder(const QString &path)
+{
+    return FileDescriptor(
+        ::open(nativePath(path).constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+/// A folder for a package that is being written; goes away unless it is moved. Its lock tells other
+/// programs that it is in use.
+class UnfinishedPackage {
+public:
+    explicit UnfinishedPackage(const QString &path) : m_path(path)
+    {
+        do {
+            createFolder(path);
+            m_folder = openFolder(path);
+        } while (!isHeld());
+    }
+    UnfinishedPackage(const UnfinishedPackage &) = delete;
+    UnfinishedPackage &operator=(const UnfinishedPackage &) = delete;
+    ~UnfinishedPackage()
+    {
+        if (!m_isPlaced)
+            removeFolderQuietly(m_path);
+    }
+
+    /// Removes what killed programs have left beside it: folders of such a name and of its owner,
+    /// which nobody holds, and in them the files of a package and nothing else.
+    void clearOthers(std::span<const PackageFile> files) const
+    {
+        static const QRegularExpression form(
+            QRegularExpression::anchoredPattern(unfinishedPrefix + u"[0-9a-f]{32}"_s));
+        const QString parent = m_path.first(m_path.lastIndexOf(u'/') + 1);
+        const QStringList names = QDir(parent).entryList(
+            {unfinishedPrefix + u"*"_s}, QDir::Dirs | QDir::Hidden | QDir::NoSymLinks);
+        for (const QString &name : names) {
+            const FileDescriptor folder = openFolder(parent + name);
+            if (form.match(name).hasMatch() && ownerOf(folder) == ownerOf(m_folder)
+                && ::flock(folder.get(), LOCK_EX | LOCK_NB) == 0)
+                clear(folder, parent + name, files);
+        }
+    }
+
+    void moveTo(const QString &path, const QString &action)
+    {
+        moveWithoutReplacing(m_path, path, action);
+        m_isPlaced = true;
+    }
+
+private:
+    /// False when another program has taken it for a left one, in the moment before it was locked.
+    /// Where there are no locks nobody clears anything.
+    [[nodiscard]] bool isHeld() const
+    {
+        struct stat status = {};
+        return m_folder.isOpen()
+               && (::flock(m_folder.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK)
+               && ::fstat(m_folder.get(), &status) == 0 && status.st_nlink > 0;
+    }
+
+    static std::optional<uid_t> ownerOf(const FileDescriptor &folder)
+    {
+        struct stat status = {};
+        return ::fstat(folder.get(), &status) == 0 ? std::optional(status.st_uid) : std::nullopt;
+    }
+
+    static void clear(const FileDescriptor &folder, const QString &path,
+                      std::span<const PackageFile> files)
+    {
+        removeAbandonedWrites(path);
+        for (const PackageFile &file : files) // in the folder that is held, whatever path names now
+            ::unlinkat(folder.get(), nativePath(file.name).constData(), 0);
+        ::rmdir(nativePath(path).constData()); // fails where something else is left
+    }
+
+    QString m_path;
+    FileDescriptor m_folder;
+    bool m_isPlaced = false;
+};
+
+} // namespace
+
+void writePackage(const QString &path, std::span<const PackageFile> files)
+{
+    const QString action = u"Cannot create the folder"_s;
+    const FileDescriptor parent = openParentFolder(path, action);
+    const QString unfinished = path.first(path.lastIndexOf(u'/') + 1) + unfinishedPrefix
+                               + QUuid::createUuid().toString(QUuid::Id128);
+    // The user knows the one name only.
+    const auto shown = [&](const FileError &error) {
+        return QString::fromUtf8(error.what()).replace(unfinished, path);
+    };
+    try {
+        UnfinishedPackage package(unfinished);
+        package.clearOthers(files);
+        for (const PackageFile &file : files)
+            writeFileAtomically(unfinished + u'/' + file.name, file.bytes, FileMode::followUmask);
+        package.moveTo(path, action);
+    } catch (const NotDurableError &error) {
+        throw FileError(shown(error.undone(u"Cannot write"_s)));
+    } catch (const FileError &error) {
+        throw FileError(shown(error));
+    }
+    flushFolder(parent, path);
+}
+
+} // namespace vorn
