@@ -9,11 +9,20 @@ namespace vorn {
 namespace {
 
 /// Escapes the U+FEFF at the beginning of each text: so written, Qt keeps it.
-void escapeMarks(QByteArray &json)
+QByteArray withEscapedMarks(const QByteArray &json)
 {
     constexpr QByteArrayView mark = "\"\xEF\xBB\xBF";
-    if (json.contains(mark)) // a replacement copies, also when there is nothing to replace
-        json.replace(mark, "\"\\uFEFF");
+    QByteArray escaped;
+    qsizetype copied = 0;
+    for (qsizetype at = json.indexOf(mark); at >= 0; at = json.indexOf(mark, copied)) {
+        escaped += QByteArrayView(json).sliced(copied, at - copied);
+        escaped += "\"\\uFEFF";
+        copied = at + mark.size();
+    }
+    if (copied == 0)
+        return json;
+    escaped += QByteArrayView(json).sliced(copied);
+    return escaped;
 }
 
 /// Qt reads a whole number beyond 64 bits as a double, and one that rounds to -2^63 as that whole
@@ -45,8 +54,7 @@ void lowerFalseMinima(QByteArray &json)
 
 QJsonDocument parseJson(const QByteArray &text, QJsonParseError *error)
 {
-    QByteArray readable = text;
-    escapeMarks(readable);
+    QByteArray readable = withEscapedMarks(text);
     lowerFalseMinima(readable);
     return QJsonDocument::fromJson(readable, error);
 }
@@ -70,18 +78,24 @@ QJsonObject parseJsonObject(const QByteArray &text, const QString &name)
 
 QByteArray prettyJson(const QJsonObject &object)
 {
+    return nestedJson(object, 0) + '\n';
+}
+
+QByteArray nestedJson(const QJsonObject &object, qsizetype levels)
+{
     constexpr qsizetype qtIndent = 4;
     const QByteArray indented = QJsonDocument(object).toJson(QJsonDocument::Indented);
     QByteArray text;
     text.reserve(indented.size());
-    bool isLineStart = true;
+    bool isLineStart = false;
     qsizetype blanks = 0;
-    for (const char c : indented) {
+    for (const char c : QByteArrayView(indented).chopped(1)) {
         if (isLineStart && c == ' ') {
-            if (++blanks % qtIndent == 0)
-                text += '\t';
+            ++blanks;
             continue;
         }
+        if (isLineStart)
+            text.append(levels + blanks / qtIndent, '\t');
         // A line feed or a slash inside a text: the one is always escaped, the other never.
         if (c == '/')
             text += '\\';

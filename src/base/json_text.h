@@ -30,4 +30,7 @@ public:
 /// double a large library), a slash written "\/", a line feed at the end.
 [[nodiscard]] QByteArray prettyJson(const QJsonObject &object);
 
+/// The same as it stands inside another text, `levels` deep: without the line feed.
+[[nodiscard]] QByteArray nestedJson(const QJsonObject &object, qsizetype levels);
+
 } // namespace vorn

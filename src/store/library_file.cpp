@@ -26,14 +26,6 @@ namespace {
 constexpr auto unreadablePrefix = "library.json.unreadable-"_L1;
 constexpr qsizetype maximumUnreadableFiles = 3;
 
-/// `text` of an object as it stands inside another document, without the line feed at its end.
-QByteArray indented(QByteArray text, int levels)
-{
-    text.chop(1);
-    // Inside texts a line feed is escaped: these are the line ends.
-    return text.replace("\n", QByteArray("\n") + QByteArray(levels, '\t'));
-}
-
 /// Splits an object whose last member is an empty list into what stands before and after its items.
 struct Frame {
     QByteArray head;
@@ -51,10 +43,24 @@ QString takeKey(const VORNProject &project, const VORNTake &take)
     return project.id + u'\n' + take.id;
 }
 
+/// Clip by clip: the one object of a take with many anchors would be several times as large as its
+/// text.
 LibraryFile::EncodedTake encodedTake(const VORNTake &take)
 {
-    constexpr int levels = 4; // library, projects, project, takes
-    return {take, indented(prettyJson(jsonFromRecord(take)), levels)};
+    constexpr int levels = 4;     // library, projects, project, takes
+    constexpr int clipLevels = 6; // take, clips
+    VORNTake bare = take;
+    bare.clips.clear();
+    const QByteArray frame = nestedJson(jsonFromRecord(bare), levels);
+    const qsizetype bracket = frame.indexOf('[') + 1; // "clips" sorts first
+    QByteArray text = frame.first(bracket);
+    QByteArray separator = '\n' + QByteArray(clipLevels, '\t');
+    for (const VORNClip &clip : take.clips) {
+        text += separator + nestedJson(jsonFromRecord(clip), clipLevels);
+        separator = ",\n" + QByteArray(clipLevels, '\t');
+    }
+    text += QByteArrayView(frame).sliced(bracket);
+    return {take, text};
 }
 
 struct Place {
@@ -242,12 +248,10 @@ std::vector<QByteArray> LibraryFile::encode(const VORNLibrary &library)
     pieces.push_back(libraryFrame.head);
     QByteArray separator = "\n\t\t";
     for (const VORNProject &project : library.projects) {
-        const Frame frame =
-            frameOf(indented(prettyJson(jsonFromRecord(VORNProject{.id = project.id,
-                                                                   .name = project.name,
-                                                                   .revision = project.revision,
-                                                                   .takes = {}})),
-                             2));
+        const Frame frame = frameOf(nestedJson(
+            jsonFromRecord(VORNProject{
+                .id = project.id, .name = project.name, .revision = project.revision, .takes = {}}),
+            2));
         pieces.push_back(separator + frame.head);
         separator = ",\n\t\t";
         QByteArray takeSeparator = "\n\t\t\t\t";
