@@ -118,7 +118,7 @@ void writeFileAtomically(const QString &path, std::span<const QByteArray> pieces
     FileDescriptor old(::open(nativePath(path).constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     file.place();
     if (old.isOpen())
-        fileWorkPool()->start([held = std::make_shared<FileDescriptor>(std::move(old))] {});
+        releaseOffThread(std::move(old));
     flushFolder(folder, path);
 }
 

@@ -5,6 +5,7 @@
 #include <QThreadPool>
 #include <QtConcurrent>
 
+#include <memory>
 #include <type_traits>
 #include <utility>
 
@@ -32,6 +33,19 @@ template <class Work> QCoro::Task<std::invoke_result_t<Work>> offThread(Work wor
         failure = wrapped.exception();
     }
     std::rethrow_exception(failure);
+}
+
+/// Lets go of `value` on the file-work pool: to give a large one back takes as long as to make it.
+template <class Value> void releaseOffThread(Value value)
+{
+    fileWorkPool()->start([held = std::make_shared<Value>(std::move(value))] {});
+}
+
+/// A large value that threads share; whoever lets go of it last, it is given back on the pool.
+template <class Value> [[nodiscard]] std::shared_ptr<const Value> sharedOffThread(Value value)
+{
+    return {new Value(std::move(value)),
+            [](const Value *last) { releaseOffThread(std::unique_ptr<const Value>(last)); }};
 }
 
 } // namespace vorn

@@ -92,6 +92,32 @@ QCoro::Task<> AppStore::prepareSaves()
     m_file.adopt(encoded);
 }
 
+QCoro::Task<bool> AppStore::changeLibrary(std::function<VORNLibrary(VORNLibrary)> change)
+{
+    m_ui.assertCurrent();
+    struct Changed {
+        VORNLibrary library;
+        LibraryFile::EncodedTakes texts; ///< of the takes that are not as before
+    };
+    const QPointer<AppStore> self(this);
+    std::shared_ptr<const VORNLibrary> base;
+    std::shared_ptr<Changed> changed;
+    do {
+        base = sharedOffThread(m_library);
+        changed = co_await offThread([base, change] {
+            VORNLibrary library = change(*base);
+            auto texts = LibraryFile::encodedTakes(library, *base);
+            return std::make_shared<Changed>(std::move(library), std::move(texts));
+        });
+        if (!self)
+            co_return false;
+        m_ui.assertCurrent();
+    } while (m_library != *base);
+    m_library = std::move(changed->library);
+    m_file.adopt(changed->texts);
+    co_return true;
+}
+
 void AppStore::save()
 {
     m_ui.assertCurrent();

@@ -85,7 +85,7 @@ public:
     [[nodiscard]] bool prepareDirectorTake(const QString &id);
     void setReferenceCamera(const QString &cameraId);
     /// Brings in the take that the manifest file at `path` describes. All or nothing.
-    void importManifest(const QString &path);
+    QCoro::Task<> importManifest(QString path);
     /// Exports the selected take into a new folder under `parentFolder` and shows it.
     QCoro::Task<> exportSelectedTake(QString parentFolder);
 
@@ -127,6 +127,10 @@ private:
     void load();
     /// Encodes the library on another thread, so that its first save is as quick as the next ones.
     QCoro::Task<> prepareSaves();
+    /// Changes the library as `change` says, which runs on another thread, and again if the library
+    /// has changed meanwhile; what it throws leaves the library as it is. Saves nothing. False when
+    /// the store has ended.
+    QCoro::Task<bool> changeLibrary(std::function<VORNLibrary(VORNLibrary)> change);
     void save();
     /// errorMessage and the activity log.
     void fail(const QString &message);
@@ -143,7 +147,7 @@ private:
     [[nodiscard]] Client clientOf(const VORNClip &clip) const VORN_RUNS_ON(m_ui);
     void addSession(const Client &client);
     void removeSessions(const QString &deviceId);
-    QCoro::Task<> mergeCatalog(DeviceCatalog catalog, Client client);
+    QCoro::Task<> mergeCatalog(std::shared_ptr<const DeviceCatalog> catalog, Client client);
     void finishPairing(const DeviceCatalog &catalog, const Client &client);
     QCoro::Task<> download(PendingDownload pending);
     QCoro::Task<> fetch(PendingDownload pending, Client client, QUrl url);
@@ -151,8 +155,7 @@ private:
         VORN_RUNS_ON(m_ui);
     /// True when a recording before it in the library has the same place for its file, since folder
     /// names drop what distinguishes the two.
-    [[nodiscard]] bool isPlaceOfAnother(const PendingDownload &pending, const QString &path) const
-        VORN_RUNS_ON(m_ui);
+    [[nodiscard]] bool isPlaceOfAnother(const PendingDownload &pending) const VORN_RUNS_ON(m_ui);
     void updateClip(const PendingDownload &pending, const QString &localPath);
     void setTransfer(const VORNClip &clip, TransferPhase phase, std::int64_t completed,
                      const QString &message);

@@ -1,4 +1,5 @@
 #include "base/off_thread.h"
+#include "library/safe_identifier.h"
 #include "store/app_store.h"
 #include "store/partial_recording.h"
 #include "store/progress_report.h"
@@ -138,7 +139,7 @@ QCoro::Task<> AppStore::fetch(PendingDownload pending, Client client, QUrl url)
     const std::int64_t total = clip.sizeBytes.value_or(0);
     const QString path =
         recordingPath(m_recordingsDirectory, pending.projectId, pending.takeId, clip);
-    if (isPlaceOfAnother(pending, path))
+    if (isPlaceOfAnother(pending))
         throw FileError(u"Existing destination hash differs; move it before retrying."_s);
     const auto report =
         progressReport<std::int64_t>(m_stop.get_token(), [self](const std::int64_t &bytes) {
@@ -220,20 +221,31 @@ const VORNClip *AppStore::storedClip(const PendingDownload &pending) const
     return take ? findById(take->clips, pending.clip.id) : nullptr;
 }
 
-bool AppStore::isPlaceOfAnother(const PendingDownload &pending, const QString &path) const
+bool AppStore::isPlaceOfAnother(const PendingDownload &pending) const
 {
     const VORNClip &clip = pending.clip;
+    // From the outer folder to the inner: most of what has the file's name is left out at once.
+    const auto isFolderOf = [](const QString &id) {
+        return [folder = safeIdentifier(id)](const QString &other) {
+            return safeIdentifier(other) == folder;
+        };
+    };
+    const auto isProject = isFolderOf(pending.projectId);
+    const auto isTake = isFolderOf(pending.takeId);
+    const auto isCamera = isFolderOf(clip.cameraId);
+    const auto isClip = isFolderOf(clip.id);
     for (const VORNProject &project : m_library.projects) {
+        if (!isProject(project.id))
+            continue;
         for (const VORNTake &take : project.takes) {
+            if (!isTake(take.id))
+                continue;
             for (const VORNClip &other : take.clips) {
-                if (other.fileName != clip.fileName
-                    || recordingPath(m_recordingsDirectory, project.id, take.id, other) != path)
-                    continue;
-                const bool isSame = project.id == pending.projectId && take.id == pending.takeId
-                                    && other.id == clip.id;
-                if (isSame)
+                if (other.id == clip.id && take.id == pending.takeId
+                    && project.id == pending.projectId)
                     return false;
-                if (other.sha256.compare(clip.sha256, Qt::CaseInsensitive) != 0)
+                if (other.fileName == clip.fileName && isCamera(other.cameraId) && isClip(other.id)
+                    && other.sha256.compare(clip.sha256, Qt::CaseInsensitive) != 0)
                     return true;
             }
         }

@@ -29,12 +29,6 @@ DeviceCatalog checkedCatalog(const QByteArray &bytes, const QString &deviceId, c
     return catalog;
 }
 
-/// A library with the texts of its takes, so that it is saved quickly.
-struct MergedLibrary {
-    VORNLibrary library;
-    LibraryFile::EncodedTakes texts;
-};
-
 } // namespace
 
 QCoro::Task<bool> AppStore::pairAndConnect(DiscoveredDevice device, QString pairingCode,
@@ -52,9 +46,9 @@ QCoro::Task<bool> AppStore::pairAndConnect(DiscoveredDevice device, QString pair
             std::move(device), std::move(pairingCode), m_collectorID, hostName(),
             fingerprintConfirmed, m_stop.get_token());
         const QByteArray bytes = co_await client->fetchCatalog();
-        const DeviceCatalog catalog =
+        const auto catalog =
             co_await offThread([bytes, id = client->deviceId(), url = client->catalogURL()] {
-                return checkedCatalog(bytes, id, url);
+                return sharedOffThread(checkedCatalog(bytes, id, url));
             });
         if (self)
             co_await mergeCatalog(catalog, client);
@@ -71,28 +65,14 @@ QCoro::Task<bool> AppStore::pairAndConnect(DiscoveredDevice device, QString pair
     co_return failure.isEmpty();
 }
 
-QCoro::Task<> AppStore::mergeCatalog(DeviceCatalog catalog, Client client)
+QCoro::Task<> AppStore::mergeCatalog(std::shared_ptr<const DeviceCatalog> catalog, Client client)
 {
     m_ui.assertCurrent();
-    const QPointer<AppStore> self(this);
-    // A merge is worked out on another thread, and worked out again if the library has changed
-    // under it.
-    VORNLibrary base;
-    MergedLibrary merged;
-    do {
-        base = m_library;
-        merged = co_await offThread([base, catalog, url = client->catalogURL()] {
-            VORNLibrary library = vorn::mergeCatalog(catalog, url, base);
-            auto texts = LibraryFile::encodedTakes(library);
-            return MergedLibrary{std::move(library), std::move(texts)};
-        });
-        if (!self)
-            co_return;
-        m_ui.assertCurrent();
-    } while (m_library != base);
-    m_library = std::move(merged.library);
-    m_file.adopt(merged.texts);
-    finishPairing(catalog, client);
+    const auto merge = [catalog, url = client->catalogURL()](VORNLibrary library) {
+        return vorn::mergeCatalog(*catalog, url, std::move(library));
+    };
+    if (co_await changeLibrary(merge))
+        finishPairing(*catalog, client);
 }
 
 void AppStore::finishPairing(const DeviceCatalog &catalog, const Client &client)

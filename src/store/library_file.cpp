@@ -163,12 +163,22 @@ QString keepUnreadable(const QString &file)
 
 } // namespace
 
-LibraryFile::EncodedTakes LibraryFile::encodedTakes(const VORNLibrary &library)
+LibraryFile::EncodedTakes LibraryFile::encodedTakes(const VORNLibrary &library,
+                                                    const VORNLibrary &known)
 {
+    QHash<QString, const VORNTake *> knownTakes;
+    for (const VORNProject &project : known.projects) {
+        for (const VORNTake &take : project.takes)
+            knownTakes.insert(takeKey(project, take), &take);
+    }
     EncodedTakes encoded;
     for (const VORNProject &project : library.projects) {
-        for (const VORNTake &take : project.takes)
-            encoded.emplace(takeKey(project, take), encodedTake(take));
+        for (const VORNTake &take : project.takes) {
+            const QString key = takeKey(project, take);
+            const VORNTake *same = knownTakes.value(key);
+            if (!same || *same != take)
+                encoded.emplace(key, encodedTake(take));
+        }
     }
     return encoded;
 }

@@ -41,8 +41,10 @@ public:
     /// Removes what saves of killed processes have left. Only for who holds the folder's lock.
     void removeAbandonedSaves() const;
 
-    /// The texts of all takes. Pure, so that another thread can prepare a large save.
-    [[nodiscard]] static EncodedTakes encodedTakes(const VORNLibrary &library);
+    /// The texts of all takes but those that `known` holds as well. Pure, so that another thread
+    /// can prepare a large save.
+    [[nodiscard]] static EncodedTakes encodedTakes(const VORNLibrary &library,
+                                                   const VORNLibrary &known = {});
 
     /// Takes over prepared texts. Outdated ones do no harm.
     void adopt(const EncodedTakes &encoded);

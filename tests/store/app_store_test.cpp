@@ -229,12 +229,25 @@ private Q_SLOTS:
         QCOMPARE(AppStore(root()).library(), store.library());
     }
 
+    void importsBesideOtherWork()
+    {
+        AppStore store(root());
+        const QString manifest = m_folder->filePath(u"m.json"_s);
+        writePlain(manifest, manifestText);
+        const auto import = store.importManifest(manifest);
+        QVERIFY(store.library().projects.empty()); // it is read on another thread
+        store.createProject(u"Meanwhile"_s);
+        QTRY_COMPARE(store.selectedTakeID(), u"T1"_s);
+        QCOMPARE(store.library().projects.size(), 2U);
+        QCOMPARE(AppStore(root()).library(), store.library());
+    }
+
     void importsATakeOrNothing()
     {
         AppStore store(root());
         const QString manifest = m_folder->filePath(u"m 100% #1?.json"_s);
         writePlain(manifest, manifestText);
-        store.importManifest(manifest);
+        QCoro::waitFor(store.importManifest(manifest));
         QVERIFY2(!store.errorMessage(), qPrintable(store.errorMessage().value_or(QString())));
         QCOMPARE(messages(store), QStringList{u"Imported take T1 with 1 camera clip(s)."_s});
         QCOMPARE(store.selectedTake()->clips.front().localPath,
@@ -244,18 +257,18 @@ private Q_SLOTS:
         QCOMPARE(AppStore(root()).selectedTake()->referenceCameraId, u"B"_s);
 
         const QByteArray before = readFile(root() + u"/library.json"_s, 1 << 20);
-        store.importManifest(manifest);
+        QCoro::waitFor(store.importManifest(manifest));
         QCOMPARE(store.errorMessage(),
                  u"Manifest import failed: Take T1 has conflicting reference cameras."_s);
         for (const QString &path :
              {m_folder->path(), m_folder->filePath(u"gone.json"_s), u"/dev/zero"_s}) {
-            store.importManifest(path);
+            QCoro::waitFor(store.importManifest(path));
             QVERIFY(store.errorMessage()->startsWith(u"Manifest import failed: "_s));
             QVERIFY(store.errorMessage()->contains(path));
         }
         writePlain(manifest,
                    QByteArray(manifestText).replace("\"sha256\": \"ab\"", "\"sha256\": 1"));
-        store.importManifest(manifest);
+        QCoro::waitFor(store.importManifest(manifest));
         QCOMPARE(store.errorMessage(),
                  u"Manifest import failed: m 100% #1?.json: clips[0].sha256 is not a text"_s);
         QCOMPARE(readFile(root() + u"/library.json"_s, 1 << 20), before);
@@ -266,7 +279,7 @@ private Q_SLOTS:
     {
         AppStore store(root());
         writePlain(m_folder->filePath(u"m.json"_s), manifestText);
-        store.importManifest(m_folder->filePath(u"m.json"_s));
+        QCoro::waitFor(store.importManifest(m_folder->filePath(u"m.json"_s)));
         QSignalSpy busy(&store, &AppStore::isBusyChanged);
         store.exportSelectedTake(m_folder->path());
         QTRY_VERIFY(!store.isBusy());

@@ -245,7 +245,7 @@ private Q_SLOTS:
         Desk desk({});
         QVERIFY(!desk.view.hasError());
         QVERIFY(!desk.view.activity()->hasEntries());
-        desk.store.importManifest(u"/nowhere/a\u202Eb.json"_s);
+        QCoro::waitFor(desk.store.importManifest(u"/nowhere/a\u202Eb.json"_s));
         QVERIFY(desk.view.hasError());
         QVERIFY(desk.view.errorMessage().startsWith(u"Manifest import failed: "_s));
         QVERIFY(!desk.view.errorMessage().contains(QChar(0x202E)));

@@ -265,7 +265,8 @@ private Q_SLOTS:
         constexpr auto longEnoughToSee = qint64{512} * 1024 * 1024;
         WindowProbe probe({});
         QVERIFY(!probe.named(u"Export for Resolve"_s)->isEnabled());
-        probe.store().importManifest(writeManifest(probe.folder(), longEnoughToSee));
+        QCoro::waitFor(
+            probe.store().importManifest(writeManifest(probe.folder(), longEnoughToSee)));
         probe.press(Qt::Key_E, Qt::ControlModifier);
         QTRY_VERIFY(openPanel());
         QFileDialog *panel = openPanel();
