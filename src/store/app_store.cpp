@@ -1,10 +1,8 @@
 #include "store/app_store.h"
 
-#include "base/atomic_file.h"
-#include "base/files.h"
 #include "base/folders.h"
 #include "base/off_thread.h"
-#include "base/text_form.h"
+#include "store/collector_identity.h"
 
 #include <QPointer>
 #include <QUuid>
@@ -16,11 +14,6 @@ namespace {
 
 constexpr std::size_t maximumActivities = 100;
 
-QString newUuidText()
-{
-    return QUuid::createUuid().toString(QUuid::WithoutBraces);
-}
-
 } // namespace
 
 AppStore::AppStore(std::optional<QString> storageRoot, std::optional<QString> recordingsRoot,
@@ -31,7 +24,8 @@ AppStore::AppStore(std::optional<QString> storageRoot, std::optional<QString> re
       m_file(m_supportDirectory)
 {
     m_ui.assertCurrent();
-    m_collectorID = loadOrCreateCollectorID();
+    m_collectorID = loadOrCreateCollectorID(
+        m_supportDirectory, [this](const QString &sentence) { log(sentence, true); });
     load();
     if (m_library.projects.empty())
         return;
@@ -43,31 +37,6 @@ AppStore::~AppStore()
 {
     m_ui.assertCurrent();
     m_stop.request_stop();
-}
-
-QString AppStore::loadOrCreateCollectorID()
-{
-    constexpr std::int64_t maximumBytes = 4096; // the identity needs 36
-    const QString path = m_supportDirectory + u"/collector-id.txt"_s;
-    try {
-        if (const auto known =
-                canonicalUuid(QString::fromUtf8(readFile(path, maximumBytes)).trimmed()))
-            return *known;
-    } catch (const FileError &) { // NOLINT(bugprone-empty-catch): a first start, or nothing usable
-    }
-    QString fresh = newUuidText();
-    try {
-        createFolders(m_supportDirectory, FolderMode::ownerOnly);
-        writeFileAtomically(path, fresh.toUtf8(), FileMode::ownerOnly);
-        return fresh;
-    } catch (const NotDurableError &error) {
-        log(QString::fromUtf8(error.what()), true);
-        return fresh;
-    } catch (const FileError &) {
-        log(u"Could not persist this Mac's collector identity; a temporary identity will be used."_s,
-            true);
-        return newUuidText();
-    }
 }
 
 void AppStore::load()

@@ -6,6 +6,7 @@
 #include "library/records.h"
 #include "store/download_progress.h"
 #include "store/library_file.h"
+#include "store/pending_download.h"
 #include "transfer/authenticated_transfer_client.h"
 #include "transfer/discovered_device.h"
 
@@ -23,6 +24,7 @@
 namespace vorn {
 
 struct DeviceCatalog;
+class PartialRecording;
 
 /// Owns the library and everything the windows show of it, and is the only writer of the library
 /// file. Every change of the library is on the disk when the operation that made it returns.
@@ -123,7 +125,6 @@ Q_SIGNALS:
     void exportCreated(const QString &path);
 
 private:
-    [[nodiscard]] QString loadOrCreateCollectorID();
     void load();
     /// Encodes the library on another thread, so that its first save is as quick as the next ones.
     QCoro::Task<> prepareSaves();
@@ -139,23 +140,16 @@ private:
     [[nodiscard]] VORNProject *selectedProjectForChange() VORN_RUNS_ON(m_ui);
 
     using Client = std::shared_ptr<AuthenticatedTransferClient>;
-    struct PendingDownload {
-        VORNClip clip;
-        QString projectId;
-        QString takeId;
-    };
     [[nodiscard]] Client clientOf(const VORNClip &clip) const VORN_RUNS_ON(m_ui);
     void addSession(const Client &client);
     void removeSessions(const QString &deviceId);
-    QCoro::Task<> mergeCatalog(std::shared_ptr<const DeviceCatalog> catalog, Client client);
+    QCoro::Task<> takeInCatalog(std::shared_ptr<const DeviceCatalog> catalog, Client client);
     void finishPairing(const DeviceCatalog &catalog, const Client &client);
-    QCoro::Task<> download(PendingDownload pending);
+    QCoro::Task<> fetchIfPossible(PendingDownload pending);
     QCoro::Task<> fetch(PendingDownload pending, Client client, QUrl url);
-    [[nodiscard]] const VORNClip *storedClip(const PendingDownload &pending) const
-        VORN_RUNS_ON(m_ui);
-    /// True when a recording before it in the library has the same place for its file, since folder
-    /// names drop what distinguishes the two.
-    [[nodiscard]] bool isPlaceOfAnother(const PendingDownload &pending) const VORN_RUNS_ON(m_ui);
+    /// Fetches what is missing of the partial file.
+    QCoro::Task<> fetchRanges(PendingDownload pending, Client client, QUrl url,
+                              std::shared_ptr<PartialRecording> partial);
     void updateClip(const PendingDownload &pending, const QString &localPath);
     void setTransfer(const VORNClip &clip, TransferPhase phase, std::int64_t completed,
                      const QString &message);

@@ -1,5 +1,4 @@
 #include "base/off_thread.h"
-#include "library/safe_identifier.h"
 #include "store/app_store.h"
 #include "store/partial_recording.h"
 #include "store/progress_report.h"
@@ -76,10 +75,10 @@ QCoro::Task<> AppStore::downloadSelectedTake()
     const SleepInhibitor awake(u"Recordings are being downloaded."_s);
     std::size_t failed = 0;
     while (!m_downloads.empty()) {
-        co_await download(m_downloads.front());
+        co_await fetchIfPossible(m_downloads.front());
         if (!self)
             co_return;
-        const VORNClip *stored = storedClip(m_downloads.front());
+        const VORNClip *stored = storedClip(m_library, m_downloads.front());
         failed += stored && isLocal(*stored) ? 0 : 1;
         m_downloads.pop_front();
     }
@@ -87,11 +86,11 @@ QCoro::Task<> AppStore::downloadSelectedTake()
     Q_EMIT downloadsEnded(failed);
 }
 
-QCoro::Task<> AppStore::download(PendingDownload pending)
+QCoro::Task<> AppStore::fetchIfPossible(PendingDownload pending)
 {
     m_ui.assertCurrent();
     // While it waited, the phone may have moved, and the file may have come.
-    if (const VORNClip *stored = storedClip(pending))
+    if (const VORNClip *stored = storedClip(m_library, pending))
         pending.clip = *stored;
     const VORNClip &clip = pending.clip;
     if (isLocal(clip))
@@ -139,7 +138,7 @@ QCoro::Task<> AppStore::fetch(PendingDownload pending, Client client, QUrl url)
     const std::int64_t total = clip.sizeBytes.value_or(0);
     const QString path =
         recordingPath(m_recordingsDirectory, pending.projectId, pending.takeId, clip);
-    if (isPlaceOfAnother(pending))
+    if (isPlaceOfAnother(m_library, pending))
         throw FileError(u"Existing destination hash differs; move it before retrying."_s);
     const auto report =
         progressReport<std::int64_t>(m_stop.get_token(), [self](const std::int64_t &bytes) {
@@ -160,25 +159,9 @@ QCoro::Task<> AppStore::fetch(PendingDownload pending, Client client, QUrl url)
         [path, total] { return std::make_shared<PartialRecording>(path, total); });
     if (!self)
         co_return;
-    std::int64_t offset = partial->size();
-    changeProgress([=](DownloadProgress &progress) { progress.resumeAt(offset); });
-    setTransfer(clip, TransferPhase::downloading, offset, u"Resuming"_s);
-    while (offset < total) {
-        const std::int64_t end = offset + std::min(TransferProtocol::chunkSize, total - offset) - 1;
-        QByteArray bytes = co_await client->fetchRange(
-            url, offset, end, total, clip.sha256, [self, offset](std::int64_t received) {
-                if (self)
-                    self->setClipBytes(offset + received);
-            });
-        co_await offThread([partial, bytes = std::move(bytes)]() mutable {
-            partial->append(std::exchange(bytes, {})); // given back before the next range comes
-        });
-        if (!self)
-            co_return;
-        offset = end + 1;
-        setTransfer(clip, TransferPhase::downloading, offset, u"Downloading"_s);
-        setClipBytes(offset);
-    }
+    co_await fetchRanges(pending, client, url, partial);
+    if (!self)
+        co_return;
 
     setVerifiedBytes(0);
     setTransfer(clip, TransferPhase::verifying, total, u"Checking SHA-256"_s);
@@ -198,6 +181,34 @@ QCoro::Task<> AppStore::fetch(PendingDownload pending, Client client, QUrl url)
     log(u"Downloaded and verified %1."_s.arg(clip.fileName));
 }
 
+QCoro::Task<> AppStore::fetchRanges(PendingDownload pending, Client client, QUrl url,
+                                    std::shared_ptr<PartialRecording> partial)
+{
+    m_ui.assertCurrent();
+    const QPointer<AppStore> self(this);
+    const VORNClip &clip = pending.clip;
+    const std::int64_t total = clip.sizeBytes.value_or(0);
+    std::int64_t offset = partial->size();
+    changeProgress([=](DownloadProgress &progress) { progress.resumeAt(offset); });
+    setTransfer(clip, TransferPhase::downloading, offset, u"Resuming"_s);
+    while (offset < total) {
+        const std::int64_t end = offset + std::min(TransferProtocol::chunkSize, total - offset) - 1;
+        QByteArray bytes = co_await client->fetchRange(
+            url, offset, end, total, clip.sha256, [self, offset](std::int64_t received) {
+                if (self)
+                    self->setClipBytes(offset + received);
+            });
+        co_await offThread([partial, bytes = std::move(bytes)]() mutable {
+            partial->append(std::exchange(bytes, {})); // given back before the next range comes
+        });
+        if (!self)
+            co_return;
+        offset = end + 1;
+        setTransfer(clip, TransferPhase::downloading, offset, u"Downloading"_s);
+        setClipBytes(offset);
+    }
+}
+
 void AppStore::failDownload(const VORNClip &clip, const Client &client, const std::exception &error)
 {
     m_ui.assertCurrent();
@@ -214,51 +225,10 @@ void AppStore::failDownload(const VORNClip &clip, const Client &client, const st
     log(u"Secure transfer authorization was cancelled after a transport failure."_s, true);
 }
 
-const VORNClip *AppStore::storedClip(const PendingDownload &pending) const
-{
-    const VORNProject *project = findById(m_library.projects, pending.projectId);
-    const VORNTake *take = project ? findById(project->takes, pending.takeId) : nullptr;
-    return take ? findById(take->clips, pending.clip.id) : nullptr;
-}
-
-bool AppStore::isPlaceOfAnother(const PendingDownload &pending) const
-{
-    const VORNClip &clip = pending.clip;
-    // From the outer folder to the inner: most of what has the file's name is left out at once.
-    const auto isFolderOf = [](const QString &id) {
-        return [folder = safeIdentifier(id)](const QString &other) {
-            return safeIdentifier(other) == folder;
-        };
-    };
-    const auto isProject = isFolderOf(pending.projectId);
-    const auto isTake = isFolderOf(pending.takeId);
-    const auto isCamera = isFolderOf(clip.cameraId);
-    const auto isClip = isFolderOf(clip.id);
-    for (const VORNProject &project : m_library.projects) {
-        if (!isProject(project.id))
-            continue;
-        for (const VORNTake &take : project.takes) {
-            if (!isTake(take.id))
-                continue;
-            for (const VORNClip &other : take.clips) {
-                if (other.id == clip.id && take.id == pending.takeId
-                    && project.id == pending.projectId)
-                    return false;
-                if (other.fileName == clip.fileName && isCamera(other.cameraId) && isClip(other.id)
-                    && other.sha256.compare(clip.sha256, Qt::CaseInsensitive) != 0)
-                    return true;
-            }
-        }
-    }
-    return false;
-}
-
 void AppStore::updateClip(const PendingDownload &pending, const QString &localPath)
 {
     m_ui.assertCurrent();
-    VORNProject *project = findById(m_library.projects, pending.projectId);
-    VORNTake *take = project ? findById(project->takes, pending.takeId) : nullptr;
-    VORNClip *clip = take ? findById(take->clips, pending.clip.id) : nullptr;
+    VORNClip *const clip = storedClip(m_library, pending);
     if (!clip)
         return;
     clip->localPath = localPath;

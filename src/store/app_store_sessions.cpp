@@ -51,7 +51,7 @@ QCoro::Task<bool> AppStore::pairAndConnect(DiscoveredDevice device, QString pair
                 return sharedOffThread(checkedCatalog(bytes, id, url));
             });
         if (self)
-            co_await mergeCatalog(catalog, client);
+            co_await takeInCatalog(catalog, client);
     } catch (const std::exception &error) {
         failure = u"Secure camera connection failed: "_s + QString::fromUtf8(error.what());
     }
@@ -65,7 +65,7 @@ QCoro::Task<bool> AppStore::pairAndConnect(DiscoveredDevice device, QString pair
     co_return failure.isEmpty();
 }
 
-QCoro::Task<> AppStore::mergeCatalog(std::shared_ptr<const DeviceCatalog> catalog, Client client)
+QCoro::Task<> AppStore::takeInCatalog(std::shared_ptr<const DeviceCatalog> catalog, Client client)
 {
     m_ui.assertCurrent();
     const auto merge = [catalog, url = client->catalogURL()](VORNLibrary library) {
