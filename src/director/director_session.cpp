@@ -24,7 +24,7 @@ WallTime now()
 
 QString offlineMark(const LiveCamera &camera)
 {
-    return camera.isOnline() ? QString() : u" • OFFLINE"_s;
+    return camera.isOnline(now()) ? QString() : u" • OFFLINE"_s;
 }
 
 } // namespace
@@ -262,7 +262,7 @@ QImage DirectorSession::previewImage(const std::optional<QString> &id) const
 {
     m_ui.assertCurrent();
     const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
-    if (!camera || !camera->isOnline())
+    if (!camera || !camera->isOnline(now()))
         return {};
     const PreviewFrame *wall = m_previews.frame(camera->id, VORNPreviewProfile::wall);
     const PreviewFrame *selected = m_previews.frame(camera->id, VORNPreviewProfile::selected);
@@ -291,7 +291,7 @@ QString DirectorSession::previewAspect(const std::optional<QString> &id) const
 bool DirectorSession::cameraIsOnline(const std::optional<QString> &id) const
 {
     const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
-    return camera && camera->isOnline();
+    return camera && camera->isOnline(now());
 }
 
 bool DirectorSession::cameraIsRecording(const std::optional<QString> &id) const

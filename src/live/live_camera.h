@@ -44,10 +44,7 @@ struct LiveCamera {
 
     /// Another desk on the network, not a camera.
     [[nodiscard]] bool isDirector() const { return role.toUpper() == u"DIRECTOR"; }
-    [[nodiscard]] bool isOnline(WallTime now = std::chrono::system_clock::now()) const
-    {
-        return now - lastSeen < offlineAfter;
-    }
+    [[nodiscard]] bool isOnline(WallTime now) const { return now - lastSeen < offlineAfter; }
     [[nodiscard]] bool isExpired(WallTime now) const { return now - lastSeen >= forgetAfter; }
     /// A camera that falls silent while it records stops showing as recording.
     [[nodiscard]] bool displaysRecording(WallTime now) const { return isOnline(now) && recording; }

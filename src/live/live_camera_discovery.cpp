@@ -111,11 +111,12 @@ std::optional<QString> LiveCameraDiscovery::requestTransferMode(const LiveCamera
                                          .cameraName = camera.name,
                                          .host = camera.host,
                                          .collectorID = collectorID};
-    const auto sentMs = std::chrono::duration_cast<std::chrono::milliseconds>(
-        std::chrono::system_clock::now().time_since_epoch());
+    const WallTime now = std::chrono::system_clock::now();
+    const auto sentMs =
+        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch());
     const auto data = transferModeRequestData(collectorID, camera.id, requestID,
                                               cleanedCollectorName(collectorName), sentMs.count());
-    const bool isReady = camera.isOnline() && data;
+    const bool isReady = camera.isOnline(now) && data;
     const TransferModeRequestState state = transferModeState(
         isReady ? TransferModeStage::sent : TransferModeStage::refused, requestID, request);
     // Later, but before anything that the worker can say of it: the caller knows the id by then.

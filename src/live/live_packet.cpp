@@ -30,7 +30,8 @@ std::optional<LiveDatagram> snapshotOf(const QString &type, const QJsonObject &e
                             .sentMs = envelope.value(u"sentMs")};
 }
 
-std::optional<LiveDatagram> answerOf(const QJsonObject &envelope, const QJsonObject &payload)
+std::optional<LiveDatagram> transferModeResponse(const QJsonObject &envelope,
+                                                 const QJsonObject &payload)
 {
     const QString sender = envelope.value(u"sender").toString();
     const QString action = payload.value(u"action").toString();
@@ -66,7 +67,7 @@ std::optional<LiveDatagram> decodeDatagram(std::span<const std::byte> data)
     if (type == u"announce" || type == u"status")
         return snapshotOf(type, envelope, payload.toObject());
     if (type == u"command")
-        return answerOf(envelope, payload.toObject());
+        return transferModeResponse(envelope, payload.toObject());
     return std::nullopt;
 }
 

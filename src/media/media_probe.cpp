@@ -18,7 +18,7 @@ namespace {
 // Rounding of edits to the movie's time scale stays far below; half a second is a wrong header.
 constexpr double durationToleranceSeconds = 0.5;
 
-double seconds(std::uint64_t units, std::uint32_t timescale)
+double secondsOf(std::uint64_t units, std::uint32_t timescale)
 {
     return timescale == 0 ? 0.0 : double(units) / timescale;
 }
@@ -27,10 +27,10 @@ double seconds(std::uint64_t units, std::uint32_t timescale)
 double editedSeconds(const MovieTrack &track, const MovieHeaders &movie)
 {
     if (!track.hasEdits)
-        return seconds(track.mediaEnd, track.timescale);
-    double length = seconds(track.editUnits, movie.timescale);
+        return secondsOf(track.mediaEnd, track.timescale);
+    double length = secondsOf(track.editUnits, movie.timescale);
     if (track.openEditStart && *track.openEditStart < track.shownEnd)
-        length += seconds(track.shownEnd - *track.openEditStart, track.timescale);
+        length += secondsOf(track.shownEnd - *track.openEditStart, track.timescale);
     return length;
 }
 
@@ -42,7 +42,7 @@ double durationSeconds(const MovieHeaders &movie)
         longest = std::max(longest, editedSeconds(track, movie));
     if (movie.hasFragments) // the movie header was written before their lengths were known
         return longest > 0 ? longest : contradiction;
-    const double stated = seconds(movie.units.value_or(0), movie.timescale);
+    const double stated = secondsOf(movie.units.value_or(0), movie.timescale);
     const bool agrees = stated > 0 && std::abs(stated - longest) <= durationToleranceSeconds;
     return agrees ? stated : contradiction;
 }
@@ -66,7 +66,7 @@ ProbedVideoTrack videoTrackOf(const MovieTrack &track)
             .nominalFrameRate = nominalFrameRate(track)};
 }
 
-ProbedMedia answerOf(const MovieHeaders &movie)
+ProbedMedia probedMedia(const MovieHeaders &movie)
 {
     ProbedMedia media;
     media.durationSeconds = durationSeconds(movie);
@@ -86,7 +86,7 @@ ProbedMedia answerOf(const MovieHeaders &movie)
 
 ProbedMedia probeMedia(const MovieBytes &bytes)
 {
-    return answerOf(readMovieHeaders(bytes));
+    return probedMedia(readMovieHeaders(bytes));
 }
 
 ProbedMedia probeMedia(const QString &path)

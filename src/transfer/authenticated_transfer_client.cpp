@@ -84,7 +84,7 @@ HttpsRequest pairingRequest(const QUrl &url, const PairingRequest &request)
 }
 
 /// What `pending` gives; a failure of the connection in the user's words.
-QCoro::Task<HttpsAnswer> answerOf(QCoro::Task<HttpsAnswer> pending)
+QCoro::Task<HttpsAnswer> withConnectionErrors(QCoro::Task<HttpsAnswer> pending)
 {
     try {
         co_return co_await pending;
@@ -124,7 +124,7 @@ AuthenticatedTransferClient::pair(DiscoveredDevice device, QString pairingCode, 
                              .pairingCode = secretBytes({codeBytes}),
                              .certificateSHA256 = fingerprint});
     wipe(codeBytes);
-    HttpsAnswer answer = co_await answerOf(https->send(std::move(request)));
+    HttpsAnswer answer = co_await withConnectionErrors(https->send(std::move(request)));
     PairingResponse response = pairingResponseFromJson(answer.body);
     const QDateTime expiry =
         checkedExpiry(response, device, fingerprint, QDateTime::currentDateTimeUtc());
@@ -183,7 +183,7 @@ QCoro::Task<QByteArray> AuthenticatedTransferClient::fetchCatalog()
     request.headers.push_back(secretBytes({"Accept: application/json"}));
     request.maximumBodyBytes = maximumCatalogBytes;
     request.checkHead = requireOk;
-    HttpsAnswer answer = co_await answerOf(m_https->send(std::move(request)));
+    HttpsAnswer answer = co_await withConnectionErrors(m_https->send(std::move(request)));
     co_return std::move(answer.body);
 }
 
@@ -203,7 +203,7 @@ AuthenticatedTransferClient::fetchRange(QUrl url, std::int64_t start, std::int64
     request.maximumBodyBytes = range.length();
     request.checkHead = [range](const HttpsHead &head) { requireAnswersRange(head, range); };
     request.received = std::move(received);
-    HttpsAnswer answer = co_await answerOf(m_https->send(std::move(request)));
+    HttpsAnswer answer = co_await withConnectionErrors(m_https->send(std::move(request)));
     require(answer.body.size() == range.length(),
             u"Downloaded chunk length does not match the requested range."_s);
     co_return std::move(answer.body);

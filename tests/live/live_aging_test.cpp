@@ -31,7 +31,7 @@ private Q_SLOTS:
                 std::chrono::system_clock::now() - heard);
             if (const LiveCamera *camera = find(discovery, u"a"_s)) {
                 lastListed = age;
-                if (camera->isOnline())
+                if (camera->isOnline(std::chrono::system_clock::now()))
                     lastOnline = age;
             }
         });

@@ -122,7 +122,7 @@ private Q_SLOTS:
         sendToGroup(phone, status(u"a"_s, 5));
         QTRY_COMPARE(batteryOf(discovery, u"a"_s), 5);
         QCOMPARE(find(discovery, u"a"_s)->host, u"10.77.0.11"_s);
-        QVERIFY(find(discovery, u"a"_s)->isOnline());
+        QVERIFY(find(discovery, u"a"_s)->isOnline(std::chrono::system_clock::now()));
         QCOMPARE(discovery.errorMessage(), std::nullopt);
         // By unicast, from another address: the camera has moved.
         sendTo(other, u"10.77.0.1"_s, status(u"a"_s, 6));

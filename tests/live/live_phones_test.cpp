@@ -36,7 +36,7 @@ private Q_SLOTS:
         QTRY_COMPARE(find(discovery, u"cam-b"_s)->takeId, u"take-7"_s);
         QVERIFY(find(discovery, u"cam-b"_s)->displaysRecording(std::chrono::system_clock::now()));
         for (const LiveCamera &camera : discovery.cameras()) {
-            QVERIFY(camera.isOnline());
+            QVERIFY(camera.isOnline(std::chrono::system_clock::now()));
             QCOMPARE(camera.host, phones.phone(camera.id).value(u"address").toString());
             QVERIFY(camera.name != camera.id);
             QCOMPARE(camera.role, u"CAMERA"_s);
