@@ -73,8 +73,9 @@ Case caseOf(CURLcode result)
     case CURLE_SSL_CIPHER:
     case CURLE_PEER_FAILED_VERIFICATION:
         return Case::noSecureConnection;
+    case CURLE_UNSUPPORTED_PROTOCOL: // no status line of a version that is spoken here
+        return Case::notHttp;
     case CURLE_WEIRD_SERVER_REPLY:
-    case CURLE_UNSUPPORTED_PROTOCOL:
     case CURLE_BAD_CONTENT_ENCODING:
     case CURLE_OUT_OF_MEMORY: // a header line beyond libcurl's own bound
         return Case::malformed;

@@ -70,6 +70,7 @@ public:
         clientCertificate,  ///< the server asked for one, which it never gets
         noSecureConnection, ///< TLS failed for another reason
         lost,               ///< the connection ended before the answer
+        notHttp,            ///< what came is no HTTP at all
         malformed,          ///< no sound HTTP, or a form of it that was not asked for
         tooLarge,           ///< headers or body
         closed,             ///< by this side

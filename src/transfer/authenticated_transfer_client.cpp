@@ -83,12 +83,15 @@ HttpsRequest pairingRequest(const QUrl &url, const PairingRequest &request)
             .received = {}};
 }
 
-/// What `pending` gives; a failure of the connection in the user's words.
-QCoro::Task<HttpsAnswer> withConnectionErrors(QCoro::Task<HttpsAnswer> pending)
+/// What `pending` gives; a failure of the connection in the user's words. `server` is what the user
+/// is told to have answered.
+QCoro::Task<HttpsAnswer> withConnectionErrors(QCoro::Task<HttpsAnswer> pending, QString server)
 {
     try {
         co_return co_await pending;
     } catch (const HttpsError &error) {
+        require(error.reason() != HttpsError::Case::notHttp,
+                server + u" returned no HTTP response."_s);
         throw connectionError(error);
     }
 }
@@ -124,7 +127,8 @@ AuthenticatedTransferClient::pair(DiscoveredDevice device, QString pairingCode, 
                              .pairingCode = secretBytes({codeBytes}),
                              .certificateSHA256 = fingerprint});
     wipe(codeBytes);
-    HttpsAnswer answer = co_await withConnectionErrors(https->send(std::move(request)));
+    HttpsAnswer answer =
+        co_await withConnectionErrors(https->send(std::move(request)), u"Pairing"_s);
     PairingResponse response = pairingResponseFromJson(answer.body);
     const QDateTime expiry =
         checkedExpiry(response, device, fingerprint, QDateTime::currentDateTimeUtc());
@@ -183,7 +187,8 @@ QCoro::Task<QByteArray> AuthenticatedTransferClient::fetchCatalog()
     request.headers.push_back(secretBytes({"Accept: application/json"}));
     request.maximumBodyBytes = maximumCatalogBytes;
     request.checkHead = requireOk;
-    HttpsAnswer answer = co_await withConnectionErrors(m_https->send(std::move(request)));
+    HttpsAnswer answer =
+        co_await withConnectionErrors(m_https->send(std::move(request)), u"Catalog"_s);
     co_return std::move(answer.body);
 }
 
@@ -203,7 +208,8 @@ AuthenticatedTransferClient::fetchRange(QUrl url, std::int64_t start, std::int64
     request.maximumBodyBytes = range.length();
     request.checkHead = [range](const HttpsHead &head) { requireAnswersRange(head, range); };
     request.received = std::move(received);
-    HttpsAnswer answer = co_await withConnectionErrors(m_https->send(std::move(request)));
+    HttpsAnswer answer =
+        co_await withConnectionErrors(m_https->send(std::move(request)), u"File server"_s);
     require(answer.body.size() == range.length(),
             u"Downloaded chunk length does not match the requested range."_s);
     co_return std::move(answer.body);

@@ -24,6 +24,7 @@ QString sentence(HttpsError::Case reason)
         return u"No secure connection to the camera could be made."_s;
     case Case::lost:
         return u"The connection to the camera was lost."_s;
+    case Case::notHttp:
     case Case::malformed:
         return u"The camera's answer is not valid, or in a form that was not asked for."_s;
     case Case::tooLarge:

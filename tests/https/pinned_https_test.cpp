@@ -266,8 +266,8 @@ private Q_SLOTS:
             Case::lost);
         row("no end of chunks", "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\nab\r\n",
             Case::lost);
-        row("no HTTP", "hello\r\n\r\n", Case::malformed);
-        row("old HTTP", "<html>ok</html>", Case::malformed);
+        row("no HTTP", "hello\r\n\r\n", Case::notHttp);
+        row("old HTTP", "<html>ok</html>", Case::notHttp);
         row("negative length", "HTTP/1.1 200 OK\r\nContent-Length: -1\r\n\r\nok", Case::malformed);
         row("length in hexadecimal", "HTTP/1.1 200 OK\r\nContent-Length: 0x2\r\n\r\nok",
             Case::malformed);

@@ -254,6 +254,8 @@ private Q_SLOTS:
             << http("200 OK", {"Transfer-Encoding: chunked"},
                     ("8000\r\n" + QByteArray(0x8000, ' ') + "\r\n").repeated(3))
             << u"The camera's answer is larger than it may be."_s;
+        QTest::newRow("no HTTP") << QByteArray("220 mail.example ESMTP\r\n")
+                                 << u"Pairing returned no HTTP response."_s;
         const auto malformed =
             u"The camera's answer is not valid, or in a form that was not asked for."_s;
         QTest::newRow("two lengths")

@@ -119,7 +119,8 @@ void addBrokenRows()
     QTest::newRow("endless interim answers")
         << QByteArray("HTTP/1.1 103 Early Hints\r\nX-Filler: x\r\n\r\n").repeated(2'000)
         << tooLarge;
-    QTest::newRow("no HTTP") << QByteArray("220 mail.example ESMTP\r\n\r\n") << malformed;
+    QTest::newRow("no HTTP") << QByteArray("220 mail.example ESMTP\r\n")
+                             << u"File server returned no HTTP response."_s;
     QTest::newRow("NUL in a header")
         << answer(headers({}, {QByteArray("X-A: b\0c", 8)})) << malformed;
 }
