@@ -7,9 +7,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <arpa/inet.h>
 #include <openssl/ssl.h>
-#include <sys/socket.h>
 
 #include <chrono>
 
@@ -56,33 +54,6 @@ Case failureOf(Outcome<HttpsAnswer> outcome)
     }
     return none;
 }
-
-/// A listener that takes no connection: its queue is full, and the system drops what more comes.
-class DeafListener {
-public:
-    DeafListener()
-        : m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)),
-          m_waiting(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
-    {
-        sockaddr_in address{.sin_family = AF_INET,
-                            .sin_port = 0,
-                            .sin_addr = {.s_addr = htonl(INADDR_LOOPBACK)},
-                            .sin_zero = {}};
-        socklen_t size = sizeof address;
-        auto *const generic = reinterpret_cast<sockaddr *>(&address);
-        if (::bind(m_listener.get(), generic, size) != 0 || ::listen(m_listener.get(), 0) != 0
-            || ::getsockname(m_listener.get(), generic, &size) != 0
-            || ::connect(m_waiting.get(), generic, size) != 0)
-            qFatal("cannot fill a listener's queue");
-        m_port = ntohs(address.sin_port);
-    }
-    [[nodiscard]] std::uint16_t port() const { return m_port; }
-
-private:
-    FileDescriptor m_listener;
-    FileDescriptor m_waiting;
-    std::uint16_t m_port = 0;
-};
 
 qsizetype threadCount()
 {

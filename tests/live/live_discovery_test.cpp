@@ -156,7 +156,7 @@ private Q_SLOTS:
     void findsSilentCamerasByAsking()
     {
         const auto answering = [](const QByteArray &body) {
-            return [body](int connection) { serveIdentity(connection, body); };
+            return [body](TcpPeer &peer) { serveIdentity(peer, body); };
         };
         const QByteArray longest =
             status(u"longest"_s, 8).leftJustified(int(maximumPacketBytes), ' ');
@@ -167,18 +167,12 @@ private Q_SLOTS:
         const PhoneServer wrong(u"10.77.0.15"_s, answering("{}"));
         // Closes in the middle of its answer, and says nothing at all.
         const PhoneServer cut(u"10.77.0.16"_s,
-                              [](int connection) { ::send(connection, "\0\0\0\x50{", 5, 0); });
-        std::atomic_bool isOver = false;
-        const PhoneServer mute(u"10.77.0.17"_s, [&](int connection) {
-            char byte = 0;
-            while (!isOver && ::recv(connection, &byte, 1, 0) == 1) {
-            }
-        });
+                              [](TcpPeer &peer) { peer.send(QByteArray("\0\0\0\x50{", 5)); });
+        const PhoneServer mute(u"10.77.0.17"_s, [](TcpPeer &peer) { peer.stayUntilClosed(); });
         // One byte at a time, of as many as there may be, would outlast any limit but a total one.
-        const PhoneServer dripping(u"10.77.0.18"_s, [&](int connection) {
-            const QByteArray answer = QByteArray("\0\0\x20\0", 4) + longest;
-            for (const char &byte : answer) {
-                if (isOver || ::send(connection, &byte, 1, MSG_NOSIGNAL) != 1)
+        const PhoneServer dripping(u"10.77.0.18"_s, [&longest](TcpPeer &peer) {
+            for (const char byte : QByteArray("\0\0\x20\0", 4) + longest) {
+                if (!peer.send(QByteArray(1, byte)))
                     return;
                 std::this_thread::sleep_for(100ms);
             }
@@ -186,7 +180,6 @@ private Q_SLOTS:
         LiveCameraDiscovery discovery;
         QTRY_VERIFY(discovery.isActiveScanning());
         QTRY_VERIFY_WITH_TIMEOUT(!discovery.isActiveScanning(), 60'000);
-        isOver = true;
         QTRY_COMPARE(discovery.cameras().size(), 2U);
         QCOMPARE(batteryOf(discovery, u"found"_s), 5);
         QCOMPARE(find(discovery, u"found"_s)->host, u"10.77.0.11"_s);
@@ -222,8 +215,8 @@ private Q_SLOTS:
         std::atomic_int battery = 1;
         std::atomic<const char *> current = session;
         const FileDescriptor phone = phoneSocket(u"10.77.0.11"_s);
-        const PhoneServer camera(u"10.77.0.11"_s, [&](int connection) {
-            serveIdentity(connection, status(u"a"_s, battery, sequenced(current, 10 + battery)));
+        const PhoneServer camera(u"10.77.0.11"_s, [&](TcpPeer &peer) {
+            serveIdentity(peer, status(u"a"_s, battery, sequenced(current, 10 + battery)));
         });
         LiveCameraDiscovery discovery;
         const QSignalSpy scans(&discovery, &LiveCameraDiscovery::isActiveScanningChanged);
@@ -262,8 +255,8 @@ private Q_SLOTS:
         address.sin_port = htons(45454);
         QCOMPARE(::bind(taken.get(), reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
         const FileDescriptor phone = phoneSocket(u"10.77.0.11"_s);
-        const PhoneServer camera(
-            u"10.77.0.11"_s, [](int connection) { serveIdentity(connection, status(u"a"_s, 5)); });
+        const PhoneServer camera(u"10.77.0.11"_s,
+                                 [](TcpPeer &peer) { serveIdentity(peer, status(u"a"_s, 5)); });
         LiveCameraDiscovery discovery;
         QTRY_COMPARE(discovery.errorMessage(), u"UDP port 45454 is unavailable."_s);
         QVERIFY(!discovery.isListening());
@@ -366,8 +359,8 @@ private Q_SLOTS:
         ip(u"route add 203.0.113.0/24 dev lab0"_s);
         const FileDescriptor stranger = phoneSocket(far);
         const FileDescriptor phone = phoneSocket(u"10.77.0.11"_s);
-        const PhoneServer server(
-            far, [](int connection) { serveIdentity(connection, status(u"far"_s, 1)); });
+        const PhoneServer server(far,
+                                 [](TcpPeer &peer) { serveIdentity(peer, status(u"far"_s, 1)); });
         LiveCameraDiscovery discovery;
         QTRY_VERIFY_WITH_TIMEOUT(discovery.isListening(), limitMs);
         sendTo(stranger, u"10.77.0.1"_s, status(u"far"_s, 2));

@@ -1,59 +1,16 @@
 #include "lab_phones.h"
 
-#include <QProcess>
-#include <QtEndian>
+#include "phones_side.h"
 
-#include <arpa/inet.h>
-#include <fcntl.h>
+#include <QProcess>
+
 #include <netinet/in.h>
 #include <poll.h>
-#include <sched.h>
 #include <sys/socket.h>
 
 using namespace Qt::StringLiterals;
 
 namespace vorn {
-namespace {
-
-sockaddr_in endpoint(const QString &host, std::uint16_t port)
-{
-    sockaddr_in made{};
-    made.sin_family = AF_INET;
-    made.sin_port = htons(port);
-    if (::inet_pton(AF_INET, host.toLatin1().constData(), &made.sin_addr) != 1)
-        qFatal("no address: %s", qPrintable(host));
-    return made;
-}
-
-FileDescriptor boundOnPhonesSide(int type, const QString &host, std::uint16_t port)
-{
-    FileDescriptor made;
-    onPhonesSide([&] {
-        made = FileDescriptor(::socket(AF_INET, type | SOCK_CLOEXEC, 0));
-        const int on = 1;
-        ::setsockopt(made.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-        const sockaddr_in address = endpoint(host, port);
-        if (::bind(made.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
-            qFatal("cannot bind %s", qPrintable(host));
-        const in_addr from = address.sin_addr;
-        if (type == SOCK_DGRAM)
-            ::setsockopt(made.get(), IPPROTO_IP, IP_MULTICAST_IF, &from, sizeof from);
-    });
-    return made;
-}
-
-} // namespace
-
-void onPhonesSide(const std::function<void()> &work)
-{
-    std::thread([&] {
-        const QByteArray path = "/proc/" + qgetenv("VORN_LAB_PHONES") + "/ns/net";
-        const FileDescriptor side(::open(path.constData(), O_RDONLY | O_CLOEXEC));
-        if (::setns(side.get(), CLONE_NEWNET) != 0)
-            qFatal("run this test in scripts/lab");
-        work();
-    }).join();
-}
 
 FileDescriptor phoneSocket(const QString &host, std::uint16_t port)
 {
@@ -83,27 +40,9 @@ QByteArray receivedBy(const FileDescriptor &phone)
     return data;
 }
 
-PhoneServer::PhoneServer(const QString &host, std::function<void(int)> serve)
-    : m_listener(boundOnPhonesSide(SOCK_STREAM, host, 45455))
+PhoneServer::PhoneServer(const QString &host, Serve serve)
+    : TcpServer(boundOnPhonesSide(SOCK_STREAM, host, 45455), std::move(serve))
 {
-    ::listen(m_listener.get(), 8);
-    m_thread = std::thread([this, serve = std::move(serve)] {
-        // The destructor's shutdown ends the wait.
-        for (;;) {
-            const FileDescriptor connection(
-                ::accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
-            if (!connection.isOpen())
-                return;
-            ++m_connections;
-            serve(connection.get());
-        }
-    });
-}
-
-PhoneServer::~PhoneServer()
-{
-    ::shutdown(m_listener.get(), SHUT_RDWR);
-    m_thread.join();
 }
 
 namespace {
@@ -155,15 +94,10 @@ std::optional<std::int64_t> batteryOf(const LiveCameraDiscovery &discovery, cons
     return camera ? camera->battery : std::nullopt;
 }
 
-void serveIdentity(int connection, const QByteArray &body)
+void serveIdentity(TcpPeer &peer, const QByteArray &body)
 {
-    char request = 0;
-    if (::recv(connection, &request, 1, 0) != 1 || request != 3)
-        return;
-    QByteArray answer(4, '\0');
-    qToBigEndian(quint32(body.size()), answer.data());
-    answer += body;
-    ::send(connection, answer.constData(), std::size_t(answer.size()), MSG_NOSIGNAL);
+    if (peer.receive(1) == "\x03")
+        peer.sendFrame(body);
 }
 
 } // namespace vorn

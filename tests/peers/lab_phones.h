@@ -1,21 +1,11 @@
 #pragma once
 
-#include "base/files.h"
 #include "live/live_camera_discovery.h"
+#include "tcp_server.h"
 
-#include <QByteArray>
-#include <QString>
-
-#include <atomic>
-#include <cstdint>
-#include <functional>
 #include <optional>
-#include <thread>
 
 namespace vorn {
-
-/// Runs `work` on the phones' side of the lab. A socket stays on the side where it was made.
-void onPhonesSide(const std::function<void()> &work);
 
 /// A UDP socket of the phone at `host`, on the status port unless `port` says otherwise.
 [[nodiscard]] FileDescriptor phoneSocket(const QString &host, std::uint16_t port = 45454);
@@ -27,23 +17,14 @@ void sendTo(const FileDescriptor &phone, const QString &host, const QByteArray &
 /// The next datagram, waited for up to five seconds; empty when none came.
 [[nodiscard]] QByteArray receivedBy(const FileDescriptor &phone);
 
-/// The phone at `host` as a server on the identity port: hands each connection, which ends
-/// afterwards, to `serve` on a thread of its own.
-class PhoneServer {
+/// The phone at `host` as a server on the identity port.
+class PhoneServer : public TcpServer {
 public:
-    PhoneServer(const QString &host, std::function<void(int connection)> serve);
-    ~PhoneServer();
-
-    [[nodiscard]] int connections() const { return m_connections; }
-
-private:
-    FileDescriptor m_listener;
-    std::atomic_int m_connections = 0;
-    std::thread m_thread;
+    PhoneServer(const QString &host, Serve serve);
 };
 
 /// Waits for the request and answers with a length and a body.
-void serveIdentity(int connection, const QByteArray &body);
+void serveIdentity(TcpPeer &peer, const QByteArray &body);
 
 /// Most hosts of the lab's network are at home and refuse to talk, for as long as this lives: a
 /// scan, which waits for those that are not, is quick then.

@@ -4,17 +4,13 @@
 
 #include <QtEndian>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
-
-#include <thread>
 
 namespace vorn {
 namespace {
 
 constexpr quint16 mdnsPort = 5353;
-constexpr auto group = "224.0.0.251";
+const auto group = QStringLiteral("224.0.0.251");
 
 enum RecordType : quint16 { a = 1, ptr = 12, txt = 16, srv = 33 };
 constexpr quint16 internet = 1;
@@ -40,32 +36,13 @@ QByteArrayList labelsOf(const QByteArray &type)
     return type.split('.') + QByteArrayList{"local"};
 }
 
-sockaddr_in endpoint(const char *host)
-{
-    sockaddr_in made{};
-    made.sin_family = AF_INET;
-    made.sin_port = htons(mdnsPort);
-    ::inet_pton(AF_INET, host, &made.sin_addr);
-    return made;
-}
-
 } // namespace
 
-MulticastDns::MulticastDns(const char *from)
+MulticastDns::MulticastDns(const QString &from)
+    : m_socket(boundOnPhonesSide(SOCK_DGRAM, from, mdnsPort))
 {
-    std::thread([this, from] {
-        enterPhonesSide();
-        m_socket = FileDescriptor(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-        const int on = 1;
-        ::setsockopt(m_socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-        const int farthest = 255;
-        ::setsockopt(m_socket.get(), IPPROTO_IP, IP_MULTICAST_TTL, &farthest, sizeof farthest);
-        const sockaddr_in own = endpoint(from);
-        ::setsockopt(m_socket.get(), IPPROTO_IP, IP_MULTICAST_IF, &own.sin_addr,
-                     sizeof own.sin_addr);
-        if (::bind(m_socket.get(), reinterpret_cast<const sockaddr *>(&own), sizeof own) != 0)
-            qFatal("cannot bind %s", from);
-    }).join();
+    const int farthest = 255;
+    ::setsockopt(m_socket.get(), IPPROTO_IP, IP_MULTICAST_TTL, &farthest, sizeof farthest);
 }
 
 void MulticastDns::send()
@@ -74,7 +51,7 @@ void MulticastDns::send()
                               + bigEndian(quint16(0)) + bigEndian(std::exchange(m_count, 0))
                               + bigEndian(quint32(0));
     const QByteArray packet = header + std::exchange(m_records, {});
-    const sockaddr_in to = endpoint(group);
+    const sockaddr_in to = endpoint(group, mdnsPort);
     if (::sendto(m_socket.get(), packet.constData(), std::size_t(packet.size()), 0,
                  reinterpret_cast<const sockaddr *>(&to), sizeof to)
         != packet.size())

@@ -17,7 +17,7 @@ public:
     static constexpr quint32 goodbye = 0;
 
     /// From another of the phones' side's addresses, if given.
-    explicit MulticastDns(const char *from = "10.77.0.26");
+    explicit MulticastDns(const QString &from = QStringLiteral("10.77.0.26"));
 
     /// One response with all that was added since the last.
     void send();

@@ -1,11 +1,13 @@
 #include "phones_side.h"
 
-#include "base/files.h"
-
 #include <QHostAddress>
 
+#include <arpa/inet.h>
 #include <fcntl.h>
 #include <sched.h>
+#include <sys/socket.h>
+
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -17,6 +19,34 @@ void enterPhonesSide()
     const FileDescriptor side(::open(path.constData(), O_RDONLY | O_CLOEXEC));
     if (::setns(side.get(), CLONE_NEWNET) != 0)
         qFatal("run this test in scripts/lab");
+}
+
+sockaddr_in endpoint(const QString &host, std::uint16_t port)
+{
+    sockaddr_in made{};
+    made.sin_family = AF_INET;
+    made.sin_port = htons(port);
+    if (::inet_pton(AF_INET, host.toLatin1().constData(), &made.sin_addr) != 1)
+        qFatal("no address: %s", qPrintable(host));
+    return made;
+}
+
+FileDescriptor boundOnPhonesSide(int type, const QString &host, std::uint16_t port)
+{
+    FileDescriptor made;
+    std::thread([&] {
+        enterPhonesSide();
+        made = FileDescriptor(::socket(AF_INET, type | SOCK_CLOEXEC, 0));
+    }).join();
+    const int on = 1;
+    ::setsockopt(made.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    const sockaddr_in address = endpoint(host, port);
+    if (::bind(made.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
+        qFatal("cannot bind %s", qPrintable(host));
+    if (type == SOCK_DGRAM)
+        ::setsockopt(made.get(), IPPROTO_IP, IP_MULTICAST_IF, &address.sin_addr,
+                     sizeof address.sin_addr);
+    return made;
 }
 
 PhonesSide::PhonesSide()

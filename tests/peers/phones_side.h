@@ -1,10 +1,13 @@
 #pragma once
 
+#include "base/files.h"
 #include "base/worker_thread.h"
 #include "rig/transfer/announcement.h"
 
 #include <QByteArray>
 #include <QString>
+
+#include <netinet/in.h>
 
 #include <functional>
 #include <map>
@@ -15,6 +18,12 @@ namespace vorn {
 
 /// Moves the calling thread to the phones' side: what it opens from now on is opened there.
 void enterPhonesSide();
+
+/// A socket of the phones' side at `host`, of a type such as SOCK_DGRAM. Sends multicast from
+/// there.
+[[nodiscard]] FileDescriptor boundOnPhonesSide(int type, const QString &host, std::uint16_t port);
+/// An IPv4 address for the system's calls.
+[[nodiscard]] sockaddr_in endpoint(const QString &host, std::uint16_t port);
 
 /// The announced services, on a thread of the phones' side.
 struct AnnouncedServices {

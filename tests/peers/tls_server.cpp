@@ -2,14 +2,11 @@
 
 #include <QCryptographicHash>
 
-#include <arpa/inet.h>
-#include <netinet/tcp.h>
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
-#include <signal.h>
 #include <sys/socket.h>
 
 #include <array>
@@ -73,7 +70,7 @@ bool TlsPeer::send(const QByteArray &bytes)
 void TlsPeer::cut()
 {
     m_isCut = true;
-    ::shutdown(m_descriptor, SHUT_RDWR);
+    ::shutdown(m_peer.descriptor(), SHUT_RDWR);
 }
 
 void TlsPeer::stayUntilClosed()
@@ -88,30 +85,9 @@ TlsServer::TlsServer(Answer answer, std::function<void(ssl_ctx_st *)> configure,
     : m_answer(std::move(answer)),
       m_configure(std::move(configure)),
       m_handshake(handshake),
-      m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)),
-      m_identity(std::make_shared<Identity>(m_configure))
+      m_identity(std::make_shared<Identity>(m_configure)),
+      m_server([this](TcpPeer &peer) { serve(peer); })
 {
-    sockaddr_in address{.sin_family = AF_INET,
-                        .sin_port = 0,
-                        .sin_addr = {.s_addr = htonl(INADDR_LOOPBACK)},
-                        .sin_zero = {}};
-    socklen_t size = sizeof address;
-    auto *const generic = reinterpret_cast<sockaddr *>(&address);
-    if (::bind(m_listener.get(), generic, size) != 0 || ::listen(m_listener.get(), 64) != 0
-        || ::getsockname(m_listener.get(), generic, &size) != 0)
-        qFatal("cannot listen");
-    m_port = ntohs(address.sin_port);
-    m_acceptor = std::thread([this] { acceptAll(); });
-}
-
-TlsServer::~TlsServer()
-{
-    ::shutdown(m_listener.get(), SHUT_RDWR); // ends accept
-    m_acceptor.join();
-    std::unique_lock lock(m_mutex);
-    for (const int descriptor : m_open)
-        ::shutdown(descriptor, SHUT_RDWR);
-    m_closed.wait(lock, [this] { return m_open.empty(); });
 }
 
 QString TlsServer::fingerprint() const
@@ -132,22 +108,10 @@ void TlsServer::changeCertificate()
     m_identity = std::make_shared<Identity>(m_configure);
 }
 
-int TlsServer::connections() const
-{
-    const std::scoped_lock lock(m_mutex);
-    return m_counts.connections;
-}
-
 int TlsServer::handshakes() const
 {
     const std::scoped_lock lock(m_mutex);
     return m_counts.handshakes;
-}
-
-int TlsServer::openConnections() const
-{
-    const std::scoped_lock lock(m_mutex);
-    return int(m_open.size());
 }
 
 std::int64_t TlsServer::decryptedBytes() const
@@ -162,64 +126,39 @@ std::vector<TlsServer::Request> TlsServer::requests() const
     return m_counts.requests;
 }
 
-void TlsServer::acceptAll()
-{
-    for (;;) {
-        FileDescriptor socket(::accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
-        if (!socket.isOpen())
-            return;
-        const int yes = 1; // small answers go at once
-        ::setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
-        {
-            const std::scoped_lock lock(m_mutex);
-            ++m_counts.connections;
-            m_open.insert(socket.get());
-        }
-        std::thread([this, connection = std::move(socket)]() mutable {
-            // Of this thread only: the client has to do without.
-            sigset_t brokenPipe;
-            ::sigemptyset(&brokenPipe);
-            ::sigaddset(&brokenPipe, SIGPIPE);
-            ::pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
-            serve(connection);
-            OPENSSL_thread_stop(); // else after the server's end, and perhaps the process's
-            // Closed under the lock: the number may be another connection's at once.
-            const std::scoped_lock lock(m_mutex);
-            m_open.erase(connection.get());
-            connection = {};
-            m_closed.notify_all();
-        }).detach();
-    }
-}
-
-void TlsServer::serve(const FileDescriptor &socket)
+void TlsServer::serve(TcpPeer &peer)
 {
     std::shared_ptr<const Identity> identity;
     {
         const std::scoped_lock lock(m_mutex);
         identity = m_identity;
     }
-    char byte = 0;
     if (m_handshake == Handshake::never) {
-        while (::recv(socket.get(), &byte, 1, 0) > 0) {
-        }
+        peer.stayUntilClosed();
         return;
     }
-    const Owned<SSL, SSL_free> tls(SSL_new(identity->context.get()));
-    SSL_set_fd(tls.get(), socket.get());
-    if (SSL_accept(tls.get()) != 1)
-        return;
+    {
+        const Owned<SSL, SSL_free> tls(SSL_new(identity->context.get()));
+        SSL_set_fd(tls.get(), peer.descriptor());
+        if (SSL_accept(tls.get()) == 1)
+            talk(tls.get(), peer);
+    }
+    OPENSSL_thread_stop(); // else after the server's end, and perhaps the process's
+}
+
+void TlsServer::talk(ssl_st *tls, const TcpPeer &connection)
+{
     {
         const std::scoped_lock lock(m_mutex);
         ++m_counts.handshakes;
     }
-    TlsPeer peer(tls.get(), socket.get());
+    TlsPeer peer(tls, connection);
     QByteArray buffer;
     Request request;
-    while (!peer.m_isCut && readRequest(tls.get(), buffer, request))
+    while (!peer.m_isCut && readRequest(tls, buffer, request))
         m_answer(request, peer);
     if (!peer.m_isCut)
-        SSL_shutdown(tls.get());
+        SSL_shutdown(tls);
 }
 
 bool TlsServer::readMore(ssl_st *tls, QByteArray &buffer)

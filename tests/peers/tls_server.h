@@ -1,17 +1,8 @@
 #pragma once
 
-#include "base/files.h"
+#include "tcp_server.h"
 
-#include <QByteArray>
-#include <QString>
-
-#include <condition_variable>
-#include <cstdint>
-#include <functional>
 #include <memory>
-#include <mutex>
-#include <set>
-#include <thread>
 #include <vector>
 
 struct ssl_st;
@@ -31,15 +22,15 @@ public:
 
 private:
     friend class TlsServer;
-    TlsPeer(ssl_st *tls, int descriptor) : m_tls(tls), m_descriptor(descriptor) {}
+    TlsPeer(ssl_st *tls, const TcpPeer &peer) : m_tls(tls), m_peer(peer) {}
 
     ssl_st *m_tls;
-    int m_descriptor;
+    const TcpPeer &m_peer;
     bool m_isCut = false;
 };
 
-/// A real TLS server with a fresh self-signed certificate, on plain threads, on a free port of
-/// 127.0.0.1. Reads requests of HTTP/1.1; what it answers is the test's, byte for byte.
+/// A real TLS server with a fresh self-signed certificate on a free port of 127.0.0.1. Reads
+/// requests of HTTP/1.1; what it answers is the test's, byte for byte.
 class TlsServer {
 public:
     struct Request {
@@ -53,12 +44,7 @@ public:
 
     explicit TlsServer(Answer answer, std::function<void(ssl_ctx_st *)> configure = {},
                        Handshake handshake = Handshake::complete);
-    /// Closes all connections and waits for their threads.
-    ~TlsServer();
-    TlsServer(const TlsServer &) = delete;
-    TlsServer &operator=(const TlsServer &) = delete;
-
-    [[nodiscard]] std::uint16_t port() const { return m_port; }
+    [[nodiscard]] std::uint16_t port() const { return m_server.port(); }
     /// SHA-256 of the certificate's DER form, in lower-case hexadecimal.
     [[nodiscard]] QString fingerprint() const;
     /// In DER form.
@@ -67,37 +53,32 @@ public:
     void changeCertificate();
 
     // What has happened up to now. Any thread.
-    [[nodiscard]] int connections() const;
+    [[nodiscard]] int connections() const { return m_server.connections(); }
     [[nodiscard]] int handshakes() const;
-    [[nodiscard]] int openConnections() const;
+    [[nodiscard]] int openConnections() const { return m_server.openConnections(); }
     [[nodiscard]] std::int64_t decryptedBytes() const;
     [[nodiscard]] std::vector<Request> requests() const;
 
 private:
     struct Identity;
     struct Counts {
-        int connections = 0;
         int handshakes = 0;
         std::int64_t decryptedBytes = 0;
         std::vector<Request> requests;
     };
 
-    void acceptAll();
-    void serve(const FileDescriptor &socket);
+    void serve(TcpPeer &peer);
+    void talk(ssl_st *tls, const TcpPeer &peer);
     bool readRequest(ssl_st *tls, QByteArray &buffer, Request &request);
     bool readMore(ssl_st *tls, QByteArray &buffer);
 
     Answer m_answer;
     std::function<void(ssl_ctx_st *)> m_configure;
     Handshake m_handshake;
-    FileDescriptor m_listener;
-    std::uint16_t m_port = 0;
-    mutable std::mutex m_mutex; ///< guards all below
-    std::condition_variable m_closed;
+    mutable std::mutex m_mutex;
     std::shared_ptr<const Identity> m_identity;
     Counts m_counts;
-    std::set<int> m_open; ///< descriptors
-    std::thread m_acceptor;
+    TcpServer m_server; ///< ends before what its threads use
 };
 
 } // namespace vorn

@@ -160,7 +160,7 @@ private:
 void handOver()
 {
     const QByteArray jpeg = jpegOf(samplePicture({64, 48}));
-    const PreviewServer::Answer stream = [jpeg](int, PreviewPeer &peer) {
+    const PreviewServer::Answer stream = [jpeg](int, TcpPeer &peer) {
         while (peer.sendFrame(jpeg)) {
         }
     };

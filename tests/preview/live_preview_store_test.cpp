@@ -37,13 +37,13 @@ bool isBlue(const PreviewFrame &frame)
 
 PreviewServer::Answer streamOf(const QByteArray &jpeg)
 {
-    return [jpeg](int, PreviewPeer &peer) {
+    return [jpeg](int, TcpPeer &peer) {
         while (peer.sendFrame(jpeg))
             std::this_thread::sleep_for(2ms);
     };
 }
 
-void staySilent(int, PreviewPeer &peer)
+void staySilent(int, TcpPeer &peer)
 {
     peer.stayUntilClosed();
 }
@@ -158,7 +158,7 @@ private Q_SLOTS:
     void showsTheNewestPictureOfABurst()
     {
         constexpr std::uint64_t count = 200;
-        PreviewServer server([](int, PreviewPeer &peer) {
+        PreviewServer server([](int, TcpPeer &peer) {
             for (std::uint64_t i = 1; i < count; ++i)
                 peer.sendFrame(redJPEG);
             peer.sendFrame(blueJPEG);

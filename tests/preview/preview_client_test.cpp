@@ -1,13 +1,9 @@
 #include "jpeg_samples.h"
-#include "net/tcp_socket.h"
 #include "preview/preview_client.h"
 #include "preview_server.h"
 #include "support.h"
 
 #include <QtTest>
-
-#include <arpa/inet.h>
-#include <sys/socket.h>
 
 #include <thread>
 
@@ -115,7 +111,7 @@ private Q_SLOTS:
 
     void asksForTheModeOfItsProfile()
     {
-        PreviewServer server([](int, PreviewPeer &peer) { peer.sendFrame(jpeg); });
+        PreviewServer server([](int, TcpPeer &peer) { peer.sendFrame(jpeg); });
         for (const auto profile : {VORNPreviewProfile::wall, VORNPreviewProfile::selected}) {
             for (const bool preferLegacy : {false, true}) {
                 // The server ends each stream, which is an error.
@@ -130,7 +126,7 @@ private Q_SLOTS:
 
     void aStreamThatHasWorkedEndsWithItsError()
     {
-        PreviewServer server([](int, PreviewPeer &peer) {
+        PreviewServer server([](int, TcpPeer &peer) {
             for (int i = 0; i < 10; ++i)
                 peer.sendFrame(jpeg);
             peer.sendFrame(QByteArray::fromHex("FFD8FFD9"));
@@ -166,7 +162,7 @@ private Q_SLOTS:
     void aStreamWithoutAPictureIsReplacedByASinglePicture()
     {
         QFETCH(const QByteArray, answer);
-        PreviewServer server([answer](int mode, PreviewPeer &peer) {
+        PreviewServer server([answer](int mode, TcpPeer &peer) {
             if (mode == wallPicture)
                 peer.sendFrame(jpeg);
             else
@@ -181,7 +177,7 @@ private Q_SLOTS:
 
     void theErrorOfTheSinglePictureCounts()
     {
-        PreviewServer server([](int mode, PreviewPeer &peer) {
+        PreviewServer server([](int mode, TcpPeer &peer) {
             if (mode == wallPicture)
                 peer.sendFrame(QByteArray::fromHex("FFD8FFD9")); // begins and ends, no more
         });
@@ -196,7 +192,7 @@ private Q_SLOTS:
     {
         const QByteArray largest = jpegOfSize(client::maximumFrameBytes);
         QCOMPARE(largest.size(), qsizetype{client::maximumFrameBytes});
-        PreviewServer server([largest](int, PreviewPeer &peer) { peer.sendFrame(largest); });
+        PreviewServer server([largest](int, TcpPeer &peer) { peer.sendFrame(largest); });
         QCOMPARE(client::fetchJPEG(u"127.0.0.1"_s, server.port(), std::byte{wallPicture}), largest);
     }
 
@@ -219,7 +215,7 @@ private Q_SLOTS:
 
     void aStopBetweenPicturesEndsTheStreamWithoutAnError()
     {
-        PreviewServer server([](int, PreviewPeer &peer) {
+        PreviewServer server([](int, TcpPeer &peer) {
             while (peer.sendFrame(jpeg)) {
             }
         });
@@ -246,7 +242,7 @@ private Q_SLOTS:
     void aStopWakesAReaderOfASilentCamera()
     {
         QFETCH(const bool, preferLegacy);
-        PreviewServer server([](int, PreviewPeer &peer) { peer.stayUntilClosed(); });
+        PreviewServer server([](int, TcpPeer &peer) { peer.stayUntilClosed(); });
         const StopSignal stop;
         Outcome outcome;
         // Waits without end, but for the stop.
@@ -264,28 +260,12 @@ private Q_SLOTS:
 
     void aStopWakesAConnectThatNobodyAnswers()
     {
-        // A listener that accepts nobody: once its queue is full, the next one gets no answer.
-        const FileDescriptor listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        sockaddr_in address{.sin_family = AF_INET,
-                            .sin_port = 0,
-                            .sin_addr = {.s_addr = htonl(INADDR_LOOPBACK)},
-                            .sin_zero = {}};
-        socklen_t size = sizeof address;
-        auto *const generic = reinterpret_cast<sockaddr *>(&address);
-        QCOMPARE(::bind(listener.get(), generic, size), 0);
-        QCOMPARE(::listen(listener.get(), 0), 0);
-        QCOMPARE(::getsockname(listener.get(), generic, &size), 0);
-        const std::uint16_t port = ntohs(address.sin_port);
-        const StopSignal never;
-        std::vector<TcpSocket> queued;
-        while (auto socket = TcpSocket::connect(u"127.0.0.1"_s, port, 100ms, never))
-            queued.push_back(*std::move(socket));
-
+        const DeafListener deaf;
         const StopSignal stop;
         Outcome outcome;
         std::thread reader([&] {
             outcome = receive({.host = u"127.0.0.1"_s,
-                               .serverPort = port,
+                               .serverPort = deaf.port(),
                                .limits = {.persistentWait = 1h, .legacyWait = 1h}},
                               stop);
         });

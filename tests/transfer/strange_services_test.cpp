@@ -26,7 +26,7 @@ QStringList names(const LANDiscovery &discovery)
 /// A second network between the desktop and the phones, until it is pulled.
 class SecondCable {
 public:
-    static constexpr auto phone = "10.78.0.26";
+    static inline const QString phone = u"10.78.0.26"_s;
 
     SecondCable()
     {
@@ -34,8 +34,7 @@ public:
              u"netns"_s, phones()});
         run({u"addr"_s, u"add"_s, u"10.78.0.1/24"_s, u"dev"_s, u"lab2"_s});
         run({u"link"_s, u"set"_s, u"lab2"_s, u"up"_s});
-        runBeyond(
-            {u"addr"_s, u"add"_s, QString::fromLatin1(phone) + u"/24"_s, u"dev"_s, u"lab3"_s});
+        runBeyond({u"addr"_s, u"add"_s, phone + u"/24"_s, u"dev"_s, u"lab3"_s});
         runBeyond({u"link"_s, u"set"_s, u"lab3"_s, u"up"_s});
     }
     ~SecondCable() { run({u"link"_s, u"del"_s, u"lab2"_s}); }
