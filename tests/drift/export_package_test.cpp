@@ -167,6 +167,7 @@ private Q_SLOTS:
             .duration = 10, .width = 64, .height = 36, .fps = 30, .hasAudio = true};
         QVERIFY(report.clips[0]
                 == (ExportClipReport{u"Wide"_s, wide, sha256OfFile(wide), media, {}, 100}));
+        QVERIFY(report.clips[1].media == (MediaInfo{8, 36, 64, 25, false})); // it is turned
         QVERIFY(!report.clips[1].correction.retime);
         QCOMPARE(report.clips[1].playbackSpeedPercent, 100.0);
         QVERIFY(std::abs(report.clips[1].correction.offsetSeconds - 1.51) < 1e-9);

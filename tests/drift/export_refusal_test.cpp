@@ -92,6 +92,13 @@ private Q_SLOTS:
     {
         m_samples = std::make_unique<ExportSamples>();
         makeMovie(movie(u"two sounds.mov"_s), testMovie(2, u"30"_s, 2));
+        const QStringList copied{u"-i"_s, movie(u"two sounds.mov"_s), u"-c"_s, u"copy"_s};
+        makeMovie(movie(u"no picture.mov"_s), copied + QStringList{u"-map"_s, u"0:a:0"_s});
+        makeMovie(movie(u"two pictures.mov"_s),
+                  copied + QStringList{u"-map"_s, u"0:v"_s, u"-map"_s, u"0"_s});
+        // ISO/IEC 14496-12, versions 0 of 8.2.2 (duration) and 8.6.1.2 (delta of all samples).
+        makeChanged(u"no duration.mov"_s, "mvhd", 20);
+        makeChanged(u"no rate.mov"_s, "stts", 16);
         writeBytes(movie(u"text.mov"_s), "no movie at all");
         QVERIFY(QFile::link(movie(u"gone.mov"_s), movie(u"dangling.mov"_s)));
         QVERIFY(::mkfifo(QFile::encodeName(movie(u"fifo.mov"_s)).constData(), 0600) == 0);
@@ -291,6 +298,13 @@ private:
         row("no movie", thrownText([&] { (void)probeMedia(text); }), source(text));
         row("two sounds", u"invalid: Multiple audio tracks need manual mapping."_s,
             source(movie(u"two sounds.mov"_s)));
+        // One has two sounds as well: the pictures are told first.
+        for (const QString &name : {u"no picture.mov"_s, u"two pictures.mov"_s})
+            row("pictures", u"invalid: Each clip must contain exactly one video track."_s,
+                source(movie(name)));
+        row("no duration", u"invalid: Invalid media duration for no duration.mov."_s,
+            source(movie(u"no duration.mov"_s)));
+        row("no rate", u"invalid: Missing video frame rate."_s, source(movie(u"no rate.mov"_s)));
 
         const QString noAnchors = u"invalid: Later does not have same-event media anchors."_s;
         row("no meaning", noAnchors, later([](VORNClip &clip) { clip.anchorMeaning.reset(); }));
@@ -337,6 +351,13 @@ private:
     }
 
     [[nodiscard]] QString movie(const QString &name) const { return m_samples->movie(name); }
+
+    /// A silent movie with a 32-bit number of 0 so many bytes behind a box's type.
+    void makeChanged(const QString &name, const QByteArray &box, int offset) const
+    {
+        QByteArray bytes = readFile(movie(u"later.mov"_s), 1 << 20);
+        writeBytes(movie(name), bytes.replace(bytes.indexOf(box) + offset, 4, QByteArray(4, '\0')));
+    }
 
     std::unique_ptr<ExportSamples> m_samples;
 };

@@ -21,7 +21,9 @@ public:
     {
         using namespace Qt::StringLiterals;
         makeMovie(movie(u"wide.mov"_s), testMovie(10, u"30"_s));
-        makeMovie(movie(u"later.mov"_s), testMovie(8, u"25"_s, 0));
+        makeMovie(movie(u"level.mov"_s), testMovie(8, u"25"_s, 0));
+        makeMovie(movie(u"later.mov"_s), {u"-i"_s, movie(u"level.mov"_s), u"-c"_s, u"copy"_s,
+                                          u"-metadata:s:v:0"_s, u"rotate=90"_s});
         makeMovie(movie(u"earlier.mov"_s), testMovie(12, u"30"_s));
     }
 
