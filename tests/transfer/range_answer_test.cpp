@@ -32,7 +32,6 @@ const auto wrongLength = u"Downloaded chunk length does not match the requested 
 const auto wrongFile = u"File identity headers do not match the catalog."_s;
 const auto noRanges = u"File server did not confirm byte-range support."_s;
 const auto malformed = u"The camera's answer is not valid, or in a form that was not asked for."_s;
-const auto lost = u"The connection to the camera was lost."_s;
 
 void addStatusRows()
 {
@@ -44,11 +43,6 @@ void addStatusRows()
         u"Transfer server returned HTTP 200."_s);
     row("right headers, other status", answer(headers(), part, "203 Changed"),
         u"Transfer server returned HTTP 203."_s);
-    row("no session", httpWithLength("401 Unauthorized", {}),
-        u"Transfer server returned HTTP 401."_s);
-    row("unsatisfiable", httpWithLength("416 Range Not Satisfiable", {}),
-        u"Transfer server returned HTTP 416."_s);
-    row("no content", http("204 No Content", {}, {}), u"Transfer server returned HTTP 204."_s);
     row("units missing", answer(headers({"Accept-Ranges"})), noRanges);
     row("units none", answer(headers({"Accept-Ranges"}, {"Accept-Ranges: none"})), noRanges);
     row("units twice", answer(headers({}, {"Accept-Ranges: bytes"})), noRanges);
@@ -64,9 +58,7 @@ void addRangeRows()
     QTest::newRow("range twice") << answer(headers({}, {"Content-Range: bytes 5-9/20"}))
                                  << wrongRange;
     row("other start", "bytes 4-9/20");
-    row("other end", "bytes 5-10/20");
     row("other total", "bytes 5-9/21");
-    row("unknown total", "bytes 5-9/*");
 }
 
 void addLengthRows()
@@ -78,13 +70,7 @@ void addLengthRows()
     const QByteArray chunked = "5\r\n56789\r\n0\r\n\r\n";
     row("length missing", {"Connection: close"}, part, wrongLength);
     row("chunked", {"Transfer-Encoding: chunked"}, chunked, wrongLength);
-    row("chunked with length", {"Transfer-Encoding: chunked", "Content-Length: 5"}, chunked,
-        wrongLength);
-    row("length twice", {"Content-Length: 5", "Content-Length: 5"}, part, wrongLength);
-    row("two lengths", {"Content-Length: 5", "Content-Length: 9"}, part, wrongLength);
-    row("list of lengths", {"Content-Length: 5, 5"}, part, wrongLength);
     row("declared less", {"Content-Length: 4"}, "5678", wrongLength);
-    row("declared more", {"Content-Length: 6"}, "56789a", wrongLength);
     row("declared beyond memory", {"Content-Length: 9000000000000000000"}, part, wrongLength);
     row("compressed", {"Content-Length: 5", "Content-Encoding: gzip"}, part, malformed);
     row("in parts", {"Content-Length: 5", "Content-Type: Multipart/Byteranges; boundary=x"}, part,
@@ -103,26 +89,7 @@ void addIdentityRows()
     QTest::newRow("tag twice") << answer(headers({}, {"ETag: \"sha256:" + digest + '"'}))
                                << wrongFile;
     row("other digest", "X-VORN-SHA256", other);
-    row("short digest", "X-VORN-SHA256", digest.chopped(1));
     row("other tag", "ETag", "\"sha256:" + other + '"');
-    row("bare tag", "ETag", '"' + digest + '"');
-}
-
-void addBrokenRows()
-{
-    const auto tooLarge = u"The camera's answer is larger than it may be."_s;
-    QTest::newRow("many headers") << answer(headers()
-                                            + Lines(70, "X-Filler: " + QByteArray(1000, 'x')))
-                                  << tooLarge;
-    QTest::newRow("one endless header")
-        << answer(headers({}, {"X-Filler: " + QByteArray(200'000, 'x')})) << malformed;
-    QTest::newRow("endless interim answers")
-        << QByteArray("HTTP/1.1 103 Early Hints\r\nX-Filler: x\r\n\r\n").repeated(2'000)
-        << tooLarge;
-    QTest::newRow("no HTTP") << QByteArray("220 mail.example ESMTP\r\n")
-                             << u"File server returned no HTTP response."_s;
-    QTest::newRow("NUL in a header")
-        << answer(headers({}, {QByteArray("X-A: b\0c", 8)})) << malformed;
 }
 
 } // namespace
@@ -142,16 +109,14 @@ private Q_SLOTS:
         accepted("other case",
                  answer(headers({"Accept-Ranges", "Content-Range"},
                                 {"accept-ranges: BYTES", "CONTENT-RANGE: Bytes 5-9/20"})));
-        accepted("digest with colons", answer(headers({"X-VORN-SHA256"}, {"X-VORN-SHA256: AA:AA"
-                                                                          + QByteArray(60, 'A')})));
         accepted("interim answer first", "HTTP/1.1 100 Continue\r\n\r\n" + answer(headers()));
         accepted("more after the part", answer(headers(), part + "abc"));
-        accepted("said to be unchanged", answer(headers({}, {"Content-Encoding: identity"})));
         addStatusRows();
         addRangeRows();
         addLengthRows();
         addIdentityRows();
-        addBrokenRows();
+        QTest::newRow("no HTTP") << QByteArray("220 mail.example ESMTP\r\n")
+                                 << u"File server returned no HTTP response."_s;
     }
 
     void acceptsOnlyTheExactPart()
@@ -168,18 +133,6 @@ private Q_SLOTS:
         QCOMPARE(range.error(), error);
         if (error.isEmpty())
             QCOMPARE(range.value(), part);
-    }
-
-    void refusesAnAnswerThatEndsEarly()
-    {
-        PairedCamera camera([](const TlsServer::Request &, TlsPeer &peer) {
-            peer.send(answer(headers(), part.chopped(1)));
-            peer.cut();
-        });
-        const Client client = camera.client();
-        Outcome range(
-            client->fetchRange(client->catalogURL(), 5, 9, 20, QString::fromLatin1(digest)));
-        QCOMPARE(range.error(), lost);
     }
 
     void judgesTheHeadBeforeTheBody()
