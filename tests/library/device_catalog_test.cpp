@@ -28,15 +28,6 @@ const QByteArray fullText = R"({
                     "uncertainty_ms": 1.5, "later": 1}]}]}]}],
     "unassignedTakes": [{"takeId": "u", "clips": []}]})";
 
-/// The text of a catalog with one clip, with `from` replaced by `to`, which must occur once.
-QByteArray changed(const QByteArray &from, const QByteArray &to)
-{
-    QByteArray text = fullText;
-    if (text.count(from) != 1)
-        qFatal("\"%s\" does not occur once", from.constData());
-    return text.replace(from, to);
-}
-
 } // namespace
 
 class DeviceCatalogTest : public QObject {
@@ -94,88 +85,61 @@ private Q_SLOTS:
     }
 
     // Each required key of each record, once missing and once of another type.
-    void refusesWhatIsMissing_data()
-    {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("place");
-        QTest::addColumn<QString>("expected");
-        const auto rows = [](const QString &place, const QString &expected,
-                             const QStringList &keys) {
-            for (const QString &key : keys)
-                QTest::newRow(qUtf8Printable(place + key)) << key << place + key << expected;
-        };
-        const auto whole = u"a whole number of 64 bits"_s;
-        const auto clip = u"projects[0].takes[0].clips[0]."_s;
-        rows({}, whole, {u"schemaVersion"_s, u"catalogRevision"_s});
-        rows({}, u"a text"_s, {u"deviceId"_s, u"deviceName"_s});
-        rows({}, u"a list"_s, {u"projects"_s});
-        rows(u"projects[0]."_s, u"a text"_s, {u"name"_s});
-        rows(u"projects[0]."_s, whole, {u"revision"_s});
-        rows(u"projects[0]."_s, u"a list"_s, {u"takes"_s});
-        rows(u"projects[0].takes[0]."_s, u"a list"_s, {u"clips"_s});
-        rows(u"projects[0].takes[0]."_s, u"a text"_s, {u"takeId"_s});
-        rows(clip, u"a text"_s,
-             {u"clipId"_s, u"cameraId"_s, u"fileName"_s, u"sha256"_s, u"downloadURL"_s,
-              u"mediaKind"_s});
-        rows(clip, whole, {u"sizeBytes"_s});
-        rows(clip, u"true or false"_s, {u"finalized"_s, u"hasVideo"_s, u"hasAudio"_s});
-    }
-
     void refusesWhatIsMissing()
     {
-        QFETCH(const QString, key);
-        QFETCH(const QString, place);
-        QFETCH(const QString, expected);
-        QByteArray text = fullText;
-        text.truncate(
-            text.lastIndexOf(",\n    \"unassignedTakes\"")); // so that each key is there once
-        text += '}';
-        const QByteArray quoted = '"' + key.toUtf8() + "\":";
-        QCOMPARE(text.count(quoted), 1);
-        const auto refusal = [&](const QByteArray &replacement) {
-            QByteArray bad = text;
-            bad.replace(quoted, replacement);
-            return thrownText([&] { (void)recordFromJson<DeviceCatalog>(bad, u"f"_s); });
-        };
-        QCOMPARE(refusal("\"later2\":"),
-                 u"f: %1 is missing (%2 was expected)"_s.arg(place, expected));
-        QCOMPARE(refusal(quoted + "{}, \"later2\":"), u"f: %1 is not %2"_s.arg(place, expected));
+        QByteArray text = fullText; // so that each key is there once
+        text = text.first(text.lastIndexOf(",\n    \"unassignedTakes\"")) + '}';
+        const auto take = u"projects[0].takes[0]."_s;
+        const auto clip = take + u"clips[0]."_s;
+        for (const QString &place :
+             {u"schemaVersion"_s,        u"deviceId"_s,          u"deviceName"_s,
+              u"catalogRevision"_s,      u"projects"_s,          u"projects[0].name"_s,
+              u"projects[0].revision"_s, u"projects[0].takes"_s, take + u"takeId"_s,
+              take + u"clips"_s,         clip + u"clipId"_s,     clip + u"cameraId"_s,
+              clip + u"fileName"_s,      clip + u"sizeBytes"_s,  clip + u"sha256"_s,
+              clip + u"downloadURL"_s,   clip + u"finalized"_s,  clip + u"mediaKind"_s,
+              clip + u"hasVideo"_s,      clip + u"hasAudio"_s}) {
+            const QByteArray quoted = '"' + place.section(u'.', -1).toUtf8() + "\":";
+            QCOMPARE(text.count(quoted), 1);
+            const auto refusal = [&](const QByteArray &replacement) {
+                const QByteArray bad = QByteArray(text).replace(quoted, replacement);
+                return thrownText([&] { (void)recordFromJson<DeviceCatalog>(bad, u"f"_s); });
+            };
+            const QString missing = refusal("\"later2\":");
+            QVERIFY2(missing.startsWith(u"f: "_s + place + u" is missing"_s), qPrintable(missing));
+            const QString other = refusal(quoted + "{}, \"later2\":");
+            QVERIFY2(other.startsWith(u"f: "_s + place + u" is not a"_s)
+                         || other.startsWith(u"f: "_s + place + u" is not true or false"_s),
+                     qPrintable(other));
+        }
     }
 
     void refusesAnotherType_data()
     {
-        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QByteArray>("from");
+        QTest::addColumn<QByteArray>("to");
         QTest::addColumn<QString>("message");
         const auto row = [](const char *name, const QByteArray &from, const QByteArray &to,
                             const QString &message) {
-            QTest::newRow(name) << changed(from, to) << message;
+            QTest::newRow(name) << from << to << u"f: "_s + message;
         };
-        const auto clip = u"f: projects[0].takes[0].clips[0]"_s;
-        row("a fraction", "\"sizeBytes\": 5", "\"sizeBytes\": 5.5",
-            clip + u".sizeBytes is not a whole number of 64 bits"_s);
-        row("2^63", "9223372036854775807", "9223372036854775808",
-            u"f: projects[0].revision is not a whole number of 64 bits"_s);
-        row("a number as text", "\"sizeBytes\": 5", "\"sizeBytes\": \"5\"",
-            clip + u".sizeBytes is not a whole number of 64 bits"_s);
+        const auto clip = u"projects[0].takes[0].clips[0]"_s;
         row("0 for false", "\"hasAudio\": true", "\"hasAudio\": 0",
             clip + u".hasAudio is not true or false"_s);
         row("an optional text", "\"anchorMeaning\": \"same\"", "\"anchorMeaning\": 1",
             clip + u".anchorMeaning is not a text"_s);
-        row("an anchor's key", "source_seconds", "sourceSeconds",
-            clip + u".anchors[0].source_seconds is missing (a number was expected)"_s);
         row("an optional list", "[{\"takeId\": \"u\", \"clips\": []}]", "{}",
-            u"f: unassignedTakes is not a list"_s);
+            u"unassignedTakes is not a list"_s);
         row("in an unassigned take", "\"u\", \"clips\": []", "\"u\", \"clips\": [[]]",
-            u"f: unassignedTakes[0].clips[0] is not an object"_s);
-        QTest::newRow("too deep")
-            << changed("\"later\": {\"a\": [null]}",
-                       "\"later\": " + QByteArray(2000, '[') + QByteArray(2000, ']'))
-            << u"f is not valid JSON: too deeply nested document at line 3, byte 1180"_s;
+            u"unassignedTakes[0].clips[0] is not an object"_s);
     }
 
     void refusesAnotherType()
     {
-        QFETCH(const QByteArray, text);
+        QFETCH(const QByteArray, from);
+        QFETCH(const QByteArray, to);
+        QCOMPARE(fullText.count(from), 1);
+        const QByteArray text = QByteArray(fullText).replace(from, to);
         QTEST(thrownText([&] { (void)recordFromJson<DeviceCatalog>(text, u"f"_s); }), "message");
     }
 };

@@ -97,99 +97,6 @@ private Q_SLOTS:
         QCOMPARE(projects.emptyText(), QString());
     }
 
-    void selectsTheFirstTakeOfAnotherProject()
-    {
-        Desk desk({{u"p1"_s, u"One"_s, 1, {take(u"a"_s), take(u"b"_s)}},
-                   {u"p2"_s, u"Two"_s, 1, {take(u"c"_s), take(u"d"_s)}},
-                   {u"p3"_s, u"Three"_s, 1, {}}});
-        ProjectListViewModel &projects = *desk.view.projects();
-        desk.view.takes()->select(1);
-        projects.select(0); // the same project: the take stays
-        QCOMPARE(desk.store.selectedTakeID(), u"b"_s);
-        projects.select(1);
-        QCOMPARE(desk.store.selectedTakeID(), u"c"_s);
-        QCOMPARE(desk.view.takes()->selectedIndex(), 0);
-        projects.select(2);
-        QCOMPARE(desk.store.selectedTakeID(), std::nullopt);
-        QVERIFY(!desk.view.dashboard()->hasTake());
-        projects.select(7);
-        QCOMPARE(desk.store.selectedProjectID(), u"p3"_s);
-        desk.store.setSelectedProjectID(u"p1"_s); // by whatever window
-        QCOMPARE(desk.store.selectedTakeID(), u"a"_s);
-        desk.store.setSelectedProjectID(std::nullopt);
-        QCOMPARE(desk.store.selectedTakeID(), std::nullopt);
-    }
-
-    void renamesOnlyRegularProjects()
-    {
-        Desk desk({{u"p1"_s, u"One"_s, 1, {}}, {u"unassigned-x"_s, u"Loose"_s, {}, {}}});
-        ProjectListViewModel &projects = *desk.view.projects();
-        QVERIFY(projects.canRename());
-        QCOMPARE(projects.selectedName(), u"One"_s);
-        projects.rename(u" Uno "_s);
-        QCOMPARE(projects.selectedName(), u"Uno"_s);
-        projects.select(projects.selectedIndex() == 0 ? 1 : 0);
-        QVERIFY(!projects.canRename());
-        QVERIFY(!projects.renameObstacle().isEmpty());
-        desk.store.setSelectedProjectID(std::nullopt);
-        QVERIFY(!projects.canRename());
-        QCOMPARE(projects.selectedName(), QString());
-        QVERIFY(!desk.view.takes()->hasProject());
-    }
-
-    void listsTakes()
-    {
-        VORNTake rated = take(u"t2"_s, {clip(u"A"_s, true), clip(u"B"_s, true)});
-        rated.timelineFPS = u"29.97"_s;
-        Desk desk(
-            {{u"p"_s,
-              u"P"_s,
-              1,
-              {take(u"t1"_s, {clip(u"A"_s, true), clip(u"B"_s, false)}), rated, take(u"t3"_s)}}});
-        QCOMPARE(texts(desk.view.takes()->takes(), {"takeId", "detail", "complete"}),
-                 u"t1|2 cameras  \u2022  30 fps|false\nt2|2 cameras  \u2022  29.97 fps|true\n"
-                 "t3|0 cameras  \u2022  30 fps|false"_s);
-        QCOMPARE(desk.view.takes()->countText(), u"3 takes"_s);
-    }
-
-    void judgesATake_data()
-    {
-        QTest::addColumn<int>("clips");
-        QTest::addColumn<int>("local");
-        QTest::addColumn<QString>("status");
-        QTest::addColumn<QString>("onMac");
-        QTest::addColumn<QString>("ready");
-        QTest::addColumn<QString>("media");
-        const QString missing = u"Download all camera media before export"_s;
-        QTest::newRow("none") << 0 << 0 << u"MEDIA PENDING"_s << u"0/0"_s << u"10000"_s << missing;
-        QTest::newRow("some") << 2 << 1 << u"MEDIA PENDING"_s << u"1/2"_s << u"11000"_s << missing;
-        QTest::newRow("all") << 2 << 2 << u"READY"_s << u"2/2"_s << u"11100"_s
-                             << u"Media is present on this Mac"_s;
-    }
-
-    void judgesATake()
-    {
-        QFETCH(const int, clips);
-        QFETCH(const int, local);
-        VORNTake judged = take(u"t"_s);
-        for (int i = 0; i < clips; ++i)
-            judged.clips.push_back(clip(u"camera %1"_s.arg(i), i < local));
-        Desk desk({{u"p"_s, u"P"_s, 1, {judged}}});
-        TakeDashboardViewModel &dashboard = *desk.view.dashboard();
-        QTEST(dashboard.statusText(), "status");
-        QTEST(dashboard.onMacValue(), "onMac");
-        QTEST(dashboard.mediaText(), "media");
-        QCOMPARE(dashboard.camerasValue(), QString::number(clips));
-        QString ready;
-        for (int i = 0; i < dashboard.readiness()->rowCount(); ++i) {
-            auto *model = dashboard.readiness();
-            ready += model->data(model->index(i, 0), model->roleNames().key("ready")).toBool()
-                         ? u'1'
-                         : u'0';
-        }
-        QTEST(ready, "ready");
-    }
-
     void describesATake()
     {
         VORNTake described = take(u"take-0001"_s, {clip(u"A"_s, true), clip(u"B"_s, false)});
@@ -238,25 +145,6 @@ private Q_SLOTS:
         Desk complete({{u"p"_s, u"P"_s, 1, {take}}});
         QCOMPARE(complete.view.downloadObstacle(),
                  u"All recordings of this take are on this computer."_s);
-    }
-
-    void showsFailuresAndActivity()
-    {
-        Desk desk({});
-        QVERIFY(!desk.view.hasError());
-        QVERIFY(!desk.view.activity()->hasEntries());
-        QCoro::waitFor(desk.store.importManifest(u"/nowhere/a\u202Eb.json"_s));
-        QVERIFY(desk.view.hasError());
-        QVERIFY(desk.view.errorMessage().startsWith(u"Manifest import failed: "_s));
-        QVERIFY(!desk.view.errorMessage().contains(QChar(0x202E)));
-        desk.view.dismissError();
-        QVERIFY(!desk.view.hasError());
-        QVERIFY(!desk.store.errorMessage());
-        desk.store.createProject(u"New"_s);
-        const QString lines = texts(desk.view.activity()->entries(), {"message", "isError"});
-        QVERIFY2(lines.startsWith(u"Created project New.|false\nManifest import failed: "_s),
-                 qPrintable(lines));
-        QVERIFY(lines.endsWith(u"|true"_s));
     }
 
     void saysWhereThePackageLies()
