@@ -1,5 +1,6 @@
 #include "rig/phone/phone.h"
 
+#include "rig/base/compact_json.h"
 #include "rig/base/rig_error.h"
 
 #include <QDateTime>

@@ -1,9 +1,9 @@
 #include "rig/phone/phone_packets.h"
 
+#include "rig/base/compact_json.h"
 #include "rig/base/help_line.h"
 
 #include <QJsonArray>
-#include <QJsonDocument>
 
 #include <algorithm>
 #include <array>
@@ -82,11 +82,6 @@ QJsonObject statusPayload(const PhoneFacts &facts)
             {u"previewRotation"_s, isWide ? 0 : 90},
             {u"previewCapabilities"_s, capabilities(facts.castIndex)},
             {u"previewTransport"_s, transportStatus(facts)}};
-}
-
-QByteArray compactJson(const QJsonObject &object)
-{
-    return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
 namespace {

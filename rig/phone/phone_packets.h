@@ -39,8 +39,6 @@ struct PhoneFacts {
 /// The payload of a status.
 [[nodiscard]] QJsonObject statusPayload(const PhoneFacts &facts);
 
-[[nodiscard]] QByteArray compactJson(const QJsonObject &object);
-
 /// The status `envelope`, made hostile in the way that the name tells; absent for an unknown name.
 [[nodiscard]] std::optional<QByteArray> hostilePacket(const QString &name,
                                                       const QJsonObject &envelope);

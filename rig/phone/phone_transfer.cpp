@@ -1,6 +1,7 @@
 // The phone's side of a request for Transfer Mode.
 
 #include "base/display_text.h"
+#include "rig/base/compact_json.h"
 #include "rig/base/rig_error.h"
 #include "rig/phone/phone.h"
 

@@ -1,9 +1,9 @@
 #include "rig/phone/phones.h"
 
+#include "rig/base/compact_json.h"
 #include "rig/base/help_line.h"
 #include "rig/base/rig_error.h"
 
-#include <QJsonDocument>
 #include <QUuid>
 
 namespace vorn::rig {

@@ -4,8 +4,8 @@
 #include "base/files.h"
 #include "base/json_text.h"
 #include "rig/base/cast.h"
+#include "rig/base/compact_json.h"
 #include "rig/base/rig_error.h"
-#include "rig/phone/phone_packets.h"
 #include "rig/transfer/made_content.h"
 
 #include <QCryptographicHash>

@@ -1,7 +1,7 @@
 #include "rig/transfer/transfer_server.h"
 
+#include "rig/base/compact_json.h"
 #include "rig/base/rig_error.h"
-#include "rig/phone/phone_packets.h"
 #include "rig/transfer/transfer_connection.h"
 
 #include <fcntl.h>
