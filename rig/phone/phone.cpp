@@ -72,18 +72,13 @@ void Phone::resetSwitches()
     m_preview.wall = m_options.wall;
     m_preview.selected = m_options.selected;
     m_preview.isAsleep = m_isAsleep = false;
-    m_preview.dripBytesPerSecond = usualDripBytesPerSecond;
-    m_form = StatusForm::current;
     m_spread = Spread::both;
-    m_identityFault = IdentityFault::none;
+    m_isIdentityGarbage = false;
     m_transfer = m_options.transfer;
     m_declineText.clear();
     m_clockOffsetMs = 0;
     m_takeId.clear();
     m_payloadChanges.clear();
-    m_envelopeChanges.clear();
-    m_answerChanges.clear();
-    m_answerFrom.clear();
     m_waiting.reset();
     m_transferServer.stop();
     m_transferServer.resetFaults();
@@ -93,12 +88,6 @@ void Phone::resetSwitches()
 qint64 Phone::clockMs() const
 {
     return QDateTime::currentMSecsSinceEpoch() + m_clockOffsetMs;
-}
-
-void Phone::applyChanges(const Changes &changes, QJsonObject &object)
-{
-    for (const auto &[key, value] : changes)
-        object.insert(key, value);
 }
 
 QJsonObject Phone::nextStatus()
@@ -114,21 +103,15 @@ QJsonObject Phone::nextStatus()
                                          .wallFrames = m_preview.framesOfWall(),
                                          .selectedFrames = m_preview.framesOfSelected(),
                                          .skippedFrames = m_preview.skippedFrames()});
-    applyChanges(m_payloadChanges, payload);
-    QJsonObject envelope{{u"v"_s, 1},
-                         {u"type"_s, m_hasAnnounced ? u"status"_s : u"announce"_s},
-                         {u"sender"_s, m_cameraId},
-                         {u"payload"_s, payload}};
-    m_hasAnnounced = true;
-    if (m_form == StatusForm::current) {
-        envelope.insert(u"sessionId"_s, m_sessionId);
-        envelope.insert(u"seq"_s, m_sequence);
-    }
-    if (m_form != StatusForm::bare)
-        envelope.insert(u"sentMs"_s, clockMs());
-    ++m_sequence;
-    applyChanges(m_envelopeChanges, envelope);
-    return envelope;
+    for (const auto &[key, value] : m_payloadChanges)
+        payload.insert(key, value);
+    return {{u"v"_s, 1},
+            {u"type"_s, std::exchange(m_hasAnnounced, true) ? u"status"_s : u"announce"_s},
+            {u"sender"_s, m_cameraId},
+            {u"sessionId"_s, m_sessionId},
+            {u"seq"_s, m_sequence++},
+            {u"sentMs"_s, clockMs()},
+            {u"payload"_s, payload}};
 }
 
 void Phone::sendStatus()
@@ -184,20 +167,8 @@ QByteArray Phone::identity()
 {
     const QByteArray status = compactJson(nextStatus());
     ++m_sent[u"identity"_s];
-    switch (m_identityFault) {
-    case IdentityFault::none:
-        break;
-    case IdentityFault::zero:
-        return lengthPrefix(0);
-    case IdentityFault::oversized:
-        return lengthPrefix(maximumDatagramBytes + 1)
-               + status.leftJustified(maximumDatagramBytes + 1, ' ');
-    case IdentityFault::cut:
-        return lengthPrefix(quint32(status.size())) + status.first(status.size() / 2);
-    case IdentityFault::garbage:
-        return lengthPrefix(quint32(status.size())) + QByteArray(status.size(), '{');
-    }
-    return lengthPrefix(quint32(status.size())) + status;
+    return lengthPrefix(quint32(status.size()))
+           + (m_isIdentityGarbage ? QByteArray(status.size(), '{') : status);
 }
 
 QJsonObject Phone::state() const

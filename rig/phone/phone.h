@@ -79,13 +79,11 @@ private:
         void (*turn)(Phone &phone, const QString &value);
     };
     enum class Spread { both, multicast, unicast, off };
-    enum class IdentityFault { none, zero, oversized, cut, garbage };
     struct WaitingTransfer {
         QString requestId;
         QString collectorId;
         Endpoint from;
     };
-    using Changes = std::map<QString, QJsonValue>; ///< an undefined value takes the key away
 
     [[nodiscard]] static const std::vector<Switch> &switches();
     [[nodiscard]] static std::vector<Switch> linkSwitches();
@@ -96,7 +94,6 @@ private:
     void beginSession();
     void resetSwitches();
     [[nodiscard]] qint64 clockMs() const;
-    static void applyChanges(const Changes &changes, QJsonObject &object);
     [[nodiscard]] QJsonObject nextStatus();
     [[nodiscard]] QByteArray identity();
     void sendStatus();
@@ -126,18 +123,14 @@ private:
     qint64 m_sequence = 0; ///< of the next status
     bool m_hasAnnounced = false;
     bool m_isAsleep = false;
-    StatusForm m_form = StatusForm::current;
     Spread m_spread = Spread::both;
-    IdentityFault m_identityFault = IdentityFault::none;
+    bool m_isIdentityGarbage = false;
     TransferHabit m_transfer = TransferHabit::approve;
     QString m_declineText;
     qint64 m_clockOffsetMs = 0;
     QString m_takeId;
     qint64 m_recordingSinceMs = 0;
-    Changes m_payloadChanges;
-    Changes m_envelopeChanges;
-    Changes m_answerChanges;
-    QHostAddress m_answerFrom; ///< null: its own
+    std::map<QString, QJsonValue> m_payloadChanges;
 
     std::optional<WaitingTransfer> m_waiting;
     QJsonArray m_commands;         ///< those that came, newest last

@@ -14,13 +14,6 @@ namespace vorn::rig {
 
 inline constexpr int maximumDatagramBytes = 8192;
 
-/// Which generation of phone a status comes from: what it is stamped with.
-enum class StatusForm {
-    current, ///< session, sequence number and clock
-    legacy,  ///< clock alone
-    bare,    ///< nothing
-};
-
 /// What a phone knows of itself when it writes a status.
 struct PhoneFacts {
     int castIndex = 0;

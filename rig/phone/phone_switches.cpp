@@ -110,12 +110,6 @@ std::vector<Phone::Switch> Phone::statusSwitches()
          [](Phone &phone, const QString &value) {
              phone.m_statusTimer.setInterval(int(wholeNumber(value, 1, 3'600'000)));
          }},
-        {u"form", u"current|legacy|bare", u"stamped with session and sequence, clock, nothing",
-         [](Phone &phone, const QString &value) {
-             phone.m_form = choice<StatusForm>(value, {{u"current", StatusForm::current},
-                                                       {u"legacy", StatusForm::legacy},
-                                                       {u"bare", StatusForm::bare}});
-         }},
         {u"clock", u"MS", u"sets the phone's clock off by that much",
          [](Phone &phone, const QString &value) {
              constexpr qint64 century = 100LL * 366 * 86'400'000;
@@ -124,14 +118,6 @@ std::vector<Phone::Switch> Phone::statusSwitches()
         {u"set", u"KEY JSON", u"a field of the payload",
          [](Phone &phone, const QString &value) {
              phone.m_payloadChanges.insert_or_assign(keyOf(value), jsonOf(value));
-         }},
-        {u"unset", u"KEY", u"leaves the field out",
-         [](Phone &phone, const QString &value) {
-             phone.m_payloadChanges.insert_or_assign(value, QJsonValue(QJsonValue::Undefined));
-         }},
-        {u"envelope", u"KEY JSON", u"a field beside the payload, also of answers",
-         [](Phone &phone, const QString &value) {
-             phone.m_envelopeChanges.insert_or_assign(keyOf(value), jsonOf(value));
          }},
         {u"record", u"TAKE|off", u"says that it records",
          [](Phone &phone, const QString &value) {
@@ -159,20 +145,9 @@ std::vector<Phone::Switch> Phone::previewSwitches()
              phone.m_preview.setFault(*fault,
                                       after.isEmpty() ? 0 : int(wholeNumber(after, 0, 1'000'000)));
          }},
-        {u"drip", u"BYTES", u"a second, of preview slow (4)",
+        {u"identity", u"ok|garbage", u"spoils the answer to who it is",
          [](Phone &phone, const QString &value) {
-             phone.m_preview.dripBytesPerSecond = int(wholeNumber(value, 1, 1'000'000));
-         }},
-        {u"cut", u"", u"ends all connections",
-         [](Phone &phone, const QString &) { phone.m_preview.cutConnections(); }},
-        {u"identity", u"ok|zero|oversized|cut|garbage", u"spoils the answer to who it is",
-         [](Phone &phone, const QString &value) {
-             phone.m_identityFault =
-                 choice<IdentityFault>(value, {{u"ok", IdentityFault::none},
-                                               {u"zero", IdentityFault::zero},
-                                               {u"oversized", IdentityFault::oversized},
-                                               {u"cut", IdentityFault::cut},
-                                               {u"garbage", IdentityFault::garbage}});
+             phone.m_isIdentityGarbage = choice<bool>(value, {{u"ok", false}, {u"garbage", true}});
          }},
         {u"wall", u"WxH@FPS", u"format of modes 1 and 4",
          [](Phone &phone, const QString &value) { phone.m_preview.wall = pictureFormat(value); }},
@@ -214,12 +189,6 @@ std::vector<Phone::Switch> Phone::transferSwitches()
          [](Phone &phone, const QString &) { phone.acknowledge(true, {}); }},
         {u"decline", u"[TEXT]", u"answers the request that waits",
          [](Phone &phone, const QString &value) { phone.acknowledge(false, value); }},
-        {u"answer", u"KEY JSON", u"a field of Transfer Mode answers",
-         [](Phone &phone, const QString &value) {
-             phone.m_answerChanges.insert_or_assign(keyOf(value), jsonOf(value));
-         }},
-        {u"answer-from", u"ADDRESS", u"sends them from there",
-         [](Phone &phone, const QString &value) { phone.m_answerFrom = ipv4Address(value); }},
         {u"server", u"on|off", u"goes into Transfer Mode, once more if it is there, or out",
          [](Phone &phone, const QString &value) {
              if (choice<bool>(value, {{u"on", true}, {u"off", false}}))

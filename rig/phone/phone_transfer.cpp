@@ -110,21 +110,13 @@ void Phone::answerTransfer(const WaitingTransfer &request, const QString &action
     payload.insert(u"action"_s, action);
     payload.insert(u"requestId"_s, request.requestId);
     payload.insert(u"target"_s, request.collectorId);
-    applyChanges(m_answerChanges, payload);
-    QJsonObject envelope{{u"v"_s, 1},
-                         {u"type"_s, u"command"_s},
-                         {u"sender"_s, m_cameraId},
-                         {u"sentMs"_s, clockMs()},
-                         {u"payload"_s, payload}};
-    applyChanges(m_envelopeChanges, envelope);
     ++m_sent[action];
-    if (m_answerFrom.isNull()) {
-        m_link.send(compactJson(envelope), request.from);
-    } else {
-        QUdpSocket stranger;
-        stranger.bind(m_answerFrom);
-        stranger.writeDatagram(compactJson(envelope), request.from.address, request.from.port);
-    }
+    m_link.send(compactJson({{u"v"_s, 1},
+                             {u"type"_s, u"command"_s},
+                             {u"sender"_s, m_cameraId},
+                             {u"sentMs"_s, clockMs()},
+                             {u"payload"_s, payload}}),
+                request.from);
 }
 
 void Phone::acknowledge(bool isAccepted, const QString &error)

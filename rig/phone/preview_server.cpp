@@ -30,7 +30,7 @@ constexpr std::array namedFaults{
     NamedFault{u"huge", PreviewFault::huge, u"a picture of 2,097,153 bytes"},
     NamedFault{u"largest", PreviewFault::largest,
                u"a picture of 2,097,152 bytes, which is still to be read"},
-    NamedFault{u"slow", PreviewFault::slow, u"a few bytes at a time, see drip"},
+    NamedFault{u"slow", PreviewFault::slow, u"four bytes a second"},
     NamedFault{u"wrong-length", PreviewFault::wrongLength,
                u"tells a hundred bytes more than the picture has"},
     NamedFault{u"zero", PreviewFault::zero, u"tells a length of nothing"},

@@ -36,9 +36,6 @@ enum class PreviewFault {
     bomb,
 };
 
-/// Of the fault slow: a picture would take hours.
-inline constexpr int usualDripBytesPerSecond = 4;
-
 /// The four bytes in front of an answer.
 [[nodiscard]] QByteArray lengthPrefix(quint32 length);
 
@@ -85,7 +82,6 @@ public:
     PictureFormat wall{{640, 360}, 12};
     PictureFormat selected{{1280, 720}, 30};
     bool isAsleep = false;
-    int dripBytesPerSecond = usualDripBytesPerSecond;
 
 private:
     friend class PreviewConnection;

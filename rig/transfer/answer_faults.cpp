@@ -83,11 +83,6 @@ const std::array answerSwitches{
                  }},
     AnswerSwitch{u"header", u"NAME none|twice|+VALUE|VALUE",
                  u"a header missing, doubled, added or set", turnHeader},
-    AnswerSwitch{u"padding", u"BYTES", u"one more header of that length",
-                 [](AnswerFaults &faults, const QString &value) {
-                     faults.headers.append({HeaderChange::Kind::add, "X-Padding",
-                                            QByteArray(wholeNumber(value, 0, 10'000'000), 'x')});
-                 }},
     AnswerSwitch{u"text", u"TEXT", u"another body",
                  [](AnswerFaults &faults, const QString &value) { faults.text = value.toUtf8(); }},
     AnswerSwitch{u"body", u"FAULT [N]", u"spoils the body, see below", turnBody},

@@ -62,19 +62,12 @@ TlsIdentity::TlsIdentity(const QString &name)
     m_fingerprint = QString::fromLatin1(digest.toHex());
 }
 
-std::shared_ptr<SSL_CTX> TlsIdentity::context(TlsVersions versions, bool asksForCertificate) const
+std::shared_ptr<SSL_CTX> TlsIdentity::context() const
 {
     std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
     require(context && SSL_CTX_use_certificate(context.get(), m_certificate.get()) == 1
             && SSL_CTX_use_PrivateKey(context.get(), m_key.get()) == 1);
-    const int least = versions == TlsVersions::only11 ? TLS1_1_VERSION : TLS1_2_VERSION;
-    const int most = versions == TlsVersions::usual ? TLS1_3_VERSION : least;
-    SSL_CTX_set_min_proto_version(context.get(), least);
-    SSL_CTX_set_max_proto_version(context.get(), most);
-    if (versions == TlsVersions::only11)
-        SSL_CTX_set_cipher_list(context.get(), "DEFAULT:@SECLEVEL=0");
-    if (asksForCertificate)
-        SSL_CTX_set_verify(context.get(), SSL_VERIFY_PEER, [](int, X509_STORE_CTX *) { return 1; });
+    SSL_CTX_set_min_proto_version(context.get(), TLS1_2_VERSION);
     SSL_CTX_set_mode(context.get(),
                      SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
     return context;

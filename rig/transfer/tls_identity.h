@@ -8,9 +8,6 @@
 
 namespace vorn::rig {
 
-/// Which versions of TLS a phone speaks.
-enum class TlsVersions { usual, only12, only11 };
-
 /// A fresh key (EC P-256, FIPS 186-5) and the certificate that it signed for itself, ready for
 /// connections. Two calls never give the same.
 class TlsIdentity {
@@ -22,8 +19,7 @@ public:
     [[nodiscard]] const QString &fingerprint() const { return m_fingerprint; }
 
     /// What a server's connections are made from. Throws RigError.
-    [[nodiscard]] std::shared_ptr<SSL_CTX> context(TlsVersions versions,
-                                                   bool asksForCertificate) const;
+    [[nodiscard]] std::shared_ptr<SSL_CTX> context() const;
 
 private:
     std::shared_ptr<EVP_PKEY> m_key;

@@ -76,7 +76,7 @@ void TransferServer::announce()
 {
     m_announcement.reset();
     // Loopback is for tests that have no network of their own: nothing may leave it.
-    if (!m_isOver && !m_isHidden && !serverAddress().isLoopback())
+    if (!m_isOver && !serverAddress().isLoopback())
         m_announcement.emplace(m_member.deviceName, u"_vorn-transfer._tcp"_s, serverAddress(),
                                serverPort(), announcedText());
 }
@@ -145,20 +145,15 @@ void TransferServer::cutConnections()
 
 void TransferServer::makeContext()
 {
-    const TlsVersions versions = m_tlsFault == TlsFault::only12   ? TlsVersions::only12
-                                 : m_tlsFault == TlsFault::only11 ? TlsVersions::only11
-                                                                  : TlsVersions::usual;
-    const bool asks = m_tlsFault == TlsFault::asksForCertificate;
     if (m_tlsFault == TlsFault::otherCertificate)
-        m_context = TlsIdentity(m_member.deviceName).context(versions, asks);
+        m_context = TlsIdentity(m_member.deviceName).context();
     else if (m_identity)
-        m_context = m_identity->context(versions, asks);
+        m_context = m_identity->context();
 }
 
 void TransferServer::resetFaults()
 {
     m_tlsFault = TlsFault::none;
-    m_isHidden = false;
     m_textChanges.clear();
     m_seconds = TransferSession::maximumSeconds;
     m_pairChanges.clear();
@@ -170,15 +165,8 @@ void TransferServer::resetFaults()
 void TransferServer::incomingConnection(qintptr descriptor)
 {
     FileDescriptor socket{int(descriptor)};
-    if (m_tlsFault == TlsFault::silent || m_tlsFault == TlsFault::plain) {
-        const int number = m_journal.connected();
-        if (m_tlsFault == TlsFault::silent) {
-            m_silent.emplace(number, std::move(socket));
-            return;
-        }
-        const QByteArray text = textAnswer(400, "text/plain", "no TLS here\n").head();
-        (void)::send(socket.get(), text.constData(), std::size_t(text.size()), MSG_NOSIGNAL);
-        m_journal.closed(number);
+    if (m_tlsFault == TlsFault::silent) {
+        m_silent.emplace(m_journal.connected(), std::move(socket));
         return;
     }
     const int one = 1;

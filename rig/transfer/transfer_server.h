@@ -69,22 +69,14 @@ private:
         QStringView about;
         void (*turn)(TransferServer &server, const QString &value);
     };
-    enum class TlsFault {
-        none,
-        otherCertificate,
-        asksForCertificate,
-        only12,
-        only11,
-        silent,
-        plain,
-    };
+    enum class TlsFault { none, otherCertificate, silent };
     struct NamedTlsFault {
         QStringView name;
         TlsFault fault;
         QStringView about;
     };
 
-    static const std::array<NamedTlsFault, 7> tlsFaults;
+    static const std::array<NamedTlsFault, 3> tlsFaults;
     [[nodiscard]] static const std::vector<Switch> &switches();
 
     void listenAt(const QHostAddress &address);
@@ -115,7 +107,6 @@ private:
     std::map<int, FileDescriptor> m_silent; ///< connections that are not heard, by number
 
     TlsFault m_tlsFault = TlsFault::none;
-    bool m_isHidden = false;                                    ///< not announced
     std::map<QString, std::optional<QByteArray>> m_textChanges; ///< none takes the key away
     int m_seconds = TransferSession::maximumSeconds;            ///< that a pairing lasts
     std::map<QString, QJsonValue> m_pairChanges;    ///< an undefined value takes the key away

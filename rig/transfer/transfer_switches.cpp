@@ -73,14 +73,10 @@ QString routeName(const QString &text)
 
 } // namespace
 
-const std::array<TransferServer::NamedTlsFault, 7> TransferServer::tlsFaults{{
+const std::array<TransferServer::NamedTlsFault, 3> TransferServer::tlsFaults{{
     {u"ok", TlsFault::none, u"nothing is wrong"},
     {u"other", TlsFault::otherCertificate, u"another certificate than the one that is shown"},
-    {u"ask", TlsFault::asksForCertificate, u"asks for a certificate of the client"},
-    {u"1.2", TlsFault::only12, u"speaks no newer version"},
-    {u"1.1", TlsFault::only11, u"speaks no newer version"},
     {u"silent", TlsFault::silent, u"accepts, and says nothing"},
-    {u"plain", TlsFault::plain, u"answers without TLS"},
 }};
 
 const std::vector<TransferServer::Switch> &TransferServer::switches()
@@ -92,11 +88,6 @@ const std::vector<TransferServer::Switch> &TransferServer::switches()
                  throw RigError(u"the phone is not in Transfer Mode"_s);
              server.m_session.setCode(value);
              Q_EMIT server.begun();
-         }},
-        {u"announce", u"on|off", u"whether the network is told of the server",
-         [](TransferServer &server, const QString &value) {
-             server.m_isHidden = choice<bool>(value, {{u"on", false}, {u"off", true}});
-             server.announce();
          }},
         {u"txt", u"KEY TEXT|none", u"an attribute of the announcement, also of the next",
          [](TransferServer &server, const QString &value) {
