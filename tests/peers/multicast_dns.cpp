@@ -31,9 +31,9 @@ QByteArray encoded(const QByteArrayList &labels)
     return name + '\0';
 }
 
-QByteArrayList labelsOf(const QByteArray &type)
+QByteArrayList labelsOf(const QString &type)
 {
-    return type.split('.') + QByteArrayList{"local"};
+    return type.toLatin1().split('.') + QByteArrayList{"local"};
 }
 
 } // namespace
@@ -58,14 +58,13 @@ void MulticastDns::send()
         qFatal("cannot send %lld bytes", static_cast<long long>(packet.size()));
 }
 
-MulticastDns &MulticastDns::pointer(const QByteArray &name, const QByteArray &type,
-                                    quint32 lifetime)
+MulticastDns &MulticastDns::pointer(const QByteArray &name, const QString &type, quint32 lifetime)
 {
     const QByteArrayList domain = labelsOf(type);
     return add(domain, ptr, internet, lifetime, encoded(QByteArrayList{name} + domain));
 }
 
-MulticastDns &MulticastDns::server(const QByteArray &name, const QByteArray &type,
+MulticastDns &MulticastDns::server(const QByteArray &name, const QString &type,
                                    const QByteArray &host, quint16 port)
 {
     // Priority and weight come first.
@@ -73,7 +72,7 @@ MulticastDns &MulticastDns::server(const QByteArray &name, const QByteArray &typ
                bigEndian(quint32(0)) + bigEndian(port) + encoded({host, "local"}));
 }
 
-MulticastDns &MulticastDns::text(const QByteArray &name, const QByteArray &type,
+MulticastDns &MulticastDns::text(const QByteArray &name, const QString &type,
                                  const QByteArrayList &strings)
 {
     QByteArray data;

@@ -22,15 +22,14 @@ public:
     /// One response with all that was added since the last.
     void send();
 
-    /// The service `name` of `type`, such as "_vorn._tcp", exists.
-    MulticastDns &pointer(const QByteArray &name, const QByteArray &type,
+    /// The service `name` of `type` exists.
+    MulticastDns &pointer(const QByteArray &name, const QString &type,
                           quint32 lifetime = usualLifetime);
     /// It is at a port of a host, such as "phone".
-    MulticastDns &server(const QByteArray &name, const QByteArray &type, const QByteArray &host,
+    MulticastDns &server(const QByteArray &name, const QString &type, const QByteArray &host,
                          quint16 port);
     /// What it says of itself.
-    MulticastDns &text(const QByteArray &name, const QByteArray &type,
-                       const QByteArrayList &strings);
+    MulticastDns &text(const QByteArray &name, const QString &type, const QByteArrayList &strings);
     /// The host is at 10.77.0.`lastByte`, or in another network.
     MulticastDns &address(const QByteArray &host, quint8 lastByte, quint32 network = 0x0A4D'0000);
 

@@ -86,6 +86,20 @@ void PhonesSide::withdrawAll()
     m_thread.post([](AnnouncedServices &services) { services.announcements.clear(); });
 }
 
+QStringList names(const LANDiscovery &discovery)
+{
+    QStringList list;
+    for (const DiscoveredDevice &device : discovery.devices())
+        list.append(device.serviceName);
+    return list;
+}
+
+const DiscoveredDevice *find(const LANDiscovery &discovery, const QString &name)
+{
+    const auto found = std::ranges::find(discovery.devices(), name, &DiscoveredDevice::serviceName);
+    return found == discovery.devices().end() ? nullptr : &*found;
+}
+
 void hideSystemBus()
 {
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");

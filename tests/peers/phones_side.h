@@ -3,6 +3,7 @@
 #include "base/files.h"
 #include "base/worker_thread.h"
 #include "rig/transfer/announcement.h"
+#include "transfer/lan_discovery.h"
 
 #include <QByteArray>
 #include <QString>
@@ -15,6 +16,10 @@
 #include <utility>
 
 namespace vorn {
+
+// The two kinds of services, as they are announced.
+inline const QString transfer = QStringLiteral("_vorn-transfer._tcp");
+inline const QString legacy = QStringLiteral("_vorn._tcp");
 
 /// Moves the calling thread to the phones' side: what it opens from now on is opened there.
 void enterPhonesSide();
@@ -48,6 +53,11 @@ public:
 private:
     WorkerThread<AnnouncedServices> m_thread;
 };
+
+/// What a discovery lists, in its order.
+[[nodiscard]] QStringList names(const LANDiscovery &discovery);
+/// Null when it is not listed.
+[[nodiscard]] const DiscoveredDevice *find(const LANDiscovery &discovery, const QString &name);
 
 /// A program that finds a daemon of the machine on the system bus would look at the machine's real
 /// network. To be called before anything else looks for one.

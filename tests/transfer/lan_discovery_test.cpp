@@ -1,7 +1,6 @@
 // The list of file servers, with phones that announce themselves over the lab's network.
 
 #include "phones_side.h"
-#include "transfer/lan_discovery.h"
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -14,23 +13,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const auto transfer = u"_vorn-transfer._tcp"_s;
-const auto legacy = u"_vorn._tcp"_s;
 constexpr int limitMs = 20'000;
-
-QStringList names(const LANDiscovery &discovery)
-{
-    QStringList list;
-    for (const DiscoveredDevice &device : discovery.devices())
-        list.append(device.serviceName);
-    return list;
-}
-
-const DiscoveredDevice *find(const LANDiscovery &discovery, const QString &name)
-{
-    const auto found = std::ranges::find(discovery.devices(), name, &DiscoveredDevice::serviceName);
-    return found == discovery.devices().end() ? nullptr : &*found;
-}
 
 } // namespace
 

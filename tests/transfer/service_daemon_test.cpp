@@ -2,7 +2,6 @@
 
 #include "phones_side.h"
 #include "support.h"
-#include "transfer/lan_discovery.h"
 
 #include <QDir>
 #include <QFile>
@@ -17,16 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const auto transfer = u"_vorn-transfer._tcp"_s;
 constexpr int limitMs = 30'000;
-
-QStringList names(const LANDiscovery &discovery)
-{
-    QStringList list;
-    for (const DiscoveredDevice &device : discovery.devices())
-        list.append(device.serviceName);
-    return list;
-}
 
 // True when this process listens on the multicast DNS port itself, on this side of the lab.
 bool hasOwnStack()

@@ -2,7 +2,6 @@
 
 #include "multicast_dns.h"
 #include "phones_side.h"
-#include "transfer/lan_discovery.h"
 
 #include <QProcess>
 #include <QtTest>
@@ -12,16 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QByteArray transfer = "_vorn-transfer._tcp";
 constexpr int limitMs = 20'000;
-
-QStringList names(const LANDiscovery &discovery)
-{
-    QStringList list;
-    for (const DiscoveredDevice &device : discovery.devices())
-        list.append(device.serviceName);
-    return list;
-}
 
 /// A second network between the desktop and the phones, until it is pulled.
 class SecondCable {

@@ -17,7 +17,6 @@ namespace {
 
 constexpr int limitMs = 30'000;
 
-const auto transferService = u"_vorn-transfer._tcp"_s;
 const auto scanning = u"Scanning for authenticated VORN transfer…"_s;
 const auto pairButton = u"Pair & Load Projects"_s;
 const auto toggle = u"This 128-bit fingerprint matches the fingerprint shown on the phone"_s;
@@ -110,14 +109,14 @@ private Q_SLOTS:
 
         // A camera of the older kind is not for pairing.
         PhonesSide others;
-        others.announce(u"Old camera"_s, u"_vorn._tcp"_s, 20, 8443, {{u"catalog"_s, "list"}});
-        others.announce(u"New camera"_s, transferService, 21, 8443, soundText('a'));
+        others.announce(u"Old camera"_s, legacy, 20, 8443, {{u"catalog"_s, "list"}});
+        others.announce(u"New camera"_s, transfer, 21, 8443, soundText('a'));
         probe.awaitRow(u"New camera"_s);
         QVERIFY(!probe.shows(u"Old camera"_s));
         probe.click(probe.named(u"Scan Again"_s));
         QVERIFY(!probe.sheet().hasDevices()); // starts clean
         probe.awaitRow(u"New camera"_s);
-        others.withdraw(u"New camera"_s, transferService);
+        others.withdraw(u"New camera"_s, transfer);
         QTRY_VERIFY_WITH_TIMEOUT(probe.shows(scanning), limitMs);
 
         probe.press(Qt::Key_Escape);
@@ -305,7 +304,7 @@ private Q_SLOTS:
         phones().must(u"all sleep"_s);
         PhonesSide many;
         for (int i = 0; i < 10; ++i)
-            many.announce(u"Phone %1"_s.arg(i), transferService, 11 + i, quint16(8440 + i),
+            many.announce(u"Phone %1"_s.arg(i), transfer, 11 + i, quint16(8440 + i),
                           soundText(char('0' + i)));
         SheetProbe probe;
         probe.window()->resize(900, 560);
@@ -346,9 +345,9 @@ private Q_SLOTS:
     {
         phones().must(u"all sleep"_s);
         PhonesSide others;
-        others.announce(u"<b>Bold</b> & co"_s, transferService, 11, 8441, soundText('a'));
-        others.announce(u"Right\u202Ephone"_s, transferService, 12, 8442, soundText('b'));
-        others.announce(u"📱 كاميرا"_s, transferService, 13, 8443, soundText('c'));
+        others.announce(u"<b>Bold</b> & co"_s, transfer, 11, 8441, soundText('a'));
+        others.announce(u"Right\u202Ephone"_s, transfer, 12, 8442, soundText('b'));
+        others.announce(u"📱 كاميرا"_s, transfer, 13, 8443, soundText('c'));
         SheetProbe probe;
         probe.awaitRow(u"<b>Bold</b> & co"_s);
         probe.awaitRow(u"📱 كاميرا"_s);
