@@ -84,10 +84,7 @@ private Q_SLOTS:
         row("one camera", [](int number) { return usualStatus(u"loud"_s, number); });
         row("new cameras",
             [](int number) { return usualStatus(u"made up %1"_s.arg(number), number); });
-        row("long statuses",
-            [](int number) { return status(u"loud"_s, number).leftJustified(8192, ' '); });
         row("long rubbish", [](int) { return QByteArray(8192, '['); });
-        row("nothing", [](int) { return QByteArray(); });
     }
 
     void keepsHearingThroughAFlood()

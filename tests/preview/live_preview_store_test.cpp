@@ -193,28 +193,6 @@ private Q_SLOTS:
         QTRY_COMPARE(server.openConnections(), 0);
     }
 
-    void anAddressThatFlapsMakesNoMoreThanSixteenWorkers()
-    {
-        std::list<PreviewServer> servers;
-        servers.emplace_back(staySilent, u"127.0.0.2"_s);
-        for (int i = 3; i < 10; ++i)
-            servers.emplace_back(staySilent, u"127.0.0.%1"_s.arg(i), servers.front().port());
-        QObject scope;
-        auto *const store = makeStore(servers.front().port(), &scope);
-        store->start({});
-        qsizetype most = 0;
-        for (int i = 0; i < 2000; ++i) {
-            store->update({camera(u"a"_s, u"127.0.0.%1"_s.arg(2 + i % 8))});
-            most = std::max(most, threads().count(u"preview-worker"_s));
-        }
-        QVERIFY2(most <= StreamReconciler::maximumRuns, qPrintable(QString::number(most)));
-        QTRY_COMPARE(servers.back().openConnections(), 1);
-        for (PreviewServer &server : servers) {
-            if (&server != &servers.back())
-                QTRY_COMPARE(server.openConnections(), 0);
-        }
-    }
-
     void startingAndStoppingLeavesNothingBehind()
     {
         PreviewServer server(streamOf(redJPEG), u"127.0.0.1"_s);

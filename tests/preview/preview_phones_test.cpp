@@ -47,18 +47,6 @@ private Q_SLOTS:
     void cleanup() { m_store.reset(); }
     void cleanupTestCase() { m_phones.reset(); }
 
-    void showsBothProfilesOfAPhone()
-    {
-        m_phones->must(u"cam-a wall 640x360@12"_s);
-        m_phones->must(u"cam-a selected 1280x720@30"_s);
-        m_store->start({m_camera});
-        m_store->select({m_camera.id});
-        QTRY_VERIFY(hasFrame() && !m_store->selectedFrames().empty());
-        QCOMPARE(frame().image.size(), QSize(640, 360));
-        QCOMPARE(m_store->selectedFrames().at(m_camera.id).image.size(), QSize(1280, 720));
-        QVERIFY(!frame().comment.isEmpty()); // when the picture was sent
-    }
-
     void tellsWhatIsWrongUntilThereIsAPicture_data()
     {
         QTest::addColumn<QString>("error");
