@@ -169,6 +169,8 @@ private Q_SLOTS:
         clip.timingSidecarSHA256 = u"ef"_s;
         clip.deviceId = u"phone 2"_s;
         clip.deviceName = u"Ada's phone"_s;
+        source.projectNameAtCapture = u"Then"_s;
+        source.projectRevisionAtCapture = 5;
         const ImportedTake imported = importedTake(source, u"/x/y/m.json"_s, sampleLibrary());
         QCOMPARE(imported.clipCount, std::size_t{1});
         QCOMPARE(imported.project.takes.size(), std::size_t{2});
@@ -176,6 +178,8 @@ private Q_SLOTS:
         QCOMPARE(result.id, u"t"_s);
         QCOMPARE(result.timelineFPS, u"29.97"_s);
         QCOMPARE(result.referenceCameraId, u"A"_s);
+        QCOMPARE(result.projectNameAtCapture, u"Then"_s);
+        QCOMPARE(result.projectRevisionAtCapture, 5);
         QCOMPARE(result.sourceManifestPath, u"/x/y/m.json"_s);
         VORNClip expected;
         expected.id = u"t::B"_s;
@@ -241,41 +245,6 @@ private Q_SLOTS:
         SourceManifest source = manifest();
         source.projectId = u"new"_s;
         QCOMPARE(importedTake(source, u"/m.json"_s, sampleLibrary()).project.name, u"new"_s);
-    }
-
-    void refusesAConflictingTake_data()
-    {
-        QTest::addColumn<VORNTake>("stored");
-        QTest::addColumn<QString>("message"); // null: accepted
-        VORNTake stored = take(u"t"_s, {});
-        stored.projectNameAtCapture = u"Then"_s;
-        QTest::newRow("name") << stored << u"Take t has conflicting captured project names."_s;
-        stored.projectNameAtCapture = u"Now"_s;
-        stored.projectRevisionAtCapture = 4;
-        QTest::newRow("revision") << stored
-                                  << u"Take t has conflicting captured project revisions."_s;
-        stored.projectRevisionAtCapture = 5;
-        stored.referenceCameraId = u"B"_s;
-        QTest::newRow("reference") << stored << u"Take t has conflicting reference cameras."_s;
-        stored.referenceCameraId = u"A"_s;
-        stored.timelineFPS = u"25"_s;
-        QTest::newRow("rate") << stored << u"Take t has conflicting timeline frame rates."_s;
-        stored.timelineFPS = u"30"_s;
-        QTest::newRow("a rate that nothing has stated") << stored << QString();
-    }
-
-    void refusesAConflictingTake()
-    {
-        QFETCH(const VORNTake, stored);
-        QFETCH(const QString, message);
-        SourceManifest source = manifest();
-        source.projectNameAtCapture = u"Now"_s;
-        source.projectRevisionAtCapture = 5;
-        source.timelineFPS = u"24"_s;
-        const VORNLibrary library{
-            {{.id = u"p"_s, .name = u"Night"_s, .revision = 2, .takes = {stored}}}};
-        QCOMPARE(thrownText([&] { (void)importedTake(source, u"/m.json"_s, library); }),
-                 message.isNull() ? QString() : message);
     }
 
     void keepsTheStoredRateWhenTheManifestHasNone()

@@ -224,9 +224,6 @@ private Q_SLOTS:
         QTest::addColumn<std::int64_t>("kept"); // bytes of the partial file
         QTest::newRow("status") << u"http files status 500"_s
                                 << u"Transfer server returned HTTP 500."_s << std::int64_t{0};
-        QTest::newRow("session refused")
-            << u"http files status 401"_s << u"Transfer server returned HTTP 401."_s
-            << std::int64_t{0};
         QTest::newRow("header in the second range")
             << u"http files header X-VORN-SHA256 none"_s << QString() << chunk;
         QTest::newRow("cut in the second range")

@@ -162,9 +162,6 @@ private Q_SLOTS:
             {"dot", u"."_s},
             {"parent", u".."_s},
             {"below", u"a/b.mov"_s},
-            {"absolute", u"/b.mov"_s},
-            {"folder", u"a/"_s},
-            {"root", u"/"_s},
             {"NUL", QString(u"a\u0000.mov"_s)},
             {"lone surrogate", u"a"_s + QChar(char16_t(0xDC00)) + u".mov"_s}};
         for (const auto &[name, fileName] : fileNames)
@@ -193,13 +190,9 @@ private Q_SLOTS:
         addRows(
             u"Catalog file URL must remain on the authenticated HTTPS origin."_s,
             {{"another host", media(u"https://evil:8443"_s + route)},
-             {"another port", media(u"https://cam-1.local"_s + route)},
-             {"user name", media(u"https://a@cam-1.local:8443"_s + route)},
              {"timing on another host", timing(u"//evil"_s + route + u".timing.json"_s, digest)}});
         addRows(u"Catalog file route does not match its immutable clip ID."_s,
                 {{"another clip's file", media(u"/vorn/v1/files/"_s + sampleUuid(11))},
-                 {"query", media(route + u"?a"_s)},
-                 {"fragment", media(route + u"#a"_s)},
                  {"timing at the media's route", timing(route, digest)},
                  {"timing with a query", timing(route + u".timing.json?"_s, digest)}});
         addRows(
