@@ -1,10 +1,8 @@
 #include "tls_server.h"
 
-#include <QCryptographicHash>
+#include "rig/transfer/tls_identity.h"
 
 #include <openssl/crypto.h>
-#include <openssl/evp.h>
-#include <openssl/rand.h>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
 #include <sys/socket.h>
@@ -13,49 +11,16 @@
 #include <utility>
 
 namespace vorn {
-namespace {
 
-template <auto release> struct Releaser {
-    template <class Handle> void operator()(Handle *handle) const { release(handle); }
-};
-
-template <class Handle, auto release> using Owned = std::unique_ptr<Handle, Releaser<release>>;
-
-} // namespace
-
-/// A key and its self-signed certificate.
+/// A certificate, and what its connections are made from: a session of one could be resumed on the
+/// next.
 struct TlsServer::Identity {
-    Owned<EVP_PKEY, EVP_PKEY_free> key{EVP_EC_gen("P-256")};
-    Owned<X509, X509_free> certificate{X509_new()};
-    QByteArray der; ///< the certificate
-    QString fingerprint;
-    /// Of all its connections, so that a session of one can be resumed on the next.
-    Owned<SSL_CTX, SSL_CTX_free> context{SSL_CTX_new(TLS_server_method())};
+    const rig::TlsIdentity certificate{QStringLiteral("phone")};
+    const std::shared_ptr<SSL_CTX> context = certificate.context();
 
     explicit Identity(const std::function<void(SSL_CTX *)> &configure)
     {
-        std::uint32_t serial = 0;
-        RAND_bytes(reinterpret_cast<unsigned char *>(&serial), sizeof serial);
-        X509 *const x509 = certificate.get();
-        X509_set_version(x509, X509_VERSION_3);
-        ASN1_INTEGER_set_uint64(X509_get_serialNumber(x509), serial);
-        constexpr long day = 86'400;
-        X509_gmtime_adj(X509_getm_notBefore(x509), -day);
-        X509_gmtime_adj(X509_getm_notAfter(x509), day);
-        X509_set_pubkey(x509, key.get());
-        X509_NAME *const name = X509_get_subject_name(x509);
-        X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC,
-                                   reinterpret_cast<const unsigned char *>("phone"), -1, -1, 0);
-        X509_set_issuer_name(x509, name);
-        if (X509_sign(x509, key.get(), EVP_sha256()) == 0)
-            qFatal("cannot make a certificate");
-        der = QByteArray(i2d_X509(x509, nullptr), '\0');
-        auto *end = reinterpret_cast<unsigned char *>(der.data());
-        i2d_X509(x509, &end);
-        fingerprint =
-            QString::fromLatin1(QCryptographicHash::hash(der, QCryptographicHash::Sha256).toHex());
-        SSL_CTX_use_certificate(context.get(), x509);
-        SSL_CTX_use_PrivateKey(context.get(), key.get());
+        SSL_CTX_clear_mode(context.get(), SSL_MODE_ENABLE_PARTIAL_WRITE);
         if (configure)
             configure(context.get());
     }
@@ -93,13 +58,17 @@ TlsServer::TlsServer(Answer answer, std::function<void(ssl_ctx_st *)> configure,
 QString TlsServer::fingerprint() const
 {
     const std::scoped_lock lock(m_mutex);
-    return m_identity->fingerprint;
+    return m_identity->certificate.fingerprint();
 }
 
 QByteArray TlsServer::certificate() const
 {
     const std::scoped_lock lock(m_mutex);
-    return m_identity->der;
+    X509 *const certificate = SSL_CTX_get0_certificate(m_identity->context.get());
+    QByteArray der(i2d_X509(certificate, nullptr), '\0');
+    auto *end = reinterpret_cast<unsigned char *>(der.data());
+    i2d_X509(certificate, &end);
+    return der;
 }
 
 void TlsServer::changeCertificate()
@@ -138,7 +107,8 @@ void TlsServer::serve(TcpPeer &peer)
         return;
     }
     {
-        const Owned<SSL, SSL_free> tls(SSL_new(identity->context.get()));
+        const std::unique_ptr<SSL, decltype(&SSL_free)> tls(SSL_new(identity->context.get()),
+                                                            SSL_free);
         SSL_set_fd(tls.get(), peer.descriptor());
         if (SSL_accept(tls.get()) == 1)
             talk(tls.get(), peer);
