@@ -1,6 +1,11 @@
 """Drives a program's windows as a screen reader does: by the role and the name of what they show."""
 
+import json
+import os
+import pathlib
+import shutil
 import subprocess
+import sys
 import time
 
 import gi
@@ -29,6 +34,22 @@ def wait_for(what, condition, seconds=PATIENCE_SECONDS):
             return value
         time.sleep(0.05)
     raise JourneyError(f"waited {seconds} s in vain for {what}")
+
+
+def expect(condition, what):
+    if not condition:
+        raise JourneyError(what)
+
+
+def library():
+    """The library as it lies on the disk."""
+    return json.loads((pathlib.Path(os.environ["XDG_DATA_HOME"]) / "VORN/library.json").read_text())
+
+
+def fresh_folder(path):
+    shutil.rmtree(path, ignore_errors=True)
+    path.mkdir(parents=True)
+    return path
 
 
 def descendants(node):
@@ -125,6 +146,29 @@ class Program:
         self.picture(title.lower().replace(" ", "-"))
         self.press_in(title, button)
         self.wait_gone(title, *CONTAINER_ROLES)
+
+    def export(self, parent):
+        """Exports the selected take. Gives the package, once the activity log names it."""
+        self.press("Export for Resolve")
+        self.choose_path("Choose Parent Folder for Resolve Export", parent, "Choose")
+        package = wait_for("the package", lambda: next(parent.glob("VORN_*/source-manifest.json"), None),
+                           120).parent
+        self.wait(f"The Resolve package is in {package}")
+        self.wait("Show Package", *PRESSED_ROLES)
+        self.press("Activity")
+        self.wait(f"Created Resolve export {package.name}.")
+        self.picture("exported")
+        return package
+
+    def walk(self, journey):
+        """Takes the journey; where it fails, says what is on the screen. Ends the program."""
+        try:
+            return journey(self)
+        except JourneyError as error:
+            self.picture("failed")
+            sys.exit(f"The journey failed: {error}. On the screen: {self.texts()}")
+        finally:
+            self.end()
 
     def picture(self, name):
         """Leaves a picture of the whole display, numbered in the order of the journey."""

@@ -4,19 +4,16 @@ director_journey.py PROGRAM OUT: OUT holds the control socket of five simulated 
 sleeps, and gets pictures/. Runs on the display and with the folders that its environment names.
 """
 
-import json
-import os
 import pathlib
 import re
 import sys
 
-from desktop import JourneyError, Program, descendants, is_showing
+from desktop import Program, descendants, expect, fresh_folder, is_showing, library
 from phones import Phones
 
 
 def expect_equal(what, found, expected):
-    if found != expected:
-        raise JourneyError(f"{what}: {found} instead of {expected}")
+    expect(found == expected, f"{what}: {found} instead of {expected}")
 
 
 def edits(program):
@@ -76,9 +73,7 @@ def lose_and_find_a_phone(program, phones):
 
 def check_records(program, expected_edits):
     expect_equal("the edit list", edits(program), expected_edits)
-    library = json.loads(
-        (pathlib.Path(os.environ["XDG_DATA_HOME"]) / "VORN/library.json").read_text())
-    (project,) = library["projects"]
+    (project,) = library()["projects"]
     (take,) = project["takes"]
     expect_equal("the project", project["name"], "Night Shoot")
     program.press("Library")
@@ -95,11 +90,9 @@ def check_records(program, expected_edits):
 
 def main():
     path, out = sys.argv[1], pathlib.Path(sys.argv[2])
-    pictures = out / "pictures"
-    pictures.mkdir()
     phones = Phones(out / "control")
-    program = Program(path, pictures)
-    try:
+
+    def journey(program):
         program.wait("4 CAMERAS")
         program.wait_gone("Connecting…")
         program.picture("four-phones")
@@ -111,11 +104,8 @@ def main():
             program.press(page)
             program.picture(page.lower())
         check_records(program, expected)
-    except JourneyError as error:
-        program.picture("failed")
-        sys.exit(f"The journey failed: {error}. On the screen: {program.texts()}")
-    finally:
-        program.end()
+
+    Program(path, fresh_folder(out / "pictures")).walk(journey)
 
 
 if __name__ == "__main__":

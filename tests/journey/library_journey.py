@@ -8,20 +8,10 @@ import fcntl
 import json
 import os
 import pathlib
-import shutil
 import subprocess
 import sys
 
-from desktop import PRESSED_ROLES, JourneyError, Program, wait_for
-
-
-def library():
-    return json.loads((pathlib.Path(os.environ["XDG_DATA_HOME"]) / "VORN/library.json").read_text())
-
-
-def expect(condition, what):
-    if not condition:
-        raise JourneyError(what)
+from desktop import Program, expect, fresh_folder, library, wait_for
 
 
 def row_name(clip):
@@ -90,20 +80,10 @@ def choose_reference(program, manifest):
     program.press("Overview")
 
 
-def export(program, parent):
+def say_why_nothing_is_to_download(program):
     download = program.wait("Download Take")
     # Qt 6.4 tells the accessibility bus of a disabled Qt Quick control by its description alone.
     expect("on this computer" in download.get_description(), "Download Take does not say why it is disabled")
-    program.press("Export for Resolve")
-    program.choose_path("Choose Parent Folder for Resolve Export", parent, "Choose")
-    package = wait_for("the package", lambda: next(parent.glob("VORN_*/source-manifest.json"), None),
-                       120).parent
-    program.wait(f"The Resolve package is in {package}")
-    program.wait("Show Package", *PRESSED_ROLES)
-    program.press("Activity")
-    program.wait(f"Created Resolve export {package.name}.")
-    program.picture("exported")
-    return package
 
 
 def raise_by_second_start(path, out):
@@ -118,9 +98,7 @@ class StartBesideASilentOne:
 
     def __init__(self, path, out):
         data = out / "held"
-        self.folder = data / "VORN"
-        shutil.rmtree(data, ignore_errors=True)
-        self.folder.mkdir(parents=True)
+        self.folder = fresh_folder(data / "VORN")
         self.lock = (self.folder / "vorn-desktop.lock").open("w")
         fcntl.flock(self.lock, fcntl.LOCK_EX)
         self.process = subprocess.Popen([path], env={**os.environ, "XDG_DATA_HOME": str(data)},
@@ -144,17 +122,11 @@ def leave_abandoned_save():
 
 def main():
     path, take, out = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys.argv[3])
-    pictures = out / "pictures"
-    shutil.rmtree(pictures, ignore_errors=True)
-    pictures.mkdir(parents=True)
-    packages = out / "packages 100% #1"
-    shutil.rmtree(packages, ignore_errors=True)
-    packages.mkdir()
-
     abandoned = leave_abandoned_save()
-    program = Program(path, pictures)
+    program = Program(path, fresh_folder(out / "pictures"))
     silent = StartBesideASilentOne(path, out)
-    try:
+
+    def journey(program):
         program.press("Library")
         program.wait("Select a Take")
         program.picture("first-start")
@@ -163,16 +135,14 @@ def main():
         manifest = import_take(program, take)
         walk_through_tabs(program, manifest)
         choose_reference(program, manifest)
-        package = export(program, packages)
+        say_why_nothing_is_to_download(program)
+        package = program.export(fresh_folder(out / "packages 100% #1"))
         raise_by_second_start(path, out)
         silent.expect_refusal()
         expect(not abandoned.exists(), "what a killed save has left was not removed")
-    except JourneyError as error:
-        program.picture("failed")
-        sys.exit(f"The journey failed: {error}. On the screen: {program.texts()}")
-    finally:
-        program.end()
-    print(package)
+        return package
+
+    print(program.walk(journey))
 
 
 if __name__ == "__main__":

@@ -4,26 +4,14 @@ phone_journey.py PROGRAM OUT: OUT holds the control socket of four simulated pho
 package. Runs on the display and with the folders that its environment names.
 """
 
-import json
-import os
 import pathlib
-import shutil
 import sys
 
-from desktop import JourneyError, Program, wait_for
+from desktop import Program, expect, fresh_folder, library, wait_for
 from phones import Phones
 
 CAMERAS = ("cam-a", "cam-b", "cam-c", "cam-d")
 NAMES = {"cam-a": "Mara's phone", "cam-b": "Jonas's phone", "cam-c": "Ada's phone", "cam-d": "Tarek's phone"}
-
-
-def library():
-    return json.loads((pathlib.Path(os.environ["XDG_DATA_HOME"]) / "VORN/library.json").read_text())
-
-
-def expect(condition, what):
-    if not condition:
-        raise JourneyError(what)
 
 
 def ask_for_files(program):
@@ -62,17 +50,6 @@ def download(program):
     program.picture("downloaded")
 
 
-def export(program, parent):
-    program.press("Export for Resolve")
-    program.choose_path("Choose Parent Folder for Resolve Export", parent, "Choose")
-    package = wait_for("the package", lambda: next(parent.glob("VORN_*/source-manifest.json"), None),
-                       120).parent
-    program.press("Activity")
-    program.wait(f"Created Resolve export {package.name}.")
-    program.picture("activity")
-    return package
-
-
 def end_sessions(program, phones):
     program.press("Connect")
     program.wait("ACTIVE SESSIONS")
@@ -86,16 +63,10 @@ def end_sessions(program, phones):
 
 def main():
     path, out = sys.argv[1], pathlib.Path(sys.argv[2])
-    pictures = out / "pictures"
-    shutil.rmtree(pictures, ignore_errors=True)
-    pictures.mkdir(parents=True)
-    packages = out / "packages 100% #1"
-    shutil.rmtree(packages, ignore_errors=True)
-    packages.mkdir()
-
     phones = Phones(out / "control")
-    program = Program(path, pictures)
-    try:
+    program = Program(path, fresh_folder(out / "pictures"))
+
+    def journey(program):
         program.wait("4 CAMERAS")
         program.wait_gone("Connecting…")
         program.picture("director")
@@ -109,14 +80,11 @@ def main():
             pair(program, phones, camera)
         program.picture("paired")
         download(program)
-        package = export(program, packages)
+        package = program.export(fresh_folder(out / "packages 100% #1"))
         end_sessions(program, phones)
-    except JourneyError as error:
-        program.picture("failed")
-        sys.exit(f"The journey failed: {error}. On the screen: {program.texts()}")
-    finally:
-        program.end()
-    print(package)
+        return package
+
+    print(program.walk(journey))
 
 
 if __name__ == "__main__":
