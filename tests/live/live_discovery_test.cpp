@@ -155,6 +155,7 @@ private Q_SLOTS:
 
     void findsSilentCamerasByAsking()
     {
+        const LabNeighbours neighbours;
         const auto answering = [](const QByteArray &body) {
             return [body](TcpPeer &peer) { serveIdentity(peer, body); };
         };
