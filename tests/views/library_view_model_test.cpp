@@ -158,6 +158,15 @@ private Q_SLOTS:
         desk.view.takes()->select(1);
         QVERIFY(!desk.view.hasPackage());
     }
+
+    void makesFailuresFitForShowing()
+    {
+        Desk desk({});
+        QCoro::waitFor(desk.store.importManifest(u"/nowhere/a\u202Eb.json"_s));
+        QVERIFY(desk.view.hasError());
+        QVERIFY(desk.view.errorMessage().startsWith(u"Manifest import failed: "_s));
+        QVERIFY(!desk.view.errorMessage().contains(QChar(0x202E)));
+    }
 };
 
 QTEST_GUILESS_MAIN(LibraryViewModelTest)
