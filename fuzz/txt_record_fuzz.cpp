@@ -18,7 +18,9 @@ void checkDevice(const DiscoveredDevice &device, const ResolvedService &service)
     if (host.endsWith(u'.'))
         host.chop(1);
     check(url.isValid() && !url.scheme().isEmpty(), "the address is whole");
-    check(url.host().compare(host, Qt::CaseInsensitive) == 0, "the host is the service's");
+    // In the form that letters other than ASCII have there.
+    check(url.host(QUrl::FullyEncoded) == QString::fromLatin1(QUrl::toAce(host)),
+          "the host is the service's");
     check(url.port() == service.port, "the port is the service's");
     check(url.userInfo().isEmpty() && !url.hasQuery() && !url.hasFragment(),
           "there is no more to the address than a path");
