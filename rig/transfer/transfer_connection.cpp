@@ -1,7 +1,6 @@
 #include "rig/transfer/transfer_connection.h"
 
 #include "rig/base/rig_error.h"
-#include "rig/transfer/transfer_server.h"
 
 #include <algorithm>
 
@@ -16,28 +15,28 @@ constexpr int dripTickMs = 100;
 
 } // namespace
 
-TransferConnection::TransferConnection(TransferServer &server, FileDescriptor socket,
-                                       SSL_CTX *context)
-    : QObject(&server),
-      m_server(server),
+TransferConnection::TransferConnection(QObject *parent, const TransferDesk &desk,
+                                       FileDescriptor socket, SSL_CTX *context)
+    : QObject(parent),
+      m_desk(desk),
       m_socket(std::move(socket), context),
-      m_number(server.m_journal.connected())
+      m_number(desk.journal.connected())
 {
     m_drip.setSingleShot(true);
     connect(&m_drip, &QTimer::timeout, this, &TransferConnection::pump);
     connect(&m_socket, &TlsSocket::secured, this,
-            [this](bool isResumed) { m_server.m_journal.secured(m_number, isResumed); });
+            [this](bool isResumed) { m_desk.journal.secured(m_number, isResumed); });
     connect(&m_socket, &TlsSocket::received, this, &TransferConnection::receive);
     connect(&m_socket, &TlsSocket::writable, this, &TransferConnection::pump);
     connect(&m_socket, &TlsSocket::closed, this, [this] {
-        m_server.m_journal.closed(m_number);
+        m_desk.journal.closed(m_number);
         deleteLater();
     });
 }
 
 void TransferConnection::receive(const QByteArray &bytes)
 {
-    m_server.m_journal.received(m_number, bytes.size());
+    m_desk.journal.received(m_number, bytes.size());
     m_reader.add(bytes);
     serve();
 }
@@ -51,7 +50,7 @@ void TransferConnection::serve()
         if (!request)
             return;
         m_isLast = request->header("Connection").value_or(QByteArray()).toLower() == "close";
-        m_answer = m_server.answer(m_number, *request);
+        m_answer = m_desk.answer(m_number, *request);
     } catch (const RigError &error) {
         m_isLast = true;
         m_answer = textAnswer(400, "text/plain", error.what());
@@ -75,7 +74,7 @@ void TransferConnection::pump()
             return;
         const auto rest = std::span<const char>(m_ready).subspan(std::size_t(m_readyDone));
         const qsizetype sent = m_socket.write(rest);
-        m_server.m_journal.sent(sent);
+        m_desk.journal.sent(sent);
         m_readyDone += sent;
         turn += sent;
         if (m_readyDone < m_ready.size())
@@ -130,7 +129,7 @@ void TransferConnection::finish()
         m_socket.end();
     m_answer = {};
     if (endsSession)
-        m_server.endSession();
+        m_desk.endSession();
     serve();
 }
 

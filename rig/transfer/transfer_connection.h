@@ -2,19 +2,28 @@
 
 #include "rig/transfer/http_message.h"
 #include "rig/transfer/tls_socket.h"
+#include "rig/transfer/transfer_journal.h"
 
 #include <QTimer>
 
+#include <functional>
+
 namespace vorn::rig {
 
-class TransferServer;
+/// What a connection needs of its server, which outlives it.
+struct TransferDesk {
+    std::function<HttpAnswer(int connection, const HttpRequest &request)> answer;
+    std::function<void()> endSession;
+    TransferJournal &journal;
+};
 
 /// One connection to a transfer server: a request, its answer, the next request. Deletes itself
 /// when it ends.
 class TransferConnection : public QObject {
     Q_OBJECT
 public:
-    TransferConnection(TransferServer &server, FileDescriptor socket, SSL_CTX *context);
+    TransferConnection(QObject *parent, const TransferDesk &desk, FileDescriptor socket,
+                       SSL_CTX *context);
 
     /// Ends at once.
     void cut() { m_socket.abort(); }
@@ -27,7 +36,7 @@ private:
     void drip();
     void finish();
 
-    TransferServer &m_server;
+    const TransferDesk &m_desk;
     TlsSocket m_socket;
     int m_number;
     HttpRequestReader m_reader;

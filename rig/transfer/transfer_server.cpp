@@ -2,7 +2,6 @@
 
 #include "rig/base/compact_json.h"
 #include "rig/base/rig_error.h"
-#include "rig/transfer/transfer_connection.h"
 
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -172,7 +171,7 @@ void TransferServer::incomingConnection(qintptr descriptor)
     const int one = 1;
     ::fcntl(socket.get(), F_SETFL, O_NONBLOCK);
     ::setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
-    new TransferConnection(*this, std::move(socket), m_context.get());
+    new TransferConnection(this, m_desk, std::move(socket), m_context.get());
 }
 
 HttpAnswer TransferServer::answer(int connection, const HttpRequest &request)

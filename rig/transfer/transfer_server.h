@@ -7,6 +7,7 @@
 #include "rig/transfer/http_message.h"
 #include "rig/transfer/media.h"
 #include "rig/transfer/tls_identity.h"
+#include "rig/transfer/transfer_connection.h"
 #include "rig/transfer/transfer_journal.h"
 #include "rig/transfer/transfer_session.h"
 
@@ -61,8 +62,6 @@ protected:
     void incomingConnection(qintptr descriptor) override;
 
 private:
-    friend class TransferConnection;
-
     struct Switch {
         QStringView name;
         QStringView value; ///< what to give, for the help
@@ -104,6 +103,11 @@ private:
     QTimer m_expiry;
     bool m_isOver = true;
     TransferJournal m_journal;
+    const TransferDesk m_desk{
+        .answer = [this](int connection,
+                         const HttpRequest &request) { return answer(connection, request); },
+        .endSession = [this] { endSession(); },
+        .journal = m_journal};
     std::map<int, FileDescriptor> m_silent; ///< connections that are not heard, by number
 
     TlsFault m_tlsFault = TlsFault::none;

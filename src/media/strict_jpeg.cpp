@@ -1,6 +1,6 @@
 #include "media/strict_jpeg.h"
 
-#include "media/jpeg_decoder.h"
+#include "media/jpeg_header.h"
 
 // In this order: the library's header asks for what stands before it.
 // clang-format off
