@@ -1,4 +1,5 @@
-// What most files include anyway, compiled once (a precompiled header). A file still names all that it uses.
+// What most files include anyway, compiled once (a precompiled header). A file still names all that
+// it uses.
 #include <QByteArray>
 #include <QCoroTask>
 #include <QDateTime>

@@ -10,8 +10,9 @@ namespace vorn {
 void SnapshotBatch::setListed(QSet<QString> ids)
 {
     m_listed = std::move(ids);
-    m_unlisted = std::ranges::count_if(
-        m_waiting, [&](const Waiting &waiting) { return !m_listed.contains(waiting.snapshot.id()); });
+    m_unlisted = std::ranges::count_if(m_waiting, [&](const Waiting &waiting) {
+        return !m_listed.contains(waiting.snapshot.id());
+    });
 }
 
 bool SnapshotBatch::hasRoomFor(const QString &id) const
