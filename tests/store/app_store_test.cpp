@@ -1,8 +1,10 @@
 #include "base/files.h"
+#include "base/off_thread.h"
 #include "library/record_json.h"
 #include "store/app_store.h"
 #include "support.h"
 
+#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -234,9 +236,16 @@ private Q_SLOTS:
         AppStore store(root());
         const QString manifest = m_folder->filePath(u"m.json"_s);
         writePlain(manifest, manifestText);
+        // It is read on one of these threads, which all wait until something else has been done.
+        const int threads = fileWorkPool()->maxThreadCount();
+        QSemaphore mayWork;
+        for (int i = 0; i < threads; ++i)
+            fileWorkPool()->start([&mayWork] { mayWork.acquire(); });
         const auto import = store.importManifest(manifest);
-        QVERIFY(store.library().projects.empty()); // it is read on another thread
         store.createProject(u"Meanwhile"_s);
+        const bool isBeside = store.library().projects.size() == 1;
+        mayWork.release(threads);
+        QVERIFY(isBeside);
         QTRY_COMPARE(store.selectedTakeID(), u"T1"_s);
         QCOMPARE(store.library().projects.size(), 2U);
         QCOMPARE(AppStore(root()).library(), store.library());
