@@ -17,14 +17,9 @@ using namespace Qt::StringLiterals;
 namespace vorn {
 namespace {
 
-WallTime now()
+QString offlineMark(const LiveCamera &camera, WallTime now)
 {
-    return std::chrono::system_clock::now();
-}
-
-QString offlineMark(const LiveCamera &camera)
-{
-    return camera.isOnline(now()) ? QString() : u" • OFFLINE"_s;
+    return camera.isOnline(now) ? QString() : u" • OFFLINE"_s;
 }
 
 } // namespace
@@ -62,6 +57,7 @@ DirectorSession::DirectorSession(AppStore &store, LiveCameraDiscovery &discovery
       m_discovery(discovery),
       m_settings(settings),
       m_isBefore(cameraOrder()),
+      m_now(discovery.now()),
       m_plannedTakeID(u"take-"_s + QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss"_s))
 {
     m_ui.assertCurrent();
@@ -180,7 +176,8 @@ void DirectorSession::startSession()
     m_ui.assertCurrent();
     if (!canStartSession() || !m_store.prepareDirectorTake(m_plannedTakeID))
         return;
-    m_timeline.start(now());
+    m_now = m_discovery.now();
+    m_timeline.start(m_now);
     m_store.log(u"Started Director edit log %1."_s.arg(m_plannedTakeID));
     tellTimelineChanged();
     refreshCanStartSession();
@@ -189,14 +186,15 @@ void DirectorSession::startSession()
 bool DirectorSession::canTake() const
 {
     m_ui.assertCurrent();
-    return vorn::canTake(m_timeline, m_discovery.cameras(), now());
+    return vorn::canTake(m_timeline, m_discovery.cameras(), m_now);
 }
 
 void DirectorSession::perform(DirectorTransition transition)
 {
     m_ui.assertCurrent();
     // The button may still be enabled while its camera has just gone.
-    if (!canTake() || !m_timeline.take(transition, m_fadeDuration, now()))
+    m_now = m_discovery.now();
+    if (!canTake() || !m_timeline.take(transition, m_fadeDuration, m_now))
         return;
     const LiveCamera *program = findCamera(m_discovery.cameras(), m_timeline.programCameraID);
     if (program)
@@ -210,7 +208,7 @@ void DirectorSession::perform(DirectorTransition transition)
 void DirectorSession::addMarker()
 {
     m_ui.assertCurrent();
-    if (!m_timeline.addMarker())
+    if (!m_timeline.addMarker(u"Edit marker"_s, m_discovery.now()))
         return;
     setInspectorTab(DirectorInspectorTab::edits);
     Q_EMIT timelineChanged();
@@ -219,15 +217,13 @@ void DirectorSession::addMarker()
 std::vector<const LiveCamera *> DirectorSession::cameraWallCameras() const
 {
     m_ui.assertCurrent();
-    return vorn::cameraWallCameras(m_discovery.cameras(), now(), m_isBefore);
+    return vorn::cameraWallCameras(m_discovery.cameras(), m_now, m_isBefore);
 }
 
 std::vector<const LiveCamera *> DirectorSession::onlineCameras() const
 {
-    const WallTime moment = now();
-    auto cameras = vorn::cameraWallCameras(m_discovery.cameras(), moment, m_isBefore);
-    std::erase_if(cameras,
-                  [moment](const LiveCamera *camera) { return !camera->isOnline(moment); });
+    auto cameras = cameraWallCameras();
+    std::erase_if(cameras, [this](const LiveCamera *camera) { return !camera->isOnline(now()); });
     return cameras;
 }
 
@@ -241,7 +237,7 @@ VORNPreviewNetworkPolicy DirectorSession::effectivePreviewPolicy() const
 {
     m_ui.assertCurrent();
     return vorn::effectivePreviewPolicy(previewNetworkPolicy(), m_timeline, m_discovery.cameras(),
-                                        now());
+                                        m_now);
 }
 
 QString DirectorSession::cameraName(const std::optional<QString> &id) const
@@ -249,20 +245,21 @@ QString DirectorSession::cameraName(const std::optional<QString> &id) const
     if (!id)
         return u"No camera selected"_s;
     const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
-    return camera ? camera->name + offlineMark(*camera) : *id;
+    return camera ? camera->name + offlineMark(*camera, now()) : *id;
 }
 
 QString DirectorSession::shownCameraName(const std::optional<QString> &id) const
 {
     const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
-    return camera ? displayText(camera->name) + offlineMark(*camera) : displayText(cameraName(id));
+    return camera ? displayText(camera->name) + offlineMark(*camera, now())
+                  : displayText(cameraName(id));
 }
 
 QImage DirectorSession::previewImage(const std::optional<QString> &id) const
 {
     m_ui.assertCurrent();
     const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
-    if (!camera || !camera->isOnline(now()))
+    if (!camera || !camera->isOnline(m_now))
         return {};
     const PreviewFrame *wall = m_previews.frame(camera->id, VORNPreviewProfile::wall);
     const PreviewFrame *selected = m_previews.frame(camera->id, VORNPreviewProfile::selected);
@@ -286,6 +283,12 @@ QString DirectorSession::previewAspect(const std::optional<QString> &id) const
 {
     const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
     return camera ? camera->aspect : u"16:9"_s;
+}
+
+WallTime DirectorSession::now() const
+{
+    m_ui.assertCurrent();
+    return m_now;
 }
 
 bool DirectorSession::cameraIsOnline(const std::optional<QString> &id) const
@@ -334,6 +337,7 @@ QString DirectorSession::editLog() const
 void DirectorSession::followCameras()
 {
     m_ui.assertCurrent();
+    m_now = m_discovery.now();
     const bool isSameList =
         std::ranges::equal(m_discovery.cameras(), m_knownCameras, {}, [](const LiveCamera &camera) {
             return std::pair(camera.id, camera.isDirector());
@@ -356,7 +360,7 @@ void DirectorSession::synchronizeCameras()
     const bool channelsDiffer = channels != m_audioChannels;
     m_audioChannels = std::move(channels);
 
-    const LiveCamera *online = firstOnlineCamera(cameras, now());
+    const LiveCamera *online = firstOnlineCamera(cameras, m_now);
     const bool fillsPreview = !m_timeline.previewCameraID && online;
     if (fillsPreview)
         m_timeline.selectPreview(online->id);

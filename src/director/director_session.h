@@ -81,6 +81,8 @@ public:
 
     // From the list of cameras. Pointers into it are good until it changes.
 
+    /// The moment at which all of this holds: of the last camerasChanged(), or of the last edit.
+    [[nodiscard]] WallTime now() const;
     /// See vorn::cameraWallCameras.
     [[nodiscard]] std::vector<const LiveCamera *> cameraWallCameras() const;
     /// The online ones, in the same order.
@@ -140,6 +142,7 @@ private:
     QSettings &m_settings;
     LivePreviewStore m_previews;
     CameraOrder m_isBefore;
+    WallTime m_now VORN_OWNED_BY(m_ui);
     QString m_plannedTakeID VORN_OWNED_BY(m_ui);
     LiveEditTimeline m_timeline VORN_OWNED_BY(m_ui);
     double m_fadeDuration VORN_OWNED_BY(m_ui) = 1.0;

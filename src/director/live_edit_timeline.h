@@ -61,11 +61,9 @@ struct LiveEditTimeline {
     /// Swaps Preview and Program and logs it. False, with nothing changed, while no session runs,
     /// or when Preview is empty or on Program already. A fade is no shorter than
     /// minimumFadeSeconds; a cut takes no time.
-    bool take(DirectorTransition transition, double durationSeconds = 0,
-              WallTime at = std::chrono::system_clock::now());
+    bool take(DirectorTransition transition, double durationSeconds, WallTime at);
     /// False, with nothing logged, while no session runs.
-    bool addMarker(const QString &label = QStringLiteral("Edit marker"),
-                   WallTime at = std::chrono::system_clock::now());
+    bool addMarker(const QString &label, WallTime at);
 
 private:
     [[nodiscard]] double elapsedSeconds(WallTime at) const;

@@ -8,8 +8,11 @@ using namespace Qt::StringLiterals;
 
 namespace vorn {
 
-LiveCameraDiscovery::LiveCameraDiscovery(QObject *parent, std::chrono::milliseconds requestLifetime)
-    : QObject(parent), m_worker(u"live-discovery"_s, [this, requestLifetime] {
+LiveCameraDiscovery::LiveCameraDiscovery(QObject *parent, std::chrono::milliseconds requestLifetime,
+                                         Clock clock)
+    : QObject(parent),
+      m_clock(std::move(clock)),
+      m_worker(u"live-discovery"_s, [this, requestLifetime] {
           auto worker = std::make_unique<LiveDiscoveryWorker>(requestLifetime);
           listenTo(*worker);
           return worker;
@@ -34,7 +37,7 @@ void LiveCameraDiscovery::listenTo(LiveDiscoveryWorker &worker)
     connect(&worker, &Worker::scanningChanged, this, &LiveCameraDiscovery::setActiveScanning);
     connect(&worker, &Worker::onlineAsked, this, [this] {
         m_ui.assertCurrent();
-        const bool isAnyOnline = m_list.isAnyOnline(std::chrono::system_clock::now());
+        const bool isAnyOnline = m_list.isAnyOnline(now());
         m_worker.post([isAnyOnline](Worker &asking) { asking.scanUnlessOnline(isAnyOnline); });
     });
     connect(&worker, &Worker::batchReady, this, &LiveCameraDiscovery::applyBatch);
@@ -51,6 +54,12 @@ const std::vector<LiveCamera> &LiveCameraDiscovery::cameras() const
 {
     m_ui.assertCurrent();
     return m_list.cameras();
+}
+
+WallTime LiveCameraDiscovery::now() const
+{
+    m_ui.assertCurrent();
+    return m_clock();
 }
 
 bool LiveCameraDiscovery::isListening() const
@@ -111,12 +120,12 @@ std::optional<QString> LiveCameraDiscovery::requestTransferMode(const LiveCamera
                                          .cameraName = camera.name,
                                          .host = camera.host,
                                          .collectorID = collectorID};
-    const WallTime now = std::chrono::system_clock::now();
+    const WallTime asked = now();
     const auto sentMs =
-        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch());
+        std::chrono::duration_cast<std::chrono::milliseconds>(asked.time_since_epoch());
     const auto data = transferModeRequestData(collectorID, camera.id, requestID,
                                               cleanedCollectorName(collectorName), sentMs.count());
-    const bool isReady = camera.isOnline(now) && data;
+    const bool isReady = camera.isOnline(asked) && data;
     const TransferModeRequestState state = transferModeState(
         isReady ? TransferModeStage::sent : TransferModeStage::refused, requestID, request);
     // Later, but before anything that the worker can say of it: the caller knows the id by then.
@@ -162,9 +171,10 @@ void LiveCameraDiscovery::applyBatch(const std::vector<CameraSnapshot> &snapshot
                                      const std::optional<TransferModeRequestState> &answered)
 {
     m_ui.assertCurrent();
+    const WallTime heard = now();
     bool isChanged = false;
     for (const CameraSnapshot &snapshot : snapshots) {
-        if (m_list.apply(snapshot, std::chrono::system_clock::now()))
+        if (m_list.apply(snapshot, heard))
             isChanged = true;
     }
     m_worker.post(
@@ -178,7 +188,7 @@ void LiveCameraDiscovery::applyBatch(const std::vector<CameraSnapshot> &snapshot
 void LiveCameraDiscovery::tick()
 {
     m_ui.assertCurrent();
-    if (m_list.removeExpired(std::chrono::system_clock::now())) {
+    if (m_list.removeExpired(now())) {
         m_worker.post(
             [listed = listedIds()](LiveDiscoveryWorker &worker) { worker.setListed(listed); });
         Q_EMIT camerasChanged();

@@ -12,6 +12,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -23,13 +24,18 @@ namespace vorn {
 class LiveCameraDiscovery : public QObject {
     Q_OBJECT
 public:
-    /// A test may give requests a shorter life.
+    using Clock = std::function<WallTime()>;
+
+    /// A test may give requests a shorter life, and cameras a clock to age by.
     explicit LiveCameraDiscovery(
         QObject *parent = nullptr,
-        std::chrono::milliseconds requestLifetime = PendingTransferRequests::lifetime);
+        std::chrono::milliseconds requestLifetime = PendingTransferRequests::lifetime,
+        Clock clock = std::chrono::system_clock::now);
 
     /// In the order of their names, offline ones included.
     [[nodiscard]] const std::vector<LiveCamera> &cameras() const;
+    /// By the clock that LiveCamera::lastSeen is told by.
+    [[nodiscard]] WallTime now() const;
     [[nodiscard]] bool isListening() const;
     [[nodiscard]] bool isActiveScanning() const;
     /// Why the program does not listen; absent while it does.
@@ -70,6 +76,7 @@ private:
     [[nodiscard]] QSet<QString> listedIds() const VORN_RUNS_ON(m_ui);
 
     ThreadContext m_ui;
+    Clock m_clock VORN_OWNED_BY(m_ui);
     CameraList m_list VORN_OWNED_BY(m_ui);
     bool m_isListening VORN_OWNED_BY(m_ui) = false;
     bool m_isActiveScanning VORN_OWNED_BY(m_ui) = false;

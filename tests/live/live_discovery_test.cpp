@@ -394,6 +394,35 @@ private Q_SLOTS:
         QVERIFY(probe());
         ip(u"address del 203.0.113.1/24 dev lab0"_s);
     }
+
+    void forgetsACameraThatFellSilent()
+    {
+        WallTime time = std::chrono::system_clock::now();
+        const FileDescriptor phone = phoneSocket(u"10.77.0.11"_s);
+        LiveCameraDiscovery discovery(nullptr, 10s, [&time] { return time; });
+        const auto ticks = [&discovery] {
+            QSignalSpy ticked(&discovery, &LiveCameraDiscovery::livenessTickChanged);
+            return ticked.wait(limitMs);
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(discovery.isListening(), limitMs);
+        sendToGroup(phone, status(u"a"_s, 5, sequenced(session, 5)));
+        QTRY_VERIFY_WITH_TIMEOUT(find(discovery, u"a"_s), limitMs);
+        QCOMPARE(find(discovery, u"a"_s)->lastSeen, time);
+
+        time += 30s - 1ms;
+        QVERIFY(ticks());
+        QVERIFY(find(discovery, u"a"_s));
+        time += 1ms;
+        QVERIFY(ticks());
+        QVERIFY(!find(discovery, u"a"_s));
+
+        // Its record begins anew, its order does not.
+        sendToGroup(phone, status(u"a"_s, 4, sequenced(session, 5)));
+        QByteArray bare = status(u"a"_s, 0, sequenced(session, 6));
+        sendToGroup(phone, bare.replace("\"battery\":0", ""));
+        QTRY_VERIFY_WITH_TIMEOUT(find(discovery, u"a"_s), limitMs);
+        QCOMPARE(batteryOf(discovery, u"a"_s), std::nullopt);
+    }
 };
 
 QTEST_GUILESS_MAIN(LiveDiscoveryTest)

@@ -221,7 +221,7 @@ void SecureConnectViewModel::refreshDevices()
 
 void SecureConnectViewModel::refreshCameras()
 {
-    const WallTime now = std::chrono::system_clock::now();
+    const WallTime now = m_live.now();
     std::vector<AskableCameraRow> rows;
     for (const LiveCamera &camera : m_live.cameras()) {
         if (!camera.isOnline(now) || camera.isDirector())

@@ -39,14 +39,14 @@ QString spokenText(const TileRow &row)
     return parts.join(u", "_s);
 }
 
-TileRow tileOf(const LiveCamera &camera, const DirectorSession &session, WallTime now)
+TileRow tileOf(const LiveCamera &camera, const DirectorSession &session)
 {
     TileRow row;
     row.key = u"camera "_s + camera.id;
     row.cameraID = camera.id;
     row.title = displayText(camera.name);
-    row.online = camera.isOnline(now);
-    row.recording = camera.displaysRecording(now);
+    row.online = camera.isOnline(session.now());
+    row.recording = camera.displaysRecording(session.now());
     row.isPreview = session.timeline().previewCameraID == camera.id;
     row.isProgram = session.timeline().programCameraID == camera.id;
     row.levelDB = row.online ? camera.leftDB : silenceDB;
@@ -114,13 +114,12 @@ void CameraWallViewModel::select(const QString &cameraID)
 
 void CameraWallViewModel::refresh()
 {
-    const WallTime now = std::chrono::system_clock::now();
     const std::vector<const LiveCamera *> cameras = m_session.cameraWallCameras();
     std::vector<TileRow> rows;
     rows.reserve(places);
     for (int place = 0; place < places; ++place)
         rows.push_back(std::size_t(place) < cameras.size()
-                           ? tileOf(*cameras[std::size_t(place)], m_session, now)
+                           ? tileOf(*cameras[std::size_t(place)], m_session)
                            : emptyPlace(place + 1));
     m_cameraCount = int(cameras.size());
     m_rows.setRows(std::move(rows));

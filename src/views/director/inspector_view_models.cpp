@@ -119,7 +119,7 @@ AudioPageViewModel::AudioPageViewModel(DirectorSession &session, LiveCameraDisco
 
 void AudioPageViewModel::refresh()
 {
-    const WallTime now = std::chrono::system_clock::now();
+    const WallTime now = m_session.now();
     std::vector<AudioStripRow> rows;
     for (const AudioChannelState &channel : m_session.audioChannels()) {
         const LiveCamera *camera = findCamera(m_discovery.cameras(), channel.id);
@@ -176,7 +176,7 @@ void CameraPageViewModel::setPolicyIndex(int index)
 
 void CameraPageViewModel::refresh()
 {
-    const WallTime now = std::chrono::system_clock::now();
+    const WallTime now = m_session.now();
     const LiveCamera *camera = m_session.selectedCamera();
     const VORNPreviewNetworkPolicy policy = m_session.effectivePreviewPolicy();
     std::vector<StatusRow> rows{
