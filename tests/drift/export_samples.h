@@ -20,11 +20,10 @@ public:
     ExportSamples()
     {
         using namespace Qt::StringLiterals;
-        makeMovie(movie(u"wide.mov"_s), testMovie(10, u"30"_s));
-        makeMovie(movie(u"level.mov"_s), testMovie(8, u"25"_s, 0));
-        makeMovie(movie(u"later.mov"_s), {u"-i"_s, movie(u"level.mov"_s), u"-c"_s, u"copy"_s,
-                                          u"-metadata:s:v:0"_s, u"rotate=90"_s});
-        makeMovie(movie(u"earlier.mov"_s), testMovie(12, u"30"_s));
+        makeMovie(movies(), u"wide.mov"_s, u"PICTURE:30 -f lavfi -i sine -t 10 X264"_s);
+        makeMovie(movies(), u"level.mov"_s, u"PICTURE:25 -t 8 X264"_s);
+        makeMovie(movies(), u"later.mov"_s, u"-i level.mov -c copy -metadata:s:v:0 rotate=90"_s);
+        makeMovie(movies(), u"earlier.mov"_s, u"PICTURE:30 -f lavfi -i sine -t 12 X264"_s);
     }
 
     /// A new parent folder, empty.
@@ -41,8 +40,8 @@ public:
 
     [[nodiscard]] static VORNProject project()
     {
-        return {.id = QStringLiteral("p-1"),
-                .name = QStringLiteral("Night & Day"),
+        return {.id = QStringLiteral("p/1"),
+                .name = QStringLiteral("Night & \u6771\u4EAC"),
                 .revision = 4,
                 .takes = {}};
     }
@@ -60,6 +59,7 @@ public:
         take.timelineFPS = u"30/1"_s;
         take.clips = {clip(u"Wide"_s, u"wide.mov"_s), clip(u"Later"_s, u"later.mov"_s),
                       clip(u"Earlier"_s, u"earlier.mov"_s)};
+        take.clips[0].anchorMeaning.reset(); // nobody asks the reference for anchors
         take.clips[1].anchors = anchorsOnLine(1.51, 1, 8);
         take.clips[2].anchors = anchorsOnLine(-1, 1.0009, 12);
         return take;
@@ -106,13 +106,6 @@ inline QString localStamp(std::time_t time)
     std::array<char, 32> text{};
     const std::size_t length = std::strftime(text.data(), text.size(), "%Y%m%d-%H%M%S", &parts);
     return QString::fromLatin1(text.data(), qsizetype(length));
-}
-
-inline void writeBytes(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        throw std::runtime_error("A test file cannot be written.");
 }
 
 } // namespace vorn

@@ -4,7 +4,6 @@
 
 #include <QProcess>
 #include <QUrl>
-#include <QXmlStreamReader>
 #include <QtTest>
 
 #include <cmath>
@@ -30,19 +29,6 @@ Placement placed(const QString &cameraId, const QString &path, const MediaInfo &
 
 const MediaInfo plainMedia{
     .duration = 10, .width = 1920, .height = 1080, .fps = 30, .hasAudio = true};
-
-/// Everything that stands in attributes of this name, decoded.
-QStringList attributes(const QString &document, const QString &element, const QString &attribute)
-{
-    QStringList values;
-    QXmlStreamReader reader(document);
-    while (!reader.atEnd())
-        if (reader.readNext() == QXmlStreamReader::StartElement && reader.name() == element)
-            values += reader.attributes().value(attribute).toString();
-    if (reader.hasError())
-        values += reader.errorString();
-    return values;
-}
 
 } // namespace
 
@@ -109,13 +95,6 @@ private Q_SLOTS:
         }
     }
 
-    void escapesFourCharacters()
-    {
-        QCOMPARE(DriftEngine::xmlEscape(u"R&D \"<b>\" it's"_s),
-                 u"R&amp;D &quot;&lt;b&gt;&quot; it's"_s);
-        QCOMPARE(DriftEngine::xmlEscape(u"&amp; &lt;"_s), u"&amp;amp; &amp;lt;"_s);
-    }
-
     void replacesWhatXmlCannotHold()
     {
         const QString fine =
@@ -134,6 +113,7 @@ private Q_SLOTS:
         Placement portrait =
             placed(u"it's"_s, u"/movies/R&D.mov"_s,
                    {.duration = 12.345, .width = 1080, .height = 1920, .fps = double{29.97F}});
+        wide.start = 5; // the last to end, though not the last of the list
         portrait.start = 1.5;
         portrait.duration = 12;
         portrait.sourceStart = 0.005;
@@ -153,12 +133,12 @@ private Q_SLOTS:
             "height=\"1920\"/>"
             "<asset id=\"asset-2\" name=\"it's\" src=\"file:///movies/R&amp;D.mov\" start=\"0s\" "
             "duration=\"2469/200s\" hasVideo=\"1\" hasAudio=\"0\" format=\"format-2\"/>"
-            "</resources><event name=\"Night &amp; Day\"><project name=\"take-1\">"
-            "<sequence format=\"timeline-format\" duration=\"27/2s\" tcStart=\"0s\" "
+            "</resources><event name=\"Night &amp; %1\"><project name=\"take-1\">"
+            "<sequence format=\"timeline-format\" duration=\"15/1s\" tcStart=\"0s\" "
             "tcFormat=\"NDF\" audioLayout=\"stereo\" audioRate=\"48k\"><spine>"
-            "<gap name=\"VORN take\" offset=\"0s\" start=\"0s\" duration=\"27/2s\">"
+            "<gap name=\"VORN take\" offset=\"0s\" start=\"0s\" duration=\"15/1s\">"
             "<asset-clip ref=\"asset-1\" format=\"format-1\" name=\"Cam &quot;A&quot; &amp; "
-            "&lt;B&gt;\" lane=\"1\" offset=\"0/1s\" start=\"0s\" duration=\"10/1s\" "
+            "&lt;B&gt;\" lane=\"1\" offset=\"5/1s\" start=\"0s\" duration=\"10/1s\" "
             "srcEnable=\"all\">"
             "<note>VORN linked A/V timing; verify head, middle and tail in Resolve.</note>"
             "<timeMap frameSampling=\"floor\" preservesPitch=\"1\">"
@@ -171,7 +151,7 @@ private Q_SLOTS:
             "<timept time=\"0s\" value=\"1/200s\" interp=\"linear\"/>"
             "<timept time=\"12/1s\" value=\"2401/200s\" interp=\"linear\"/></timeMap></asset-clip>"
             "</gap></spine></sequence></project></event></fcpxml>"_s;
-        const QString document = DriftEngine::timelineDocument(u"Night & Day"_s, u"take-1"_s,
+        const QString document = DriftEngine::timelineDocument(u"Night & %1"_s, u"take-1"_s,
                                                                30000 / 1001.0, {wide, portrait});
         QCOMPARE(document, expected);
 
@@ -188,24 +168,14 @@ private Q_SLOTS:
     void givesEveryPathBack_data()
     {
         QTest::addColumn<QString>("path");
-        const QStringList names{u"plain.mov"_s,
-                                u"a b.mov"_s,
-                                u"100%.mov"_s,
-                                u"%20%2F.mov"_s,
-                                u"#1?.mov"_s,
-                                u"a;b=c,d.mov"_s,
-                                u"[1].mov"_s,
-                                u"\"quoted\" 'single'.mov"_s,
-                                u"<R&D>.mov"_s,
+        const QStringList names{u"a b.mov"_s,
+                                u"100% %20%2F #1?.mov"_s,
+                                u"a;b=c,d [1].mov"_s,
+                                u"\"quoted\" 'single' <R&D>.mov"_s,
                                 u"back\\slash|pipe^caret`.mov"_s,
                                 u"user:pass@host.mov"_s,
-                                u"e\u0301 and \u00E9.mov"_s,
-                                u"\u6771\u4EAC.mov"_s,
-                                u"\u0645\u0631\u062D\u0628\u0627.mov"_s,
-                                u"\u0E01\u0E33.mov"_s,
-                                u"\U0001F3A5.mov"_s,
+                                u"e\u0301 \u00E9 \u6771\u4EAC \U0001F3A5 \uFFFD\uFEFF.mov"_s,
                                 u"tab\tline\nbell\u0007.mov"_s,
-                                u"\uFFFD\uFEFF.mov"_s,
                                 u"folder/../other/./clip.mov"_s,
                                 u"/double.mov"_s};
         for (const QString &name : names)
@@ -217,35 +187,15 @@ private Q_SLOTS:
         QFETCH(const QString, path);
         const QString document =
             DriftEngine::timelineDocument(u"p"_s, u"t"_s, 30, {placed(u"A"_s, path, plainMedia)});
-        const QStringList sources = attributes(document, u"asset"_s, u"src"_s);
-        QCOMPARE(sources.size(), 1);
-        const QUrl url(sources.front(), QUrl::StrictMode);
+        const QString source =
+            document.section(u"src=\""_s, 1).section(u'"', 0, 0).replace(u"&amp;"_s, u"&"_s);
+        const QUrl url(source, QUrl::StrictMode);
         QVERIFY2(url.isValid(), qPrintable(url.errorString()));
         QCOMPARE(url.host(), QString());
         QVERIFY(!url.hasQuery() && !url.hasFragment());
-        QCOMPARE(QUrl::fromPercentEncoding(sources.front().sliced(7).toLatin1()), path);
+        QCOMPARE(QUrl::fromPercentEncoding(source.sliced(7).toLatin1()), path);
         QCOMPARE(url.toLocalFile(), path);
-        QVERIFY2(!sources.front().contains(QRegularExpression(u"[;\\[\\] ]"_s)),
-                 qPrintable(sources.front()));
-    }
-
-    void keepsNamesAndNumbersManyClips()
-    {
-        const QString name = u"<\"Ünïcødé\" & \u6771\u4EAC %1 \U0001F3A5>"_s;
-        std::vector<Placement> placements;
-        QStringList lanes;
-        for (int lane = 1; lane <= 12; ++lane) {
-            placements.push_back(placed(name + QString::number(lane), u"/a.mov"_s, plainMedia));
-            placements.back().start = lane == 5 ? 100 : 0;
-            lanes += QString::number(lane);
-        }
-        const QString document = DriftEngine::timelineDocument(name, name, 30, placements);
-        QCOMPARE(attributes(document, u"event"_s, u"name"_s), QStringList{name});
-        QCOMPARE(attributes(document, u"project"_s, u"name"_s), QStringList{name});
-        QCOMPARE(attributes(document, u"asset-clip"_s, u"lane"_s), lanes);
-        QCOMPARE(attributes(document, u"asset-clip"_s, u"name"_s).at(11), name + u"12"_s);
-        // The clip that ends last gives the length, wherever it stands in the list.
-        QCOMPARE(attributes(document, u"sequence"_s, u"duration"_s), QStringList{u"110/1s"_s});
+        QVERIFY2(!source.contains(QRegularExpression(u"[;\\[\\] ]"_s)), qPrintable(source));
     }
 };
 

@@ -22,12 +22,10 @@ struct Seen {
     float rate = 30;
     int videoTracks = 1;
     int audioTracks = 1;
-    bool ffprobeAgrees = true;
 };
 
 const Seen plain;
 const Seen silent{.audioTracks = 0};
-const Seen portrait{.width = 90, .height = 160};
 const Seen ntsc{.duration = 2.002, .rate = 30000 / 1001.F, .audioTracks = 0};
 
 // The rows of seesWhatAPlayerShows: how ffmpeg makes a file from those of initTestCase.
@@ -37,25 +35,8 @@ void row(const char *label, const char *name, const char *arguments, const Seen 
     QTest::newRow(label) << QString::fromLatin1(name) << QString::fromLatin1(arguments) << seen;
 }
 
-void addContainers()
-{
-    row("MOV", "a.mov", "-i BASE.mp4 -c copy", plain);
-    row("MP4", "a.mp4", "-i BASE.mp4 -c copy", plain);
-    row("3GP of old", "b.3gp", "PICTURE:15 -t 2 -vf scale=176:144,setsar=1 -c:v h263",
-        {.width = 176, .height = 144, .rate = 15, .audioTracks = 0});
-    row("a name like a format", "%1 %s {}.mov", "-i BASE.mp4 -c copy", plain);
-    row("HEVC", "a.mov",
-        "PICTURE:30 -t 2 -c:v libx265 -preset ultrafast -x265-params log-level=none -tag:v hvc1",
-        silent);
-    row("ProRes, PCM", "a.mov",
-        "PICTURE:30 -f lavfi -i sine -t 2 -c:v prores -c:a pcm_s16le -ar 48000", plain);
-}
-
 void addRates()
 {
-    row("240 a second", "a.mov", "PICTURE:240 -frames:v 480 X264", {.rate = 240, .audioTracks = 0});
-    row("24000/1001 a second", "a.mp4", "PICTURE:24000/1001 -frames:v 48 X264",
-        {.duration = 2.002, .rate = float(24000 / 1001.), .audioTracks = 0});
     row("rounded to the movie's scale", "a.mov", "-i NTSC.mov -c copy -movie_timescale 44100",
         {.duration = 88289. / 44100, .rate = 30000 / 1001.F, .audioTracks = 0});
     row("rate in a coarse scale", "a.mov",
@@ -70,11 +51,8 @@ void addRates()
 
 void addSizes()
 {
-    for (const char *degrees : {"90", "180", "270"})
-        QTest::addRow("turned by %s", degrees)
-            << u"a.mov"_s
-            << u"-i BASE.mp4 -c copy -metadata:s:v:0 rotate="_s + QString::fromLatin1(degrees)
-            << (degrees == "180"_ba ? plain : portrait);
+    row("turned", "a.mov", "-i BASE.mp4 -c copy -metadata:s:v:0 rotate=90",
+        {.width = 90, .height = 160});
     row("pixels that are not square", "a.mp4", "PICTURE:30 -t 2 -vf setsar=4/3 X264",
         {.width = 213, .audioTracks = 0});
 }
@@ -106,17 +84,13 @@ void addTracks()
 
 void addFragments()
 {
-    for (const char *flags :
-         {"frag_keyframe", "frag_every_frame+empty_moov", "cmaf", "dash+delay_moov"})
-        QTest::addRow("fragments, %s", flags)
-            << u"a.mp4"_s << u"-i NTSC.mov -c copy -movflags "_s + QString::fromLatin1(flags)
-            << ntsc;
+    row("fragments", "a.mp4", "-i NTSC.mov -c copy -movflags dash+delay_moov", ntsc);
+    row("fragments after a movie", "a.mp4", "-i NTSC.mov -c copy -movflags frag_keyframe", ntsc);
     row("fragments with sound, MOV", "a.mov",
-        "-i BASE.mp4 -c copy -movflags frag_keyframe+empty_moov+delay_moov+separate_moof",
-        {.ffprobeAgrees = false}); // it counts the silence that the edit list skips
+        "-i BASE.mp4 -c copy -movflags frag_keyframe+empty_moov+delay_moov+separate_moof", plain);
     row("fragments that begin late", "a.mp4",
         "-itsoffset 0.5 -i BASE.mp4 -map 0:v -c copy -movflags frag_keyframe+empty_moov+delay_moov",
-        {.duration = 2.5, .audioTracks = 0, .ffprobeAgrees = false}); // it leaves the wait out
+        {.duration = 2.5, .audioTracks = 0});
     row("fragments out of order", "a.mp4",
         "PICTURE:30 -t 2 -c:v libx264 -bf 3 -g 15 -pix_fmt yuv420p "
         "-movflags frag_keyframe+empty_moov+delay_moov",
@@ -161,7 +135,7 @@ void MediaProbeTest::seesWhatAPlayerShows_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<Seen>("seen");
-    addContainers();
+    row("plain", "a.mov", "-i BASE.mp4 -c copy", plain);
     addRates();
     addSizes();
     addTimes();
@@ -188,19 +162,6 @@ void MediaProbeTest::seesWhatAPlayerShows()
                  seen.height);
         QCOMPARE(exact(double{video.nominalFrameRate}), exact(double{seen.rate}));
     }
-
-    const SecondOpinion opinion = secondOpinionOn(path(name));
-    QCOMPARE(opinion.videoTracks, seen.videoTracks);
-    QCOMPARE(opinion.audioTracks, seen.audioTracks);
-    if (!seen.ffprobeAgrees)
-        return;
-    const auto isNear = [](double ours, double theirs) {
-        return std::abs(ours / theirs - 1) < 0.001;
-    };
-    QVERIFY2(isNear(seen.duration, opinion.durationSeconds),
-             exact(opinion.durationSeconds).constData());
-    QVERIFY2(seen.videoTracks == 0 || isNear(double{seen.rate}, opinion.frameRate),
-             exact(opinion.frameRate).constData());
 }
 
 void MediaProbeTest::opensRegularFilesOnly()

@@ -1,10 +1,6 @@
 #include "movie_files.h"
 
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
 #include <QtEndian>
 
 #include <algorithm>
@@ -14,15 +10,6 @@ using namespace Qt::StringLiterals;
 
 namespace vorn {
 namespace {
-
-QByteArray outputOf(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    if (!process.waitForFinished() || process.exitCode() != 0)
-        throw std::runtime_error(process.readAllStandardError().toStdString());
-    return process.readAllStandardOutput();
-}
 
 struct Place {
     qsizetype begin = 0;   ///< of the box
@@ -46,39 +33,6 @@ Place firstBox(const QByteArray &boxes, const QByteArray &type)
 }
 
 } // namespace
-
-void makeMovie(const QString &folder, const QString &name, QString arguments)
-{
-    arguments.replace(u"PICTURE:"_s, u"-f lavfi -i testsrc2=s=160x90:r="_s);
-    arguments.replace(u"X264"_s,
-                      u"-c:v libx264 -preset ultrafast -g 15 -pix_fmt yuv420p -c:a aac"_s);
-    QStringList words{u"-nostdin"_s, u"-v"_s, u"error"_s, u"-y"_s};
-    for (const QString &word : arguments.split(u' ')) {
-        const QString path = folder + u'/' + word;
-        words += QFile::exists(path) ? path : word;
-    }
-    outputOf(u"ffmpeg"_s, words + QStringList{folder + u'/' + name});
-}
-
-SecondOpinion secondOpinionOn(const QString &path)
-{
-    const QByteArray output =
-        outputOf(u"ffprobe"_s, {u"-v"_s, u"error"_s, u"-show_streams"_s, u"-show_format"_s,
-                                u"-of"_s, u"json"_s, path});
-    const QJsonObject answer = QJsonDocument::fromJson(output).object();
-    SecondOpinion opinion;
-    opinion.durationSeconds = answer[u"format"_s][u"duration"_s].toString().toDouble();
-    for (const auto &stream : answer[u"streams"_s].toArray()) {
-        const QString type = stream.toObject()[u"codec_type"_s].toString();
-        opinion.audioTracks += type == u"audio"_s;
-        if (type != u"video"_s || stream[u"disposition"_s][u"attached_pic"_s].toInt() == 1)
-            continue;
-        const QStringList rate = stream[u"avg_frame_rate"_s].toString().split(u'/');
-        if (++opinion.videoTracks == 1)
-            opinion.frameRate = rate[0].toDouble() / rate[1].toDouble();
-    }
-    return opinion;
-}
 
 QByteArray exact(double number)
 {
@@ -136,11 +90,6 @@ QByteArray box(const QByteArray &type, const QByteArray &content, BoxSize size)
         return be32(1) + type + be64(std::uint64_t(content.size() + 16)) + content;
     const qsizetype stated = size == BoxSize::toTheEnd ? 0 : content.size() + 8;
     return be32(std::uint32_t(stated)) + type + content;
-}
-
-QByteArray patched(QByteArray content, qsizetype offset, const QByteArray &bytes)
-{
-    return content.replace(offset, bytes.size(), bytes);
 }
 
 QByteArray contentOf(const QByteArray &boxes, const QByteArray &path)

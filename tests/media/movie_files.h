@@ -2,6 +2,7 @@
 
 #include "media/media_boxes.h"
 #include "media/media_probe.h"
+#include "movies.h"
 
 #include <QByteArray>
 #include <QList>
@@ -11,20 +12,6 @@
 #include <functional>
 
 namespace vorn {
-
-/// Makes a file in a folder with ffmpeg. `arguments` are separated by blanks and stand before its
-/// name; "PICTURE:rate" and "X264" are short for a test picture of 160 by 90 and for how it is
-/// coded, and names of files in the folder lead there.
-void makeMovie(const QString &folder, const QString &name, QString arguments);
-
-/// What ffprobe says of a movie.
-struct SecondOpinion {
-    int videoTracks = 0; ///< without cover pictures
-    int audioTracks = 0;
-    double durationSeconds = 0;
-    double frameRate = 0; ///< of the first video track; 0 without one
-};
-[[nodiscard]] SecondOpinion secondOpinionOn(const QString &path);
 
 /// A number with all its digits: QCOMPARE takes nearly equal numbers for equal, but the last bit
 /// may decide on which frame a cut falls.
@@ -56,9 +43,6 @@ enum class BoxSize { plain, large, toTheEnd };
 /// A box of a movie file; `size` says how its header states the size.
 [[nodiscard]] QByteArray box(const QByteArray &type, const QByteArray &content,
                              BoxSize size = BoxSize::plain);
-
-/// `content` with other bytes from `offset` on.
-[[nodiscard]] QByteArray patched(QByteArray content, qsizetype offset, const QByteArray &bytes);
 
 /// The content of the first box at the end of a path such as "moov/trak/mdia".
 [[nodiscard]] QByteArray contentOf(const QByteArray &boxes, const QByteArray &path);

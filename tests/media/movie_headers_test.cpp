@@ -32,20 +32,18 @@ QByteArray inStbl(const char *type)
     return QByteArray(stbl) + '/' + type;
 }
 
-/// A movie in which the content of one box has other bytes from `offset` on.
-QByteArray withBytes(const QByteArray &movie, const QByteArray &path, qsizetype offset,
-                     const QByteArray &bytes)
-{
-    const QByteArray type = path.mid(path.lastIndexOf('/') + 1);
-    return changed(movie, path, [&](const QByteArray &content) {
-        return box(type, patched(content, offset, bytes));
-    });
-}
-
 QByteArray withContent(const QByteArray &movie, const QByteArray &path, const QByteArray &content)
 {
     const QByteArray type = path.mid(path.lastIndexOf('/') + 1);
     return changed(movie, path, [&](const QByteArray &) { return box(type, content); });
+}
+
+/// A movie in which the content of one box has other bytes from `offset` on.
+QByteArray withBytes(const QByteArray &movie, const QByteArray &path, qsizetype offset,
+                     const QByteArray &bytes)
+{
+    const QByteArray content = contentOf(movie, path);
+    return withContent(movie, path, QByteArray(content).replace(offset, bytes.size(), bytes));
 }
 
 /// A movie with one box more at the end of the one at `path`.
@@ -249,15 +247,9 @@ void MovieHeadersTest::refusesWhatIsNoMovie_data()
     QTest::addColumn<QString>("expected");
     row("nothing", "", refusal(u"the file is empty."_s));
     row("seven bytes", "\0\0\0\7moo"_ba, hasNoHeader);
-    row("playlist", "#EXTM3U\n#EXTINF:10,\n/etc/passwd\n", hasNoHeader);
-    row("concat script", "ffconcat version 1.0\nfile /etc/passwd\n", hasNoHeader);
     row("Matroska", made(u"a.mkv"_s, u"-i PLAIN.mov -c copy"_s), hasNoHeader);
-    row("JPEG", made(u"a.jpg"_s, u"PICTURE:1 -frames:v 1 -update 1"_s), hasNoHeader);
     row("zeros", QByteArray(100'000, '\0'), hasNoHeader);
-    row("ones", QByteArray(100'000, '\xFF'), hasNoHeader);
     row("movie without its header", m_plain.left(m_plain.indexOf("moov") - 4), hasNoHeader);
-    row("stream without a container", "\0\0\0\1\x67\x42\0\x1F"_ba + QByteArray(1000, 'x'),
-        hasNoHeader);
 
     row("size smaller than its header", be32(7) + "free" + m_plain, isDamaged);
     row("64-bit size smaller than its header", be32(1) + "free" + be64(15) + m_plain, isDamaged);
