@@ -2,7 +2,6 @@
 #include "library/record_json.h"
 #include "support.h"
 
-#include <QJsonDocument>
 #include <QtTest>
 
 #include <limits>
@@ -71,19 +70,6 @@ private Q_SLOTS:
                  expected);
     }
 
-    void leavesOutWhatIsAbsent()
-    {
-        const QByteArray text =
-            R"({"catalogRevision":0,"deviceId":"","deviceName":"","projects":[{"name":"",)"
-            R"("projectId":"","revision":0,"takes":[{"clips":[{"cameraId":"","clipId":"",)"
-            R"("downloadURL":"","fileName":"","finalized":false,"hasAudio":false,)"
-            R"("hasVideo":false,"mediaKind":"","sha256":"","sizeBytes":0}],"takeId":""}]}],)"
-            R"("schemaVersion":2})";
-        const auto catalog = recordFromJson<DeviceCatalog>(text, u"f"_s);
-        QVERIFY(!catalog.unassignedTakes);
-        QCOMPARE(QJsonDocument(jsonFromRecord(catalog)).toJson(QJsonDocument::Compact), text);
-    }
-
     // Each required key of each record, once missing and once of another type.
     void refusesWhatIsMissing()
     {
@@ -112,35 +98,6 @@ private Q_SLOTS:
                          || other.startsWith(u"f: "_s + place + u" is not true or false"_s),
                      qPrintable(other));
         }
-    }
-
-    void refusesAnotherType_data()
-    {
-        QTest::addColumn<QByteArray>("from");
-        QTest::addColumn<QByteArray>("to");
-        QTest::addColumn<QString>("message");
-        const auto row = [](const char *name, const QByteArray &from, const QByteArray &to,
-                            const QString &message) {
-            QTest::newRow(name) << from << to << u"f: "_s + message;
-        };
-        const auto clip = u"projects[0].takes[0].clips[0]"_s;
-        row("0 for false", "\"hasAudio\": true", "\"hasAudio\": 0",
-            clip + u".hasAudio is not true or false"_s);
-        row("an optional text", "\"anchorMeaning\": \"same\"", "\"anchorMeaning\": 1",
-            clip + u".anchorMeaning is not a text"_s);
-        row("an optional list", "[{\"takeId\": \"u\", \"clips\": []}]", "{}",
-            u"unassignedTakes is not a list"_s);
-        row("in an unassigned take", "\"u\", \"clips\": []", "\"u\", \"clips\": [[]]",
-            u"unassignedTakes[0].clips[0] is not an object"_s);
-    }
-
-    void refusesAnotherType()
-    {
-        QFETCH(const QByteArray, from);
-        QFETCH(const QByteArray, to);
-        QCOMPARE(fullText.count(from), 1);
-        const QByteArray text = QByteArray(fullText).replace(from, to);
-        QTEST(thrownText([&] { (void)recordFromJson<DeviceCatalog>(text, u"f"_s); }), "message");
     }
 };
 

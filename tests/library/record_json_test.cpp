@@ -97,6 +97,10 @@ private Q_SLOTS:
             u"f: projects[0].revision is not a whole number of 64 bits");
         row("a project that is a text", R"({"projects":["p"]})",
             u"f: projects[0] is not an object");
+        row("0 for false",
+            R"({"projects":[{"id":"p","name":"n","takes":[{"id":"t","timelineFPS":"30","clips":[{
+                "id":"c","cameraId":"A","fileName":"f","sha256":"0","anchors":[],"hasVideo":0}]}]}]})",
+            u"f: projects[0].takes[0].clips[0].hasVideo is not true or false");
         row("an anchor in camel case",
             R"({"projects":[{"id":"p","name":"n","takes":[{"id":"t","timelineFPS":"30","clips":[{
                 "id":"c","cameraId":"A","fileName":"f","sha256":"0","anchors":[{"sourceSeconds":1,
