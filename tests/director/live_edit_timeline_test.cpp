@@ -19,15 +19,12 @@ constexpr auto fade = DirectorTransition::fade;
 // 2026-11-25T20:00:00.250Z
 constexpr WallTime begin{std::chrono::milliseconds{1795636800250}};
 
-/// A and B in Preview and on Program as given; "" stands for none.
-LiveEditTimeline running(const QString &preview, const QString &program)
+LiveEditTimeline running(std::optional<QString> preview, std::optional<QString> program)
 {
     LiveEditTimeline timeline;
     timeline.start(begin);
-    if (!preview.isEmpty())
-        timeline.previewCameraID = preview;
-    if (!program.isEmpty())
-        timeline.programCameraID = program;
+    timeline.previewCameraID = std::move(preview);
+    timeline.programCameraID = std::move(program);
     return timeline;
 }
 
@@ -89,26 +86,15 @@ private Q_SLOTS:
         QCOMPARE(ids.size(), timeline.events.size());
     }
 
-    void boundsTheLengthOfATransition_data()
+    void boundsTheLengthOfAFade()
     {
-        QTest::addColumn<bool>("isFade");
-        QTest::addColumn<double>("asked");
-        QTest::addColumn<double>("logged");
-        QTest::newRow("short fade") << true << 0.05 << 0.1;
-        QTest::newRow("negative fade") << true << -1.0 << 0.1;
-        QTest::newRow("no number") << true << qQNaN() << 0.1;
-        QTest::newRow("long fade") << true << 2.0 << 2.0;
-        QTest::newRow("cut") << false << 2.0 << 0.0;
-    }
-
-    void boundsTheLengthOfATransition()
-    {
-        QFETCH(const bool, isFade);
-        QFETCH(const double, asked);
-        QFETCH(const double, logged);
-        LiveEditTimeline timeline = running(u"B"_s, u"A"_s);
-        QVERIFY(timeline.take(isFade ? fade : cut, asked, begin));
-        QCOMPARE(timeline.events.back().durationSeconds, logged);
+        using Lengths = std::initializer_list<std::pair<double, double>>;
+        for (const auto &[asked, logged] :
+             Lengths{{0.05, 0.1}, {-1.0, 0.1}, {qQNaN(), 0.1}, {2.0, 2.0}}) {
+            LiveEditTimeline timeline = running(u"B"_s, u"A"_s);
+            QVERIFY(timeline.take(fade, asked, begin));
+            QCOMPARE(timeline.events.back().durationSeconds, logged);
+        }
     }
 
     void keepsEveryFieldThroughJson()
@@ -130,25 +116,16 @@ private Q_SLOTS:
         QCOMPARE(jsonFromRecord(LiveEditTimeline()), (QJsonObject{{u"events"_s, QJsonArray()}}));
     }
 
-    void refusesJsonThatIsNone_data()
-    {
-        QTest::addColumn<QByteArray>("text");
-        QTest::newRow("time") << QByteArray(R"({"startedAt": "yesterday", "events": []})");
-        QTest::newRow("year") << QByteArray(
-            R"({"startedAt": "9999-01-01T00:00:00Z", "events": []})");
-        QTest::newRow("id") << QByteArray(
-            R"({"events": [{"id": "x", "kind": "marker", "elapsedSeconds": 0}]})");
-        QTest::newRow("kind") << QByteArray(
-            R"({"events": [{"id": "3f2504e0-4f89-41d3-9a0c-0305e82c3301", "kind": "Marker",
-                            "elapsedSeconds": 0}]})");
-        QTest::newRow("no events") << QByteArray("{}");
-    }
-
     void refusesJsonThatIsNone()
     {
-        QFETCH(const QByteArray, text);
-        QVERIFY_THROWS_EXCEPTION(JsonError,
-                                 (void)recordFromJson<LiveEditTimeline>(text, u"the edit log"_s));
+        for (const char *text :
+             {R"({"startedAt": "yesterday", "events": []})",
+              R"({"startedAt": "9999-01-01T00:00:00Z", "events": []})",
+              R"({"events": [{"id": "x", "kind": "marker", "elapsedSeconds": 0}]})",
+              R"({"events": [{"id": "3f2504e0-4f89-41d3-9a0c-0305e82c3301", "kind": "Marker",
+                              "elapsedSeconds": 0}]})"})
+            QVERIFY_THROWS_EXCEPTION(
+                JsonError, (void)recordFromJson<LiveEditTimeline>(text, u"the edit log"_s));
     }
 
     void tellsTimesInWholeSeconds()
