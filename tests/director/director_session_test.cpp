@@ -13,10 +13,10 @@
 
 using namespace vorn;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
-// Far longer than anything takes, a camera's 30 seconds of silence included.
 constexpr int limitMs = 60'000;
 
 constexpr auto cut = DirectorTransition::cut;
@@ -119,7 +119,9 @@ private Q_SLOTS:
     {
         RigPhones phones;
         phones.must(u"cam-a record tape-1"_s);
-        LiveCameraDiscovery discovery;
+        std::chrono::seconds ahead{};
+        LiveCameraDiscovery discovery(
+            nullptr, 10s, [&ahead] { return std::chrono::system_clock::now() + ahead; });
         QTRY_COMPARE_WITH_TIMEOUT(discovery.cameras().size(), 4U, limitMs);
         m_store->createProject(u"Night"_s);
         DirectorSession session(*m_store, discovery, *m_settings);
@@ -157,12 +159,13 @@ private Q_SLOTS:
         QCOMPARE(timelineChanged.count(), 6);
 
         phones.must(u"cam-c sleep"_s);
+        ahead += 5s; // who goes on is heard again at once
         QTRY_COMPARE_WITH_TIMEOUT(session.cameraName(u"cam-c"_s), u"Ada's phone • OFFLINE"_s,
                                   limitMs);
         QCOMPARE(session.timeline().previewCameraID, u"cam-c"_s);
         QVERIFY(!session.canTake());
         session.perform(cut);
-        QCOMPARE(wallOf(session), u"cam-b cam-a storm-001 cam-d cam-c"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(wallOf(session), u"cam-b cam-a storm-001 cam-d cam-c"_s, limitMs);
         QCOMPARE(session.onlineCameras().size(), 4U);
         phones.must(u"cam-c wake"_s);
         QTRY_VERIFY_WITH_TIMEOUT(session.canTake(), limitMs);
@@ -175,6 +178,7 @@ private Q_SLOTS:
         // The show is over, and the phones are switched off.
         phones.must(u"storm 0"_s);
         phones.must(u"all sleep"_s);
+        ahead += 30s;
         QTRY_COMPARE_WITH_TIMEOUT(wallOf(session), QString(), limitMs);
         QCOMPARE(session.cameraName(u"cam-c"_s), u"cam-c"_s);
         QVERIFY(session.audioChannels().empty() && !session.selectedCamera());
@@ -187,8 +191,7 @@ private Q_SLOTS:
         const auto edits = session.editEvents();
         QCOMPARE(edits.at(1).durationSeconds, 1.5);
         QCOMPARE(edits.at(1).fromCameraID, u"cam-c"_s);
-        // Ada had to be silent for 6.5 seconds, less what had passed since she was heard.
-        QVERIFY(edits.at(3).elapsedSeconds > 3 && edits.at(3).elapsedSeconds < 120);
+        QVERIFY(edits.at(3).elapsedSeconds > 5 && edits.at(3).elapsedSeconds < 120);
         QCOMPARE(messages(*m_store), (QStringList{
                                          u"Created project Night."_s,
                                          u"Prepared take night-1 for Night revision 1."_s,
