@@ -17,6 +17,7 @@
 #include <cerrno>
 #include <functional>
 #include <limits>
+#include <memory>
 
 using namespace vorn;
 using namespace Qt::StringLiterals;
@@ -238,13 +239,13 @@ private Q_SLOTS:
         writePlain(manifest, manifestText);
         // It is read on one of these threads, which all wait until something else has been done.
         const int threads = fileWorkPool()->maxThreadCount();
-        QSemaphore mayWork;
+        const auto mayWork = std::make_shared<QSemaphore>(); // the last to wake may be late
         for (int i = 0; i < threads; ++i)
-            fileWorkPool()->start([&mayWork] { mayWork.acquire(); });
+            fileWorkPool()->start([mayWork] { mayWork->acquire(); });
         const auto import = store.importManifest(manifest);
         store.createProject(u"Meanwhile"_s);
         const bool isBeside = store.library().projects.size() == 1;
-        mayWork.release(threads);
+        mayWork->release(threads);
         QVERIFY(isBeside);
         QTRY_COMPARE(store.selectedTakeID(), u"T1"_s);
         QCOMPARE(store.library().projects.size(), 2U);
