@@ -11,9 +11,11 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/fsuid.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <functional>
 
 using namespace vorn;
@@ -96,25 +98,19 @@ private Q_SLOTS:
         QCOMPARE(calls, QByteArrayList{"flush file"});
     }
 
-    void startsOver()
+    void aFullDiskKeepsWhatItHas()
     {
-        PartialRecording recording(path(), 6);
-        recording.append("wrong");
-        recording.clear();
-        QCOMPARE(QFile(partialPath()).size(), 0);
-        recording.append("right");
-        QCOMPARE(readFile(partialPath(), 100), QByteArray("right"));
-    }
-
-    void neverReplacesWhatHasCome()
-    {
-        PartialRecording recording(path(), 6);
-        recording.append("abcdef");
-        writePlain(path(), "footage of somebody");
-        QCOMPARE(thrownText([&] { recording.moveToDestination(); }),
-                 u"Cannot move the verified recording to %1: File exists."_s.arg(path()));
-        QCOMPARE(readFile(path(), 100), QByteArray("footage of somebody"));
-        QCOMPARE(readFile(partialPath(), 100), QByteArray("abcdef"));
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit usual{};
+        ::getrlimit(RLIMIT_FSIZE, &usual);
+        rlimit small = usual;
+        small.rlim_cur = 100'000;
+        ::setrlimit(RLIMIT_FSIZE, &small);
+        const QString text =
+            thrownText([&] { PartialRecording(path(), 200'000).append(QByteArray(200'000, 'x')); });
+        ::setrlimit(RLIMIT_FSIZE, &usual);
+        QCOMPARE(text, u"Cannot write %1: File too large."_s.arg(partialPath()));
+        QCOMPARE(partialBytes(path()), 100'000);
     }
 
     void refusesWhatIsNotItsOwn_data()
@@ -157,6 +153,7 @@ private Q_SLOTS:
         whole.append("abcdef");
         QCOMPARE(thrownText([&] { whole.moveToDestination(); }),
                  u"Cannot move the verified recording to %1: File exists."_s.arg(path()));
+        QCOMPARE(readFile(partialPath(), 100), QByteArray("abcdef"));
         QCOMPARE(readFile(other, 100), QByteArray("precious"));
     }
 

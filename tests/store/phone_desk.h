@@ -2,10 +2,10 @@
 
 #include "base/files.h"
 #include "base/json_text.h"
+#include "messages.h"
 #include "outcome.h"
 #include "rig_phones.h"
 #include "shared_phone.h"
-#include "store/app_store.h"
 #include "support.h"
 
 #include <QJsonArray>
@@ -72,6 +72,21 @@ public:
         return isPaired;
     }
 
+    /// A download of the selected take that has begun: its first recording comes slowly.
+    [[nodiscard]] Outcome<bool> slowDownload(const QString &camera)
+    {
+        phones.must(camera + QStringLiteral(" http files body slow 1000"));
+        Outcome download(ended(m_store->downloadSelectedTake()));
+        const auto hasBegun = [this] {
+            const auto &progress = m_store->downloadProgress();
+            return progress && progress->clipBytes > 0;
+        };
+        constexpr int patienceMs = 20'000;
+        if (!QTest::qWaitFor(hasBegun, patienceMs))
+            qFatal("no download begins");
+        return download;
+    }
+
     [[nodiscard]] QString code(const QString &camera)
     {
         return phones.transfer(camera)[QStringLiteral("code")].toString();
@@ -80,15 +95,6 @@ public:
     [[nodiscard]] int requests(const QString &camera, const QString &route)
     {
         return phones.transfer(camera)[QStringLiteral("requestsByRoute")][route].toInt();
-    }
-
-    /// The activity log, oldest first, errors with "! " in front; `from` skips.
-    [[nodiscard]] QStringList messages(qsizetype from = 0) const
-    {
-        QStringList texts;
-        for (const ActivityEntry &entry : m_store->activities())
-            texts.prepend((entry.isError ? QStringLiteral("! ") : QString()) + entry.message);
-        return texts.mid(from);
     }
 
     RigPhones phones;
