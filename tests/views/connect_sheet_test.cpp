@@ -5,7 +5,6 @@
 #include "views/program_windows.h"
 #include "window_probe.h"
 
-#include <QAccessible>
 #include <QApplication>
 #include <QClipboard>
 #include <QtTest>
@@ -14,8 +13,6 @@ using namespace vorn;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr int limitMs = 30'000;
 
 const auto scanning = u"Scanning for authenticated VORN transfer…"_s;
 const auto pairButton = u"Pair & Load Projects"_s;
@@ -29,12 +26,6 @@ rig::ServiceText soundText(char fingerprint)
             {u"fp"_s, QByteArray(64, fingerprint)},
             {u"scheme"_s, "https"},
             {u"foreground"_s, "1"}};
-}
-
-QString descriptionOf(QQuickItem *item)
-{
-    QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(item);
-    return accessible ? accessible->text(QAccessible::Description) : QString();
 }
 
 /// The Library window with the sheet open.
@@ -77,25 +68,14 @@ public:
 
 } // namespace
 
-class ConnectSheetTest : public QObject {
+class ConnectSheetTest : public WindowTest {
     Q_OBJECT
-public:
-    static void initMain() { QQuickWindow::setGraphicsApi(QSGRendererInterface::Software); }
-
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QVERIFY2(qEnvironmentVariableIsSet("VORN_LAB_PHONES"), "no lab");
-        QAccessible::setActive(true);
-        applyLook();
-        m_phones.emplace(RigPhonesOptions{.count = 6, .transfer = u"ask"_s, .clips = 2});
-    }
-    void init() { phones().must(u"all reset"_s); }
-    void cleanupTestCase() { m_phones.reset(); }
+    void init() { m_phones.must(u"all reset"_s); }
 
     void waitsForSomebody()
     {
-        phones().must(u"all sleep"_s);
+        m_phones.must(u"all sleep"_s);
         SheetProbe probe;
         QTRY_VERIFY_WITH_TIMEOUT(!probe.sheet().hasCameras(), limitMs);
         QVERIFY(probe.shows(scanning));
@@ -125,8 +105,8 @@ private Q_SLOTS:
 
     void offersFourCamerasThatFilm()
     {
-        phones().must(u"cam-a set role \"dIrEcToR\""_s);
-        phones().must(u"cam-b record take-1"_s);
+        m_phones.must(u"cam-a set role \"dIrEcToR\""_s);
+        m_phones.must(u"cam-b record take-1"_s);
         SheetProbe probe;
         const auto ask = u"Ask to share files"_s;
         QTRY_COMPARE_WITH_TIMEOUT(probe.buttonsWith(ask) + probe.buttonsWith(u"It is recording."_s),
@@ -136,7 +116,7 @@ private Q_SLOTS:
         QVERIFY(!probe.named(u"Jonas's phone"_s)->isEnabled());
         QVERIFY(probe.shows(u"Choose a live camera and approve the request on that device."_s));
         QCOMPARE(accessibilityFaults(probe.window()), QString());
-        phones().must(u"cam-b record off"_s);
+        m_phones.must(u"cam-b record off"_s);
         QTRY_VERIFY_WITH_TIMEOUT(probe.named(u"Jonas's phone"_s)->isEnabled(), limitMs);
     }
 
@@ -145,19 +125,19 @@ private Q_SLOTS:
         SheetProbe probe;
         QTRY_COMPARE_WITH_TIMEOUT(probe.buttonsWith(u"Ask to share files"_s), 4, limitMs);
         probe.click(probe.named(u"Ada's phone"_s));
-        QTRY_VERIFY_WITH_TIMEOUT(phones().phone(u"cam-c"_s)[u"isTransferWaiting"_s].toBool(),
+        QTRY_VERIFY_WITH_TIMEOUT(m_phones.phone(u"cam-c"_s)[u"isTransferWaiting"_s].toBool(),
                                  limitMs);
         QVERIFY(!probe.sheet().requestText().isEmpty() && !probe.sheet().hasRequestFailed());
         QVERIFY(probe.shows(probe.sheet().requestText()));
-        phones().must(u"cam-c decline <b>Not now</b>"_s);
+        m_phones.must(u"cam-c decline <b>Not now</b>"_s);
         QTRY_VERIFY_WITH_TIMEOUT(probe.sheet().hasRequestFailed(), limitMs);
         QTRY_VERIFY(probe.shows(probe.sheet().requestText()));
         QVERIFY(probe.sheet().requestText().contains(u"<b>Not now</b>"_s)); // as plain text
 
         probe.click(probe.named(u"Ada's phone"_s));
-        QTRY_VERIFY_WITH_TIMEOUT(phones().phone(u"cam-c"_s)[u"isTransferWaiting"_s].toBool(),
+        QTRY_VERIFY_WITH_TIMEOUT(m_phones.phone(u"cam-c"_s)[u"isTransferWaiting"_s].toBool(),
                                  limitMs);
-        phones().must(u"cam-c approve"_s);
+        m_phones.must(u"cam-c approve"_s);
         QTRY_VERIFY_WITH_TIMEOUT(probe.sheet().hasDevices(), limitMs);
         QTRY_VERIFY(!probe.shows(scanning));
         QCOMPARE(probe.buttonsWith(u"HTTPS • foreground only"_s), 1);
@@ -167,13 +147,13 @@ private Q_SLOTS:
 
     void aChoiceHoldsForWhatWasChosen()
     {
-        phones().must(u"cam-a server on"_s);
-        phones().must(u"cam-b server on"_s);
+        m_phones.must(u"cam-a server on"_s);
+        m_phones.must(u"cam-b server on"_s);
         SheetProbe probe;
         probe.awaitRow(u"Mara's phone"_s);
         probe.awaitRow(u"Jonas's phone"_s);
         probe.click(probe.named(u"Mara's phone"_s));
-        const QString shown = phones().transfer(u"cam-a"_s)[u"shownFingerprint"_s].toString();
+        const QString shown = m_phones.transfer(u"cam-a"_s)[u"shownFingerprint"_s].toString();
         QCOMPARE(probe.sheet().fingerprint().simplified(), shown.simplified());
         QTRY_VERIFY(probe.shows(probe.sheet().fingerprint()));
         QVERIFY(probe.shows(u"Fingerprint of Mara's phone"_s));
@@ -204,29 +184,16 @@ private Q_SLOTS:
         QVERIFY(!probe.canPair() && !probe.sheet().isFingerprintConfirmed());
 
         // A phone that begins anew shows another fingerprint, and is another.
-        phones().must(u"cam-b server on"_s);
+        m_phones.must(u"cam-b server on"_s);
         QTRY_VERIFY_WITH_TIMEOUT(!probe.sheet().hasSelection(), limitMs);
         QTRY_VERIFY(!probe.shows(toggle));
         QVERIFY(!probe.canPair());
     }
 
-    void marksWhatIsIncomplete()
-    {
-        phones().must(u"cam-a txt fp none"_s);
-        phones().must(u"cam-a server on"_s);
-        SheetProbe probe;
-        QTRY_COMPARE_WITH_TIMEOUT(probe.buttonsWith(u"Incomplete secure-transfer advertisement"_s),
-                                  1, limitMs);
-        QVERIFY(!probe.named(u"Mara's phone"_s)->isEnabled());
-        probe.click(probe.named(u"Mara's phone"_s));
-        QVERIFY(!probe.sheet().hasSelection());
-        QCOMPARE(accessibilityFaults(probe.window()), QString());
-    }
-
     void pairsByTheKeyboardAlone()
     {
-        phones().must(u"cam-a server on"_s);
-        phones().must(u"cam-a code 246813"_s);
+        m_phones.must(u"cam-a server on"_s);
+        m_phones.must(u"cam-a code 246813"_s);
         SheetProbe probe;
         probe.awaitRow(u"Mara's phone"_s);
         QStringList visited;
@@ -262,7 +229,7 @@ private Q_SLOTS:
         QCOMPARE(probe.store().library().projects.size(), 1U);
 
         // The session is listed, and is gone from the list before the phone has heard of it.
-        phones().must(u"cam-a http end body silent"_s);
+        m_phones.must(u"cam-a http end body silent"_s);
         probe.open();
         QVERIFY(probe.shows(u"ACTIVE SESSIONS"_s));
         QCOMPARE(probe.codeText(), QString());
@@ -275,14 +242,14 @@ private Q_SLOTS:
 
     void waitsForARunningPairing()
     {
-        phones().must(u"cam-a server on"_s);
-        phones().must(u"cam-a code 246813"_s);
-        phones().must(u"cam-a http pair body hang 5"_s);
+        m_phones.must(u"cam-a server on"_s);
+        m_phones.must(u"cam-a code 246813"_s);
+        m_phones.must(u"cam-a http pair body hang 5"_s);
         SheetProbe probe;
         probe.awaitRow(u"Mara's phone"_s);
         probe.fillIn(u"Mara's phone"_s, u"246813"_s);
         const auto asked = [this] {
-            return phones().transfer(u"cam-a"_s)[u"requestsByRoute"_s][u"pair"_s].toInt();
+            return m_phones.transfer(u"cam-a"_s)[u"requestsByRoute"_s][u"pair"_s].toInt();
         };
         const int before = asked();
         probe.click(probe.named(pairButton));
@@ -293,7 +260,7 @@ private Q_SLOTS:
         probe.press(Qt::Key_Escape);
         QTRY_VERIFY(!probe.shows(pairButton));
         QVERIFY(probe.store().isBusy());
-        phones().must(u"cam-a hang-up"_s);
+        m_phones.must(u"cam-a hang-up"_s);
         QTRY_VERIFY(!probe.store().isBusy());
         QVERIFY(probe.view().hasError());
         QVERIFY(probe.store().transferSessions().empty());
@@ -301,7 +268,7 @@ private Q_SLOTS:
 
     void reachesAllInTheSmallestWindow()
     {
-        phones().must(u"all sleep"_s);
+        m_phones.must(u"all sleep"_s);
         PhonesSide many;
         for (int i = 0; i < 10; ++i)
             many.announce(u"Phone %1"_s.arg(i), transfer, 11 + i, quint16(8440 + i),
@@ -341,18 +308,22 @@ private Q_SLOTS:
         QVERIFY(reached.contains(toggle) && reached.contains(codeField));
     }
 
-    void showsStrangeNamesAsTheyAre()
+    void showsStrangeAnnouncementsAsTheyAre()
     {
-        phones().must(u"all sleep"_s);
+        m_phones.must(u"all sleep"_s);
         PhonesSide others;
         others.announce(u"<b>Bold</b> & co"_s, transfer, 11, 8441, soundText('a'));
         others.announce(u"Right\u202Ephone"_s, transfer, 12, 8442, soundText('b'));
         others.announce(u"📱 كاميرا"_s, transfer, 13, 8443, soundText('c'));
+        others.announce(u"Incomplete"_s, transfer, 14, 8444, {});
         SheetProbe probe;
         probe.awaitRow(u"<b>Bold</b> & co"_s);
         probe.awaitRow(u"📱 كاميرا"_s);
         QTRY_COMPARE_WITH_TIMEOUT(probe.buttonsWith(u"HTTPS • foreground only"_s), 3, limitMs);
         QVERIFY(!probe.shows(u"Right\u202Ephone"_s)); // the mark is made visible
+        QTRY_COMPARE_WITH_TIMEOUT(descriptionOf(probe.named(u"Incomplete"_s)),
+                                  u"Incomplete secure-transfer advertisement"_s, limitMs);
+        QVERIFY(!probe.named(u"Incomplete"_s)->isEnabled());
         probe.click(probe.named(u"<b>Bold</b> & co"_s));
         QTRY_VERIFY(probe.shows(u"Fingerprint of <b>Bold</b> & co"_s));
         int labels = 0;
@@ -366,9 +337,7 @@ private Q_SLOTS:
     }
 
 private:
-    [[nodiscard]] RigPhones &phones() { return *m_phones; }
-
-    std::optional<RigPhones> m_phones;
+    RigPhones m_phones{{.count = 6, .transfer = u"ask"_s, .clips = 2}};
 };
 
 QTEST_MAIN(ConnectSheetTest)

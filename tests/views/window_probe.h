@@ -14,9 +14,24 @@
 
 namespace vorn {
 
+/// What is awaited longest: far longer than anything takes on a busy machine.
+inline constexpr int limitMs = 30'000;
+
+/// A test of windows that look as the program's. In the lab only: they look for phones.
+class WindowTest : public QObject {
+    Q_OBJECT
+public:
+    static void initMain();
+
+private Q_SLOTS:
+    void initTestCase();
+};
+
 /// Hands to work a window like a user.
 class WindowHands {
 public:
+    /// Waits until the window is shown and active.
+    void takeUp(QWindow *window);
     [[nodiscard]] QQuickWindow *window() const { return m_window; }
 
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {});
@@ -33,14 +48,12 @@ public:
 
     /// What assistive tools say of the rows of that list, in their order.
     [[nodiscard]] QStringList spokenRows(const QString &name) const;
-    /// Moves the pointer onto the visible item of this name.
-    [[nodiscard]] bool pointAt(const QString &name);
-
-protected:
-    /// The window, once it is shown and active.
-    void takeUp(QWindow *window);
+    void pointAt(QQuickItem *item);
 
 private:
+    /// Where the middle of an item is, once it has come to rest.
+    [[nodiscard]] QPoint middleOf(QQuickItem *item) const;
+
     QQuickWindow *m_window = nullptr;
 };
 
@@ -64,10 +77,16 @@ private:
     std::unique_ptr<QWindow> m_owned;
 };
 
+/// The visible window of this title; null when there is none.
+[[nodiscard]] QQuickWindow *shownWindow(const QString &title);
 /// All items under `root` that are visible, and it.
 [[nodiscard]] QList<QQuickItem *> visibleItems(QQuickItem *root);
 /// Name of an item for assistive tools; empty when it has none.
 [[nodiscard]] QString accessibleName(QQuickItem *item);
+/// What they tell of it besides.
+[[nodiscard]] QString descriptionOf(QQuickItem *item);
+/// Presses it as they do.
+void pressAccessibly(QQuickItem *item);
 /// What of a window is of no use to assistive tools, a line for each fault.
 [[nodiscard]] QString accessibilityFaults(QQuickWindow *window);
 
