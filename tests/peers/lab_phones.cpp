@@ -2,9 +2,6 @@
 
 #include "phones_side.h"
 
-#include <QProcess>
-
-#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -12,9 +9,9 @@ using namespace Qt::StringLiterals;
 
 namespace vorn {
 
-FileDescriptor phoneSocket(const QString &host, std::uint16_t port)
+FileDescriptor phoneSocket(const QString &host)
 {
-    return boundOnPhonesSide(SOCK_DGRAM, host, port);
+    return boundOnPhonesSide(SOCK_DGRAM, host, 45454);
 }
 
 void sendToGroup(const FileDescriptor &phone, const QByteArray &data)
@@ -48,26 +45,22 @@ PhoneServer::PhoneServer(const QString &host, Serve serve)
 namespace {
 
 // All of the lab's network but the desktop's and the phones' ends.
-void setNeighbours(const char *verb)
+void setNeighbours(const QString &verb)
 {
-    for (const char *network : {"10.77.0.32/27", "10.77.0.64/26", "10.77.0.128/25"}) {
-        QProcess::execute(u"nsenter"_s,
-                          {u"--target"_s, qEnvironmentVariable("VORN_LAB_PHONES"), u"--net"_s,
-                           u"ip"_s, u"route"_s, QString::fromLatin1(verb), u"local"_s,
-                           QString::fromLatin1(network), u"dev"_s, u"lab1"_s});
-    }
+    for (const auto &network : {u"10.77.0.32/27"_s, u"10.77.0.64/26"_s, u"10.77.0.128/25"_s})
+        ipBeyond(u"route %1 local %2 dev lab1"_s.arg(verb, network));
 }
 
 } // namespace
 
 LabNeighbours::LabNeighbours()
 {
-    setNeighbours("add");
+    setNeighbours(u"add"_s);
 }
 
 LabNeighbours::~LabNeighbours()
 {
-    setNeighbours("delete");
+    setNeighbours(u"delete"_s);
 }
 
 QByteArray status(const QString &id, int battery, const QByteArray &stamps)
@@ -94,10 +87,12 @@ std::optional<std::int64_t> batteryOf(const LiveCameraDiscovery &discovery, cons
     return camera ? camera->battery : std::nullopt;
 }
 
-void serveIdentity(TcpPeer &peer, const QByteArray &body)
+TcpServer::Serve answering(const QByteArray &body)
 {
-    if (peer.receive(1) == "\x03")
-        peer.sendFrame(body);
+    return [body](TcpPeer &peer) {
+        if (peer.receive(1) == "\x03")
+            peer.sendFrame(body);
+    };
 }
 
 } // namespace vorn

@@ -7,8 +7,8 @@
 
 namespace vorn {
 
-/// A UDP socket of the phone at `host`, on the status port unless `port` says otherwise.
-[[nodiscard]] FileDescriptor phoneSocket(const QString &host, std::uint16_t port = 45454);
+/// A UDP socket of the phone at `host`, on the status port.
+[[nodiscard]] FileDescriptor phoneSocket(const QString &host);
 
 /// Sends to every computer that listens for statuses.
 void sendToGroup(const FileDescriptor &phone, const QByteArray &data);
@@ -23,8 +23,8 @@ public:
     PhoneServer(const QString &host, Serve serve);
 };
 
-/// Waits for the request and answers with a length and a body.
-void serveIdentity(TcpPeer &peer, const QByteArray &body);
+/// Answers the request for who a phone is, with a length and a body.
+[[nodiscard]] TcpServer::Serve answering(const QByteArray &body);
 
 /// Most hosts of the lab's network are at home and refuse to talk, for as long as this lives: a
 /// scan, which waits for those that are not, is quick then.

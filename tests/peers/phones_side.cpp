@@ -1,8 +1,8 @@
 #include "phones_side.h"
 
 #include <QHostAddress>
+#include <QProcess>
 
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/socket.h>
@@ -12,6 +12,15 @@
 using namespace Qt::StringLiterals;
 
 namespace vorn {
+namespace {
+
+void run(const QString &program, const QStringList &arguments)
+{
+    if (QProcess::execute(program, arguments) != 0)
+        qFatal("%s %s failed", qPrintable(program), qPrintable(arguments.join(u' ')));
+}
+
+} // namespace
 
 void enterPhonesSide()
 {
@@ -21,32 +30,30 @@ void enterPhonesSide()
         qFatal("run this test in scripts/lab");
 }
 
-sockaddr_in endpoint(const QString &host, std::uint16_t port)
-{
-    sockaddr_in made{};
-    made.sin_family = AF_INET;
-    made.sin_port = htons(port);
-    if (::inet_pton(AF_INET, host.toLatin1().constData(), &made.sin_addr) != 1)
-        qFatal("no address: %s", qPrintable(host));
-    return made;
-}
-
 FileDescriptor boundOnPhonesSide(int type, const QString &host, std::uint16_t port)
 {
     FileDescriptor made;
     std::thread([&] {
         enterPhonesSide();
-        made = FileDescriptor(::socket(AF_INET, type | SOCK_CLOEXEC, 0));
+        made = boundTo(type, host, port);
     }).join();
-    const int on = 1;
-    ::setsockopt(made.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    const sockaddr_in address = endpoint(host, port);
-    if (::bind(made.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
-        qFatal("cannot bind %s", qPrintable(host));
-    if (type == SOCK_DGRAM)
-        ::setsockopt(made.get(), IPPROTO_IP, IP_MULTICAST_IF, &address.sin_addr,
-                     sizeof address.sin_addr);
+    if (type == SOCK_DGRAM) {
+        const in_addr address = endpoint(host, port).sin_addr;
+        ::setsockopt(made.get(), IPPROTO_IP, IP_MULTICAST_IF, &address, sizeof address);
+    }
     return made;
+}
+
+void ip(const QString &arguments)
+{
+    run(u"ip"_s, arguments.split(u' '));
+}
+
+void ipBeyond(const QString &arguments)
+{
+    run(u"nsenter"_s,
+        QStringList{u"--target"_s, qEnvironmentVariable("VORN_LAB_PHONES"), u"--net"_s, u"ip"_s}
+            + arguments.split(u' '));
 }
 
 PhonesSide::PhonesSide()
@@ -58,13 +65,11 @@ PhonesSide::PhonesSide()
 }
 
 void PhonesSide::announce(const QString &name, const QString &type, int lastByte, quint16 port,
-                          const rig::ServiceText &text, const std::function<void()> &published)
+                          const rig::ServiceText &text)
 {
     m_thread.post([=](AnnouncedServices &services) {
         auto made = std::make_unique<rig::Announcement>(
             name, type, QHostAddress(u"10.77.0.%1"_s.arg(lastByte)), port, text);
-        if (published)
-            QObject::connect(made.get(), &rig::Announcement::published, published);
         services.announcements.insert_or_assign({name, type}, std::move(made));
     });
 }
@@ -79,11 +84,6 @@ void PhonesSide::setText(const QString &name, const QString &type, const rig::Se
 void PhonesSide::withdraw(const QString &name, const QString &type)
 {
     m_thread.post([=](AnnouncedServices &services) { services.announcements.erase({name, type}); });
-}
-
-void PhonesSide::withdrawAll()
-{
-    m_thread.post([](AnnouncedServices &services) { services.announcements.clear(); });
 }
 
 QStringList names(const LANDiscovery &discovery)

@@ -1,16 +1,13 @@
 #pragma once
 
-#include "base/files.h"
 #include "base/worker_thread.h"
 #include "rig/transfer/announcement.h"
+#include "tcp_server.h"
 #include "transfer/lan_discovery.h"
 
 #include <QByteArray>
 #include <QString>
 
-#include <netinet/in.h>
-
-#include <functional>
 #include <map>
 #include <memory>
 #include <utility>
@@ -27,8 +24,9 @@ void enterPhonesSide();
 /// A socket of the phones' side at `host`, of a type such as SOCK_DGRAM. Sends multicast from
 /// there.
 [[nodiscard]] FileDescriptor boundOnPhonesSide(int type, const QString &host, std::uint16_t port);
-/// An IPv4 address for the system's calls.
-[[nodiscard]] sockaddr_in endpoint(const QString &host, std::uint16_t port);
+/// `ip` with these arguments, on the desktop's side or the phones'.
+void ip(const QString &arguments);
+void ipBeyond(const QString &arguments);
 
 /// The announced services, on a thread of the phones' side.
 struct AnnouncedServices {
@@ -42,13 +40,12 @@ class PhonesSide {
 public:
     PhonesSide();
 
-    /// A phone at 10.77.0.`lastByte`. `published` is called on another thread.
+    /// A phone at 10.77.0.`lastByte`.
     void announce(const QString &name, const QString &type, int lastByte, quint16 port,
-                  const rig::ServiceText &text = {}, const std::function<void()> &published = {});
+                  const rig::ServiceText &text = {});
     void setText(const QString &name, const QString &type, const rig::ServiceText &text);
     /// Says goodbye.
     void withdraw(const QString &name, const QString &type);
-    void withdrawAll();
 
 private:
     WorkerThread<AnnouncedServices> m_thread;

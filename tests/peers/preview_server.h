@@ -14,11 +14,29 @@ public:
 
     /// Listens on a loopback address; port 0 takes a free one.
     explicit PreviewServer(const Answer &answer, const QString &host = QStringLiteral("127.0.0.1"),
-                           std::uint16_t port = 0);
+                           std::uint16_t port = 0)
+        : m_server(
+              [this, answer](TcpPeer &peer) {
+                  const QByteArray mode = peer.receive(1);
+                  if (mode.isEmpty())
+                      return;
+                  {
+                      const std::scoped_lock lock(m_mutex);
+                      m_modes.push_back(mode.front());
+                  }
+                  answer(mode.front(), peer);
+              },
+              host, port)
+    {
+    }
 
     [[nodiscard]] std::uint16_t port() const { return m_server.port(); }
     /// What was asked for up to now, in order. Any thread.
-    [[nodiscard]] std::vector<int> modes() const;
+    [[nodiscard]] std::vector<int> modes() const
+    {
+        const std::scoped_lock lock(m_mutex);
+        return m_modes;
+    }
     /// Connections that the client holds. Any thread.
     [[nodiscard]] int openConnections() const { return m_server.openConnections(); }
 

@@ -20,18 +20,13 @@ RigPhones::RigPhones(const RigPhonesOptions &options)
     const QString control = m_folder.filePath(u"control"_s);
     const QString lab = qEnvironmentVariable("VORN_LAB_PHONES");
     QStringList command{
-        QStringLiteral(VORN_RIG), u"phones"_s,      u"--count"_s, QString::number(options.count),
-        u"--transfer"_s,          options.transfer, u"--seed"_s,  QString::number(options.seed),
-        u"--control"_s,           control};
+        QStringLiteral(VORN_RIG), u"phones"_s,      u"--count"_s,   QString::number(options.count),
+        u"--transfer"_s,          options.transfer, u"--control"_s, control};
     if (lab.isEmpty())
         command += {u"--address"_s,      u"127.0.0.2"_s, u"--port"_s,    u"0"_s,
                     u"--preview-port"_s, u"0"_s,         u"--desktop"_s, u"none"_s};
     else
         command = QStringList{u"nsenter"_s, u"--target"_s, lab, u"--net"_s} + command;
-    if (!options.desktop.isEmpty())
-        command += {u"--desktop"_s, options.desktop};
-    if (!options.media.isEmpty())
-        command += {u"--media"_s, options.media};
     if (options.clips > 0)
         command += {u"--clips"_s, QString::number(options.clips)};
     command += options.more;

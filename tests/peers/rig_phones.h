@@ -12,13 +12,8 @@ namespace vorn {
 struct RigPhonesOptions {
     int count = 4;
     QString transfer = QStringLiteral("approve"); ///< ask, approve, decline, pending or silent
-    int seed = 1;
-    /// Gets the status packets by unicast, such as "127.0.0.1:50000". By default 10.77.0.1 in the
-    /// lab, and nobody elsewhere.
-    QString desktop = {};
-    QString media = {};    ///< folder of vorn-rig take, or of several, for Transfer Mode
-    int clips = 0;         ///< synthetic clips of each phone besides
-    QStringList more = {}; ///< further options of vorn-rig phones
+    int clips = 0;                                ///< synthetic clips of each phone
+    QStringList more = {};                        ///< further options of vorn-rig phones
 };
 
 /// The simulated phones of vorn-rig in a process of their own, for as long as this object lives.
@@ -48,9 +43,6 @@ public:
 
     /// Makes the pictures of all phones in their present formats before somebody waits for them.
     void render();
-
-    /// The phones' process, such as for measuring what it uses.
-    [[nodiscard]] qint64 processId() const { return m_process.processId(); }
 
 private:
     QTemporaryDir m_folder;

@@ -10,21 +10,27 @@
 #include <utility>
 
 namespace vorn {
-namespace {
 
-FileDescriptor boundTo(const QString &host, std::uint16_t port)
+sockaddr_in endpoint(const QString &host, std::uint16_t port)
 {
-    FileDescriptor made(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    return {.sin_family = AF_INET,
+            .sin_port = htons(port),
+            .sin_addr = {.s_addr = ::inet_addr(qPrintable(host))},
+            .sin_zero = {}};
+}
+
+FileDescriptor boundTo(int type, const QString &host, std::uint16_t port)
+{
+    FileDescriptor made(::socket(AF_INET, type | SOCK_CLOEXEC, 0));
     const int yes = 1;
     ::setsockopt(made.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    const sockaddr_in address{.sin_family = AF_INET,
-                              .sin_port = htons(port),
-                              .sin_addr = {.s_addr = ::inet_addr(qPrintable(host))},
-                              .sin_zero = {}};
+    const sockaddr_in address = endpoint(host, port);
     if (::bind(made.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
         qFatal("cannot bind %s:%d", qPrintable(host), int(port));
     return made;
 }
+
+namespace {
 
 /// Lets `listener` listen. Gives where.
 sockaddr_in listening(const FileDescriptor &listener, int queue)
@@ -72,7 +78,7 @@ void TcpPeer::stayUntilClosed()
 }
 
 TcpServer::TcpServer(Serve serve, const QString &host, std::uint16_t port)
-    : TcpServer(boundTo(host, port), std::move(serve))
+    : TcpServer(boundTo(SOCK_STREAM, host, port), std::move(serve))
 {
 }
 
@@ -137,7 +143,7 @@ void TcpServer::acceptAll()
 }
 
 DeafListener::DeafListener()
-    : m_listener(boundTo(QStringLiteral("127.0.0.1"), 0)),
+    : m_listener(boundTo(SOCK_STREAM, QStringLiteral("127.0.0.1"), 0)),
       m_waiting(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
     const sockaddr_in address = listening(m_listener, 0);

@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <netinet/in.h>
+
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -13,6 +15,11 @@
 #include <thread>
 
 namespace vorn {
+
+/// An IPv4 address for the system's calls.
+[[nodiscard]] sockaddr_in endpoint(const QString &host, std::uint16_t port);
+/// A socket of a type such as SOCK_STREAM; port 0 takes a free one.
+[[nodiscard]] FileDescriptor boundTo(int type, const QString &host, std::uint16_t port);
 
 /// One connection as its server sees it. Thread: the one that serves it.
 class TcpPeer {
