@@ -167,12 +167,15 @@ private Q_SLOTS:
 
     void asksFewAtATime()
     {
-        // On this thread, so that no socket comes or goes while the system counts them.
+        // On this thread, so that no socket comes or goes while the system counts them. None of
+        // these hosts is there.
+        auto hosts = hostsToScan({u"10.77.0.1"_s});
+        hosts.erase(hosts.begin(), hosts.end() - 2 * CameraScan::maximumProbes);
         CameraScan scan([] { return 0; });
         const QSignalSpy finished(&scan, &CameraScan::finished);
-        scan.start(hostsToScan({u"10.77.0.1"_s}));
         QElapsedTimer duration;
         duration.start();
+        scan.start(hosts);
         qsizetype most = 0;
         while (scan.isRunning() && duration.elapsed() < 60'000) {
             most = std::max(most, connectingSockets());
@@ -180,10 +183,9 @@ private Q_SLOTS:
         }
         QCOMPARE(finished.count(), 1);
         QCOMPARE(most, CameraScan::maximumProbes);
-        // The 237 that are not there, ten times 24 of them, are given 0.8 s each: neither less nor
-        // as long as the system would wait.
-        QVERIFY2(duration.elapsed() >= 7'900 && duration.elapsed() < 16'000,
-                 qPrintable(QString::number(duration.elapsed())));
+        // Each is given 0.8 s, those of the second half after the first: neither less nor as long
+        // as the system would wait, two minutes.
+        QVERIFY2(duration.elapsed() >= 1'500, qPrintable(QString::number(duration.elapsed())));
     }
 
     void asksAgainOnDemand()
