@@ -5,15 +5,7 @@
 #include <QImage>
 #include <QImageWriter>
 
-#include <cstddef>
-#include <span>
-
 namespace vorn {
-
-[[nodiscard]] inline std::span<const std::byte> bytesOf(const QByteArray &bytes)
-{
-    return std::as_bytes(std::span(bytes));
-}
 
 /// A picture in which no two parts look alike; `seed` gives others.
 [[nodiscard]] inline QImage samplePicture(QSize size, int seed = 0)

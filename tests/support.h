@@ -1,12 +1,15 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDir>
 #include <QFile>
 #include <QString>
 
 #include <sys/stat.h>
 
+#include <cstddef>
 #include <exception>
+#include <span>
 
 namespace vorn {
 
@@ -27,6 +30,19 @@ inline void writePlain(const QString &path, const QByteArray &bytes)
     QFile file(path);
     if (!file.open(QFile::WriteOnly) || file.write(bytes) != bytes.size())
         qFatal("cannot write %s", qPrintable(path));
+}
+
+[[nodiscard]] inline std::span<const std::byte> bytesOf(const QByteArray &bytes)
+{
+    return std::as_bytes(std::span(bytes));
+}
+
+/// Entries of one of this process's folders in /proc, such as "task" for its threads.
+[[nodiscard]] inline qsizetype processEntries(const char *folder)
+{
+    return QDir(QStringLiteral("/proc/self/") + QLatin1StringView(folder))
+        .entryList(QDir::NoFilter | QDir::NoDotAndDotDot)
+        .size();
 }
 
 /// The permission bits of what stands at `path`, such as 0600; 0 when nothing does.

@@ -1,8 +1,8 @@
 #include "https/pinned_https.h"
 #include "outcome.h"
+#include "support.h"
 #include "tls_server.h"
 
-#include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -55,11 +55,6 @@ Case failureOf(Outcome<HttpsAnswer> outcome)
     return none;
 }
 
-qsizetype threadCount()
-{
-    return QDir(u"/proc/self/task"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
-}
-
 } // namespace
 
 /// All of it runs in an environment that would have other HTTP clients go astray.
@@ -82,9 +77,7 @@ private Q_SLOTS:
             qputenv(name, "/nowhere");
         qputenv("SSLKEYLOGFILE", keyFile().toUtf8());
         qputenv("HOME", m_home.path().toUtf8());
-        QFile passwords(m_home.filePath(u".netrc"_s));
-        QVERIFY(passwords.open(QFile::WriteOnly));
-        passwords.write("default login me password secret\n");
+        writePlain(m_home.filePath(u".netrc"_s), "default login me password secret\n");
     }
 
     void heedsNoEnvironment()
@@ -369,7 +362,7 @@ private Q_SLOTS:
         HttpsOrigin origin = originOf(server);
         if (phase == 0)
             origin.port = deaf.port();
-        const qsizetype threadsBefore = threadCount();
+        const qsizetype threadsBefore = processEntries("task");
         auto https = std::make_unique<PinnedHttps>(origin);
         Outcome first(https->send(anyRequest()));
         Outcome waiting(https->send(anyRequest()));
@@ -390,7 +383,7 @@ private Q_SLOTS:
         if (https)
             QCOMPARE(failureOf(Outcome(https->send(anyRequest()))), Case::closed);
         https.reset();
-        QTRY_VERIFY(threadCount() <= threadsBefore);
+        QTRY_VERIFY(processEntries("task") <= threadsBefore);
     }
 };
 

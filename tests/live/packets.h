@@ -1,19 +1,13 @@
 #pragma once
 
 #include "live/live_packet.h"
+#include "support.h"
 
 #include <QByteArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <span>
-
 namespace vorn {
-
-inline std::span<const std::byte> bytesOf(const QByteArray &data)
-{
-    return std::as_bytes(std::span(data));
-}
 
 /// The object that `text` writes with apostrophes for quotation marks.
 inline QJsonObject object(const char *text)

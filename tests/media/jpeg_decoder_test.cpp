@@ -1,5 +1,6 @@
 #include "jpeg_samples.h"
 #include "media/jpeg_decoder.h"
+#include "support.h"
 
 #include <QtTest>
 

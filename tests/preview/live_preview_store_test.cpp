@@ -1,8 +1,8 @@
 #include "jpeg_samples.h"
 #include "preview/live_preview_store.h"
 #include "preview_server.h"
+#include "support.h"
 
-#include <QDir>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -43,11 +43,6 @@ PreviewServer::Answer streamOf(const QByteArray &jpeg)
     };
 }
 
-void staySilent(int, TcpPeer &peer)
-{
-    peer.stayUntilClosed();
-}
-
 LiveCamera camera(const QString &id, const QString &host)
 {
     LiveCamera record;
@@ -66,25 +61,6 @@ LivePreviewStore *makeStore(std::uint16_t port, QObject *parent)
                                           .wallPause = 10ms,
                                           .selectedPause = 5ms}},
                                 parent);
-}
-
-qsizetype descriptors()
-{
-    return QDir(u"/proc/self/fd"_s).entryList(QDir::NoFilter | QDir::NoDotAndDotDot).size();
-}
-
-/// The names of this program's threads.
-QStringList threads()
-{
-    QStringList names;
-    for (const QString &id :
-         QDir(u"/proc/self/task"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile name(u"/proc/self/task/%1/comm"_s.arg(id));
-        if (name.open(QFile::ReadOnly)) // else it has just ended
-            names << QString::fromUtf8(name.readAll().trimmed());
-    }
-    names.sort();
-    return names;
 }
 
 } // namespace
@@ -176,7 +152,7 @@ private Q_SLOTS:
 
     void aStopEndsTheStreamOfASilentPhone()
     {
-        PreviewServer server(staySilent);
+        PreviewServer server([](int, TcpPeer &peer) { peer.stayUntilClosed(); });
         QObject scope;
         // It would wait for an hour.
         auto *const store = new LivePreviewStore(
@@ -210,15 +186,15 @@ private Q_SLOTS:
         for (int i = 0; i < 10; ++i)
             cycle();
         QTRY_COMPARE(server.openConnections(), 0);
-        const auto descriptorsBefore = descriptors();
-        const auto threadsBefore = threads();
+        const auto descriptorsBefore = processEntries("fd");
+        const auto threadsBefore = processEntries("task");
         const auto heap = [] { return ::mallinfo2().uordblks + ::mallinfo2().hblkhd; };
         const auto heapBefore = heap();
         for (int i = 0; i < 100; ++i)
             cycle();
         QTRY_COMPARE(server.openConnections(), 0);
-        QTRY_COMPARE(descriptors(), descriptorsBefore);
-        QTRY_COMPARE(threads(), threadsBefore);
+        QTRY_COMPARE(processEntries("fd"), descriptorsBefore);
+        QTRY_COMPARE(processEntries("task"), threadsBefore);
         // Room for what an allocator keeps; a lost picture a cycle would be 1.2 MB.
         QVERIFY2(heap() < heapBefore + 300'000, qPrintable(QString::number(heap() - heapBefore)));
     }
