@@ -1,12 +1,18 @@
-// The road of a picture from its socket to the window, on plain threads. Under the thread
-// sanitizer, which misjudges Qt's event queue, it shows that what crosses between them does so in
-// order. With the argument --race it does not, which the sanitizer must find.
+// The roads of a status from its bytes to the camera list, and of a picture from its socket to the
+// window, on plain threads. Under the thread sanitizer, which misjudges Qt's event queue, it shows
+// that what crosses between them does so in order. With the argument --race it does not, which the
+// sanitizer must find.
 
 #include "jpeg_samples.h"
+#include "lab_phones.h"
+#include "live/camera_list.h"
+#include "live/peer_snapshot_orders.h"
+#include "live/snapshot_batch.h"
 #include "preview/frame_mailbox.h"
 #include "preview/stream_reconciler.h"
 #include "preview/stream_worker.h"
 #include "preview_server.h"
+#include "support.h"
 
 #include <condition_variable>
 #include <cstdio>
@@ -157,7 +163,52 @@ private:
     Window m_window; ///< ends first, since it still posts to the queue
 };
 
-void handOver()
+/// Statuses are heard on one thread and listed on another, which says in turn whom it lists.
+void handOverStatuses()
+{
+    constexpr int statuses = 2000;
+    Queue discovery;
+    Queue window;
+    PeerSnapshotOrders orders;
+    SnapshotBatch batch;
+    CameraList list;
+    int heard = 0;
+    int told = 0;
+    int listed = 0;
+    const auto show = [&](const std::vector<CameraSnapshot> &taken) {
+        QSet<QString> ids;
+        for (const CameraSnapshot &snapshot : taken)
+            list.apply(snapshot, std::chrono::system_clock::now());
+        for (const LiveCamera &camera : list.cameras())
+            ids.insert(camera.id);
+        ++listed;
+        discovery.post([&batch, &told, ids] {
+            batch.setListed(ids);
+            ++told;
+        });
+    };
+    const auto hear = [&] {
+        ++heard;
+        const QByteArray bytes = status(u"cam-%1"_s.arg(heard % 7), heard,
+                                        sequenced("3f2504e0-4f89-41d3-9a0c-0305e82c3301", heard));
+        const auto packet = decodePacket(bytesOf(bytes));
+        if (!packet || !orders.acceptDatagram(*packet, MonotonicClock::now()))
+            qFatal("a status is refused");
+        batch.add({*packet, u"10.0.0.1"_s});
+        window.post([&show, taken = batch.take()] { show(taken); });
+    };
+    std::thread worker([&] {
+        for (int i = 0; i < statuses; ++i)
+            discovery.post(hear);
+        discovery.runUntil([&told] { return told == statuses; });
+    });
+    window.runUntil([&listed] { return listed == statuses; });
+    worker.join();
+    if (list.cameras().size() != 7)
+        qFatal("%zu cameras", list.cameras().size());
+}
+
+void handOverFrames()
 {
     const QByteArray jpeg = jpegOf(samplePicture({64, 48}));
     const PreviewServer::Answer stream = [jpeg](int, TcpPeer &peer) {
@@ -189,9 +240,11 @@ void race()
 
 int main(int argc, char **argv)
 {
-    if (argc > 1 && std::strcmp(argv[1], "--race") == 0)
+    if (argc > 1 && std::strcmp(argv[1], "--race") == 0) {
         race();
-    else
-        handOver();
+        return 0;
+    }
+    handOverStatuses();
+    handOverFrames();
     return 0;
 }
