@@ -23,9 +23,7 @@ class PreviewPhonesTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        RigPhonesOptions options;
-        options.count = 1;
-        m_phones = std::make_unique<RigPhones>(options);
+        m_phones.emplace(RigPhonesOptions{.count = 1});
         m_phones->render();
         const QJsonObject phone = m_phones->phone(u"cam-a"_s);
         m_port = std::uint16_t(phone[u"previewPort"_s].toInt());
@@ -113,7 +111,7 @@ private:
     bool hasFrame() const { return m_store->wallFrames().contains(m_camera.id); }
     const PreviewFrame &frame() const { return m_store->wallFrames().at(m_camera.id); }
 
-    std::unique_ptr<RigPhones> m_phones;
+    std::optional<RigPhones> m_phones;
     std::uint16_t m_port = 0;
     LiveCamera m_camera;
     std::unique_ptr<LivePreviewStore> m_store;
