@@ -1,5 +1,6 @@
 #include "live/frame_orientation.h"
 
+#include <QSizeF>
 #include <QtTest>
 
 #include <limits>
@@ -10,67 +11,45 @@ using namespace Qt::StringLiterals;
 class FrameOrientationTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void normalizesRotations()
-    {
-        QCOMPARE(CameraFrameOrientation::normalized(-90), 270);
-        QCOMPARE(CameraFrameOrientation::normalized(450), 90);
-        QCOMPARE(CameraFrameOrientation::normalized(-360), 0);
-        QCOMPARE(CameraFrameOrientation::normalized(std::numeric_limits<std::int64_t>::min()), 352);
-    }
-
-    void readsAspects_data()
-    {
-        QTest::addColumn<int>("isLandscape"); // -1: neither
-        QTest::newRow("16:9") << 1;
-        QTest::newRow("1920x1080") << 1;
-        QTest::newRow("9X16") << 0;
-        QTest::newRow(" 9 ×\t16 ") << 0;
-        QTest::newRow("::2.39::1") << 1;
-        QTest::newRow("1:1") << -1;
-        QTest::newRow("—") << -1;
-        QTest::newRow("") << -1;
-        QTest::newRow("16:9:1") << -1;
-        QTest::newRow("16:0") << -1;
-        QTest::newRow("-16:9") << -1;
-        QTest::newRow("16:nan") << -1;
-        QTest::newRow("16: ") << -1;
-    }
-
-    void readsAspects()
-    {
-        QFETCH(const int, isLandscape);
-        const auto read =
-            CameraFrameOrientation::isLandscape(QString::fromUtf8(QTest::currentDataTag()));
-        QCOMPARE(read ? int(*read) : -1, isLandscape);
-    }
-
     void turnsOnlyWhatLiesOtherwise_data()
     {
-        QTest::addColumn<double>("width");
-        QTest::addColumn<double>("height");
+        QTest::addColumn<QSizeF>("image");
         QTest::addColumn<QString>("aspect");
         QTest::addColumn<qint64>("advertised");
         QTest::addColumn<qint64>("effective");
-        QTest::newRow("upright") << 1920.0 << 1080.0 << u"16:9"_s << qint64{90} << qint64{0};
-        QTest::newRow("upright portrait")
-            << 1080.0 << 1920.0 << u"9:16"_s << qint64{-90} << qint64{0};
-        QTest::newRow("lying") << 1080.0 << 1920.0 << u"16:9"_s << qint64{90} << qint64{90};
-        QTest::newRow("no aspect") << 1920.0 << 1080.0 << u"—"_s << qint64{90} << qint64{90};
-        QTest::newRow("half turn") << 1920.0 << 1080.0 << u"16:9"_s << qint64{180} << qint64{180};
-        QTest::newRow("square") << 1080.0 << 1080.0 << u"16:9"_s << qint64{-90} << qint64{270};
-        QTest::newRow("nearly square") << 1080.5 << 1080.0 << u"16:9"_s << qint64{90} << qint64{90};
-        QTest::newRow("no image") << 0.0 << 1080.0 << u"9:16"_s << qint64{90} << qint64{90};
+        const QSizeF wide(1920, 1080);
+        const QSizeF tall(1080, 1920);
+        const auto row = [](const char *name, QSizeF image, const QString &aspect,
+                            qint64 advertised, qint64 effective) {
+            QTest::newRow(name) << image << aspect << advertised << effective;
+        };
+        row("upright", wide, u"16:9"_s, 90, 0);
+        row("upright portrait", tall, u"9:16"_s, -90, 0);
+        row("lying", tall, u"16:9"_s, 90, 90);
+        row("half turn", wide, u"16:9"_s, 180, 180);
+        row("square", {1080, 1080}, u"16:9"_s, -90, 270);
+        row("nearly square", {1080.5, 1080}, u"16:9"_s, 90, 90);
+        row("no image", {0, 1080}, u"9:16"_s, 90, 90);
+        row("more than a turn", wide, u"9:16"_s, 450, 90);
+        row("a whole turn back", wide, u"16:9"_s, -360, 0);
+        row("the least", wide, u"16:9"_s, std::numeric_limits<qint64>::min(), 352);
+        // An aspect that says "wide" makes of this picture one that is upright, "tall" or nothing
+        // one that lies.
+        for (const auto &aspect : {u"1920x1080"_s, u" 16 ×\t9 "_s, u"16X9"_s, u"::2.39::1"_s})
+            row(qPrintable(aspect), wide, aspect, 90, 0);
+        for (const auto &aspect : {u"—"_s, u""_s, u"1:1"_s, u"16:9:1"_s, u"16:0"_s, u"16:-9"_s,
+                                   u"inf:9"_s, u"16:nan"_s, u"16: "_s})
+            row(qPrintable(aspect), wide, aspect, 90, 90);
     }
 
     void turnsOnlyWhatLiesOtherwise()
     {
-        QFETCH(const double, width);
-        QFETCH(const double, height);
+        QFETCH(const QSizeF, image);
         QFETCH(const QString, aspect);
         QFETCH(const qint64, advertised);
-        QFETCH(const qint64, effective);
-        QCOMPARE(CameraFrameOrientation::effectiveRotation(width, height, aspect, advertised),
-                 effective);
+        QTEST(qint64{CameraFrameOrientation::effectiveRotation(image.width(), image.height(),
+                                                               aspect, advertised)},
+              "effective");
     }
 };
 

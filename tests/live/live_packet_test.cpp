@@ -16,17 +16,9 @@ QJsonValue parsed(const char *text)
     return object(("{'x':" + QByteArray(text) + '}').constData()).value(u"x");
 }
 
-QByteArray json(const char *text)
+QByteArray json(QByteArray text)
 {
-    return QByteArray(text).replace('\'', '"');
-}
-
-/// A status of exactly `size` bytes.
-QByteArray statusOfSize(qsizetype size)
-{
-    const QByteArray head = json("{'v':1,'type':'status','sender':'a','payload':{'x':'");
-    const QByteArray tail = json("'}}");
-    return head + QByteArray(size - head.size() - tail.size(), 'x') + tail;
+    return text.replace('\'', '"');
 }
 
 template <class Number> QString shown(const std::optional<Number> &number)
@@ -93,32 +85,25 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<QString>("sender"); // empty: refused
         QTest::addColumn<QString>("type");
-        const auto row = [](const char *name, const char *text, QString sender = {},
+        const auto row = [](const char *name, const QByteArray &text, QString sender = {},
                             QString type = u"status"_s) {
             QTest::newRow(name) << json(text) << sender << type;
         };
         row("status", "{'v':1,'type':'status','sender':'a','payload':{}}", u"a"_s);
         row("announce", "{'v':1,'type':'announce','sender':'a','payload':{}}", u"a"_s,
             u"announce"_s);
-        row("capitals", "{'v':1,'type':'STATUS','sender':'a','payload':{}}", u"a"_s);
-        row("version 1.0", "{'v':1.0,'type':'status','sender':'a','payload':{}}", u"a"_s);
-        row("unknown keys", "{'v':1,'type':'status','sender':'a','payload':{'y':[{}]},'x':{}}",
-            u"a"_s);
-        row("id agrees", "{'v':1,'type':'status','sender':'a','payload':{'id':'a'}}", u"a"_s);
+        row("capitals", "{'v':1.0,'type':'STATUS','sender':'a','payload':{}}", u"a"_s);
         row("a mark in front", "{'v':1,'type':'status','sender':'\xEF\xBB\xBF','payload':{}}",
             u"\uFEFF"_s);
         row("id alone", "{'v':1,'type':'status','payload':{'id':'b'}}", u"b"_s);
         row("sender is a number", "{'v':1,'type':'status','sender':7,'payload':{'id':'b'}}",
             u"b"_s);
         row("id is a number", "{'v':1,'type':'status','sender':'a','payload':{'id':7}}", u"a"_s);
-        row("id differs", "{'v':1,'type':'status','sender':'a','payload':{'id':'b'}}");
         row("id differs in case", "{'v':1,'type':'status','sender':'a','payload':{'id':'A'}}");
         row("nobody", "{'v':1,'type':'status','payload':{}}");
         row("empty sender", "{'v':1,'type':'status','sender':'','payload':{}}");
         row("empty sender beside an id",
             "{'v':1,'type':'status','sender':'','payload':{'id':'b'}}");
-        row("version true", "{'v':true,'type':'status','sender':'a','payload':{}}");
-        row("version 2", "{'v':2,'type':'status','sender':'a','payload':{}}");
         row("version as text", "{'v':'1','type':'status','sender':'a','payload':{}}");
         row("no version", "{'type':'status','sender':'a','payload':{}}");
         row("other type", "{'v':1,'type':'hello','sender':'a','payload':{}}");
@@ -126,26 +111,13 @@ private Q_SLOTS:
         row("no type", "{'v':1,'sender':'a','payload':{}}");
         row("no payload", "{'v':1,'type':'status','sender':'a'}");
         row("payload is a list", "{'v':1,'type':'status','sender':'a','payload':[]}");
-        row("a list", "[{'v':1,'type':'status','sender':'a','payload':{}}]");
-        row("cut", "{'v':1,'type':'status','sender':'a','payload':{}");
         row("more behind", "{'v':1,'type':'status','sender':'a','payload':{}}{}");
         row("no JSON number", "{'v':1,'type':'status','sender':'a','payload':{'x':NaN}}");
-        row("empty", "");
-        QTest::newRow("no UTF-8") << json("{'v':1,'type':'status','sender':'\xFF','payload':{}}")
-                                  << QString() << QString();
-        QTest::newRow("nested 4,000 deep")
-            << json("{'v':1,'type':'status','sender':'a','payload':{'x':") + QByteArray(4000, '[')
-                   + QByteArray(4000, ']') + "}}"
-            << QString() << QString();
-        QTest::newRow("8192 bytes") << statusOfSize(8192) << u"a"_s << u"status"_s;
-        QTest::newRow("8193 bytes") << statusOfSize(8193) << QString() << QString();
-        for (const int letters : {64, 65}) {
-            const QString sender(letters, QChar(u'ü'));
-            QTest::addRow("sender of %d bytes", 2 * letters)
-                << json("{'v':1,'type':'status','sender':'") + sender.toUtf8()
-                       + json("','payload':{}}")
-                << (letters == 64 ? sender : QString()) << u"status"_s;
-        }
+        const QString longest(64, u'ü');
+        row("sender of 128 bytes",
+            "{'v':1,'type':'status','sender':'" + longest.toUtf8() + "','payload':{}}", longest);
+        row("sender of 129 bytes",
+            "{'v':1,'type':'status','sender':'" + longest.toUtf8() + "x','payload':{}}");
     }
 
     void readsSnapshots()
@@ -180,35 +152,21 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<bool>("isRead");
-        const auto row = [](const char *name, const char *text, bool isRead = false) {
-            QTest::newRow(name) << json(text) << isRead;
+        const auto row = [](const char *name, const QByteArray &payload, bool isRead = false,
+                            const QByteArray &head = "'v':1,'type':'Command','sender':'a'") {
+            QTest::newRow(name) << json('{' + head + ",'payload':{" + payload + "}}") << isRead;
         };
-        row("pending",
-            "{'v':1,'type':'command','sender':'a',"
-            "'payload':{'action':'TRANSFER_MODE_PENDING','requestId':'r'}}",
-            true);
-        row("decision",
-            "{'v':1,'type':'Command','sender':'a',"
-            "'payload':{'action':'TRANSFER_MODE_ACK','requestId':'r','accepted':7}}",
-            true);
-        row("action in small letters", "{'v':1,'type':'command','sender':'a',"
-                                       "'payload':{'action':'transfer_mode_ack','requestId':'r'}}");
-        row("our own command", "{'v':1,'type':'command','sender':'a',"
-                               "'payload':{'action':'REQUEST_TRANSFER_MODE','requestId':'r'}}");
-        row("no request",
-            "{'v':1,'type':'command','sender':'a','payload':{'action':'TRANSFER_MODE_ACK'}}");
-        row("empty request", "{'v':1,'type':'command','sender':'a',"
-                             "'payload':{'action':'TRANSFER_MODE_ACK','requestId':''}}");
+        const QByteArray decision = "'action':'TRANSFER_MODE_ACK','requestId':'r'";
+        row("pending", "'action':'TRANSFER_MODE_PENDING','requestId':'r'", true);
+        row("decision", decision + ",'accepted':7", true);
+        row("action in small letters", "'action':'transfer_mode_ack','requestId':'r'");
+        row("our own command", "'action':'REQUEST_TRANSFER_MODE','requestId':'r'");
+        row("no request", "'action':'TRANSFER_MODE_ACK'");
         row("request of 65 bytes",
-            "{'v':1,'type':'command','sender':'a',"
-            "'payload':{'action':'TRANSFER_MODE_ACK','requestId':"
-            "'12345678901234567890123456789012345678901234567890123456789012345'}}");
-        row("no sender", "{'v':1,'type':'command',"
-                         "'payload':{'action':'TRANSFER_MODE_ACK','requestId':'r','id':'a'}}");
-        row("version 2", "{'v':2,'type':'command','sender':'a',"
-                         "'payload':{'action':'TRANSFER_MODE_ACK','requestId':'r'}}");
-        row("a status", "{'v':1,'type':'status','sender':'a',"
-                        "'payload':{'action':'TRANSFER_MODE_ACK','requestId':'r'}}");
+            "'action':'TRANSFER_MODE_ACK','requestId':'" + QByteArray(65, 'r') + '\'');
+        row("no sender", decision + ",'id':'a'", false, "'v':1,'type':'command'");
+        row("version 2", decision, false, "'v':2,'type':'command','sender':'a'");
+        row("a status", decision, false, "'v':1,'type':'status','sender':'a'");
     }
 
     void readsAnswers()

@@ -51,7 +51,9 @@ private Q_SLOTS:
         QTRY_COMPARE(state(),
                      expected(*id, u"Request sent — approve on Left within 30 seconds."_s));
 
-        const QJsonObject command = QJsonDocument::fromJson(receivedBy(m_phone)).object();
+        const QByteArray sent = receivedBy(m_phone);
+        QVERIFY(!sent.contains('\n'));
+        const QJsonObject command = QJsonDocument::fromJson(sent).object();
         QCOMPARE(command.value(u"v").toInt(), 1);
         QCOMPARE(command.value(u"type").toString(), u"command"_s);
         QCOMPARE(command.value(u"sender").toString(), collector);
