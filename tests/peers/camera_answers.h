@@ -1,6 +1,7 @@
 #pragma once
 
 #include "outcome.h"
+#include "shared_phone.h"
 #include "tls_server.h"
 #include "transfer/authenticated_transfer_client.h"
 
@@ -65,15 +66,11 @@ inline QByteArray pairingAnswer(const QJsonObject &grant)
 /// A camera at the server, under a name that no resolver knows.
 inline DiscoveredDevice deviceAt(const TlsServer &server)
 {
-    DiscoveredDevice device;
-    device.serviceName = QStringLiteral("Left camera");
-    device.catalogURL.setUrl(
-        QStringLiteral("https://left-camera.local:%1/vorn/v1/catalog").arg(server.port()));
-    device.serviceType = transferServiceType.toString();
+    DiscoveredDevice device = sharedPhone(
+        QStringLiteral("Left camera"),
+        QStringLiteral("https://left-camera.local:%1/vorn/v1/catalog").arg(server.port()),
+        server.fingerprint(), sessionId);
     device.deviceId = deviceId;
-    device.sessionId = sessionId;
-    device.certificateSHA256 = server.fingerprint();
-    device.foregroundOnly = true;
     device.address = QHostAddress(QHostAddress::LocalHost);
     return device;
 }

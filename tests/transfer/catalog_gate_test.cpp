@@ -54,6 +54,14 @@ CatalogProject &firstProject(DeviceCatalog &catalog)
     return catalog.projects.front();
 }
 
+Change timing(const std::optional<QString> &url, const std::optional<QString> &digest)
+{
+    return [=](DeviceCatalog &catalog) {
+        firstClip(catalog).timingSidecarURL = url;
+        firstClip(catalog).timingSidecarSHA256 = digest;
+    };
+}
+
 /// `count` characters of two bytes each.
 QString wide(qsizetype count)
 {
@@ -79,17 +87,11 @@ private Q_SLOTS:
              {"device name of 130 bytes", set(whole, &DeviceCatalog::deviceName, wide(65))},
              {"revision below 0", set(whole, &DeviceCatalog::catalogRevision, std::int64_t{-1})}});
         addRows(u"Authenticated catalog project metadata is invalid."_s,
-                {{"project id is no UUID",
-                  [](DeviceCatalog &catalog) {
-                      firstProject(catalog) = {
-                          .projectId = u"p"_s, .name = u"Night"_s, .revision = 1, .takes = {}};
-                  }},
+                {{"project id is no UUID", set(firstProject, &CatalogProject::projectId, u"p"_s)},
                  {"project twice",
                   [](DeviceCatalog &catalog) {
-                      catalog.projects.push_back({.projectId = firstProject(catalog).projectId,
-                                                  .name = u"Night"_s,
-                                                  .revision = 3,
-                                                  .takes = {}});
+                      catalog.projects.push_back(firstProject(catalog));
+                      catalog.projects.back().takes.clear();
                   }},
                  {"no project name", set(firstProject, &CatalogProject::name, {})},
                  {"project name of 258 bytes", set(firstProject, &CatalogProject::name, wide(129))},
@@ -145,10 +147,6 @@ private Q_SLOTS:
                   [](DeviceCatalog &catalog) {
                       firstTake(catalog).clips.push_back(catalogClip(10, u"C"_s));
                   }},
-                 {"clip in two takes",
-                  [](DeviceCatalog &catalog) {
-                      firstProject(catalog).takes[1].clips.push_back(catalogClip(10, u"C"_s));
-                  }},
                  {"clip in two projects",
                   [](DeviceCatalog &catalog) {
                       catalog.projects[1].takes[0].clips.push_back(catalogClip(10, u"C"_s));
@@ -156,54 +154,33 @@ private Q_SLOTS:
                  {"clip also unassigned", [](DeviceCatalog &catalog) {
                       catalog.unassignedTakes->front().clips.push_back(catalogClip(10, u"C"_s));
                   }}});
-        const std::initializer_list<std::pair<const char *, QString>> fileNames{
-            {"no name", {}},
-            {"name of 256 bytes", wide(128)},
-            {"dot", u"."_s},
-            {"parent", u".."_s},
-            {"below", u"a/b.mov"_s},
-            {"NUL", QString(u"a\u0000.mov"_s)},
-            {"lone surrogate", u"a"_s + QChar(char16_t(0xDC00)) + u".mov"_s}};
-        for (const auto &[name, fileName] : fileNames)
-            QTest::addRow("file: %s", name) << set(firstClip, &CatalogClip::fileName, fileName)
-                                            << u"Authenticated catalog clip metadata is invalid."_s;
-    }
-
-    void refusesAClipThatBreaksARule() { refusesWhatBreaksARule(); }
-
-    void refusesAFileElsewhere_data()
-    {
-        QTest::addColumn<Change>("change");
-        QTest::addColumn<QString>("message");
-        const QString route = u"/vorn/v1/files/"_s + sampleUuid(10);
-        const auto media = [](const QString &url) {
-            return set(firstClip, &CatalogClip::downloadURL, url);
+        const auto fileName = [](const QString &name) {
+            return set(firstClip, &CatalogClip::fileName, name);
         };
-        const auto timing = [](const std::optional<QString> &url,
-                               const std::optional<QString> &digest) -> Change {
-            return [=](DeviceCatalog &catalog) {
-                firstClip(catalog).timingSidecarURL = url;
-                firstClip(catalog).timingSidecarSHA256 = digest;
-            };
-        };
+        addRows(u"Authenticated catalog clip metadata is invalid."_s,
+                {{"no file name", fileName({})},
+                 {"file name of 256 bytes", fileName(wide(128))},
+                 {"file name: dot", fileName(u"."_s)},
+                 {"file name: parent", fileName(u".."_s)},
+                 {"file name: below", fileName(u"a/b.mov"_s)},
+                 {"file name: NUL", fileName(QString(u"a\u0000.mov"_s))},
+                 {"file name: half a character", fileName(u"a"_s + QChar(char16_t(0xDC00)))}});
+        const QString timingRoute = u"/vorn/v1/files/"_s + sampleUuid(10) + u".timing.json"_s;
         const QString digest(64, u'B');
-        addRows(
-            u"Catalog file URL must remain on the authenticated HTTPS origin."_s,
-            {{"another host", media(u"https://evil:8443"_s + route)},
-             {"timing on another host", timing(u"//evil"_s + route + u".timing.json"_s, digest)}});
+        addRows(u"Catalog file URL must remain on the authenticated HTTPS origin."_s,
+                {{"timing on another host", timing(u"//evil"_s + timingRoute, digest)}});
         addRows(u"Catalog file route does not match its immutable clip ID."_s,
-                {{"another clip's file", media(u"/vorn/v1/files/"_s + sampleUuid(11))},
-                 {"timing at the media's route", timing(route, digest)},
-                 {"timing with a query", timing(route + u".timing.json?"_s, digest)}});
-        addRows(
-            u"Timing sidecar identity is incomplete."_s,
-            {{"timing without digest", timing(route + u".timing.json"_s, {})},
-             {"timing with half a digest", timing(route + u".timing.json"_s, digest.first(32))}});
+                {{"another clip's file",
+                  set(firstClip, &CatalogClip::downloadURL, u"/vorn/v1/files/"_s + sampleUuid(11))},
+                 {"timing at the media's route", timing(timingRoute.chopped(12), digest)}});
+        addRows(u"Timing sidecar identity is incomplete."_s,
+                {{"timing without digest", timing(timingRoute, {})},
+                 {"timing with half a digest", timing(timingRoute, digest.first(32))}});
         addRows(u"Timing sidecar digest has no matching URL."_s,
                 {{"digest without timing", timing({}, digest)}});
     }
 
-    void refusesAFileElsewhere() { refusesWhatBreaksARule(); }
+    void refusesAClipThatBreaksARule() { refusesWhatBreaksARule(); }
 
     void passesWhatKeepsTheRules_data()
     {
@@ -234,11 +211,8 @@ private Q_SLOTS:
                           firstClip(catalog).downloadURL =
                               u"files/ABCDEF00-0000-4000-8000-000000000000"_s;
                       }},
-                     {"timing", [](DeviceCatalog &catalog) {
-                          firstClip(catalog).timingSidecarURL =
-                              firstClip(catalog).downloadURL + u".timing.json"_s;
-                          firstClip(catalog).timingSidecarSHA256 = QString(64, u'B');
-                      }}});
+                     {"timing", timing(u"/vorn/v1/files/"_s + sampleUuid(10) + u".timing.json"_s,
+                                       QString(64, u'B'))}});
     }
 
     void passesWhatKeepsTheRules() { refusesWhatBreaksARule(); }

@@ -50,12 +50,7 @@ private Q_SLOTS:
             names(*m_discovery),
             QStringList({u"alpha"_s, u"Bravo"_s, u"charlie"_s, u"Dödö's Kamera. (2)"_s}), limitMs);
 
-        const DiscoveredDevice &charlie = *find(*m_discovery, u"charlie"_s);
-        QVERIFY(charlie.catalogURL.host().startsWith(u"charlie-"));
-        QVERIFY(charlie.catalogURL.host().endsWith(u".local"));
-        QCOMPARE(charlie.catalogURL.port(), 8443);
-        QCOMPARE(charlie.address, QHostAddress(u"10.77.0.13"_s));
-        QVERIFY(charlie.supportsAuthenticatedTransfer());
+        QVERIFY(find(*m_discovery, u"charlie"_s)->supportsAuthenticatedTransfer());
         const DiscoveredDevice &bravo = *find(*m_discovery, u"Bravo"_s);
         QCOMPARE(bravo.serviceType, u"_vorn._tcp."_s);
         QCOMPARE(bravo.catalogURL.path(), u"/list"_s);

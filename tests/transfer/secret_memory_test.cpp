@@ -176,13 +176,9 @@ private Q_SLOTS:
         MemoryScan code(masked(4));
         QCOMPARE(bearer.count(), 0);
 
-        DiscoveredDevice device;
-        device.serviceType = transferServiceType.toString();
-        device.catalogURL.setUrl(
-            u"https://camera.local:%1/catalog"_s.arg(QString::fromLatin1(words[0])));
-        device.certificateSHA256 = QString::fromLatin1(words[1]);
-        device.sessionId = sessionId;
-        device.address = QHostAddress(QHostAddress::LocalHost);
+        const DiscoveredDevice device = sharedPhone(
+            u"phone"_s, u"https://127.0.0.1:%1/catalog"_s.arg(QLatin1StringView(words[0])),
+            QString::fromLatin1(words[1]), sessionId);
         const int dumpableBefore = ::prctl(PR_GET_DUMPABLE);
         {
             QString digits; // in UTF-16, as the field has it that the user fills

@@ -148,25 +148,16 @@ private Q_SLOTS:
         QCOMPARE(camera.server().connections(), 1);
     }
 
-    void followsNoRedirect_data()
-    {
-        QTest::addColumn<int>("status");
-        for (const int status : {302, 307})
-            QTest::addRow("%d", status) << status;
-    }
-
     void followsNoRedirect()
     {
-        QFETCH(const int, status);
         TlsServer target([](const TlsServer::Request &, TlsPeer &peer) { peer.cut(); });
         PairedCamera camera(
-            http(QByteArray::number(status) + " Elsewhere",
+            http("302 Elsewhere",
                  {"Content-Length: 0",
                   "Location: https://127.0.0.1:" + QByteArray::number(target.port()) + "/catalog"},
                  {}));
         const Client client = camera.client();
-        QCOMPARE(Outcome(client->fetchCatalog()).error(),
-                 u"Transfer server returned HTTP %1."_s.arg(status));
+        QCOMPARE(Outcome(client->fetchCatalog()).error(), u"Transfer server returned HTTP 302."_s);
         QCOMPARE(target.connections(), 0);
         QCOMPARE(camera.server().requests().size(), std::size_t{2});
     }
