@@ -58,7 +58,7 @@ struct PictureLoop::Painter {
     [[nodiscard]] QByteArray paint(int frame) const
     {
         // The phones share the machine with the program that they test.
-        ::setpriority(PRIO_PROCESS, id_t(::gettid()), 10);
+        ::setpriority(PRIO_PROCESS, id_t(::gettid()), 4);
         QImage picture =
             scene.picture(double(frame) / fps, u"#%1"_s.arg(frame, 3, 10, QChar(u'0')));
         if (hold == PreviewHold::turned)
