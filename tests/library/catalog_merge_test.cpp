@@ -315,7 +315,7 @@ private Q_SLOTS:
     void mergesALargeCatalog()
     {
         DeviceCatalog catalog = oneTake();
-        std::vector<CatalogTake> &takes = catalog.projects[0].takes;
+        std::vector<CatalogTake> takes = catalog.projects[0].takes;
         CatalogTake large = catalogTake(u"long"_s, {}, {});
         for (int n = 1000; n < 151'000; ++n) {
             const QString number = QString::number(n);
@@ -325,6 +325,7 @@ private Q_SLOTS:
                 {.projectId = sampleUuid(n), .name = number, .revision = 1, .takes = {}});
         }
         takes.push_back(std::move(large));
+        catalog.projects[0].takes = std::move(takes);
         const VORNLibrary library = merged(catalog);
         QCOMPARE(library.projects.size(), catalog.projects.size());
         QVERIFY(merged(catalog, library) == library);
