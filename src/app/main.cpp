@@ -1,3 +1,4 @@
+#include "app/start.h"
 #include "base/folders.h"
 #include "desktop/desktop_notification.h"
 #include "desktop/file_reveal.h"
@@ -8,25 +9,37 @@
 #include "views/program_windows.h"
 
 #include <QApplication>
+#include <QLoggingCategory>
 #include <QSettings>
 
 #include <cstdio>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 using namespace vorn;
 
 int main(int argc, char *argv[])
 {
-    QApplication application(argc, argv);
     QApplication::setOrganizationName(u"VORN"_s);
     QApplication::setApplicationName(u"vorn-desktop"_s);
+    QApplication::setApplicationVersion(u"" VORN_VERSION ""_s);
     QGuiApplication::setDesktopFileName(u"vorn-desktop"_s);
+    // The toolkit tells of surroundings that nobody needs to mend. QT_LOGGING_RULES brings it back.
+    QLoggingCategory::setFilterRules(u"default.warning=false"_s);
+
+    if (const auto answer = answerToOptions(argc, argv))
+        return endEarly(*answer);
+    std::optional<DisplayWatch> watch(std::in_place);
+    QApplication application(argc, argv);
+    watch.reset();
+    if (const auto fault = faultOfArguments(QApplication::arguments()))
+        return endEarly(*fault);
 
     const SingleInstance instance(applicationSupportFolder());
     using Outcome = SingleInstance::Outcome;
     if (instance.outcome() == Outcome::handedOver)
         return 0;
-    if (instance.outcome() == Outcome::outOfReach) {
+    if (instance.outcome() == Outcome::outOfReach || instance.outcome() == Outcome::noFolder) {
         std::fprintf(stderr, "%s\n", qPrintable(instance.sentence()));
         showDesktopNotification(u"VORN Desktop"_s, instance.sentence());
         return 1;

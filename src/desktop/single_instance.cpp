@@ -30,6 +30,13 @@ SingleInstance::SingleInstance(const QString &folder, std::chrono::milliseconds 
     try {
         openLock();
     } catch (const FileError &error) {
+        if (!m_folder.isOpen()) {
+            m_outcome = Outcome::noFolder;
+            m_sentence = QString::fromUtf8(error.what())
+                         + u" VORN Desktop keeps its library there. See to it that this folder can "
+                           "be made, or set XDG_DATA_HOME to a folder of yours."_s;
+            return;
+        }
         doWithoutLock(error);
     }
     // The other one may be starting still, or ending. Whoever answers is there, lock or no lock:
@@ -64,6 +71,8 @@ void SingleInstance::openLock()
     createFolders(m_folderPath, FolderMode::ownerOnly);
     m_folder = FileDescriptor(
         ::open(nativePath(m_folderPath).constData(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!m_folder.isOpen())
+        throw FileError(u"Cannot open the folder"_s, m_folderPath, errno);
     // Not through a link: it may lead to a lock of something else.
     m_lock = FileDescriptor(::openat(m_folder.get(), lockName,
                                      O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));

@@ -25,7 +25,8 @@ public:
         first,      ///< the lock is held: nobody else works on this library
         unguarded,  ///< no lock can be had there, and nobody was met: sentence() says what it means
         handedOver, ///< another one works on it, and has been asked to raise its windows
-        outOfReach  ///< another one works on it and does not answer, as sentence() says
+        outOfReach, ///< another one works on it and does not answer, as sentence() says
+        noFolder    ///< the folder is not there and cannot be made, as sentence() says
     };
 
     /// `folder` is the library's, and is made if need be. `patience` is how long another one may

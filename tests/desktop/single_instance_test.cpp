@@ -132,10 +132,6 @@ private Q_SLOTS:
             << u"Cannot lock ROOT/VORN/vorn-desktop.lock: No locks available. Start only one VORN "
                "Desktop on this library: of two, the last to save undoes what the other has "
                "saved."_s;
-        QTest::newRow("no folder can be made")
-            << u"file/VORN"_s
-            << u"Cannot create the folder ROOT/file: Not a directory. While that is so, no change "
-               "of the library is kept, and a second VORN Desktop on it may go unnoticed."_s;
         QTest::newRow("a link in the lock's place")
             << u"linked"_s
             << u"Cannot open ROOT/linked/vorn-desktop.lock: Too many levels of symbolic links. "
@@ -154,6 +150,17 @@ private Q_SLOTS:
         const SingleInstance instance(m_root->filePath(folder));
         QCOMPARE(instance.outcome(), Outcome::unguarded);
         QCOMPARE(instance.sentence(), sentence.replace(u"ROOT"_s, m_root->path()));
+    }
+
+    void endsWhereNoFolderCanBeMade()
+    {
+        writePlain(m_root->filePath(u"file"_s), {});
+        const SingleInstance instance(m_root->filePath(u"file/VORN"_s));
+        QCOMPARE(instance.outcome(), Outcome::noFolder);
+        QCOMPARE(instance.sentence(),
+                 u"Cannot create the folder %1/file: Not a directory. VORN Desktop keeps its "
+                 "library there. See to it that this folder can be made, or set XDG_DATA_HOME to a "
+                 "folder of yours."_s.arg(m_root->path()));
     }
 
     void goesOnInAFolderThatCannotBeWritten()
@@ -227,7 +234,8 @@ int main(int argc, char **argv)
     if (arguments.value(1) == u"--instance"_s) {
         lockFailure = arguments.value(3).toInt();
         const SingleInstance instance(arguments.value(2));
-        constexpr std::array names{"first", "unguarded", "handed over", "out of reach"};
+        constexpr std::array names{"first", "unguarded", "handed over", "out of reach",
+                                   "no folder"};
         std::printf("%s\n%s\n", names.at(std::size_t(instance.outcome())),
                     qPrintable(instance.sentence()));
         std::fflush(stdout);

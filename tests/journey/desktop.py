@@ -74,7 +74,8 @@ class Program:
 
     def __init__(self, path, pictures):
         self.pictures = pictures
-        self.process = subprocess.Popen([path])
+        self.terminal = open(pictures.parent / "terminal.txt", "w+", encoding="utf-8")
+        self.process = subprocess.Popen([path], stdout=self.terminal, stderr=self.terminal)
         self.root = wait_for("the program on the accessibility bus", self._application)
 
     def _application(self):
@@ -163,7 +164,10 @@ class Program:
     def walk(self, journey):
         """Takes the journey; where it fails, says what is on the screen. Ends the program."""
         try:
-            return journey(self)
+            result = journey(self)
+            self.terminal.seek(0)
+            expect(not (said := self.terminal.read()), f"on the terminal: {said}")
+            return result
         except JourneyError as error:
             self.picture("failed")
             sys.exit(f"The journey failed: {error}. On the screen: {self.texts()}")

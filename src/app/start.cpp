@@ -1,0 +1,69 @@
+#include "app/start.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+#include <cstdlib>
+#include <span>
+#include <string_view>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+namespace {
+
+constexpr QStringView usage =
+    u"Usage: vorn-desktop [--help | --version]\n"
+    "Shows the phone cameras of the local network, Preview and Program, and the library of\n"
+    "their recordings.\n";
+
+void meetNoDisplay(QtMsgType type, const QMessageLogContext & /*context*/,
+                   const QString & /*message*/)
+{
+    // The other messages only lead up to the last one.
+    if (type != QtFatalMsg)
+        return;
+    std::fputs("VORN Desktop finds no display. Start it from your desktop, or set DISPLAY or "
+               "WAYLAND_DISPLAY to the display that it should use.\n",
+               stderr);
+    std::_Exit(1);
+}
+
+} // namespace
+
+std::optional<EarlyEnd> answerToOptions(int argc, char *const *argv)
+{
+    for (const std::string_view argument : std::span(argv, std::size_t(argc)).subspan(1)) {
+        if (argument == "--help" || argument == "-h")
+            return EarlyEnd{usage.toString()};
+        if (argument == "--version" || argument == "-v")
+            return EarlyEnd{u"VORN Desktop %1\n"_s.arg(QCoreApplication::applicationVersion())};
+    }
+    return std::nullopt;
+}
+
+std::optional<EarlyEnd> faultOfArguments(const QStringList &arguments)
+{
+    if (arguments.size() < 2)
+        return std::nullopt;
+    return EarlyEnd{
+        u"VORN Desktop does not know what \"%1\" means.\n%2"_s.arg(arguments.at(1), usage), 1};
+}
+
+int endEarly(const EarlyEnd &end)
+{
+    std::fputs(qPrintable(end.text), end.exitCode == 0 ? stdout : stderr);
+    return end.exitCode;
+}
+
+DisplayWatch::DisplayWatch()
+{
+    qInstallMessageHandler(meetNoDisplay);
+}
+
+DisplayWatch::~DisplayWatch()
+{
+    qInstallMessageHandler(nullptr);
+}
+
+} // namespace vorn
