@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What a phone's catalog costs on its way into the library, beside the bare reading of its JSON.
 // Takes of one recording, which is what one phone has of each.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Usage: cold_start_timing PROGRAM YARDSTICK
 // From the start of a program to its first frame, beside the same of another program. Needs a
 // display; runs in the environment it is given.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Usage: director_timing SECONDS cameras|nobody
 // The Director window with the cameras that are on the network: how soon it has their pictures,
 // what six streams cost, how fast a cut is seen, whether opening and closing leaves memory behind.

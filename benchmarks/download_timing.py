@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A verified download beside the same by other tools, in one run.
 
 download_timing.py RIG FETCHER FOLDER MEGABYTES: RIG is vorn-rig, whose phone serves four recordings of MEGABYTES

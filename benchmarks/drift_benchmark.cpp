@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The arithmetic of an export, each beside the least that touches the same data.
 
 #include "drift/anchor_fit.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The least QML program: an empty window of the Library window's size.
 
 #include <QGuiApplication>

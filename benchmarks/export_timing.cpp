@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Usage: export_timing FOLDER [MEGABYTES]
 // An export of four movies beside one run of "openssl dgst" over the same files, both from the page
 // cache. The files have MEGABYTES each, or less where the disk or the memory does not hold them.

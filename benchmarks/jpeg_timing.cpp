@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Usage: jpeg_timing FOLDER
 // The decoding of preview pictures beside tjbench, the decoder's own benchmark, on the same
 // pictures.

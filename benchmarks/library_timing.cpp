@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Usage: library_timing FOLDER
 // Loading and saving a large library, each beside plain reading or writing of the same bytes.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What a status costs on its way from the socket to the list, beside the bare reading of its JSON
 // and the bare copy of its record.
 

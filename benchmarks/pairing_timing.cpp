@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Usage: pairing_timing CLIPS
 // A phone goes into Transfer Mode while the connect sheet is open: how soon the sheet shows it,
 // announced by itself and approved after a request. Then the phone is paired, with a catalog of so

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # How this project declares its rooms, tests and fuzz targets.
 
 # Flags for our own code. Generated QML code gets none of the warnings.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What most files include anyway, compiled once (a precompiled header). A file still names all that
 // it uses.
 #include <QByteArray>

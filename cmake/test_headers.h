@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The same for tests: what Qt Test brings is most of such a file.
 #include "common_headers.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any bytes as a phone's catalog: decoded, judged at the gate, and merged into an empty library and
 // into one that knows some of the identities already.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "check.h"
 #include "media/jpeg_decoder.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any bytes as "library.json": refused, or read so that writing loses nothing.
 
 #include "check.h"

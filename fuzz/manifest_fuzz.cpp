@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any bytes as a source manifest, imported into an empty library and into one that knows some of
 // the identities already.
 

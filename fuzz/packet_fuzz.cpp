@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any bytes as datagrams: each line of the input is one, heard by a fresh table of orders, a batch
 // and a list, and by a request that waits.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any bytes as a camera's answer to a pairing.
 
 #include "check.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any text as a frame rate: it is refused, or it is a number whose frame time can be printed.
 
 #include "check.h"

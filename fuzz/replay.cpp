@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Runs a fuzz target once over each file of a folder, without libFuzzer.
 
 #include <algorithm>

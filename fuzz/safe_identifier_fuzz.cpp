@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any text as an identifier: its folder-safe form is one plain, short component of a path.
 
 #include "check.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any text as a header of an answer, a path of an announcement or an address of a catalog: it is
 // refused, or it means what it says, and no address leaves the camera.
 

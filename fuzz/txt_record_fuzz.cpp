@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any TXT record, and any host name, as a service that was resolved: the record stays on the host
 // and port, and reads the same from its text. The first line is the host name; each other line is
 // a string of the TXT record.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // vorn-rig: simulated phones for tests and demonstrations.
 
 #include "base/json_text.h"

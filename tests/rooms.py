@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Usage: rooms.py ROOMS
 Holds every include of the project's rooms against what each room says it uses. ROOMS has a line for each room: the
 folder that holds it, its name as includes have it, and the rooms that it uses. Reports a room that is used and not

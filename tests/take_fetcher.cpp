@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Usage: take_fetcher STORAGE RECORDINGS CATALOG-URL FINGERPRINT SESSION CODE
 // Pairs with a phone and fetches every take of its catalog, as the program does, without a window.
 // A process of its own, so that it can be killed and measured. Prints the seconds that the download

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "rig/base/switch_values.h"
 
 #include <QJsonArray>

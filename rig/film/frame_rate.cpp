@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "rig/film/frame_rate.h"
 
 #include <QStringList>

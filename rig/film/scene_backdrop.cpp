@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "rig/film/scene_backdrop.h"
 
 #include <QPainter>

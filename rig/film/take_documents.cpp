@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "rig/film/take_documents.h"
 
 #include "rig/base/rig_error.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "rig/film/timeline_reader.h"
 
 #include "rig/base/rig_error.h"

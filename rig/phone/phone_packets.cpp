@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "rig/phone/phone_packets.h"
 
 #include "rig/base/compact_json.h"

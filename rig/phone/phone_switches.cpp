@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The switches of a phone: what a test or a person can turn while it runs.
 
 #include "rig/base/help_line.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The phone's side of a request for Transfer Mode.
 
 #include "base/display_text.h"

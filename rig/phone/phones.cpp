@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "rig/phone/phones.h"
 
 #include "rig/base/compact_json.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "rig/phone/pictures.h"
 
 #include "rig/film/scene.h"

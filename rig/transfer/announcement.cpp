@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "rig/transfer/announcement.h"
 
 #include "net/avahi_poll.h"

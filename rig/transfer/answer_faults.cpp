@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "rig/transfer/answer_faults.h"
 
 #include "rig/base/help_line.h"

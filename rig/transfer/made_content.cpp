@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "rig/transfer/made_content.h"
 
 #include "base/digest.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "rig/transfer/transfer_session.h"
 
 #include <QJsonArray>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # What the scripts share. Each sources this first; from here on the working directory is the project's.
 # shellcheck shell=bash
 set -euo pipefail
@@ -18,5 +19,5 @@ build_preset() {
 
 # usage: prints the comment at the head of the script.
 usage() {
-    awk 'NR > 1 { if (!/^#/) exit; sub(/^# ?/, ""); print }' "scripts/${0##*/}"
+    awk 'NR > 2 { if (!/^#/) exit; sub(/^# ?/, ""); print }' "scripts/${0##*/}"
 }

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "app/start.h"
 #include "base/folders.h"
 #include "desktop/desktop_notification.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "desktop/sleep_inhibitor.h"
 
 #include <QDBusConnection>

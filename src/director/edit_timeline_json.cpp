@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "director/edit_timeline_json.h"
 
 #include <QDateTime>

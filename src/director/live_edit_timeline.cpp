@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "director/live_edit_timeline.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "drift/anchor_fit.h"
 
 #include "drift/drift_error.h"

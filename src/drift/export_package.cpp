@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "drift/export_package.h"
 
 #include "base/byte_sum.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "drift/media_info.h"
 
 #include "base/files.h"

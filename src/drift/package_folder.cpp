@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "drift/package_folder.h"
 
 #include "base/atomic_file.h"

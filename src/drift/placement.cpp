@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "drift/placement.h"
 
 #include "drift/drift_error.h"

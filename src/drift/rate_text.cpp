@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "drift/rate_text.h"
 
 #include "drift/drift_error.h"

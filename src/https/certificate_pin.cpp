@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "https/certificate_pin.h"
 
 #include "base/digest.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "https/core_dump_lock.h"
 
 #include <sys/prctl.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "https/https_message.h"
 
 #include "base/text_form.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "https/secret_bytes.h"
 
 #include <openssl/crypto.h>

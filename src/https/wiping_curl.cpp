@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "https/wiping_curl.h"
 
 #include "https/secret_bytes.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "library/catalog_merge.h"
 
 #include "base/resolved_url.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "live/camera_order.h"
 
 #include "base/text_order.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "live/camera_probe.h"
 
 #include "live/ports.h"

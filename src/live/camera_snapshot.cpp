@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "live/camera_snapshot.h"
 
 #include "live/json_values.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "live/live_discovery_worker.h"
 
 #include "base/monotonic_clock.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "live/live_packet.h"
 
 #include "base/json_text.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "live/peer_snapshot_order.h"
 
 #include "base/text_form.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "live/snapshot_batch.h"
 
 #include "live/camera_list.h"

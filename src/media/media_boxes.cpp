@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "media/media_boxes.h"
 
 #include "media/media_error.h"

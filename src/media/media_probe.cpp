@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "media/media_probe.h"
 
 #include "base/files.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "media/strict_jpeg.h"
 
 #include "media/jpeg_header.h"

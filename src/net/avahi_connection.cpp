@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "net/avahi_connection.h"
 
 #include "net/avahi_poll.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "net/avahi_link.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "net/ipv4_socket.h"
 
 #include "net/network_interfaces.h"

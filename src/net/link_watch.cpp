@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "net/link_watch.h"
 
 #include <linux/netlink.h>

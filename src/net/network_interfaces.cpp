@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "net/network_interfaces.h"
 
 #include <QtEndian>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "net/service_browser_worker.h"
 
 #include "base/text_form.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "net/tcp_socket.h"
 
 #include "net/ipv4_socket.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "preview/preview_network_policy.h"
 
 #include <algorithm>

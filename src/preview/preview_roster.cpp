@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "preview/preview_roster.h"
 
 #include "live/camera_order.h"

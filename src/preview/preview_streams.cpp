@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "preview/preview_streams.h"
 
 #include <QTimer>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "preview/stream_reconciler.h"
 
 #include "preview/preview_roster.h"

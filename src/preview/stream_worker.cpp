@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "preview/stream_worker.h"
 
 #include <pthread.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "store/app_store.h"
 
 #include "base/folders.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "base/files.h"
 #include "base/off_thread.h"
 #include "store/app_store.h"

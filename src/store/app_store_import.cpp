@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "base/off_thread.h"
 #include "library/identity_merge.h"
 #include "library/manifest_import.h"

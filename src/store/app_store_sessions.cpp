@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "base/host_name.h"
 #include "base/off_thread.h"
 #include "base/text_order.h"

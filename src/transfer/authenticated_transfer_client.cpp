@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "transfer/authenticated_transfer_client.h"
 
 #include "net/network_interfaces.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "transfer/connection_error.h"
 
 using namespace Qt::StringLiterals;

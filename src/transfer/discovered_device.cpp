@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "transfer/discovered_device.h"
 
 #include "transfer/transfer_protocol.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "transfer/pairing_messages.h"
 
 #include "base/host_name.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "transfer/transfer_protocol.h"
 
 #include "base/resolved_url.h"

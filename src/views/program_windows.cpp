@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "views/program_windows.h"
 
 #include "views/controls/theme_base.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the program asks of the desktop, on a bus of its own.
 
 #include "desktop/desktop_notification.h"

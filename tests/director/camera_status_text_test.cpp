@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "director/camera_status_text.h"
 
 #include <QJsonDocument>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "director/director_cameras.h"
 
 #include <QtTest>

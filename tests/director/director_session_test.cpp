@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The Director's desk over the lab's network, with phones that come and go.
 
 #include "director/director_session.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "director/edit_log_text.h"
 #include "director/edit_timeline_json.h"
 #include "director/live_edit_timeline.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "drift/drift_error.h"
 #include "drift/export_package.h"
 #include "export_samples.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "drift/drift_error.h"
 #include "drift/timeline_document.h"
 #include "support.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "base/json_text.h"
 #include "https/json_secret.h"
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Drives a program's windows as a screen reader does: by the role and the name of what they show."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A show through the real window: a project, a session, cuts, a fade, markers, phones that come and go.
 
 director_journey.py PROGRAM OUT: OUT holds the control socket of five simulated phones, of which the fifth

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The offline road through the real window: a new project, an import, a reference camera, an export.
 
 library_journey.py PROGRAM TAKE OUT: TAKE is a folder made by `vorn-rig take`, OUT gets pictures/ and the

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The live road through the real windows: phones seen, asked, compared, paired, downloaded, exported.
 
 phone_journey.py PROGRAM OUT: OUT holds the control socket of four simulated phones and gets pictures/ and the

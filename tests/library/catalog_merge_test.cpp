@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "catalog_samples.h"
 #include "library/catalog_merge.h"
 #include "support.h"

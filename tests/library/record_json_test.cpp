@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "library/record_json.h"
 #include "support.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "live/camera_list.h"
 #include "live/snapshot_batch.h"
 #include "packets.h"

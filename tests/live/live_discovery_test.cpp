@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Cameras found over the lab's network, by their datagrams and by asking around.
 
 #include "lab_phones.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What strangers on the lab's network may send, and what must go on meanwhile.
 
 #include "lab_phones.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "live/json_values.h"
 #include "live/live_packet.h"
 #include "packets.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Whole phones on the lab's network, as the rig plays them.
 
 #include "lab_phones.h"

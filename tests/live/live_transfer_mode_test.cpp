@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The request that a camera share its files, to phones on the lab's network.
 
 #include "lab_phones.h"

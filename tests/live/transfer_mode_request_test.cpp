@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "live/transfer_mode_request.h"
 #include "packets.h"
 

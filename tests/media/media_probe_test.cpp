@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "base/files.h"
 #include "movie_files.h"
 #include "support.h"

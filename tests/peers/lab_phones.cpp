@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "lab_phones.h"
 
 #include "phones_side.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "rig_phones.h"
 
 #include <QDeadlineTimer>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tls_server.h"
 
 #include "rig/transfer/tls_identity.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The roads of a status from its bytes to the camera list, and of a picture from its socket to the
 // window, on plain threads. Under the thread sanitizer, which misjudges Qt's event queue, it shows
 // that what crosses between them does so in order. With the argument --race it does not, which the

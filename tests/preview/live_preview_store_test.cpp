@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "jpeg_samples.h"
 #include "preview/live_preview_store.h"
 #include "preview_server.h"

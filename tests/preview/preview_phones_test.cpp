@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The store with a simulated phone, which behaves in all the ways that a preview server can.
 
 #include "preview/live_preview_store.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Measures a package whose errors are known, over a real take: whatever else is held against the
 // rig's truth rests on this.
 

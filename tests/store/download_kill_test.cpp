@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Downloads that are killed at any instant, again and again.
 
 #include "base/digest.h"

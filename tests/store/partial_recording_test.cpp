@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A recording on its way to the disk, and what may stand in that way.
 
 #include "store/partial_recording.h"

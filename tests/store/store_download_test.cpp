@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Downloads from phones in Transfer Mode, whole and broken off.
 
 #include "base/digest.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The store and phones in Transfer Mode: sessions come and go, catalogs come whole or not at all.
 
 #include "phone_desk.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "catalog_samples.h"
 #include "support.h"
 #include "transfer/catalog_gate.h"

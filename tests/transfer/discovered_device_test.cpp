@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // From what DNS-SD tells of a service to a row of the list.
 
 #include "transfer/discovered_device.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The list of file servers, with phones that announce themselves over the lab's network.
 
 #include "phones_side.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What stays in memory of a session's secrets. The camera is a process of its own (this program
 // with
 // "--camera"), and the test gets its secrets masked: it must not hold what it looks for.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Browsing through a real avahi-daemon on a system bus of its own, which come and go.
 
 #include "phones_side.h"

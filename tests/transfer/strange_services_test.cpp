@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Services that are announced as no phone would.
 
 #include "multicast_dns.h"

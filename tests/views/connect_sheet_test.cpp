@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The sheet that pairs with phones, on the lab's network.
 
 #include "phones_side.h"

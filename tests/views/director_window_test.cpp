@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The Director window with simulated phones on the lab's network.
 
 #include "base/display_text.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The Library window while recordings come from phones on the lab's network.
 
 #include "rig_phones.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What is said of work that runs, and before a download of what it needs.
 
 #include "views/library/download_outlook.h"

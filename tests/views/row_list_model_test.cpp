@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "views/controls/row_list_model.h"
 
 #include <QAbstractItemModelTester>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "window_probe.h"
 
 #include "store/library_file.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // vorn-probe, a developer's tool: what the program sees of the cameras on the network, without its
 // windows.
 

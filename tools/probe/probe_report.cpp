@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "probe/probe_report.h"
 
 #include "base/display_text.h"

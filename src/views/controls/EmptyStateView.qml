@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import QtQuick
 
 // A large notice in the middle of an empty column.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import QtQuick
 
 // Drawn around its parent while the keyboard's focus is there.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import QtQuick
 
 // Something that takes the keyboard as a whole: a list, a row of tabs. The ring is for people who came

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import QtQuick
 
 // One row of a RowList that can be selected. An item of its own rather than a button, so that it is

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 TextLabel {
     color: Theme.secondary
     font.pixelSize: Theme.smallSize

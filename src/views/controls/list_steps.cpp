@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "views/controls/list_steps.h"
 
 #include <QHash>

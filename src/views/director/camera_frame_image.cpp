@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "views/director/camera_frame_image.h"
 
 #include "live/frame_orientation.h"

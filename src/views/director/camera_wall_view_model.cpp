@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "views/director/camera_wall_view_model.h"
 
 #include "base/display_text.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "views/director/inspector_view_models.h"
 
 #include "base/display_text.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "views/library/download_outlook.h"
 
 #include "base/byte_sum.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "views/library/file_panels.h"
 
 #include <QFileDialog>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "views/library/take_dashboard_view_model.h"
 
 #include "base/display_text.h"

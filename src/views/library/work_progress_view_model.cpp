@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "views/library/work_progress_view_model.h"
 
 #include <algorithm>
