@@ -14,7 +14,6 @@
 #include <QLoggingCategory>
 #include <QSettings>
 
-#include <cstdio>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -42,9 +41,8 @@ int main(int argc, char *argv[])
     if (instance.outcome() == Outcome::handedOver)
         return 0;
     if (instance.outcome() == Outcome::outOfReach || instance.outcome() == Outcome::noFolder) {
-        std::fprintf(stderr, "%s\n", qPrintable(instance.sentence()));
         showDesktopNotification(u"VORN Desktop"_s, instance.sentence());
-        return 1;
+        return endEarly({instance.sentence() + u'\n', 1});
     }
 
     applyLook();
