@@ -83,7 +83,8 @@ struct Listener {
         const auto datagram = decodeDatagram(data);
         const auto packet = decodePacket(data);
         const auto response = decodeTransferModeResponse(data);
-        check(datagram.has_value() == (packet || response) && !(packet && response),
+        check(packet.has_value() == std::holds_alternative<LiveCameraPacket>(datagram)
+                  && response.has_value() == std::holds_alternative<TransferModeResponse>(datagram),
               "a datagram is one thing");
         if (response) {
             requests.add(u"r"_s, {.cameraID = response->sender,

@@ -8,6 +8,7 @@
 #include <QtEndian>
 
 #include <array>
+#include <cerrno>
 #include <span>
 
 namespace vorn {
@@ -36,7 +37,12 @@ CameraProbe::CameraProbe(const QString &host, QObject *parent)
 void CameraProbe::ask()
 {
     m_writable->setEnabled(false);
-    if (!isConnected(m_socket) || sendBytes(m_socket, identityRequest) != identityRequest.size()) {
+    const int error = connectionError(m_socket);
+    if (error == 0)
+        m_reach = Reach::silent;
+    else if (error == ECONNREFUSED)
+        m_reach = Reach::refused;
+    if (error != 0 || sendBytes(m_socket, identityRequest) != identityRequest.size()) {
         finish({});
         return;
     }
@@ -76,6 +82,8 @@ void CameraProbe::finish(const std::optional<LiveCameraPacket> &answer)
     if (m_isFinished)
         return;
     m_isFinished = true;
+    if (answer)
+        m_reach = Reach::answered;
     m_deadline.stop();
     // Disabled and not deleted: one of them may be what called.
     if (m_writable)

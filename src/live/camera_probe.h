@@ -16,6 +16,15 @@
 
 namespace vorn {
 
+/// How far a question came.
+enum class Reach {
+    untried,
+    unreachable, ///< no connection came about
+    refused,     ///< the host is there and has nothing that listens
+    silent,      ///< connected, and no answer as a camera gives it
+    answered,
+};
+
 /// Asks one host over TCP who it is. A camera answers a byte with a length and a snapshot; all else
 /// is no answer. Ends once, within `patience`, and has closed its socket by then.
 /// Context: the thread it is made on.
@@ -26,6 +35,9 @@ public:
     static constexpr std::chrono::milliseconds patience{800};
 
     CameraProbe(const QString &host, QObject *parent);
+
+    /// How far it came, once finished.
+    [[nodiscard]] Reach reach() const { return m_reach; }
 
 Q_SIGNALS:
     void finished(const std::optional<vorn::LiveCameraPacket> &answer);
@@ -43,6 +55,7 @@ private:
     QTimer m_deadline;
     QByteArray m_answer;      ///< length and body, as long as is known to come
     qsizetype m_received = 0; ///< bytes of it that are there
+    Reach m_reach = Reach::unreachable;
     bool m_isFinished = false;
 };
 

@@ -4,6 +4,7 @@
 
 #include <QUuid>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -50,6 +51,7 @@ void LiveCameraDiscovery::listenTo(LiveDiscoveryWorker &worker)
             setTransferModeRequest(state);
     });
     connect(&worker, &Worker::ticked, this, &LiveCameraDiscovery::tick);
+    connect(&worker, &Worker::measured, this, &LiveCameraDiscovery::measured);
 }
 
 const std::vector<LiveCamera> &LiveCameraDiscovery::cameras() const
@@ -94,6 +96,12 @@ std::uint64_t LiveCameraDiscovery::livenessTick() const
     return m_livenessTick;
 }
 
+bool LiveCameraDiscovery::isSilent() const
+{
+    m_ui.assertCurrent();
+    return m_livenessTick - m_heardTick >= std::uint64_t(silentAfter.count());
+}
+
 void LiveCameraDiscovery::start()
 {
     m_ui.assertCurrent();
@@ -110,6 +118,17 @@ void LiveCameraDiscovery::rescan()
 {
     m_ui.assertCurrent();
     m_worker.post([](LiveDiscoveryWorker &worker) { worker.rescan(); });
+}
+
+void LiveCameraDiscovery::measure()
+{
+    m_ui.assertCurrent();
+    std::vector<QString> hosts;
+    for (const LiveCamera &camera : m_list.cameras()) {
+        if (camera.isOnline(now()) && !camera.isDirector())
+            hosts.push_back(camera.host);
+    }
+    m_worker.post([hosts](LiveDiscoveryWorker &worker) { worker.measure(hosts); });
 }
 
 std::optional<QString> LiveCameraDiscovery::requestTransferMode(const LiveCamera &camera,
@@ -179,6 +198,10 @@ void LiveCameraDiscovery::applyBatch(const std::vector<CameraSnapshot> &snapshot
         if (m_list.apply(snapshot, heard))
             isChanged = true;
     }
+    if (std::ranges::any_of(m_list.cameras(), [heard](const LiveCamera &camera) {
+            return camera.lastSeen == heard && !camera.isDirector();
+        }))
+        m_heardTick = m_livenessTick;
     m_worker.post(
         [listed = listedIds()](LiveDiscoveryWorker &worker) { worker.batchApplied(listed); });
     if (isChanged)

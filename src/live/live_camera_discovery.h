@@ -43,6 +43,9 @@ public:
     [[nodiscard]] const std::optional<QString> &errorMessage() const;
     /// The last request; stays until the next one replaces it.
     [[nodiscard]] const std::optional<TransferModeRequestState> &transferModeRequest() const;
+    /// True when no camera has been heard for `silentAfter`, other desks not counted.
+    [[nodiscard]] bool isSilent() const;
+    static constexpr std::chrono::seconds silentAfter{10};
     /// Counts seconds. When it changes, cameras may have gone offline; nothing else tells.
     [[nodiscard]] std::uint64_t livenessTick() const;
 
@@ -52,6 +55,9 @@ public:
     void stop();
     /// Asks around at once, unless that is under way.
     void rescan();
+    /// Wants measured(). Tries as well, now and then, whether the cameras that are online can be
+    /// reached where their previews come from.
+    void measure();
     /// Asks a camera to share its files, in the name of this computer. Gives the request's id, or
     /// nothing when the camera cannot be asked; how it goes is told by transferModeRequest().
     std::optional<QString> requestTransferMode(const LiveCamera &camera, const QString &collectorID,
@@ -64,6 +70,7 @@ Q_SIGNALS:
     void errorMessageChanged();
     void transferModeRequestChanged();
     void livenessTickChanged();
+    void measured(const vorn::ListeningReport &report);
 
 private:
     void listenTo(LiveDiscoveryWorker &worker);
@@ -84,7 +91,8 @@ private:
     std::optional<QString> m_errorMessage VORN_OWNED_BY(m_ui);
     std::optional<TransferModeRequestState> m_transferModeRequest VORN_OWNED_BY(m_ui);
     std::uint64_t m_livenessTick VORN_OWNED_BY(m_ui) = 0;
-    WorkerThread<LiveDiscoveryWorker> m_worker; ///< last: ends before what it reports to
+    std::uint64_t m_heardTick VORN_OWNED_BY(m_ui) = 0; ///< when a camera was heard last
+    WorkerThread<LiveDiscoveryWorker> m_worker;        ///< last: ends before what it reports to
 };
 
 } // namespace vorn

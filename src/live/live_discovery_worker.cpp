@@ -50,6 +50,7 @@ LiveDiscoveryWorker::LiveDiscoveryWorker(std::chrono::milliseconds requestLifeti
     connect(&m_scan, &CameraScan::answered, this, &LiveDiscoveryWorker::takeAnswer);
     connect(&m_scan, &CameraScan::finished, this, [this] {
         m_discovery.assertCurrent();
+        m_lastScan->isRunning = false;
         Q_EMIT scanningChanged(false);
         if (std::exchange(m_isScanDue, false))
             beginScan();
@@ -75,12 +76,14 @@ void LiveDiscoveryWorker::stop()
     m_discovery.assertCurrent();
     m_readable.reset();
     m_socket = {};
+    m_listeningSince.reset();
     m_linkWatch.reset();
     m_scanTimer.reset();
     m_livenessTimer.reset();
     if (m_scan.isRunning()) {
         m_isScanDue = false;
         m_scan.stop();
+        m_lastScan->isRunning = false;
         Q_EMIT scanningChanged(false);
     }
     Q_EMIT closed();
@@ -102,6 +105,8 @@ void LiveDiscoveryWorker::openSocket()
     askForReceiveBuffer(socket, receiveBufferBytes);
     m_socket = std::move(socket);
     m_links.clear(); // none of which it has joined
+    m_memberships.clear();
+    m_listeningSince = MonotonicClock::now();
     followLinks();
     m_readable = std::make_unique<QSocketNotifier>(m_socket.get(), QSocketNotifier::Read);
     connect(m_readable.get(), &QSocketNotifier::activated, this, &LiveDiscoveryWorker::receive);
@@ -130,10 +135,17 @@ bool LiveDiscoveryWorker::followLinks()
         if (std::ranges::find(*links, link) == links->end())
             leaveMulticastGroup(m_socket, statusGroup, link.interfaceIndex);
     }
-    m_links = *std::move(links);
+    const std::vector<NetworkLink> before = std::exchange(m_links, *std::move(links));
+    const std::vector<Membership> memberships = std::exchange(m_memberships, {});
     m_isScanDue = m_scan.isRunning(); // of the networks of before
-    for (const NetworkLink &link : m_links)
-        joinMulticastGroup(m_socket, statusGroup, link.interfaceIndex);
+    for (const NetworkLink &link : m_links) {
+        const auto known = std::ranges::find(before, link);
+        m_memberships.push_back(
+            {.isJoined = joinMulticastGroup(m_socket, statusGroup, link.interfaceIndex),
+             .since = known == before.end()
+                          ? MonotonicClock::now()
+                          : memberships[std::size_t(known - before.begin())].since});
+    }
     return true;
 }
 
@@ -184,8 +196,10 @@ void LiveDiscoveryWorker::beginScan()
     std::vector<QString> addresses;
     std::ranges::transform(m_links, std::back_inserter(addresses), &NetworkLink::address);
     std::deque<QString> hosts = hostsToScan(addresses);
+    m_lastScan = ScanReport{.begun = MonotonicClock::now(), .asked = hosts.size()};
     if (hosts.empty())
         return;
+    m_lastScan->isRunning = true;
     Q_EMIT scanningChanged(true);
     m_scan.start(std::move(hosts));
 }
@@ -200,33 +214,46 @@ void LiveDiscoveryWorker::receive()
         if (!datagram)
             break;
         // Whoever is listed is asked for pictures.
-        if (isNearby(QHostAddress(datagram->host), m_links))
-            take(std::span(buffer).first(datagram->size), datagram->host);
+        const DatagramFate fate =
+            isNearby(QHostAddress(datagram->host), m_links)
+                ? take(std::span(buffer).first(datagram->size), datagram->host)
+                : DatagramFate::beyond;
+        m_tally.count(fate, MonotonicClock::now());
     }
     postBatch();
 }
 
-void LiveDiscoveryWorker::take(std::span<const std::byte> data, const QString &host)
+DatagramFate LiveDiscoveryWorker::take(std::span<const std::byte> data, const QString &host)
 {
-    const std::optional<LiveDatagram> datagram = decodeDatagram(data);
-    if (!datagram)
-        return;
-    if (const auto *response = std::get_if<TransferModeResponse>(&*datagram)) {
-        if (auto state = m_requests.judge(*response, host))
-            m_answered = std::move(state);
-        return;
-    }
-    const auto &packet = std::get<LiveCameraPacket>(*datagram);
+    const LiveDatagram datagram = decodeDatagram(data);
+    if (const auto *packet = std::get_if<LiveCameraPacket>(&datagram))
+        return takeSnapshot(*packet, host);
+    const auto *response = std::get_if<TransferModeResponse>(&datagram);
+    if (!response)
+        return std::get<DatagramFate>(datagram);
+    auto state = m_requests.judge(*response, host);
+    if (!state)
+        return DatagramFate::nobodyWaiting;
+    m_answered = std::move(state);
+    return DatagramFate::answered;
+}
+
+DatagramFate LiveDiscoveryWorker::takeSnapshot(const LiveCameraPacket &packet, const QString &host)
+{
     // Room comes first: ids that nobody will see must not push out what is known of others.
-    if (m_batch.hasRoomFor(packet.cameraID())
-        && m_orders.acceptDatagram(packet, MonotonicClock::now()))
-        m_batch.add(CameraSnapshot(packet, host));
+    if (!m_batch.hasRoomFor(packet.cameraID()))
+        return DatagramFate::noRoom;
+    if (!m_orders.acceptDatagram(packet, MonotonicClock::now()))
+        return DatagramFate::outdated;
+    m_batch.add(CameraSnapshot(packet, host));
+    return DatagramFate::heard;
 }
 
 void LiveDiscoveryWorker::takeAnswer(const QString &host, const LiveCameraPacket &packet,
                                      std::uint64_t startRevision)
 {
     m_discovery.assertCurrent();
+    ++m_lastScan->answered;
     if (!m_batch.hasRoomFor(packet.cameraID())
         || !m_orders.acceptProbe(packet, startRevision, MonotonicClock::now()))
         return;
@@ -274,6 +301,24 @@ void LiveDiscoveryWorker::sendRequest(const QString &requestID,
     m_requests.add(requestID, request);
     QTimer::singleShot(m_requestLifetime, Qt::PreciseTimer, this,
                        [this, requestID] { expire(requestID); });
+}
+
+void LiveDiscoveryWorker::measure(const std::vector<QString> &hosts)
+{
+    m_discovery.assertCurrent();
+    m_reach.follow(hosts);
+    ListeningReport report{.made = MonotonicClock::now(),
+                           .listeningSince = m_listeningSince,
+                           .links = {},
+                           .datagrams = m_tally.lastMinute(MonotonicClock::now()),
+                           .lastScan = m_lastScan,
+                           .reach = m_reach.results()};
+    for (std::size_t index = 0; index < m_links.size(); ++index) {
+        report.links.push_back({.link = m_links[index],
+                                .isJoined = m_memberships[index].isJoined,
+                                .since = m_memberships[index].since});
+    }
+    Q_EMIT measured(report);
 }
 
 void LiveDiscoveryWorker::expire(const QString &requestID)

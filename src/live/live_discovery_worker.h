@@ -4,7 +4,10 @@
 #include "base/files.h"
 #include "base/thread_context.h"
 #include "live/camera_scan.h"
+#include "live/datagram_tally.h"
+#include "live/listening_report.h"
 #include "live/peer_snapshot_orders.h"
+#include "live/reach_check.h"
 #include "live/snapshot_batch.h"
 #include "live/transfer_mode_request.h"
 #include "net/link_watch.h"
@@ -45,6 +48,8 @@ public:
     void setListed(const QSet<QString> &listed);
     void sendRequest(const QString &requestID, const PendingTransferRequest &request,
                      const QByteArray &data);
+    /// Wants a report, and the hosts of heard cameras to be tried.
+    void measure(const std::vector<QString> &hosts);
 
 Q_SIGNALS:
     void opened();
@@ -62,8 +67,14 @@ Q_SIGNALS:
     /// Nobody has decided in time. To be shown unless another request is.
     void requestExpired(const vorn::TransferModeRequestState &state);
     void ticked();
+    void measured(const vorn::ListeningReport &report);
 
 private:
+    struct Membership {
+        bool isJoined = false;
+        MonotonicClock::time_point since;
+    };
+
     void openSocket() VORN_RUNS_ON(m_discovery);
     void watchLinks() VORN_RUNS_ON(m_discovery);
     /// Listens on the links that are there now. False when they are those of before.
@@ -72,7 +83,10 @@ private:
     void startLivenessTimer() VORN_RUNS_ON(m_discovery);
     void beginScan() VORN_RUNS_ON(m_discovery);
     void receive();
-    void take(std::span<const std::byte> data, const QString &host) VORN_RUNS_ON(m_discovery);
+    DatagramFate take(std::span<const std::byte> data, const QString &host)
+        VORN_RUNS_ON(m_discovery);
+    DatagramFate takeSnapshot(const LiveCameraPacket &packet, const QString &host)
+        VORN_RUNS_ON(m_discovery);
     void takeAnswer(const QString &host, const LiveCameraPacket &packet,
                     std::uint64_t startRevision);
     void postBatch() VORN_RUNS_ON(m_discovery);
@@ -83,11 +97,16 @@ private:
     FileDescriptor m_socket VORN_OWNED_BY(m_discovery);
     std::unique_ptr<QSocketNotifier> m_readable VORN_OWNED_BY(m_discovery);
     std::unique_ptr<LinkWatch> m_linkWatch VORN_OWNED_BY(m_discovery);
-    std::vector<NetworkLink> m_links VORN_OWNED_BY(m_discovery); ///< where the group was joined
+    std::optional<MonotonicClock::time_point> m_listeningSince VORN_OWNED_BY(m_discovery);
+    std::vector<NetworkLink> m_links VORN_OWNED_BY(m_discovery);
+    std::vector<Membership> m_memberships VORN_OWNED_BY(m_discovery); ///< of each of m_links
+    DatagramTally m_tally VORN_OWNED_BY(m_discovery);
     std::unique_ptr<QTimer> m_scanTimer VORN_OWNED_BY(m_discovery);
     std::unique_ptr<QTimer> m_livenessTimer VORN_OWNED_BY(m_discovery);
     PeerSnapshotOrders m_orders VORN_OWNED_BY(m_discovery);
     CameraScan m_scan VORN_OWNED_BY(m_discovery);
+    std::optional<ScanReport> m_lastScan VORN_OWNED_BY(m_discovery);
+    ReachCheck m_reach VORN_OWNED_BY(m_discovery);
     bool m_isScanDue VORN_OWNED_BY(m_discovery) = false; ///< once the one under way has ended
     bool m_isAskingOnline VORN_OWNED_BY(m_discovery) = false;
     SnapshotBatch m_batch VORN_OWNED_BY(m_discovery);

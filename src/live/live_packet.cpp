@@ -14,16 +14,16 @@
 namespace vorn {
 namespace {
 
-std::optional<LiveDatagram> snapshotOf(const QString &type, const QJsonObject &envelope,
-                                       const QJsonObject &payload)
+LiveDatagram snapshotOf(const QString &type, const QJsonObject &envelope,
+                        const QJsonObject &payload)
 {
     const std::optional<QString> sender = textValue(envelope.value(u"sender"));
     const std::optional<QString> id = textValue(payload.value(u"id"));
     if (sender && id && *sender != *id)
-        return std::nullopt;
+        return DatagramFate::badSender;
     const QString candidate = sender ? *sender : id.value_or(QString());
     if (!isBoundedText(candidate, maximumIdBytes))
-        return std::nullopt;
+        return DatagramFate::badSender;
     return LiveCameraPacket{.type = type,
                             .sender = candidate,
                             .payload = payload,
@@ -32,45 +32,44 @@ std::optional<LiveDatagram> snapshotOf(const QString &type, const QJsonObject &e
                             .sentMs = envelope.value(u"sentMs")};
 }
 
-std::optional<LiveDatagram> transferModeResponse(const QJsonObject &envelope,
-                                                 const QJsonObject &payload)
+LiveDatagram transferModeResponse(const QJsonObject &envelope, const QJsonObject &payload)
 {
     const QString sender = envelope.value(u"sender").toString();
     const QString action = payload.value(u"action").toString();
     if (!isBoundedText(sender, maximumIdBytes)
         || (action != u"TRANSFER_MODE_PENDING" && action != u"TRANSFER_MODE_ACK")
         || !isBoundedText(payload.value(u"requestId").toString(), maximumRequestIdBytes))
-        return std::nullopt;
+        return DatagramFate::badAnswer;
     return TransferModeResponse{.sender = sender, .payload = payload};
 }
 
-template <class Kind> std::optional<Kind> only(std::optional<LiveDatagram> datagram)
+template <class Kind> std::optional<Kind> only(LiveDatagram datagram)
 {
-    if (!datagram)
-        return std::nullopt;
-    Kind *kind = std::get_if<Kind>(&*datagram);
+    Kind *kind = std::get_if<Kind>(&datagram);
     return kind ? std::optional(std::move(*kind)) : std::nullopt;
 }
 
 } // namespace
 
-std::optional<LiveDatagram> decodeDatagram(std::span<const std::byte> data)
+LiveDatagram decodeDatagram(std::span<const std::byte> data)
 {
     if (data.size() > maximumPacketBytes)
-        return std::nullopt;
+        return DatagramFate::tooLong;
     const auto text = QByteArray::fromRawData(reinterpret_cast<const char *>(data.data()),
                                               qsizetype(data.size()));
-    // What is no object reads as an empty one, which has no version.
+    // What is no object reads as an empty one, which has no payload.
     const QJsonObject envelope = parseJson(text).object();
     const QJsonValue payload = envelope.value(u"payload");
-    if (exactInteger(envelope.value(u"v")) != 1 || !payload.isObject())
-        return std::nullopt;
+    if (!payload.isObject())
+        return DatagramFate::unreadable;
+    if (exactInteger(envelope.value(u"v")) != 1)
+        return DatagramFate::otherVersion;
     const QString type = envelope.value(u"type").toString().toLower();
     if (type == u"announce" || type == u"status")
         return snapshotOf(type, envelope, payload.toObject());
     if (type == u"command")
         return transferModeResponse(envelope, payload.toObject());
-    return std::nullopt;
+    return DatagramFate::otherType;
 }
 
 std::optional<LiveCameraPacket> decodePacket(std::span<const std::byte> data)

@@ -42,14 +42,33 @@ struct TransferModeResponse {
     bool operator==(const TransferModeResponse &) const = default;
 };
 
-using LiveDatagram = std::variant<LiveCameraPacket, TransferModeResponse>;
+/// What becomes of a datagram.
+enum class DatagramFate {
+    heard,    ///< a snapshot that counts
+    answered, ///< an answer to a request that waits
+    // None of ours:
+    tooLong,
+    unreadable,   ///< no JSON object with a payload
+    otherVersion, ///< of the protocol
+    otherType,    ///< of envelope
+    badSender,    ///< no usable id, or two that differ
+    badAnswer,    ///< a command that answers no request
+    // Of no use to the listener:
+    beyond,        ///< from outside the computer's own networks
+    outdated,      ///< nothing newer, as of what comes over two links
+    noRoom,        ///< a further camera when the list is full
+    nobodyWaiting, ///< an answer that no request waits for
+};
+inline constexpr std::size_t datagramFates = std::size_t(DatagramFate::nobodyWaiting) + 1;
 
-/// Reads one envelope (JSON, RFC 8259); absent when it is anything but a whole and valid one. Any
-/// thread; never throws.
-[[nodiscard]] std::optional<LiveDatagram> decodeDatagram(std::span<const std::byte> data);
-/// As decodeDatagram, for a place where only snapshots are welcome.
+/// Or why it is neither.
+using LiveDatagram = std::variant<LiveCameraPacket, TransferModeResponse, DatagramFate>;
+
+/// Reads one envelope (JSON, RFC 8259), which must be whole and valid. Any thread; never throws.
+[[nodiscard]] LiveDatagram decodeDatagram(std::span<const std::byte> data);
+/// As decodeDatagram, where only snapshots are welcome.
 [[nodiscard]] std::optional<LiveCameraPacket> decodePacket(std::span<const std::byte> data);
-/// As decodeDatagram, for a place where only answers are welcome.
+/// As decodeDatagram, where only answers are welcome.
 [[nodiscard]] std::optional<TransferModeResponse>
 decodeTransferModeResponse(std::span<const std::byte> data);
 

@@ -30,6 +30,7 @@ public:
     void close();
     /// Null while there is none.
     [[nodiscard]] AvahiConnection *connection() const { return m_current; }
+    [[nodiscard]] bool isToDaemon() const { return m_current && m_current == m_daemon.get(); }
 
 Q_SIGNALS:
     /// There is a connection, on which nothing has been asked yet.

@@ -31,6 +31,13 @@ std::optional<in_addr> reachable(const QString &host)
     return address && isNearby(QHostAddress(ntohl(address->s_addr))) ? address : std::nullopt;
 }
 
+QString dotted(in_addr address)
+{
+    std::array<char, INET_ADDRSTRLEN> text{};
+    ::inet_ntop(AF_INET, &address, text.data(), text.size());
+    return QString::fromLatin1(text.data());
+}
+
 sockaddr_in endpoint(in_addr address, std::uint16_t port)
 {
     sockaddr_in made{};
@@ -66,13 +73,13 @@ bool wouldBlock()
     return errno == EAGAIN || errno == EWOULDBLOCK;
 }
 
-void setMembership(const FileDescriptor &socket, int option, const QString &group,
+bool setMembership(const FileDescriptor &socket, int option, const QString &group,
                    unsigned interfaceIndex)
 {
     const ip_mreqn membership{.imr_multiaddr = parsed(group).value_or(in_addr{}),
                               .imr_address = {},
                               .imr_ifindex = int(interfaceIndex)};
-    static_cast<void>(setOption(socket, IPPROTO_IP, option, membership));
+    return setOption(socket, IPPROTO_IP, option, membership);
 }
 
 } // namespace
@@ -101,15 +108,15 @@ void askForReceiveBuffer(const FileDescriptor &socket, int bytes)
     static_cast<void>(setOption(socket, SOL_SOCKET, SO_RCVBUF, bytes));
 }
 
-void joinMulticastGroup(const FileDescriptor &socket, const QString &group, unsigned interfaceIndex)
+bool joinMulticastGroup(const FileDescriptor &socket, const QString &group, unsigned interfaceIndex)
 {
-    setMembership(socket, IP_ADD_MEMBERSHIP, group, interfaceIndex);
+    return setMembership(socket, IP_ADD_MEMBERSHIP, group, interfaceIndex) || errno == EADDRINUSE;
 }
 
 void leaveMulticastGroup(const FileDescriptor &socket, const QString &group,
                          unsigned interfaceIndex)
 {
-    setMembership(socket, IP_DROP_MEMBERSHIP, group, interfaceIndex);
+    static_cast<void>(setMembership(socket, IP_DROP_MEMBERSHIP, group, interfaceIndex));
 }
 
 std::optional<ReceivedDatagram> receiveDatagram(const FileDescriptor &socket,
@@ -121,10 +128,9 @@ std::optional<ReceivedDatagram> receiveDatagram(const FileDescriptor &socket,
         return ::recvfrom(socket.get(), buffer.data(), buffer.size(), 0,
                           reinterpret_cast<sockaddr *>(&source), &length);
     });
-    std::array<char, INET_ADDRSTRLEN> host{};
-    if (size < 0 || !::inet_ntop(AF_INET, &source.sin_addr, host.data(), host.size()))
+    if (size < 0)
         return std::nullopt;
-    return ReceivedDatagram{.size = std::size_t(size), .host = QString::fromLatin1(host.data())};
+    return ReceivedDatagram{.size = std::size_t(size), .host = dotted(source.sin_addr)};
 }
 
 bool sendDatagram(const FileDescriptor &socket, const QByteArray &data, const QString &host,
@@ -153,11 +159,27 @@ FileDescriptor beginConnection(const QString &host, std::uint16_t port)
     return socket;
 }
 
-bool isConnected(const FileDescriptor &socket)
+int connectionError(const FileDescriptor &socket)
 {
     int error = 0;
     socklen_t length = sizeof error;
-    return ::getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &length) == 0 && error == 0;
+    return ::getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &length) == 0 ? error : errno;
+}
+
+std::optional<QString> sourceAddressTo(const QString &host)
+{
+    const auto address = reachable(host);
+    const FileDescriptor socket = openUdpSocket();
+    if (!address || !socket.isOpen())
+        return std::nullopt;
+    constexpr std::uint16_t discardPort = 9; // any would do
+    const sockaddr_in to = endpoint(*address, discardPort);
+    sockaddr_in source{};
+    socklen_t length = sizeof source;
+    if (::connect(socket.get(), generic(to), sizeof to) != 0
+        || ::getsockname(socket.get(), reinterpret_cast<sockaddr *>(&source), &length) != 0)
+        return std::nullopt;
+    return dotted(source.sin_addr);
 }
 
 std::optional<std::size_t> sendBytes(const FileDescriptor &socket, std::span<const std::byte> data)

@@ -32,9 +32,8 @@ struct ReceivedDatagram {
 /// Asks for room for waiting datagrams; the system may give less.
 void askForReceiveBuffer(const FileDescriptor &socket, int bytes);
 
-/// Joins a multicast group on an interface. A failure, also because it is joined already, is
-/// nothing that anybody could act upon.
-void joinMulticastGroup(const FileDescriptor &socket, const QString &group,
+/// Joins a multicast group on an interface. True when it is joined, also when it was already.
+bool joinMulticastGroup(const FileDescriptor &socket, const QString &group,
                         unsigned interfaceIndex);
 
 /// Leaves the group there, also when the interface itself has gone: a socket has few memberships.
@@ -53,8 +52,13 @@ void leaveMulticastGroup(const FileDescriptor &socket, const QString &group,
 /// Not open when the host is not nearby, or it failed at once.
 [[nodiscard]] FileDescriptor beginConnection(const QString &host, std::uint16_t port);
 
-/// True when the connection that was under way stands.
-[[nodiscard]] bool isConnected(const FileDescriptor &socket);
+/// Why the connection that was under way does not stand, as the system's error number; 0 when it
+/// does.
+[[nodiscard]] int connectionError(const FileDescriptor &socket);
+
+/// This computer's address on the way to a host, as the system would choose it now, dotted; absent
+/// when it knows no way. Nothing is sent.
+[[nodiscard]] std::optional<QString> sourceAddressTo(const QString &host);
 
 /// Bytes sent at once; absent when the connection is broken. Never raises SIGPIPE.
 [[nodiscard]] std::optional<std::size_t> sendBytes(const FileDescriptor &socket,

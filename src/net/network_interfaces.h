@@ -11,14 +11,17 @@
 
 namespace vorn {
 
-/// True for an interface that leads to a network of people's devices: up, neither loopback nor
-/// point-to-point, and by its name no tunnel, cellular link, container or virtual machine. `flags`
-/// are the system's IFF_ bits.
-[[nodiscard]] bool isLanInterface(std::string_view name, unsigned flags);
+/// Why an interface does not lead to a network of people's devices; `none` for one that does.
+enum class LinkExclusion { none, tunnel, container, loopback, down, pointToPoint, noAddress };
 
-/// An IPv4 address of this computer on such an interface.
+/// Tunnels, cellular links, containers and virtual machines are told by their names. `flags` are
+/// the system's IFF_ bits.
+[[nodiscard]] LinkExclusion linkExclusion(std::string_view name, unsigned flags);
+
+/// An IPv4 address of this computer.
 struct NetworkLink {
     unsigned interfaceIndex = 0; ///< the system's; an interface that is made anew has another
+    QString name;                ///< the interface's
     QString address;             ///< dotted
     int prefixLength = 0;        ///< of the network that it is on
     bool hasCarrier = false;     ///< a cable that is out has none, nor a Wi-Fi that is out of reach
@@ -26,7 +29,19 @@ struct NetworkLink {
     bool operator==(const NetworkLink &) const = default;
 };
 
-/// In the system's order. Absent when the system does not tell, as when no descriptor is left.
+/// An interface of this computer with one of its addresses, or with an empty one.
+struct LocalInterface {
+    NetworkLink link;
+    LinkExclusion exclusion = LinkExclusion::none;
+
+    bool operator==(const LocalInterface &) const = default;
+};
+
+/// All there are, those without an address last. Absent when the system does not tell, as when no
+/// descriptor is left.
+[[nodiscard]] std::optional<std::vector<LocalInterface>> localInterfaces();
+
+/// The addresses on interfaces that are not excluded, in the system's order; absent as above.
 [[nodiscard]] std::optional<std::vector<NetworkLink>> localIPv4Links();
 
 /// True for an IPv4 address that may be a phone's: on the network of one of `links`, or for private

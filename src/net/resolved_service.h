@@ -11,6 +11,10 @@
 
 namespace vorn {
 
+/// Through what services are looked for: nothing, the machine's DNS-SD daemon, or a stack of our
+/// own.
+enum class ServiceSource { none, daemon, embedded };
+
 /// What DNS-SD tells of one service (RFC 6763). All of it is text from a stranger, as received.
 struct ResolvedService {
     QString name;         ///< of the instance

@@ -22,6 +22,11 @@ ServiceBrowser::ServiceBrowser(const QStringList &types, QObject *parent)
           [this, types] {
               auto worker = std::make_unique<ServiceBrowserWorker>(types);
               // Made on the worker's thread, these arrive on the UI thread.
+              connect(worker.get(), &ServiceBrowserWorker::sourceChanged, this,
+                      [this](ServiceSource source) {
+                          m_ui.assertCurrent();
+                          m_source = source;
+                      });
               connect(worker.get(), &ServiceBrowserWorker::changed, this,
                       [this](std::uint64_t run, const std::vector<ServiceChange> &changes) {
                           m_ui.assertCurrent();
@@ -53,6 +58,12 @@ void ServiceBrowser::stop()
     m_ui.assertCurrent();
     ++m_run;
     m_worker.post([](ServiceBrowserWorker &worker) { worker.stop(); });
+}
+
+ServiceSource ServiceBrowser::source() const
+{
+    m_ui.assertCurrent();
+    return m_source;
 }
 
 } // namespace vorn

@@ -31,6 +31,7 @@ public:
     void start();
     /// Ends, and forgets everything. Nothing is told any more, not even of before.
     void stop();
+    [[nodiscard]] ServiceSource source() const;
 
 Q_SIGNALS:
     /// Services that were resolved, also anew because something changed, or that went away; in this
@@ -42,6 +43,7 @@ Q_SIGNALS:
 private:
     ThreadContext m_ui;
     std::uint64_t m_run VORN_OWNED_BY(m_ui) = 0; ///< what comes from an earlier one is late
+    ServiceSource m_source VORN_OWNED_BY(m_ui) = ServiceSource::none;
     WorkerThread<ServiceBrowserWorker> m_worker; ///< last: ends before what it reports to
 };
 

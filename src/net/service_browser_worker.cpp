@@ -86,8 +86,14 @@ ServiceBrowserWorker::ServiceBrowserWorker(const QStringList &types)
     }
     m_flush.setSingleShot(true);
     m_flush.callOnTimeout(this, &ServiceBrowserWorker::flush);
-    connect(&m_link, &AvahiLink::ready, this, &ServiceBrowserWorker::browse);
-    connect(&m_link, &AvahiLink::lost, this, &ServiceBrowserWorker::pause);
+    connect(&m_link, &AvahiLink::ready, this, [this] {
+        Q_EMIT sourceChanged(m_link.isToDaemon() ? ServiceSource::daemon : ServiceSource::embedded);
+        browse();
+    });
+    connect(&m_link, &AvahiLink::lost, this, [this] {
+        Q_EMIT sourceChanged(ServiceSource::none);
+        pause();
+    });
 }
 
 void ServiceBrowserWorker::start(std::uint64_t run)

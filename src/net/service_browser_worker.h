@@ -38,6 +38,7 @@ public:
 
 Q_SIGNALS:
     void changed(std::uint64_t run, const std::vector<ServiceChange> &changes);
+    void sourceChanged(vorn::ServiceSource source);
     /// A type is not looked for any more, and stop() is not the reason.
     void stopped(std::uint64_t run, const QString &type);
 

@@ -18,7 +18,7 @@ std::optional<TcpSocket> TcpSocket::connect(const QString &host, std::uint16_t p
     TcpSocket connection(beginConnection(host, port), limit, stop);
     if (!connection.m_socket.isOpen()
         || !connection.waitFor(POLLOUT, MonotonicClock::time_point::max())
-        || !isConnected(connection.m_socket))
+        || connectionError(connection.m_socket) != 0)
         return std::nullopt;
     return connection;
 }

@@ -23,6 +23,8 @@ public:
     /// By serviceName in the user's language; equal names in the order of their arrival.
     [[nodiscard]] const std::vector<DiscoveredDevice> &devices() const;
     [[nodiscard]] bool isSearching() const;
+    /// Through what it searches.
+    [[nodiscard]] ServiceSource source() const { return m_browser.source(); }
 
     /// Searches again after stop(), or after a search that ended by itself.
     void start();

@@ -91,13 +91,20 @@ std::unique_ptr<QWindow> makeDirectorWindow(QQmlEngine &engine, DirectorViewMode
                       {{u"director"_s, QVariant::fromValue(&director)}});
 }
 
+std::unique_ptr<QWindow> makeNetworkCheckWindow(QQmlEngine &engine, NetworkCheckViewModel &check)
+{
+    return makeWindow(engine, u"network/NetworkCheckWindow.qml"_s,
+                      {{u"check"_s, QVariant::fromValue(&check)}});
+}
+
 ProgramWindows::ProgramWindows(AppStore &store, LANDiscovery &catalogs,
                                LiveCameraDiscovery &cameras, QSettings &settings)
     : m_store(store),
       m_catalogs(catalogs),
       m_cameras(cameras),
       m_settings(settings),
-      m_library(store, catalogs, cameras)
+      m_library(store, catalogs, cameras),
+      m_networkCheck(catalogs, cameras)
 {
     connect(&m_engine, &QQmlEngine::quit, this, &ProgramWindows::quit);
 }
@@ -113,6 +120,8 @@ void ProgramWindows::showDirector()
         connect(m_directorWindow.get(), SIGNAL(closed()), this, SLOT(endDirector()),
                 Qt::QueuedConnection);
         connect(m_directorWindow.get(), SIGNAL(stayed()), this, SLOT(stay()));
+        connect(m_directorWindow.get(), SIGNAL(networkCheckRequested()), this,
+                SLOT(showNetworkCheck()));
     }
     bringToFront(*m_directorWindow);
 }
@@ -146,13 +155,23 @@ void ProgramWindows::showLibrary()
     if (!m_libraryWindow) {
         m_libraryWindow = makeLibraryWindow(m_engine, m_library);
         connect(m_libraryWindow.get(), SIGNAL(directorRequested()), this, SLOT(showDirector()));
+        connect(m_libraryWindow.get(), SIGNAL(networkCheckRequested()), this,
+                SLOT(showNetworkCheck()));
     }
     bringToFront(*m_libraryWindow);
 }
 
+void ProgramWindows::showNetworkCheck()
+{
+    if (!m_networkCheckWindow)
+        m_networkCheckWindow = makeNetworkCheckWindow(m_engine, m_networkCheck);
+    bringToFront(*m_networkCheckWindow);
+}
+
 void ProgramWindows::raise()
 {
-    for (const auto &window : {m_directorWindow.get(), m_libraryWindow.get()}) {
+    for (const auto &window :
+         {m_directorWindow.get(), m_libraryWindow.get(), m_networkCheckWindow.get()}) {
         if (window && window->isVisible())
             bringToFront(*window);
     }

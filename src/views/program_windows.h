@@ -3,6 +3,7 @@
 
 #include "views/director/director_view_model.h"
 #include "views/library/library_view_model.h"
+#include "views/network/network_check_view_model.h"
 
 #include <QObject>
 #include <QQmlEngine>
@@ -29,6 +30,9 @@ void applyLook();
 /// Makes the Director window.
 [[nodiscard]] std::unique_ptr<QWindow> makeDirectorWindow(QQmlEngine &engine,
                                                           DirectorViewModel &director);
+/// Makes the window of the network check, which stays hidden until it is shown.
+[[nodiscard]] std::unique_ptr<QWindow> makeNetworkCheckWindow(QQmlEngine &engine,
+                                                              NetworkCheckViewModel &check);
 
 /// The program's windows, each opened on request: a window that is there comes to the front
 /// instead. The Library window is kept when it closes; the Director window starts fresh. Context:
@@ -43,6 +47,7 @@ public:
 public Q_SLOTS:
     void showDirector();
     void showLibrary();
+    void showNetworkCheck();
     /// Ends the program, unless the user keeps a running session.
     void quit();
     /// Brings all open windows to the front.
@@ -58,10 +63,12 @@ private:
     LiveCameraDiscovery &m_cameras;
     QSettings &m_settings;
     LibraryViewModel m_library;
+    NetworkCheckViewModel m_networkCheck;
     std::unique_ptr<DirectorViewModel> m_director; ///< as long as its window is open
     QQmlEngine m_engine;
     std::unique_ptr<QWindow> m_libraryWindow;
     std::unique_ptr<QWindow> m_directorWindow;
+    std::unique_ptr<QWindow> m_networkCheckWindow;
     bool m_isQuitting = false; ///< as soon as the Director window has closed
 };
 

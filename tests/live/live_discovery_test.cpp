@@ -324,6 +324,50 @@ private Q_SLOTS:
         ip(u"link del docker7"_s);
     }
 
+    void tellsWhatItKnowsOfTheNetwork()
+    {
+        const FileDescriptor phone = phoneSocket(u"10.77.0.11"_s);
+        const FileDescriptor other = phoneSocket(u"10.77.0.12"_s);
+        const LabNeighbours neighbours; // among them 10.77.0.12, which refuses
+        const PhoneServer camera(u"10.77.0.11"_s, answering(status(u"a"_s, 5)));
+        LiveCameraDiscovery discovery;
+        ListeningReport report;
+        connect(&discovery, &LiveCameraDiscovery::measured, this,
+                [&](const ListeningReport &made) { report = made; });
+        QTRY_VERIFY_WITH_TIMEOUT(discovery.isListening(), limitMs);
+        for (const QByteArray &data :
+             {status(u"a"_s, 1, sequenced(session, 5)), status(u"a"_s, 2, sequenced(session, 4)),
+              QByteArray("{"), QByteArray(R"({"v":2,"type":"status","payload":{}})"),
+              QByteArray(int(maximumPacketBytes) + 1, ' ')})
+            sendToGroup(phone, data);
+        sendToGroup(other, status(u"b"_s, 3));
+        QTRY_COMPARE_WITH_TIMEOUT(batteryOf(discovery, u"b"_s), 3, limitMs);
+        const auto isMeasured = [&] {
+            discovery.measure();
+            return report.reach[u"10.77.0.11"_s] == Reach::answered
+                   && report.reach[u"10.77.0.12"_s] == Reach::refused;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(isMeasured(), limitMs);
+        QVERIFY(report.listeningSince);
+        const auto lab = std::ranges::find(report.links, u"lab0"_s,
+                                           [](const auto &listened) { return listened.link.name; });
+        QVERIFY(lab != report.links.end() && lab->isJoined);
+        QCOMPARE(report.datagrams.of(DatagramFate::heard), 2U);
+        QCOMPARE(report.datagrams.of(DatagramFate::outdated), 1U);
+        QCOMPARE(report.datagrams.of(DatagramFate::unreadable), 1U);
+        QCOMPARE(report.datagrams.of(DatagramFate::otherVersion), 1U);
+        QCOMPARE(report.datagrams.of(DatagramFate::tooLong), 1U);
+        discovery.rescan();
+        const auto isScanned = [&] {
+            discovery.measure();
+            return report.lastScan && !report.lastScan->isRunning;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(isScanned(), limitMs);
+        QCOMPARE(report.lastScan->asked, 253U);
+        QCOMPARE(report.lastScan->answered, 1U);
+        QVERIFY(!discovery.isSilent());
+    }
+
     void leavesStrangersFromAfarAlone()
     {
         const auto far = u"203.0.113.9"_s;

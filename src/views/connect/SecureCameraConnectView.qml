@@ -11,6 +11,7 @@ Sheet {
     id: root
 
     required property SecureConnectViewModel connection
+    signal networkCheckRequested
 
     title: qsTr("Secure Camera Transfer")
     wide: 600
@@ -119,6 +120,13 @@ Sheet {
                     Layout.fillWidth: true
                     text: root.connection.hint
                 }
+            }
+            HelpedButton {
+                visible: root.connection.silent
+                text: qsTr("Check network")
+                icon.name: "warning"
+                help: qsTr("Look at what may keep the phones from being seen")
+                onClicked: root.networkCheckRequested()
             }
         }
         ColumnLayout {

@@ -55,6 +55,11 @@ SecureConnectViewModel::SecureConnectViewModel(AppStore &store, LANDiscovery &di
     refreshCameras();
 }
 
+bool SecureConnectViewModel::isSilent() const
+{
+    return m_live.isSilent();
+}
+
 QString SecureConnectViewModel::requestText() const
 {
     const auto &request = m_live.transferModeRequest();

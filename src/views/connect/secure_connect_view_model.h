@@ -53,6 +53,7 @@ class SecureConnectViewModel : public QObject {
     Q_PROPERTY(bool hasSessions READ hasSessions NOTIFY changed)
     Q_PROPERTY(bool hasDevices READ hasDevices NOTIFY changed)
     Q_PROPERTY(bool hasCameras READ hasCameras NOTIFY changed)
+    Q_PROPERTY(bool silent READ isSilent NOTIFY changed)
     Q_PROPERTY(QString requestText READ requestText NOTIFY changed)
     Q_PROPERTY(bool requestFailed READ hasRequestFailed NOTIFY changed)
     Q_PROPERTY(QString hint READ hint NOTIFY changed)
@@ -75,6 +76,8 @@ public:
     [[nodiscard]] bool hasSessions() const { return !m_sessions.rows().empty(); }
     [[nodiscard]] bool hasDevices() const { return !m_devices.rows().empty(); }
     [[nodiscard]] bool hasCameras() const { return !m_cameras.rows().empty(); }
+    /// Whether no camera has been seen for some time.
+    [[nodiscard]] bool isSilent() const;
     /// How the last request that a camera share its files goes; empty when none was made.
     [[nodiscard]] QString requestText() const;
     [[nodiscard]] bool hasRequestFailed() const;

@@ -10,6 +10,7 @@ StudioPanel {
 
     required property DirectorViewModel director
     readonly property CameraWallViewModel wall: director.wall
+    signal networkCheckRequested
 
     title: qsTr("MULTIVIEW")
     subtitle: wall.subtitle
@@ -39,6 +40,14 @@ StudioPanel {
             icon.name: "search"
             help: qsTr("Scan the local network for VORN cameras")
             onClicked: root.director.scan()
+        }
+        HelpedButton {
+            anchors.horizontalCenter: parent.horizontalCenter
+            visible: root.director.silent
+            text: qsTr("Check network")
+            icon.name: "warning"
+            help: qsTr("Look at what may keep the phones from being seen")
+            onClicked: root.networkCheckRequested()
         }
     }
     Grid {

@@ -11,6 +11,7 @@ ApplicationWindow {
     required property DirectorViewModel director
     property bool mayClose
     signal libraryRequested
+    signal networkCheckRequested
     signal closed
     signal stayed // when it was asked to close
 
@@ -75,6 +76,7 @@ ApplicationWindow {
                 SplitView.minimumWidth: panes.wallNeeds
                 SplitView.maximumWidth: Math.max(panes.wallNeeds, panes.sideRoom - inspector.width)
                 director: root.director
+                onNetworkCheckRequested: root.networkCheckRequested()
             }
             Switcher {
                 SplitView.fillWidth: true

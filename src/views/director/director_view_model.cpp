@@ -99,6 +99,11 @@ QString DirectorViewModel::networkText() const
     return hasOnlineCamera() ? u"Live network active"_s : u"Waiting for cameras"_s;
 }
 
+bool DirectorViewModel::isSilent() const
+{
+    return m_discovery.isSilent();
+}
+
 QString DirectorViewModel::networkProblem() const
 {
     return m_discovery.errorMessage().value_or(QString());

@@ -61,6 +61,7 @@ class DirectorViewModel : public QObject {
     Q_PROPERTY(QString cameraCountText READ cameraCountText NOTIFY camerasChanged)
     Q_PROPERTY(bool hasOnlineCamera READ hasOnlineCamera NOTIFY camerasChanged)
     Q_PROPERTY(QString networkText READ networkText NOTIFY camerasChanged)
+    Q_PROPERTY(bool silent READ isSilent NOTIFY camerasChanged)
     Q_PROPERTY(QString networkProblem READ networkProblem NOTIFY camerasChanged)
     Q_PROPERTY(QString planText READ planText NOTIFY timelineChanged)
     Q_PROPERTY(bool planned READ isPlanned NOTIFY timelineChanged)
@@ -97,6 +98,8 @@ public:
     [[nodiscard]] QString cameraCountText() const;
     [[nodiscard]] bool hasOnlineCamera() const;
     [[nodiscard]] QString networkText() const;
+    /// Whether no camera has been seen for some time.
+    [[nodiscard]] bool isSilent() const;
     /// Why nothing is heard; empty when the program listens.
     [[nodiscard]] QString networkProblem() const;
     [[nodiscard]] QString planText() const;

@@ -8,6 +8,7 @@ ApplicationWindow {
 
     required property LibraryViewModel library
     signal directorRequested
+    signal networkCheckRequested
 
     title: library.title
     width: 1180
@@ -22,6 +23,7 @@ ApplicationWindow {
         library: root.library
         onSettingsRequested: settings.open()
         onDirectorRequested: root.directorRequested()
+        onNetworkCheckRequested: root.networkCheckRequested()
     }
     SettingsWindow {
         id: settings

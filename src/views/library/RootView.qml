@@ -21,6 +21,7 @@ Item {
     readonly property int dashboardWidth: 442
     signal settingsRequested
     signal directorRequested
+    signal networkCheckRequested
 
     function askForNewProject() {
         showNewProject = true;
@@ -138,6 +139,7 @@ Item {
     SecureCameraConnectView {
         visible: root.showCatalog
         connection: root.library.connection
+        onNetworkCheckRequested: root.networkCheckRequested()
         onClosed: root.showCatalog = false
     }
     ErrorAlert {

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Vorn
+
+// Why cameras are seen or not. Measures while it is open.
+ApplicationWindow {
+    id: root
+
+    required property NetworkCheckViewModel check
+
+    title: qsTr("Check network")
+    width: 640
+    height: 760
+    minimumWidth: 420
+    minimumHeight: 360
+    color: Theme.window
+    onVisibleChanged: check.active = visible
+    onClosing: copied.text = ""
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.margins: Theme.between
+        spacing: Theme.inside
+
+        TextLabel {
+            text: root.title
+            font.pixelSize: Theme.windowTitleSize
+            font.weight: Font.DemiBold
+        }
+        StatusLine {
+            Layout.fillWidth: true
+            text: root.check.summary
+            icon: root.check.allGood ? "check" : "warning"
+            iconColor: root.check.allGood ? Theme.ready : Theme.warning
+        }
+        RowList {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            label: qsTr("Findings")
+            selectable: false
+            model: root.check.findings
+            delegate: NetworkFindingRow {
+                width: ListView.view.width - Theme.inside
+            }
+        }
+        RowLayout {
+            spacing: Theme.row
+
+            SmallLabel {
+                id: copied
+
+                Layout.fillWidth: true
+            }
+            HelpedButton {
+                text: root.check.scanning ? qsTr("Scanning…") : qsTr("Scan Again")
+                icon.name: "search"
+                help: qsTr("Scan the local network for VORN cameras")
+                available: !root.check.scanning
+                obstacle: qsTr("A scan is under way.")
+                onClicked: root.check.scan()
+            }
+            HelpedButton {
+                text: qsTr("Copy report")
+                icon.name: "list"
+                help: qsTr("Copy these findings as text, without the names of phones")
+                onClicked: {
+                    root.check.copyReport();
+                    copied.text = qsTr("Copied.");
+                }
+            }
+        }
+    }
+    Shortcut {
+        sequences: ["Esc", "Ctrl+W"]
+        onActivated: root.close()
+    }
+    Shortcut {
+        sequence: "Ctrl+Q"
+        onActivated: Qt.quit()
+    }
+}
