@@ -56,11 +56,9 @@ ApplicationWindow {
                 Layout.fillWidth: true
             }
             HelpedButton {
-                text: root.check.scanning ? qsTr("Scanning…") : qsTr("Scan Again")
+                text: qsTr("Scan Again")
                 icon.name: "search"
                 help: qsTr("Scan the local network for VORN cameras")
-                available: !root.check.scanning
-                obstacle: qsTr("A scan is under way.")
                 onClicked: root.check.scan()
             }
             HelpedButton {

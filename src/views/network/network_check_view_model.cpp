@@ -30,8 +30,6 @@ NetworkCheckViewModel::NetworkCheckViewModel(LANDiscovery &catalogs, LiveCameraD
     m_timer.callOnTimeout(this, &NetworkCheckViewModel::measure);
     connect(&cameras, &LiveCameraDiscovery::measured, this,
             [this](const ListeningReport &report) { take(report); });
-    connect(&cameras, &LiveCameraDiscovery::isActiveScanningChanged, this,
-            &NetworkCheckViewModel::changed);
 }
 
 QString NetworkCheckViewModel::summary() const
@@ -47,11 +45,6 @@ QString NetworkCheckViewModel::summary() const
 bool NetworkCheckViewModel::isAllGood() const
 {
     return std::ranges::all_of(m_findings.rows(), &NetworkFindingRow::isGood);
-}
-
-bool NetworkCheckViewModel::isScanning() const
-{
-    return m_cameras.isActiveScanning();
 }
 
 void NetworkCheckViewModel::setActive(bool isActive)

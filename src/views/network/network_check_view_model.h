@@ -34,7 +34,6 @@ class NetworkCheckViewModel : public QObject {
     Q_PROPERTY(QAbstractItemModel *findings READ findings CONSTANT)
     Q_PROPERTY(QString summary READ summary NOTIFY changed)
     Q_PROPERTY(bool allGood READ isAllGood NOTIFY changed)
-    Q_PROPERTY(bool scanning READ isScanning NOTIFY changed)
     Q_PROPERTY(bool active READ isActive WRITE setActive NOTIFY changed)
 public:
     static constexpr std::chrono::seconds period{1};
@@ -46,7 +45,6 @@ public:
     /// How many findings ask for something.
     [[nodiscard]] QString summary() const;
     [[nodiscard]] bool isAllGood() const;
-    [[nodiscard]] bool isScanning() const;
     [[nodiscard]] bool isActive() const { return m_timer.isActive(); }
     void setActive(bool isActive);
 
