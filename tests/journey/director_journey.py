@@ -54,7 +54,7 @@ def work_the_show(program):
     program.press("Marker")
     program.press("Marker")
     program.wait("8 events in this session")
-    program.picture("edits")
+    program.picture("decisions")
     cuts = ["Mara's phone", "Jonas's phone", "Mara's phone", "Jonas's phone", "Mara's phone"]
     return ([("MARK", "Edit marker")] * 2 + [("FADE", "Jonas's phone")]
             + [("CUT", name) for name in reversed(cuts)])

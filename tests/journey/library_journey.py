@@ -113,6 +113,15 @@ class StartBesideASilentOne:
                "a start beside a silent one wrote to its library")
 
 
+def check_network(program):
+    """Nobody films here, and the program says so."""
+    program.press("Director")
+    program.press("Check network")
+    program.wait("Previews: No camera is heard.")
+    program.wait("Network lab0: 10.77.0.1/24 is listened on, multicast joined.")
+    program.picture("check-network")
+
+
 def leave_abandoned_save():
     folder = pathlib.Path(os.environ["XDG_DATA_HOME"]) / "VORN"
     folder.mkdir(exist_ok=True)
@@ -138,6 +147,7 @@ def main():
         choose_reference(program, manifest)
         say_why_nothing_is_to_download(program)
         package = program.export(fresh_folder(out / "packages 100% #1"))
+        check_network(program)
         raise_by_second_start(path, out)
         silent.expect_refusal()
         expect(not abandoned.exists(), "what a killed save has left was not removed")
