@@ -304,7 +304,7 @@ NetworkFinding firewallFinding(const NetworkFacts &facts)
                             "a firewall or the access point keeps them out."_s;
         finding.advice = u"Let UDP ports 45454 and 5353 in, and multicast through."_s;
     } else {
-        finding.statement = u"Neither ufw nor firewalld is on."_s;
+        finding.statement = u"Neither ufw nor firewalld was found to be on."_s;
     }
     return finding;
 }
@@ -424,8 +424,10 @@ std::vector<NetworkFinding> networkFindings(const NetworkFacts &facts)
     addPreviewFindings(facts, findings);
     findings.push_back(servicesFinding(facts));
     findings.push_back(firewallFinding(facts));
-    findings.push_back(severalNetworksFinding(facts));
-    findings.push_back(routeFinding(facts));
+    if (facts.system.interfaces) {
+        findings.push_back(severalNetworksFinding(facts));
+        findings.push_back(routeFinding(facts));
+    }
     return findings;
 }
 

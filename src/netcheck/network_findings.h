@@ -41,6 +41,7 @@ struct NetworkFinding {
 
 /// What the facts mean, in an order that stays the same while the facts change: the port, each
 /// network, what was left out, what was heard, the scan, the phones, and what may stand in the way.
+/// Of what the system does not tell, one finding says so and the others are silent.
 /// Pure.
 [[nodiscard]] std::vector<NetworkFinding> networkFindings(const NetworkFacts &facts);
 

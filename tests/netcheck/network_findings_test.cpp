@@ -233,6 +233,15 @@ private Q_SLOTS:
             QVERIFY2(finding.isGood, qPrintable(finding.title));
     }
 
+    void claimsNothingOfWhatItCannotSee()
+    {
+        NetworkFacts facts = soundFacts();
+        facts.system.interfaces.reset();
+        for (const NetworkFinding &finding : networkFindings(facts))
+            QVERIFY(finding.title != u"Several networks"
+                    && finding.title != u"Virtual private network");
+    }
+
     void countsTheLastMinute()
     {
         DatagramTally tally;
