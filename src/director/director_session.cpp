@@ -5,6 +5,7 @@
 #include "base/display_text.h"
 #include "director/camera_status_text.h"
 #include "director/edit_log_text.h"
+#include "live/frame_orientation.h"
 #include "live/live_camera_discovery.h"
 #include "store/app_store.h"
 
@@ -285,6 +286,12 @@ QString DirectorSession::previewAspect(const std::optional<QString> &id) const
 {
     const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
     return camera ? camera->aspect : u"16:9"_s;
+}
+
+int DirectorSession::frameRotation(const QString &id, const QSize &frame) const
+{
+    return int(CameraFrameOrientation::effectiveRotation(frame.width(), frame.height(),
+                                                         previewAspect(id), previewRotation(id)));
 }
 
 WallTime DirectorSession::now() const

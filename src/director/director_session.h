@@ -103,6 +103,8 @@ public:
     /// Degrees, as advertised.
     [[nodiscard]] std::int64_t previewRotation(const std::optional<QString> &id) const;
     [[nodiscard]] QString previewAspect(const std::optional<QString> &id) const;
+    /// By how many degrees, clockwise, a frame of that camera and size is turned to stand upright.
+    [[nodiscard]] int frameRotation(const QString &id, const QSize &frame) const;
     [[nodiscard]] bool cameraIsOnline(const std::optional<QString> &id) const;
     [[nodiscard]] bool cameraIsRecording(const std::optional<QString> &id) const;
     /// How the frames of the camera in Preview come. The other status rows are functions of

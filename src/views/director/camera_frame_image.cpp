@@ -2,8 +2,6 @@
 
 #include "views/director/camera_frame_image.h"
 
-#include "live/frame_orientation.h"
-
 #include <QMatrix4x4>
 #include <QQuickWindow>
 #include <QSGImageNode>
@@ -75,9 +73,7 @@ void CameraFrameImage::refresh()
     if (m_director && !m_cameraID.isEmpty()) {
         const DirectorSession &session = m_director->session();
         image = m_isMonitor ? session.previewImage(m_cameraID) : m_director->wallFrame(m_cameraID);
-        rotation = int(CameraFrameOrientation::effectiveRotation(
-            image.width(), image.height(), session.previewAspect(m_cameraID),
-            session.previewRotation(m_cameraID)));
+        rotation = session.frameRotation(m_cameraID, image.size());
     }
     if (image.cacheKey() == m_image.cacheKey() && rotation == m_rotation)
         return;
