@@ -54,6 +54,16 @@ public:
         return item->mapRectToScene(item->boundingRect());
     }
 
+    /// Width by height of the places of the wall.
+    [[nodiscard]] double placeRatio() const
+    {
+        for (QQuickItem *item : visibleItems(window()->contentItem())) {
+            if (item->inherits("vorn::CameraFrameImage") && !item->property("monitor").toBool())
+                return item->width() / item->height();
+        }
+        return 0;
+    }
+
     /// From then on the tiles keep their places.
     void awaitCameras()
     {
@@ -91,6 +101,7 @@ private Q_SLOTS:
     {
         m_phones.must(u"all reset"_s);
         m_phones.must(u"storm 0"_s);
+        m_phones.must(u"all hold landscape"_s); // else the places move when the pictures have come
     }
 
     void cutsByTheSpaceBar()
@@ -281,6 +292,28 @@ private Q_SLOTS:
         for (const QString &text : {u"Live network active"_s, probe.director().policyText(),
                                     u"Audio meters only"_s, probe.director().catalogsText()})
             QVERIFY2(!isCut(probe.named(text)), qPrintable(text));
+    }
+
+    void givesPlacesTheShapeOfTheirPictures()
+    {
+        DirectorProbe probe;
+        probe.startSession();
+        const CameraWallViewModel *wall = probe.director().wall();
+        QTRY_VERIFY_WITH_TIMEOUT(std::abs(probe.placeRatio() - 16.0 / 9) < 0.03, limitMs);
+        m_phones.must(u"all hold turned"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(probe.placeRatio() < 1 && wall->widestRatio() < 1, limitMs);
+        // A phone that is not heard for a while keeps the places as they are.
+        for (const QString &phone : {u"cam-a"_s, u"cam-c"_s, u"cam-d"_s})
+            m_phones.must(phone + u" hold landscape"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(wall->widestRatio() > 1, limitMs);
+        const double mixed = probe.placeRatio();
+        QVERIFY(mixed < 1);
+        m_phones.must(u"cam-b sleep"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            descriptionOf(probe.named(u"Jonas's phone"_s)).startsWith(u"Offline"_s), limitMs);
+        m_phones.must(u"cam-a wall 640x240@15"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(wall->widestRatio() > 2, limitMs);
+        QCOMPARE(probe.placeRatio(), mixed);
     }
 
     void opensOnceAndLeavesTheLibraryAlone()

@@ -21,8 +21,12 @@ FocusStop {
     required property bool recording
     required property bool online
     required property DirectorViewModel director
+    required property real room // how high it may be
+    readonly property real surround: 3 * Theme.tight + line.height // what is not picture
     signal chosen
 
+    // No higher than pictures can be at this width.
+    height: Math.floor(Math.min(room, (width - 2 * Theme.tight) / director.wall.tallestRatio + surround))
     activeFocusOnTab: !isEmpty
     Keys.onReturnPressed: chosen()
     Keys.onEnterPressed: chosen()

@@ -10,6 +10,7 @@ StudioPanel {
 
     required property DirectorViewModel director
     readonly property CameraWallViewModel wall: director.wall
+    readonly property real placeRoom: Math.floor((grid.height - grid.spacing) / 2)
     signal networkCheckRequested
 
     title: qsTr("MULTIVIEW")
@@ -51,6 +52,8 @@ StudioPanel {
         }
     }
     Grid {
+        id: grid
+
         anchors.fill: parent
         visible: root.wall.hasCameras
         columns: 2
@@ -60,8 +63,8 @@ StudioPanel {
             model: root.wall.tiles
 
             CameraTile {
-                width: (root.width - 3 * Theme.inside) / 2
-                height: Math.floor(((parent as Item).height - Theme.inside) / 2)
+                width: Math.floor((grid.width - grid.spacing) / 2)
+                room: root.placeRoom
                 director: root.director
                 onChosen: root.wall.select(cameraID)
             }

@@ -24,7 +24,7 @@ Rectangle {
         id: frame
 
         anchors.fill: parent
-        anchors.margins: 4
+        anchors.margins: Theme.tight
         clip: true
         director: root.director
         cameraID: root.cameraID

@@ -10,11 +10,17 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <ranges>
 
 namespace vorn {
 namespace {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+// A place needs room for its badges.
+constexpr double tallestPlace = 1.0 / 3;
+constexpr double widestPlace = 3;
 
 TileRow emptyPlace(int number)
 {
@@ -93,8 +99,16 @@ CameraWallViewModel::CameraWallViewModel(DirectorSession &session, LiveCameraDis
     connect(&session, &DirectorSession::timelineChanged, this, &CameraWallViewModel::refresh);
     connect(&session.previews(), &LivePreviewStore::errorChanged, this,
             &CameraWallViewModel::refresh);
+    connect(&session.previews(), &LivePreviewStore::frameChanged, this,
+            &CameraWallViewModel::followPictures);
     connect(&discovery, &LiveCameraDiscovery::isActiveScanningChanged, this,
             &CameraWallViewModel::changed);
+    m_standing.setSingleShot(true);
+    m_standing.setInterval(1s);
+    connect(&m_standing, &QTimer::timeout, this, [this] {
+        m_ratios = m_nextRatios;
+        Q_EMIT changed();
+    });
     refresh();
 }
 
@@ -125,7 +139,37 @@ void CameraWallViewModel::refresh()
                            : emptyPlace(place + 1));
     m_cameraCount = int(cameras.size());
     m_rows.setRows(std::move(rows));
+    followPictures();
     Q_EMIT changed();
+}
+
+void CameraWallViewModel::followPictures()
+{
+    std::map<QString, double> ratios;
+    for (const TileRow &row : m_rows.rows()) {
+        const auto last = m_lastRatios.find(row.cameraID);
+        if (const PreviewFrame *frame =
+                m_session.previews().frame(row.cameraID, VORNPreviewProfile::wall)) {
+            QSizeF size = frame->image.size();
+            if (m_session.frameRotation(row.cameraID, frame->image.size()) % 180 == 90)
+                size.transpose();
+            ratios[row.cameraID] =
+                std::clamp(size.width() / size.height(), tallestPlace, widestPlace);
+        } else if (last != m_lastRatios.end()) {
+            ratios.insert(*last);
+        }
+    }
+    m_lastRatios = std::move(ratios);
+    if (m_lastRatios.empty())
+        return;
+    const auto [tallest, widest] = std::ranges::minmax(m_lastRatios | std::views::values);
+    const PictureRatios now{tallest, widest};
+    if (now == m_ratios) {
+        m_standing.stop();
+    } else if (now != m_nextRatios || !m_standing.isActive()) {
+        m_nextRatios = now;
+        m_standing.start();
+    }
 }
 
 } // namespace vorn

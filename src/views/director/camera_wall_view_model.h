@@ -4,7 +4,10 @@
 #include "views/controls/row_list_model.h"
 
 #include <QObject>
+#include <QTimer>
 #include <QtQml/qqmlregistration.h>
+
+#include <map>
 
 namespace vorn {
 
@@ -31,6 +34,14 @@ struct TileRow {
     bool operator==(const TileRow &) const = default;
 };
 
+/// Width by height of the tallest and of the widest of some pictures, as they are shown.
+struct PictureRatios {
+    double tallest;
+    double widest;
+
+    bool operator==(const PictureRatios &) const = default;
+};
+
 /// The multiview. Context: UI thread.
 class CameraWallViewModel : public QObject {
     Q_OBJECT
@@ -39,6 +50,8 @@ class CameraWallViewModel : public QObject {
     Q_PROPERTY(QAbstractItemModel *tiles READ tiles CONSTANT)
     Q_PROPERTY(bool hasCameras READ hasCameras NOTIFY changed)
     Q_PROPERTY(QString subtitle READ subtitle NOTIFY changed)
+    Q_PROPERTY(double tallestRatio READ tallestRatio NOTIFY changed)
+    Q_PROPERTY(double widestRatio READ widestRatio NOTIFY changed)
 public:
     static constexpr int places = 4;
 
@@ -47,6 +60,12 @@ public:
     [[nodiscard]] QAbstractItemModel *tiles() { return &m_rows; }
     [[nodiscard]] bool hasCameras() const { return m_cameraCount > 0; }
     [[nodiscard]] QString subtitle() const;
+    /// Width by height of the pictures that the places are made for: those on the wall, or, where
+    /// there are none, those of before. A camera counts with its last picture as long as it has a
+    /// place, and a change when it has stood for a second: pictures that come one by one, a phone
+    /// in a hand that moves, a stream that fails make no place move.
+    [[nodiscard]] double tallestRatio() const { return m_ratios.tallest; }
+    [[nodiscard]] double widestRatio() const { return m_ratios.widest; }
 
     /// Puts a tile's camera in Preview.
     Q_INVOKABLE void select(const QString &cameraID);
@@ -56,11 +75,16 @@ Q_SIGNALS:
 
 private:
     void refresh();
+    void followPictures();
 
     DirectorSession &m_session;
     LiveCameraDiscovery &m_discovery;
     int m_cameraCount = 0;
     RowListModel<TileRow> m_rows;
+    std::map<QString, double> m_lastRatios;     ///< of the cameras that have a place
+    PictureRatios m_ratios{16.0 / 9, 16.0 / 9}; ///< what phones send, unless they are upright
+    PictureRatios m_nextRatios = m_ratios;      ///< in force when m_standing ends
+    QTimer m_standing;
 };
 
 } // namespace vorn
