@@ -2,9 +2,10 @@
 
 // Usage: wall_shares
 // How much of the Director's wall is picture: with four level pictures, four upright ones, and two
-// of each, in three sizes of the window. For each the share of the wall and that of its places (the
-// frames around pictures), the sizes of the smallest and the largest picture on the wall, and that
-// of the picture in Preview. Needs a display of 1920 by 1080, and the network of scripts/lab.
+// of each, in three sizes of the window, with the inspector and without. For each the share of the
+// wall and that of its places (the frames around pictures), the sizes of the smallest and the
+// largest picture on the wall, and that of the picture in Preview. Needs a display of 1920 by 1080,
+// and the network of scripts/lab.
 
 #include "live/live_camera_discovery.h"
 #include "rig_phones.h"
@@ -16,6 +17,7 @@
 
 #include <QApplication>
 #include <QEventLoop>
+#include <QKeyEvent>
 #include <QQuickWindow>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -74,6 +76,13 @@ public:
         settle(500ms);
         if (m_window->size() != size)
             throw std::runtime_error("the display is too small");
+    }
+
+    void foldInspector()
+    {
+        for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease})
+            QCoreApplication::postEvent(m_window, new QKeyEvent(type, Qt::Key_F9, Qt::NoModifier));
+        settle(500ms);
     }
 
     void print(const char *name) const
@@ -152,7 +161,10 @@ try {
         Desk desk;
         for (const QSize size : {QSize(1120, 700), QSize(1320, 820), QSize(1920, 1080)}) {
             desk.resize(size);
-            desk.print(holding.name);
+            for (int state = 0; state < 2; ++state) {
+                desk.print(holding.name);
+                desk.foldInspector();
+            }
         }
     }
     return 0;

@@ -40,12 +40,21 @@ class DirectorProbe : public WindowHands {
 public:
     DirectorProbe() { takeUp(m_window.get()); }
 
+    void reopen()
+    {
+        m_window.reset();
+        m_opening.emplace(m_desk.store, m_desk.catalogs, m_desk.cameras, m_desk.settings);
+        m_window = makeDirectorWindow(m_engine, *m_opening);
+        takeUp(m_window.get());
+    }
+
     [[nodiscard]] AppStore &store() { return m_desk.store; }
+    [[nodiscard]] QSettings &settings() { return m_desk.settings; }
     [[nodiscard]] const LiveEditTimeline &timeline() const
     {
-        return m_director.session().timeline();
+        return m_opening->session().timeline();
     }
-    [[nodiscard]] DirectorViewModel &director() { return m_director; }
+    [[nodiscard]] DirectorViewModel &director() { return *m_opening; }
 
     /// Where the item of this name is in the window.
     [[nodiscard]] QRectF placeOf(const QString &name) const
@@ -54,6 +63,16 @@ public:
         return item->mapRectToScene(item->boundingRect());
     }
 
+    /// Moves the handle to the left of what has this name.
+    void drag(const QString &name, int by)
+    {
+        const QRectF pane = placeOf(name);
+        const QPoint handle(int(pane.left()) - 8, int(pane.center().y()));
+        QTest::mousePress(window(), Qt::LeftButton, {}, handle);
+        for (const int step : {by / 2, by})
+            QTest::mouseMove(window(), handle + QPoint(step, 0));
+        QTest::mouseRelease(window(), Qt::LeftButton, {}, handle + QPoint(by, 0));
+    }
     /// Width by height of the places of the wall.
     [[nodiscard]] double placeRatio() const
     {
@@ -67,20 +86,21 @@ public:
     /// From then on the tiles keep their places.
     void awaitCameras()
     {
-        QTRY_COMPARE_WITH_TIMEOUT(m_director.cameraCountText(), u"4 CAMERAS"_s, limitMs);
+        QTRY_COMPARE_WITH_TIMEOUT(director().cameraCountText(), u"4 CAMERAS"_s, limitMs);
     }
     void startSession()
     {
         awaitCameras();
         click(named(u"Start Director Session"_s));
-        QVERIFY(m_director.isSessionRunning());
+        QVERIFY(director().isSessionRunning());
     }
 
 private:
     Desk m_desk;
-    DirectorViewModel m_director{m_desk.store, m_desk.catalogs, m_desk.cameras, m_desk.settings};
+    std::optional<DirectorViewModel> m_opening{std::in_place, m_desk.store, m_desk.catalogs,
+                                               m_desk.cameras, m_desk.settings};
     QQmlEngine m_engine;
-    std::unique_ptr<QWindow> m_window = makeDirectorWindow(m_engine, m_director);
+    std::unique_ptr<QWindow> m_window = makeDirectorWindow(m_engine, *m_opening);
 };
 
 // The hidden ones too.
@@ -254,11 +274,10 @@ private Q_SLOTS:
     {
         DirectorProbe probe;
         probe.startSession();
-        const QStringList round{u"Scan"_s,          u"Library"_s,      u"Ada's phone"_s,
-                                u"Jonas's phone"_s, u"Mara's phone"_s, u"Tarek's phone"_s,
-                                u"CUT"_s,           u"FADE"_s,         u"Fade duration, 1.0 s"_s,
-                                u"Marker"_s,        u"Inspector"_s,    u"Project, Night Shoot"_s,
-                                u"Take"_s};
+        const QStringList round =
+            u"Scan|Library|Hide Inspector|Ada's phone|Jonas's phone|Mara's phone|"
+            "Tarek's phone|CUT|FADE|Fade duration, 1.0 s|Marker|Inspector|"
+            "Project, Night Shoot|Take"_s.split(u'|');
         for (const QString &stop : round + round) {
             probe.press(Qt::Key_Tab);
             QCOMPARE(probe.focusName(), stop);
@@ -294,14 +313,89 @@ private Q_SLOTS:
             QVERIFY2(!isCut(probe.named(text)), qPrintable(text));
     }
 
+    void foldsTheInspectorAway()
+    {
+        DirectorProbe probe;
+        probe.startSession();
+        const qreal left = probe.placeOf(u"SWITCHER"_s).right();
+        probe.press(Qt::Key_Backtab, Qt::ShiftModifier);
+        QCOMPARE(probe.focusName(), u"Take"_s);
+        probe.press(Qt::Key_F9);
+        QCOMPARE(probe.focusName(), u"Show Inspector"_s);
+        QVERIFY(!probe.shows(u"Session Running"_s));
+        QTRY_VERIFY(probe.placeOf(u"SWITCHER"_s).right() > left + 300);
+        // The show goes on, and its edits are there when somebody looks.
+        probe.press(Qt::Key_Space);
+        QTRY_VERIFY(probe.timeline().programCameraID);
+        probe.click(probe.named(u"Marker"_s));
+        QVERIFY(!probe.shows(u"Edits"_s));
+        probe.click(probe.named(u"Show Inspector"_s));
+        QTRY_COMPARE(probe.spokenRows(u"Edit Decisions"_s).size(), 2);
+        QTRY_COMPARE(probe.placeOf(u"SWITCHER"_s).right(), left);
+        probe.click(probe.named(u"Hide Inspector"_s));
+        probe.reopen();
+        QVERIFY(!probe.shows(u"Inspector"_s));
+    }
+
+    void keepsTheSplit()
+    {
+        DirectorProbe probe;
+        probe.awaitCameras();
+        const auto widths = [&probe] {
+            return std::pair(std::lround(probe.placeOf(u"MULTIVIEW"_s).width()),
+                             std::lround(probe.placeOf(u"Inspector"_s).width()));
+        };
+        probe.drag(u"SWITCHER"_s, 0);
+        QVERIFY(!probe.settings().contains(DeskViewModel::wallShareKey)); // a mere click
+        probe.drag(u"Inspector"_s, -60);
+        QTRY_COMPARE(widths().second, 400);
+        const auto before = std::pair(widths().first - 50, widths().second);
+        probe.drag(u"SWITCHER"_s, -50);
+        QTRY_COMPARE(widths(), before);
+        probe.reopen();
+        QTRY_COMPARE(widths(), before);
+        // A smaller window takes what it needs, and no more than for the time being.
+        probe.window()->resize(1120, 700);
+        QTRY_VERIFY(widths().first < before.first);
+        probe.window()->resize(1320, 820);
+        QTRY_COMPARE(widths(), before);
+    }
+
+    void bearsAnySettings_data()
+    {
+        QTest::addColumn<QString>("measure");
+        for (const char *measure : {"nan", "inf", "-5", "0", "1e300", "wide", "true"})
+            QTest::newRow(measure) << QString::fromLatin1(measure);
+    }
+
+    void bearsAnySettings()
+    {
+        QFETCH(const QString, measure);
+        DirectorProbe probe;
+        const auto places = [&probe] {
+            return QList{probe.placeOf(u"MULTIVIEW"_s), probe.placeOf(u"Inspector"_s)};
+        };
+        const auto usual = places();
+        for (const QStringView key :
+             {DeskViewModel::inspectorWidthKey, DeskViewModel::wallShareKey})
+            probe.settings().setValue(key, measure);
+        probe.settings().setValue(DeskViewModel::inspectorFoldedKey, u"perhaps"_s);
+        probe.reopen();
+        QVERIFY(probe.shows(u"Inspector"_s));
+        QCOMPARE(places(), usual);
+    }
+
     void givesPlacesTheShapeOfTheirPictures()
     {
         DirectorProbe probe;
         probe.startSession();
         const CameraWallViewModel *wall = probe.director().wall();
         QTRY_VERIFY_WITH_TIMEOUT(std::abs(probe.placeRatio() - 16.0 / 9) < 0.03, limitMs);
+        const QRectF cut = probe.placeOf(u"CUT"_s);
         m_phones.must(u"all hold turned"_s);
         QTRY_VERIFY_WITH_TIMEOUT(probe.placeRatio() < 1 && wall->widestRatio() < 1, limitMs);
+        probe.window()->grabWindow();           // with it the layout is done
+        QCOMPARE(probe.placeOf(u"CUT"_s), cut); // while a session runs
         // A phone that is not heard for a while keeps the places as they are.
         for (const QString &phone : {u"cam-a"_s, u"cam-c"_s, u"cam-d"_s})
             m_phones.must(phone + u" hold landscape"_s);

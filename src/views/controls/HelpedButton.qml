@@ -14,6 +14,10 @@ Item {
     property alias available: button.enabled
     signal clicked
 
+    function takeFocus() {
+        button.forceActiveFocus(Qt.ShortcutFocusReason);
+    }
+
     implicitWidth: button.implicitWidth
     implicitHeight: button.implicitHeight
 

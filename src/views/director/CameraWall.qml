@@ -11,6 +11,10 @@ StudioPanel {
     required property DirectorViewModel director
     readonly property CameraWallViewModel wall: director.wall
     readonly property real placeRoom: Math.floor((grid.height - grid.spacing) / 2)
+    readonly property real surround: places.count > 0 ? (places.itemAt(0) as CameraTile).surround : 0
+    // As wide as its height allows the pictures to be.
+    readonly property real useful: 2 * ((placeRoom - surround) * director.desk.pictureRatio + 2 * Theme.tight)
+                                   + grid.spacing + 2 * Theme.inside
     signal networkCheckRequested
 
     title: qsTr("MULTIVIEW")
@@ -60,6 +64,8 @@ StudioPanel {
         spacing: Theme.inside
 
         Repeater {
+            id: places
+
             model: root.wall.tiles
 
             CameraTile {

@@ -9,6 +9,14 @@ Item {
     required property DirectorViewModel director
     signal libraryRequested
 
+    function focusFold() {
+        fold.takeFocus();
+    }
+
+    function foldInspector() {
+        director.desk.inspectorFolded = !director.desk.inspectorFolded;
+    }
+
     implicitHeight: 56
 
     RowLayout {
@@ -51,5 +59,22 @@ Item {
             help: qsTr("Open the library of projects and takes")
             onClicked: root.libraryRequested()
         }
+        HelpedButton {
+            id: fold
+
+            text: root.director.desk.inspectorFolded ? qsTr("Show Inspector") : qsTr("Hide Inspector")
+            icon.name: "side-pane"
+            iconOnly: true
+            help: root.director.desk.inspectorFolded ? qsTr("Show the inspector (F9)")
+                                                     : qsTr("Hide the inspector and give its room to the pictures (F9)")
+            onClicked: root.foldInspector()
+        }
+    }
+
+    // As the shortcut of an item it stands back while a popup is open.
+    Shortcut {
+        sequence: "F9"
+        autoRepeat: false
+        onActivated: root.foldInspector()
     }
 }

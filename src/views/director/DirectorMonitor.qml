@@ -10,6 +10,7 @@ Item {
     required property DirectorMonitorViewModel monitor
     required property string title
     required property bool isProgram
+    readonly property real surround: heading.height + camera.height + 4 * Theme.tight // what is not picture
 
     Accessible.role: Accessible.Grouping
     Accessible.name: title + ", " + monitor.cameraText

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
@@ -37,6 +39,8 @@ ApplicationWindow {
         spacing: 0
 
         DirectorHeader {
+            id: header
+
             Layout.fillWidth: true
             director: root.director
             onLibraryRequested: root.libraryRequested()
@@ -52,44 +56,93 @@ ApplicationWindow {
             readonly property int wallNeeds: 320
             readonly property int switcherNeeds: 430
             readonly property int inspectorNeeds: 300
-            readonly property real sideRoom: width - switcherNeeds - 2 * Theme.between
+            // For wall and switcher.
+            readonly property real pictureRoom: width - Theme.between
+                                                - (desk.inspectorFolded ? 0 : inspector.width + Theme.between)
+            readonly property DeskViewModel desk: root.director.desk
+            property Item held: null // the pane that a hand makes wider or narrower
+            property real heldWidth // before it did
 
             Layout.fillWidth: true
             Layout.fillHeight: true
             Layout.margins: Theme.between
+            onResizingChanged: {
+                if (resizing || held.width === heldWidth)
+                    return;
+                if (held === inspector)
+                    desk.inspectorWidth = inspector.width;
+                else
+                    desk.wallShare = wall.width / pictureRoom;
+            }
             handle: Item {
+                id: grip
+
+                readonly property bool pressed: T.SplitHandle.pressed
+
                 implicitWidth: Theme.between
+                onPressedChanged: if (pressed) {
+                    panes.held = grip.x > switcher.x ? inspector : wall;
+                    panes.heldWidth = panes.held.width;
+                }
 
                 Rectangle {
                     anchors.centerIn: parent
                     width: 2
                     height: 48
                     radius: 1
-                    color: parent.T.SplitHandle.hovered || parent.T.SplitHandle.pressed ? Theme.accent
-                                                                                       : Theme.frame
+                    color: grip.T.SplitHandle.hovered || grip.pressed ? Theme.accent : Theme.frame
                 }
             }
 
             // The outer panes keep what a hand gave them only as far as the switcher keeps its room.
             CameraWall {
-                SplitView.preferredWidth: Math.round(panes.width * 0.35)
+                id: wall
+
                 SplitView.minimumWidth: panes.wallNeeds
-                SplitView.maximumWidth: Math.max(panes.wallNeeds, panes.sideRoom - inspector.width)
+                SplitView.maximumWidth: Math.max(panes.wallNeeds, panes.pictureRoom - panes.switcherNeeds)
                 director: root.director
                 onNetworkCheckRequested: root.networkCheckRequested()
             }
             Switcher {
+                id: switcher
+
                 SplitView.fillWidth: true
-                SplitView.minimumWidth: panes.switcherNeeds
+                // While the inspector takes room the wall gives it.
+                SplitView.minimumWidth: panes.resizing && panes.held === inspector ? 0 : panes.switcherNeeds
                 director: root.director
             }
-            DirectorInspector {
+            // Its pages may have the focus.
+            FocusScope {
                 id: inspector
 
-                SplitView.preferredWidth: panes.width < 1200 ? panes.inspectorNeeds : 340
                 SplitView.minimumWidth: panes.inspectorNeeds
-                SplitView.maximumWidth: Math.max(panes.inspectorNeeds, Math.min(480, panes.sideRoom - panes.wallNeeds))
-                director: root.director
+                SplitView.maximumWidth: Math.max(panes.inspectorNeeds, Math.min(480, panes.width - panes.wallNeeds
+                                                                                      - panes.switcherNeeds
+                                                                                      - 2 * Theme.between))
+                visible: !panes.desk.inspectorFolded
+                onVisibleChanged: if (!visible && activeFocus) header.focusFold()
+
+                DirectorInspector {
+                    anchors.fill: parent
+                    director: root.director
+                }
+            }
+
+            // What holds unless a hand moves it. Without a hand the wall gets what the monitors cannot use.
+            Binding {
+                target: wall.SplitView
+                property: "preferredWidth"
+                when: !panes.resizing || panes.held !== wall
+                value: Math.round(panes.desk.wallShare > 0 ? panes.desk.wallShare * panes.pictureRoom
+                                                           : Math.min(wall.useful, panes.pictureRoom - switcher.useful))
+                restoreMode: Binding.RestoreNone
+            }
+            Binding {
+                target: inspector.SplitView
+                property: "preferredWidth"
+                when: !panes.resizing || panes.held !== inspector
+                value: panes.desk.inspectorWidth || (panes.width < 1200 ? panes.inspectorNeeds : 340)
+                restoreMode: Binding.RestoreNone
             }
         }
     }

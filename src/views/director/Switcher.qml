@@ -8,8 +8,15 @@ StudioPanel {
     id: root
 
     required property DirectorViewModel director
-    // Beside or above each other, whichever makes the frames larger.
-    readonly property bool stacked: monitors.height > monitors.width * 0.75
+    readonly property real ratio: director.desk.pictureRatio
+    // As wide as a picture can be with the monitors above each other, or beside each other.
+    readonly property real stackedWidth: ratio * ((monitors.height - monitors.rowSpacing) / 2 - preview.surround)
+    readonly property real besideWidth: Math.min(ratio * (monitors.height - preview.surround),
+                                                 (monitors.width - monitors.columnSpacing) / 2 - 2 * Theme.tight)
+    // Whichever makes pictures larger.
+    readonly property bool stacked: Math.min(stackedWidth, monitors.width - 2 * Theme.tight) > besideWidth
+    // As wide as it has use for with the monitors above each other.
+    readonly property real useful: Math.ceil(stackedWidth) + 2 * Theme.tight + 2 * Theme.inside
 
     title: qsTr("SWITCHER")
     subtitle: qsTr("Preview and Program")
@@ -28,6 +35,8 @@ StudioPanel {
         rowSpacing: Theme.inside
 
         DirectorMonitor {
+            id: preview
+
             Layout.fillWidth: true
             Layout.fillHeight: true
             Layout.preferredWidth: 1 // both the same

@@ -3,6 +3,7 @@
 
 #include "director/director_session.h"
 #include "views/director/camera_wall_view_model.h"
+#include "views/director/desk_view_model.h"
 #include "views/director/frame_pacer.h"
 #include "views/director/inspector_view_models.h"
 
@@ -69,6 +70,7 @@ class DirectorViewModel : public QObject {
     Q_PROPERTY(QString policyText READ policyText NOTIFY camerasChanged)
     Q_PROPERTY(QString catalogsText READ catalogsText NOTIFY catalogsChanged)
     Q_PROPERTY(vorn::CameraWallViewModel *wall READ wall CONSTANT)
+    Q_PROPERTY(vorn::DeskViewModel *desk READ desk CONSTANT)
     Q_PROPERTY(vorn::DirectorMonitorViewModel *previewMonitor READ previewMonitor CONSTANT)
     Q_PROPERTY(vorn::DirectorMonitorViewModel *programMonitor READ programMonitor CONSTANT)
     Q_PROPERTY(vorn::SessionPageViewModel *sessionPage READ sessionPage CONSTANT)
@@ -108,6 +110,7 @@ public:
     [[nodiscard]] QString policyText() const;
     [[nodiscard]] QString catalogsText() const;
     [[nodiscard]] CameraWallViewModel *wall() { return &m_wall; }
+    [[nodiscard]] DeskViewModel *desk() { return &m_desk; }
     [[nodiscard]] DirectorMonitorViewModel *previewMonitor() { return &m_previewMonitor; }
     [[nodiscard]] DirectorMonitorViewModel *programMonitor() { return &m_programMonitor; }
     [[nodiscard]] SessionPageViewModel *sessionPage() { return &m_sessionPage; }
@@ -150,6 +153,7 @@ private:
     DirectorSession m_session;
     FramePacer m_pacer;
     CameraWallViewModel m_wall;
+    DeskViewModel m_desk;
     DirectorMonitorViewModel m_previewMonitor;
     DirectorMonitorViewModel m_programMonitor;
     SessionPageViewModel m_sessionPage;
