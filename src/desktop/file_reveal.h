@@ -10,4 +10,7 @@ namespace vorn {
 /// Returns at once. UI thread.
 void revealFile(const QString &path);
 
+/// Asks the desktop to open a folder, in the same way.
+void openFolder(const QString &path);
+
 } // namespace vorn
