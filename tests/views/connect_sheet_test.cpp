@@ -144,7 +144,48 @@ private Q_SLOTS:
         QTRY_VERIFY(!probe.shows(scanning));
         QCOMPARE(probe.buttonsWith(u"HTTPS • foreground only"_s), 1);
         QCOMPARE(probe.buttonsWith(u"Ask to share files"_s), 0);
-        QVERIFY(!probe.shows(probe.sheet().requestText()));
+        QVERIFY(probe.sheet().requestText().isEmpty());
+    }
+
+    void asksAnotherPhone()
+    {
+        const auto ask = u"Ask to share files"_s;
+        const auto another = u"Ask another phone…"_s;
+        m_phones.must(u"cam-a server on"_s);
+        m_phones.must(u"cam-b set name \"Mara's phone\""_s); // the first one's name
+        SheetProbe probe;
+        QVERIFY(!probe.shows(another));
+        probe.awaitRow(u"Mara's phone"_s);
+        probe.fillIn(u"Mara's phone"_s, u"123456"_s);
+        const QString fingerprint = probe.sheet().fingerprint();
+        QCOMPARE(probe.buttonsWith(ask), 0);
+
+        // More than four, and not the one that is listed.
+        probe.click(probe.named(another));
+        QTRY_COMPARE_WITH_TIMEOUT(probe.buttonsWith(ask), 5, limitMs);
+        QCOMPARE(probe.focusName(), u"Ada's phone"_s);
+        QCOMPARE(accessibilityFaults(probe.window()), QString());
+        QVERIFY(probe.sheet().requestText().isEmpty());
+        probe.press(Qt::Key_Return);
+        QTRY_VERIFY_WITH_TIMEOUT(m_phones.phone(u"cam-c"_s)[u"isTransferWaiting"_s].toBool(),
+                                 limitMs);
+        QTRY_VERIFY(probe.sheet().requestText().contains(u"Ada's phone"_s));
+        QTRY_VERIFY(probe.shows(probe.sheet().requestText()));
+        m_phones.must(u"cam-c approve"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(probe.buttonsWith(u"HTTPS • foreground only"_s), 2, limitMs);
+        QTRY_COMPARE(probe.buttonsWith(ask), 4);
+        QTRY_COMPARE(probe.focusName(), another);
+        QVERIFY(probe.sheet().requestText().isEmpty());
+        // What was typed for the first one is there still.
+        QCOMPARE(probe.sheet().fingerprint(), fingerprint);
+        QVERIFY(probe.canPair());
+
+        probe.press(Qt::Key_Space);
+        QTRY_COMPARE(probe.buttonsWith(ask), 0);
+        QCOMPARE(probe.focusName(), another);
+        m_phones.must(u"all sleep"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(descriptionOf(probe.named(another)),
+                                  u"All phones with an open camera are listed."_s, limitMs);
     }
 
     void aChoiceHoldsForWhatWasChosen()
@@ -207,10 +248,12 @@ private Q_SLOTS:
         probe.press(Qt::Key_Space);
         QTRY_VERIFY(probe.shows(toggle));
         tab();
+        tab();
         probe.press(Qt::Key_Space);
         tab();
         probe.type(u"999999"_s);
-        QCOMPARE(visited, (QStringList{u"Mara's phone"_s, toggle, codeField}));
+        QCOMPARE(visited,
+                 (QStringList{u"Mara's phone"_s, u"Ask another phone…"_s, toggle, codeField}));
 
         // A wrong code is said, and can be mended in place.
         probe.press(Qt::Key_Return);

@@ -19,6 +19,24 @@ Sheet {
     onAboutToShow: page.scrollBy(-page.contentHeight)
     onOpened: scan.forceActiveFocus(Qt.PopupFocusReason)
 
+    // The keyboard goes to the phones that can be asked, and comes back when the one that has it goes.
+    function askAnother(asks: bool) {
+        connection.asksAnother = asks;
+        for (let i = 0; asks && i < askable.count; ++i) {
+            if (askable.itemAt(i).enabled) {
+                askable.itemAt(i).forceActiveFocus(Qt.TabFocusReason);
+                break;
+            }
+        }
+    }
+
+    function takeFocusBack() {
+        if (another.visible && another.available)
+            another.takeFocus();
+        else
+            scan.forceActiveFocus(Qt.TabFocusReason);
+    }
+
     Connections {
         target: root.connection
         function onPaired() {
@@ -73,26 +91,69 @@ Sheet {
         SectionTitle {
             text: qsTr("CAMERAS IN TRANSFER MODE")
         }
+        ColumnLayout {
+            Layout.fillWidth: true
+            visible: root.connection.hasDevices
+            spacing: Theme.row
+
+            Repeater {
+                model: root.connection.devices
+
+                DeviceRow {
+                    Layout.fillWidth: true
+                    onClicked: {
+                        const isPlaced = verify.visible;
+                        root.connection.choose(index);
+                        if (isPlaced)
+                            page.reveal(verify);
+                        page.kept = verify; // with the next frame
+                    }
+                }
+            }
+        }
+        HelpedButton {
+            id: another
+
+            visible: root.connection.hasDevices
+            text: qsTr("Ask another phone…")
+            icon.name: "plus"
+            help: root.connection.asksAnother ? qsTr("Hide the phones that are not listed yet")
+                                              : qsTr("Show the phones that are not listed yet")
+            available: root.connection.hasCameras
+            obstacle: qsTr("All phones with an open camera are listed.")
+            onClicked: root.askAnother(!root.connection.asksAnother)
+        }
         GridLayout {
             Layout.fillWidth: true
-            visible: !root.connection.hasDevices && root.connection.hasCameras
+            visible: root.connection.showsCameras
             columns: 2
             columnSpacing: Theme.row
             rowSpacing: Theme.row
 
             Repeater {
+                id: askable
+
                 model: root.connection.cameras
+                onItemRemoved: (index, item) => {
+                    if (item.activeFocus)
+                        Qt.callLater(root.takeFocusBack);
+                }
 
                 AskButton {
                     Layout.fillWidth: true
                     Layout.preferredWidth: 1 // all the same
-                    onClicked: root.connection.ask(index)
+                    onClicked: {
+                        root.connection.ask(index);
+                        page.kept = request; // when it says something
+                    }
                 }
             }
         }
         StatusLine {
+            id: request
+
             Layout.fillWidth: true
-            visible: !root.connection.hasDevices && text.length > 0
+            visible: (root.connection.showsCameras || !root.connection.hasDevices) && text.length > 0
             text: root.connection.requestText
             icon: root.connection.requestFailed ? "warning" : "phone"
             iconColor: root.connection.requestFailed ? Theme.warning : Theme.ready
@@ -127,26 +188,6 @@ Sheet {
                 icon.name: "warning"
                 help: qsTr("Look at what may keep the phones from being seen")
                 onClicked: root.networkCheckRequested()
-            }
-        }
-        ColumnLayout {
-            Layout.fillWidth: true
-            visible: root.connection.hasDevices
-            spacing: Theme.row
-
-            Repeater {
-                model: root.connection.devices
-
-                DeviceRow {
-                    Layout.fillWidth: true
-                    onClicked: {
-                        const isPlaced = verify.visible;
-                        root.connection.choose(index);
-                        if (isPlaced)
-                            page.reveal(verify);
-                        page.kept = verify; // with the next frame
-                    }
-                }
             }
         }
         FingerprintBlock {

@@ -13,7 +13,7 @@
 #include <QLocale>
 #include <QPointer>
 
-#include <ranges>
+#include <algorithm>
 
 namespace vorn {
 
@@ -21,7 +21,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype askableCameras = 4; ///< as many as the multiview has places
+/// While nobody is listed: as many as the multiview has places.
+constexpr std::size_t camerasToBeginWith = 4;
 constexpr qsizetype groupsInLine = 4;
 
 } // namespace
@@ -63,7 +64,9 @@ bool SecureConnectViewModel::isSilent() const
 QString SecureConnectViewModel::requestText() const
 {
     const auto &request = m_live.transferModeRequest();
-    return request ? displayText(request->message, longestMessage) : QString();
+    if (!request || isListed(m_askedHost))
+        return {};
+    return displayText(request->message, longestMessage);
 }
 
 bool SecureConnectViewModel::hasRequestFailed() const
@@ -140,6 +143,21 @@ QString SecureConnectViewModel::pairObstacle() const
     return {};
 }
 
+// A camera and its file server have the address in common, and nothing else: their names are
+// free, and their ids differ. One that cannot pair is still to be asked.
+bool SecureConnectViewModel::isListed(const QHostAddress &host) const
+{
+    return std::ranges::any_of(m_discovery.devices(), [&host](const DiscoveredDevice &device) {
+        return device.supportsAuthenticatedTransfer() && device.address == host;
+    });
+}
+
+void SecureConnectViewModel::setAsksAnother(bool asks)
+{
+    m_asksAnother = asks;
+    Q_EMIT changed();
+}
+
 void SecureConnectViewModel::scanAgain()
 {
     m_discovery.restart();
@@ -151,9 +169,12 @@ void SecureConnectViewModel::ask(int row)
     const LiveCamera *camera = chosen ? findById(m_live.cameras(), chosen->key) : nullptr;
     if (!camera || !chosen->canBeAsked)
         return;
+    m_askedHost = QHostAddress(camera->host);
     m_live.requestTransferMode(LiveCamera(*camera), m_store.collectorIdentity(), hostName());
-    // The phone's service shall be found afresh.
-    m_discovery.restart();
+    // The phone's service shall be found afresh. Not where that would take away the phones that
+    // are listed, with what has been chosen and typed for one of them.
+    if (!hasDevices())
+        m_discovery.restart();
 }
 
 void SecureConnectViewModel::choose(int row)
@@ -223,7 +244,8 @@ void SecureConnectViewModel::refreshDevices()
                         canPair, id == m_pairingDeviceID});
     }
     m_devices.setRows(std::move(rows));
-    Q_EMIT changed();
+    m_asksAnother = asksAnother();
+    refreshCameras(); // which of them are listed
 }
 
 void SecureConnectViewModel::refreshCameras()
@@ -233,8 +255,10 @@ void SecureConnectViewModel::refreshCameras()
     for (const LiveCamera &camera : m_live.cameras()) {
         if (!camera.isOnline(now) || camera.isDirector())
             continue;
+        if (hasDevices() && isListed(QHostAddress(camera.host)))
+            continue;
         rows.push_back({camera.id, displayText(camera.name), !camera.displaysRecording(now)});
-        if (qsizetype(rows.size()) == askableCameras)
+        if (!hasDevices() && rows.size() == camerasToBeginWith)
             break;
     }
     m_cameras.setRows(std::move(rows));

@@ -33,6 +33,7 @@ struct TransferDeviceRow {
     bool operator==(const TransferDeviceRow &) const = default;
 };
 
+/// A live camera that can be asked to share its files.
 struct AskableCameraRow {
     QString key; ///< the camera's id
     QString name;
@@ -54,6 +55,8 @@ class SecureConnectViewModel : public QObject {
     Q_PROPERTY(bool hasDevices READ hasDevices NOTIFY changed)
     Q_PROPERTY(bool hasCameras READ hasCameras NOTIFY changed)
     Q_PROPERTY(bool silent READ isSilent NOTIFY changed)
+    Q_PROPERTY(bool asksAnother READ asksAnother WRITE setAsksAnother NOTIFY changed)
+    Q_PROPERTY(bool showsCameras READ showsCameras NOTIFY changed)
     Q_PROPERTY(QString requestText READ requestText NOTIFY changed)
     Q_PROPERTY(bool requestFailed READ hasRequestFailed NOTIFY changed)
     Q_PROPERTY(QString hint READ hint NOTIFY changed)
@@ -78,7 +81,15 @@ public:
     [[nodiscard]] bool hasCameras() const { return !m_cameras.rows().empty(); }
     /// Whether no camera has been seen for some time.
     [[nodiscard]] bool isSilent() const;
-    /// How the last request that a camera share its files goes; empty when none was made.
+    /// The user wants to see whom else to ask while devices are listed.
+    [[nodiscard]] bool asksAnother() const { return m_asksAnother && hasDevices(); }
+    void setAsksAnother(bool asks);
+    [[nodiscard]] bool showsCameras() const
+    {
+        return hasCameras() && (asksAnother() || !hasDevices());
+    }
+    /// How the last request that a camera share its files goes; empty when none was made, or when
+    /// that camera is listed.
     [[nodiscard]] QString requestText() const;
     [[nodiscard]] bool hasRequestFailed() const;
     /// What to do while nothing is found.
@@ -114,6 +125,8 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] std::optional<DiscoveredDevice> selectedDevice() const;
+    /// A camera at this address is among the devices that can pair.
+    [[nodiscard]] bool isListed(const QHostAddress &host) const;
     void refreshSessions();
     void refreshDevices();
     void refreshCameras();
@@ -125,6 +138,8 @@ private:
     std::optional<QString> m_pairingDeviceID;
     QString m_pairingCode;
     bool m_fingerprintConfirmed = false;
+    bool m_asksAnother = false;
+    QHostAddress m_askedHost; ///< of the camera that was asked last
     RowListModel<TransferSessionRow> m_sessions;
     RowListModel<TransferDeviceRow> m_devices;
     RowListModel<AskableCameraRow> m_cameras;
