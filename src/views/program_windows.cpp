@@ -97,6 +97,17 @@ std::unique_ptr<QWindow> makeNetworkCheckWindow(QQmlEngine &engine, NetworkCheck
                       {{u"check"_s, QVariant::fromValue(&check)}});
 }
 
+std::unique_ptr<QWindow> makeSettingsWindow(QQmlEngine &engine, HelpViewModel &help)
+{
+    return makeWindow(engine, u"help/SettingsWindow.qml"_s,
+                      {{u"help"_s, QVariant::fromValue(&help)}});
+}
+
+std::unique_ptr<QWindow> makeHelpWindow(QQmlEngine &engine, HelpViewModel &help)
+{
+    return makeWindow(engine, u"help/HelpWindow.qml"_s, {{u"help"_s, QVariant::fromValue(&help)}});
+}
+
 ProgramWindows::ProgramWindows(AppStore &store, LANDiscovery &catalogs,
                                LiveCameraDiscovery &cameras, QSettings &settings)
     : m_store(store),
@@ -104,9 +115,21 @@ ProgramWindows::ProgramWindows(AppStore &store, LANDiscovery &catalogs,
       m_cameras(cameras),
       m_settings(settings),
       m_library(store, catalogs, cameras),
-      m_networkCheck(catalogs, cameras)
+      m_networkCheck(catalogs, cameras),
+      m_help(store, settings)
 {
     connect(&m_engine, &QQmlEngine::quit, this, &ProgramWindows::quit);
+}
+
+void ProgramWindows::listenTo(QWindow &window)
+{
+    connect(&window, SIGNAL(directorRequested()), this, SLOT(showDirector()));
+    connect(&window, SIGNAL(libraryRequested()), this, SLOT(showLibrary()));
+    connect(&window, SIGNAL(settingsRequested()), this, SLOT(showSettings()));
+    connect(&window, SIGNAL(helpRequested()), this, SLOT(showHelp()));
+    connect(&window, SIGNAL(networkCheckRequested()), this, SLOT(showNetworkCheck()));
+    connect(&window, &QWindow::visibleChanged, this, &ProgramWindows::endWithTheLastWindow,
+            Qt::QueuedConnection);
 }
 
 void ProgramWindows::showDirector()
@@ -115,13 +138,11 @@ void ProgramWindows::showDirector()
         m_director =
             std::make_unique<DirectorViewModel>(m_store, m_catalogs, m_cameras, m_settings);
         m_directorWindow = makeDirectorWindow(m_engine, *m_director);
-        connect(m_directorWindow.get(), SIGNAL(libraryRequested()), this, SLOT(showLibrary()));
+        listenTo(*m_directorWindow);
         // After the event in which it closes.
         connect(m_directorWindow.get(), SIGNAL(closed()), this, SLOT(endDirector()),
                 Qt::QueuedConnection);
         connect(m_directorWindow.get(), SIGNAL(stayed()), this, SLOT(stay()));
-        connect(m_directorWindow.get(), SIGNAL(networkCheckRequested()), this,
-                SLOT(showNetworkCheck()));
     }
     bringToFront(*m_directorWindow);
 }
@@ -154,24 +175,52 @@ void ProgramWindows::showLibrary()
 {
     if (!m_libraryWindow) {
         m_libraryWindow = makeLibraryWindow(m_engine, m_library);
-        connect(m_libraryWindow.get(), SIGNAL(directorRequested()), this, SLOT(showDirector()));
-        connect(m_libraryWindow.get(), SIGNAL(networkCheckRequested()), this,
-                SLOT(showNetworkCheck()));
+        listenTo(*m_libraryWindow);
     }
     bringToFront(*m_libraryWindow);
 }
 
 void ProgramWindows::showNetworkCheck()
 {
-    if (!m_networkCheckWindow)
+    if (!m_networkCheckWindow) {
         m_networkCheckWindow = makeNetworkCheckWindow(m_engine, m_networkCheck);
+        listenTo(*m_networkCheckWindow);
+    }
     bringToFront(*m_networkCheckWindow);
+}
+
+void ProgramWindows::showSettings()
+{
+    if (!m_settingsWindow) {
+        m_settingsWindow = makeSettingsWindow(m_engine, m_help);
+        listenTo(*m_settingsWindow);
+    }
+    bringToFront(*m_settingsWindow);
+}
+
+void ProgramWindows::showHelp()
+{
+    if (!m_helpWindow) {
+        m_helpWindow = makeHelpWindow(m_engine, m_help);
+        listenTo(*m_helpWindow);
+    }
+    bringToFront(*m_helpWindow);
+}
+
+void ProgramWindows::endWithTheLastWindow()
+{
+    const auto isOpen = [](const std::unique_ptr<QWindow> &window) {
+        return window && window->isVisible();
+    };
+    if (!isOpen(m_directorWindow) && !isOpen(m_libraryWindow))
+        quit();
 }
 
 void ProgramWindows::raise()
 {
     for (const auto &window :
-         {m_directorWindow.get(), m_libraryWindow.get(), m_networkCheckWindow.get()}) {
+         {m_directorWindow.get(), m_libraryWindow.get(), m_networkCheckWindow.get(),
+          m_settingsWindow.get(), m_helpWindow.get()}) {
         if (window && window->isVisible())
             bringToFront(*window);
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "views/director/director_view_model.h"
+#include "views/help/help_view_model.h"
 #include "views/library/library_view_model.h"
 #include "views/network/network_check_view_model.h"
 
@@ -23,8 +24,7 @@ class LiveCameraDiscovery;
 /// Needs a QApplication, before the first window.
 void applyLook();
 
-/// Makes the Library window, with the Settings window behind it. Engine and view model must outlive
-/// it.
+/// Makes the Library window. Engine and view model must outlive it, and so with the others.
 [[nodiscard]] std::unique_ptr<QWindow> makeLibraryWindow(QQmlEngine &engine,
                                                          LibraryViewModel &library);
 /// Makes the Director window.
@@ -33,10 +33,12 @@ void applyLook();
 /// Makes the window of the network check, which stays hidden until it is shown.
 [[nodiscard]] std::unique_ptr<QWindow> makeNetworkCheckWindow(QQmlEngine &engine,
                                                               NetworkCheckViewModel &check);
+[[nodiscard]] std::unique_ptr<QWindow> makeSettingsWindow(QQmlEngine &engine, HelpViewModel &help);
+[[nodiscard]] std::unique_ptr<QWindow> makeHelpWindow(QQmlEngine &engine, HelpViewModel &help);
 
 /// The program's windows, each opened on request: a window that is there comes to the front
-/// instead. The Library window is kept when it closes; the Director window starts fresh. Context:
-/// UI thread.
+/// instead. They are kept when they close; the Director window starts fresh. The program ends with
+/// the last of Director and Library window. Context: UI thread.
 class ProgramWindows : public QObject {
     Q_OBJECT
 public:
@@ -48,6 +50,8 @@ public Q_SLOTS:
     void showDirector();
     void showLibrary();
     void showNetworkCheck();
+    void showSettings();
+    void showHelp();
     /// Ends the program, unless the user keeps a running session.
     void quit();
     /// Brings all open windows to the front.
@@ -56,19 +60,26 @@ public Q_SLOTS:
 private Q_SLOTS:
     void endDirector();
     void stay();
+    void endWithTheLastWindow();
 
 private:
+    /// Answers what any window asks for.
+    void listenTo(QWindow &window);
+
     AppStore &m_store;
     LANDiscovery &m_catalogs;
     LiveCameraDiscovery &m_cameras;
     QSettings &m_settings;
     LibraryViewModel m_library;
     NetworkCheckViewModel m_networkCheck;
+    HelpViewModel m_help;
     std::unique_ptr<DirectorViewModel> m_director; ///< as long as its window is open
     QQmlEngine m_engine;
     std::unique_ptr<QWindow> m_libraryWindow;
     std::unique_ptr<QWindow> m_directorWindow;
     std::unique_ptr<QWindow> m_networkCheckWindow;
+    std::unique_ptr<QWindow> m_settingsWindow;
+    std::unique_ptr<QWindow> m_helpWindow;
     bool m_isQuitting = false; ///< as soon as the Director window has closed
 };
 

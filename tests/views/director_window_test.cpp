@@ -275,7 +275,7 @@ private Q_SLOTS:
         DirectorProbe probe;
         probe.startSession();
         const QStringList round =
-            u"Scan|Library|Hide Inspector|Ada's phone|Jonas's phone|Mara's phone|"
+            u"Scan|Library|Hide Inspector|Settings|Help|Ada's phone|Jonas's phone|Mara's phone|"
             "Tarek's phone|CUT|FADE|Fade duration, 1.0 s|Marker|Inspector|"
             "Project, Night Shoot|Take"_s.split(u'|');
         for (const QString &stop : round + round) {

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
-pragma ComponentBehavior: Bound
-
 import QtQuick
 import QtQuick.Controls.Basic
 import Vorn
 
 // A list that the keyboard walks. Where rows can be selected the arrows ask for another row;
 // otherwise they scroll. Who owns the model also owns the selection.
+// Not ComponentBehavior: Bound, for Qt 6.4 refuses to make a bound heading of a section.
 FocusStop {
     id: root
 
     property alias model: list.model
     property alias delegate: list.delegate
     property alias rowSpacing: list.spacing
+    property string section // the role that groups rows under headings; none if empty
     property bool selectable: true
     property int selectedIndex: -1
     required property string label
@@ -43,24 +43,24 @@ FocusStop {
     Accessible.role: Accessible.List
     Accessible.name: label
 
-    Shortcut {
+    ListedShortcut {
+        key: KeyTable.PageUp
         enabled: root.activeFocus
-        sequence: "PgUp"
         onActivated: root.go(-root.pageRows)
     }
-    Shortcut {
+    ListedShortcut {
+        key: KeyTable.PageDown
         enabled: root.activeFocus
-        sequence: "PgDown"
         onActivated: root.go(root.pageRows)
     }
-    Shortcut {
+    ListedShortcut {
+        key: KeyTable.ListHead
         enabled: root.activeFocus
-        sequence: "Home"
         onActivated: root.go(-list.count)
     }
-    Shortcut {
+    ListedShortcut {
+        key: KeyTable.ListEnd
         enabled: root.activeFocus
-        sequence: "End"
         onActivated: root.go(list.count)
     }
     ListView {
@@ -73,6 +73,15 @@ FocusStop {
         boundsBehavior: Flickable.StopAtBounds
         keyNavigationEnabled: false
         ScrollBar.vertical: SlimScrollBar {}
+        section.property: root.section
+        section.delegate: SectionTitle {
+            required property string section
+
+            text: section
+            leftPadding: Theme.between
+            topPadding: Theme.inside
+            bottomPadding: Theme.tight
+        }
     }
     ReadingOrder {
         of: list.contentItem

@@ -2,6 +2,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
+import Vorn
 
 // A page that scrolls when the window is too low for it, by the keyboard too.
 FocusStop {
@@ -63,6 +64,27 @@ FocusStop {
     activeFocusOnTab: overflows
     Keys.onUpPressed: scrollBy(-48)
     Keys.onDownPressed: scrollBy(48)
+
+    ListedShortcut {
+        key: KeyTable.PageUp
+        enabled: root.activeFocus
+        onActivated: root.scrollBy(-root.height)
+    }
+    ListedShortcut {
+        key: KeyTable.PageDown
+        enabled: root.activeFocus
+        onActivated: root.scrollBy(root.height)
+    }
+    ListedShortcut {
+        key: KeyTable.ListHead
+        enabled: root.activeFocus
+        onActivated: root.scrollBy(-root.contentHeight)
+    }
+    ListedShortcut {
+        key: KeyTable.ListEnd
+        enabled: root.activeFocus
+        onActivated: root.scrollBy(root.contentHeight)
+    }
 
     Accessible.role: Accessible.Pane
     Accessible.name: label

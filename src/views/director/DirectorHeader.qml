@@ -8,6 +8,8 @@ Item {
 
     required property DirectorViewModel director
     signal libraryRequested
+    signal settingsRequested
+    signal helpRequested
 
     function focusFold() {
         fold.takeFocus();
@@ -65,15 +67,30 @@ Item {
             text: root.director.desk.inspectorFolded ? qsTr("Show Inspector") : qsTr("Hide Inspector")
             icon.name: "side-pane"
             iconOnly: true
-            help: root.director.desk.inspectorFolded ? qsTr("Show the inspector (F9)")
-                                                     : qsTr("Hide the inspector and give its room to the pictures (F9)")
+            help: (root.director.desk.inspectorFolded ? qsTr("Show the inspector (%1)")
+                                                      : qsTr("Hide the inspector and give its room to the pictures (%1)"))
+                  .arg(KeyTable.sequence(KeyTable.FoldInspector))
             onClicked: root.foldInspector()
+        }
+        HelpedButton {
+            text: qsTr("Settings")
+            icon.name: "gear"
+            iconOnly: true
+            help: qsTr("Settings")
+            onClicked: root.settingsRequested()
+        }
+        HelpedButton {
+            text: qsTr("Help")
+            icon.name: "help"
+            iconOnly: true
+            help: qsTr("Help")
+            onClicked: root.helpRequested()
         }
     }
 
     // As the shortcut of an item it stands back while a popup is open.
-    Shortcut {
-        sequence: "F9"
+    ListedShortcut {
+        key: KeyTable.FoldInspector
         autoRepeat: false
         onActivated: root.foldInspector()
     }

@@ -7,13 +7,11 @@ import QtQuick.Layouts
 import QtQuick.Templates as T
 import Vorn
 
-ApplicationWindow {
+ProgramWindow {
     id: root
 
     required property DirectorViewModel director
     property bool mayClose
-    signal libraryRequested
-    signal networkCheckRequested
     signal closed
     signal stayed // when it was asked to close
 
@@ -23,7 +21,6 @@ ApplicationWindow {
     minimumWidth: 1120
     minimumHeight: 700
     visible: true
-    color: Theme.window
 
     onClosing: event => {
         if (director.sessionRunning && !mayClose) {
@@ -44,6 +41,8 @@ ApplicationWindow {
             Layout.fillWidth: true
             director: root.director
             onLibraryRequested: root.libraryRequested()
+            onSettingsRequested: root.settingsRequested()
+            onHelpRequested: root.helpRequested()
         }
         ProductionBar {
             Layout.fillWidth: true
@@ -160,14 +159,5 @@ ApplicationWindow {
         visible: root.director.hasError
         message: root.director.errorMessage
         onClosed: root.director.dismissError()
-    }
-
-    Shortcut {
-        sequence: "Ctrl+W"
-        onActivated: root.close()
-    }
-    Shortcut {
-        sequence: "Ctrl+Q"
-        onActivated: Qt.quit()
     }
 }

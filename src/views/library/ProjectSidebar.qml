@@ -12,6 +12,7 @@ Rectangle {
     signal newRequested
     signal renameRequested
     signal settingsRequested
+    signal helpRequested
     signal directorRequested
     signal connectRequested
 
@@ -122,6 +123,13 @@ Rectangle {
                 iconOnly: true
                 help: qsTr("Settings")
                 onClicked: root.settingsRequested()
+            }
+            HelpedButton {
+                text: qsTr("Help")
+                icon.name: "help"
+                iconOnly: true
+                help: qsTr("Help")
+                onClicked: root.helpRequested()
             }
             HelpedButton {
                 Layout.fillWidth: true

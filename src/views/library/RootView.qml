@@ -19,6 +19,7 @@ Item {
     property string renameProjectName
     // The lists give way before the take's own column becomes too narrow.
     readonly property int dashboardWidth: 442
+    signal helpRequested
     signal settingsRequested
     signal directorRequested
     signal networkCheckRequested
@@ -61,6 +62,7 @@ Item {
             projects: root.library.projects
             onNewRequested: root.askForNewProject()
             onRenameRequested: root.askForRename()
+            onHelpRequested: root.helpRequested()
             onSettingsRequested: root.settingsRequested()
             onConnectRequested: root.showCatalog = true
             onDirectorRequested: root.directorRequested()
@@ -148,55 +150,51 @@ Item {
         onClosed: root.library.dismissError()
     }
 
-    Shortcut {
-        sequence: "Ctrl+N"
+    ListedShortcut {
+        key: KeyTable.NewProject
         onActivated: root.askForNewProject()
     }
-    Shortcut {
-        sequence: "F2"
+    ListedShortcut {
+        key: KeyTable.Rename
         enabled: root.library.projects.canRename
         onActivated: root.askForRename()
     }
-    Shortcut {
-        sequence: "Ctrl+F"
+    ListedShortcut {
+        key: KeyTable.Search
         onActivated: sidebar.focusSearch()
     }
-    Shortcut {
-        sequence: "Ctrl+O"
+    ListedShortcut {
+        key: KeyTable.ImportManifest
         onActivated: root.library.chooseManifest(root.Window.window)
     }
-    Shortcut {
-        sequence: "Ctrl+E"
+    ListedShortcut {
+        key: KeyTable.Export
         enabled: root.library.canExport
         onActivated: root.library.chooseExportFolder(root.Window.window)
     }
-    Shortcut {
-        sequence: "Ctrl+D"
+    ListedShortcut {
+        key: KeyTable.Download
         enabled: root.library.canDownload
         onActivated: root.library.download()
     }
-    Shortcut {
-        sequence: "Ctrl+K"
+    ListedShortcut {
+        key: KeyTable.Connect
         onActivated: root.showCatalog = true
     }
-    Shortcut {
-        sequence: "Ctrl+,"
-        onActivated: root.settingsRequested()
-    }
-    Shortcut {
-        sequence: "Ctrl+1"
+    ListedShortcut {
+        key: KeyTable.OverviewTab
         onActivated: dashboardView.tab = 0
     }
-    Shortcut {
-        sequence: "Ctrl+2"
+    ListedShortcut {
+        key: KeyTable.MediaTab
         onActivated: dashboardView.tab = 1
     }
-    Shortcut {
-        sequence: "Ctrl+3"
+    ListedShortcut {
+        key: KeyTable.ResolveTab
         onActivated: dashboardView.tab = 2
     }
-    Shortcut {
-        sequence: "Ctrl+4"
+    ListedShortcut {
+        key: KeyTable.ActivityTab
         onActivated: dashboardView.tab = 3
     }
 }

@@ -143,16 +143,6 @@ QString LibraryViewModel::packageText() const
            + displayText(QFileInfo(m_packageFile).path(), longestMessage);
 }
 
-QString LibraryViewModel::recordingsPath() const
-{
-    return displayText(m_store.recordingsDirectory(), longestMessage);
-}
-
-QString LibraryViewModel::supportPath() const
-{
-    return displayText(m_store.supportDirectory(), longestMessage);
-}
-
 void LibraryViewModel::chooseManifest(QWindow *window)
 {
     openManifestPanel(window, m_manifestFolder, [self = QPointer(this)](const QString &path) {

@@ -13,7 +13,7 @@
 
 namespace vorn {
 
-/// All that the Library window and the Settings window show and can do. Context: UI thread.
+/// All that the Library window shows and can do. Context: UI thread.
 class LibraryViewModel : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -35,8 +35,6 @@ class LibraryViewModel : public QObject {
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY changed)
     Q_PROPERTY(bool hasPackage READ hasPackage NOTIFY changed)
     Q_PROPERTY(QString packageText READ packageText NOTIFY changed)
-    Q_PROPERTY(QString recordingsPath READ recordingsPath CONSTANT)
-    Q_PROPERTY(QString supportPath READ supportPath CONSTANT)
 public:
     /// All must outlive it.
     LibraryViewModel(AppStore &store, LANDiscovery &discovery, LiveCameraDiscovery &live);
@@ -64,8 +62,6 @@ public:
     [[nodiscard]] bool hasPackage() const { return !m_packageFile.isEmpty(); }
     /// Where it lies.
     [[nodiscard]] QString packageText() const;
-    [[nodiscard]] QString recordingsPath() const;
-    [[nodiscard]] QString supportPath() const;
 
     /// Opens the panel that asks for a manifest; what the user confirms is imported.
     Q_INVOKABLE void chooseManifest(QWindow *window);

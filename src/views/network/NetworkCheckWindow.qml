@@ -2,12 +2,11 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Vorn
 
 // Why cameras are seen or not. Measures while it is open.
-ApplicationWindow {
+ProgramWindow {
     id: root
 
     required property NetworkCheckViewModel check
@@ -17,7 +16,6 @@ ApplicationWindow {
     height: 760
     minimumWidth: 420
     minimumHeight: 360
-    color: Theme.window
     onVisibleChanged: check.active = visible
     onClosing: copied.text = ""
 
@@ -72,12 +70,8 @@ ApplicationWindow {
             }
         }
     }
-    Shortcut {
-        sequences: ["Esc", "Ctrl+W"]
+    ListedShortcut {
+        key: KeyTable.Escape
         onActivated: root.close()
-    }
-    Shortcut {
-        sequence: "Ctrl+Q"
-        onActivated: Qt.quit()
     }
 }

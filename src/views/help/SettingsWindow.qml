@@ -2,17 +2,17 @@
 import QtQuick
 import Vorn
 
-Window {
+ProgramWindow {
     id: root
 
-    required property LibraryViewModel library
+    required property HelpViewModel help
 
     title: qsTr("Settings")
     width: 460
     height: content.implicitHeight + 2 * Theme.between
     minimumWidth: 360
     minimumHeight: 200
-    color: Theme.window
+    onActiveChanged: if (active) help.lookAtFolders()
 
     SettingsView {
         id: content
@@ -21,15 +21,10 @@ Window {
         anchors.right: parent.right
         anchors.top: parent.top
         anchors.margins: Theme.between
-        recordingsPath: root.library.recordingsPath
-        supportPath: root.library.supportPath
+        help: root.help
     }
-    Shortcut {
-        sequences: ["Esc", "Ctrl+W"]
+    ListedShortcut {
+        key: KeyTable.Escape
         onActivated: root.close()
-    }
-    Shortcut {
-        sequence: "Ctrl+Q"
-        onActivated: Qt.quit()
     }
 }

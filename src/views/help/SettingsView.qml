@@ -7,16 +7,9 @@ import Vorn
 ColumnLayout {
     id: root
 
-    required property string recordingsPath
-    required property string supportPath
+    required property HelpViewModel help
 
     spacing: Theme.between
-
-    component ActualPath: SmallLabel {
-        Layout.fillWidth: true
-        wrapMode: Text.WrapAnywhere
-        elide: Text.ElideNone
-    }
 
     LibraryPanel {
         Layout.fillWidth: true
@@ -28,8 +21,11 @@ ColumnLayout {
             wrapMode: Text.Wrap
             text: qsTr("Verified recordings: ~/Movies/VORN")
         }
-        ActualPath {
-            text: qsTr("On this computer: %1").arg(root.recordingsPath)
+        FolderRow {
+            Layout.fillWidth: true
+            visible: folder.differs
+            folder: root.help.recordingsFolder
+            heading: qsTr("On this computer:")
         }
         TextLabel {
             Layout.fillWidth: true
@@ -37,8 +33,11 @@ ColumnLayout {
             wrapMode: Text.Wrap
             text: qsTr("Library: ~/Library/Application Support/VORN")
         }
-        ActualPath {
-            text: qsTr("On this computer: %1").arg(root.supportPath)
+        FolderRow {
+            Layout.fillWidth: true
+            visible: folder.differs
+            folder: root.help.libraryFolder
+            heading: qsTr("On this computer:")
         }
     }
     LibraryPanel {
