@@ -47,6 +47,7 @@ void AppStore::load()
     try {
         m_library = m_file.load();
     } catch (const std::exception &error) {
+        m_couldLoad = false;
         fail(u"Could not load the VORN library: "_s + QString::fromUtf8(error.what()));
     }
 }
@@ -130,6 +131,12 @@ const VORNLibrary &AppStore::library() const
 {
     m_ui.assertCurrent();
     return m_library;
+}
+
+bool AppStore::isNew() const
+{
+    m_ui.assertCurrent();
+    return m_couldLoad && m_library.projects.empty();
 }
 
 const std::optional<QString> &AppStore::selectedProjectID() const

@@ -41,6 +41,8 @@ public:
     ~AppStore() override;
 
     [[nodiscard]] const VORNLibrary &library() const;
+    /// Nothing is in the library, and none has been found that could not be read.
+    [[nodiscard]] bool isNew() const;
     [[nodiscard]] const std::optional<QString> &selectedProjectID() const;
     [[nodiscard]] const std::optional<QString> &selectedTakeID() const;
     [[nodiscard]] const std::vector<TransferStatus> &transfers() const;
@@ -169,6 +171,7 @@ private:
     QString m_collectorID;
     VORNLibrary m_library VORN_OWNED_BY(m_ui);
     LibraryFile m_file VORN_OWNED_BY(m_ui);
+    bool m_couldLoad VORN_OWNED_BY(m_ui) = true;
     std::optional<QString> m_selectedProjectID VORN_OWNED_BY(m_ui);
     std::optional<QString> m_selectedTakeID VORN_OWNED_BY(m_ui);
     std::vector<TransferStatus> m_transfers VORN_OWNED_BY(m_ui);

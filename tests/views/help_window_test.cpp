@@ -241,6 +241,31 @@ private Q_SLOTS:
         QVERIFY(!same.differs());
     }
 
+    void saysWhatToDoFirst_data()
+    {
+        QTest::addColumn<QByteArray>("library");
+        QTest::addColumn<bool>("firstSteps");
+        QTest::newRow("none") << QByteArray() << true;
+        QTest::newRow("empty") << QByteArray(R"({"projects": []})") << true;
+        QTest::newRow("unreadable") << QByteArray("{") << false;
+    }
+
+    void saysWhatToDoFirst()
+    {
+        QFETCH(const QByteArray, library);
+        QFETCH(const bool, firstSteps);
+        Desk desk(library);
+        desk.windows->showDirector();
+        desk.windows->showLibrary();
+        const auto steps = u"FIRST STEPS"_s;
+        const WindowHands director = Desk::at(directorTitle);
+        WindowHands libraryWindow = Desk::at(libraryTitle);
+        QCOMPARE(director.shows(steps), firstSteps);
+        QCOMPARE(libraryWindow.shows(steps), firstSteps);
+        desk.store->createProject(u"Night Shoot"_s);
+        QTRY_VERIFY(!director.shows(steps) && !libraryWindow.shows(steps));
+    }
+
 public Q_SLOTS:
     void takeUrl(const QUrl &url) { m_opened = url; } // NOLINT: called by its name
 

@@ -54,6 +54,16 @@ StudioPanel {
             help: qsTr("Look at what may keep the phones from being seen")
             onClicked: root.networkCheckRequested()
         }
+        FirstSteps {
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: Math.min(parent.width - 2 * Theme.inside, 360)
+            visible: root.director.firstStart
+            steps: [
+                qsTr("Put the phones and this computer on one Wi-Fi, and open the camera on each phone."),
+                qsTr("Make a project in the Library, start a session here, and cut with the space bar."),
+                qsTr("Then press Connect in the Library and bring the recordings over.")
+            ]
+        }
     }
     Grid {
         id: grid

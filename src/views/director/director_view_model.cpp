@@ -126,6 +126,11 @@ QString DirectorViewModel::projectText() const
     return project ? displayText(project->name) : u"No project selected"_s;
 }
 
+bool DirectorViewModel::isFirstStart() const
+{
+    return m_store.isNew();
+}
+
 QString DirectorViewModel::policyText() const
 {
     return u"JPEG \u2022 "_s + title(m_session.effectivePreviewPolicy());

@@ -67,6 +67,7 @@ class DirectorViewModel : public QObject {
     Q_PROPERTY(QString planText READ planText NOTIFY timelineChanged)
     Q_PROPERTY(bool planned READ isPlanned NOTIFY timelineChanged)
     Q_PROPERTY(QString projectText READ projectText NOTIFY projectChanged)
+    Q_PROPERTY(bool firstStart READ isFirstStart NOTIFY projectChanged)
     Q_PROPERTY(QString policyText READ policyText NOTIFY camerasChanged)
     Q_PROPERTY(QString catalogsText READ catalogsText NOTIFY catalogsChanged)
     Q_PROPERTY(vorn::CameraWallViewModel *wall READ wall CONSTANT)
@@ -107,6 +108,8 @@ public:
     [[nodiscard]] QString planText() const;
     [[nodiscard]] bool isPlanned() const;
     [[nodiscard]] QString projectText() const;
+    /// Nobody has worked with the program yet.
+    [[nodiscard]] bool isFirstStart() const;
     [[nodiscard]] QString policyText() const;
     [[nodiscard]] QString catalogsText() const;
     [[nodiscard]] CameraWallViewModel *wall() { return &m_wall; }

@@ -8,14 +8,31 @@ Item {
 
     required property TakeDashboardViewModel dashboard
     required property ActivityViewModel activity
+    required property bool firstStart
     property alias tab: tabs.current
 
-    EmptyStateView {
-        anchors.fill: parent
+    Column {
+        anchors.centerIn: parent
+        width: parent.width
         visible: !root.dashboard.hasTake
-        title: qsTr("Select a Take")
-        icon: "film"
-        detail: qsTr("Choose a project and take, or import a source manifest.")
+        spacing: 2 * Theme.between
+
+        EmptyStateView {
+            width: parent.width
+            title: qsTr("Select a Take")
+            icon: "film"
+            detail: qsTr("Choose a project and take, or import a source manifest.")
+        }
+        FirstSteps {
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: Math.min(parent.width - 2 * Theme.between, 360)
+            visible: root.firstStart
+            steps: [
+                qsTr("Press New and name a project."),
+                qsTr("Press Connect, ask a phone to share its files, and its takes appear here."),
+                qsTr("Or press Import Manifest and choose the manifest that lies beside a take's movies.")
+            ]
+        }
     }
     ColumnLayout {
         anchors.fill: parent

@@ -120,6 +120,7 @@ Item {
                 Layout.fillHeight: true
                 dashboard: root.library.dashboard
                 activity: root.library.activity
+                firstStart: root.library.firstStart
             }
         }
     }

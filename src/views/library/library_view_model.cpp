@@ -102,6 +102,11 @@ QString LibraryViewModel::title() const
     return u"VORN Library \u2014 %1 %"_s.arg(int(part * 100));
 }
 
+bool LibraryViewModel::isFirstStart() const
+{
+    return m_store.isNew();
+}
+
 QString LibraryViewModel::downloadObstacle() const
 {
     if (m_store.isBusy())

@@ -27,6 +27,7 @@ class LibraryViewModel : public QObject {
     Q_PROPERTY(vorn::WorkProgressViewModel *downloadProgress READ downloadProgress CONSTANT)
     Q_PROPERTY(vorn::DownloadOutlookViewModel *downloadOutlook READ downloadOutlook CONSTANT)
     Q_PROPERTY(QString title READ title NOTIFY titleChanged)
+    Q_PROPERTY(bool firstStart READ isFirstStart NOTIFY changed)
     Q_PROPERTY(bool canDownload READ canDownload NOTIFY changed)
     Q_PROPERTY(QString downloadObstacle READ downloadObstacle NOTIFY changed)
     Q_PROPERTY(bool canExport READ canExport NOTIFY changed)
@@ -50,6 +51,8 @@ public:
 
     /// The window's, with how far a download is.
     [[nodiscard]] QString title() const;
+    /// Nobody has worked with the program yet.
+    [[nodiscard]] bool isFirstStart() const;
     [[nodiscard]] bool canDownload() const { return downloadObstacle().isEmpty(); }
     /// Why nothing can be downloaded; empty when something can.
     [[nodiscard]] QString downloadObstacle() const;
