@@ -19,16 +19,25 @@ constexpr QStringView usage =
     "Shows the phone cameras of the local network, Preview and Program, and the library of\n"
     "their recordings.\n";
 
-void meetNoDisplay(QtMsgType type, const QMessageLogContext & /*context*/,
-                   const QString & /*message*/)
+void meetNoDisplay(QtMsgType type, const QMessageLogContext & /*context*/, const QString &message)
 {
+    // What was asked for, when the toolkit has nothing of that name.
+    static QString unknownPlatform;
     // The other messages only lead up to the last one.
-    if (type != QtFatalMsg)
+    if (type != QtFatalMsg) {
+        if (message.startsWith("Could not find the Qt platform plugin"_L1))
+            unknownPlatform = message.section(u'"', 1, 1);
+        else if (message.startsWith("Could not load the Qt platform plugin"_L1))
+            unknownPlatform.clear();
         return;
-    std::fputs("VORN Desktop finds no display. Start it from your desktop, or set DISPLAY or "
-               "WAYLAND_DISPLAY to the display that it should use.\n",
-               stderr);
-    std::_Exit(1);
+    }
+    const QString sentence =
+        unknownPlatform.isEmpty()
+            ? u"VORN Desktop finds no display. Start it from your desktop, or set DISPLAY or "
+              "WAYLAND_DISPLAY to the display that it should use.\n"_s
+            : u"VORN Desktop does not know the platform \"%1\". Unset QT_QPA_PLATFORM, or "
+              "set it to xcb.\n"_s.arg(unknownPlatform);
+    std::_Exit(endEarly({sentence, 1}));
 }
 
 } // namespace
