@@ -88,12 +88,14 @@ public:
         }
     }
 
-    void place()
+    void place(ExistingFile existing)
     {
         // A failed flush is not tried again: the system may have dropped the bytes already.
         if (::fsync(m_file.get()) != 0)
             throw FileError(u"Cannot write"_s, m_finalPath, errno);
-        if (::rename(m_path.constData(), nativePath(m_finalPath).constData()) != 0)
+        if (existing == ExistingFile::keep)
+            moveWithoutReplacing(QString::fromUtf8(m_path), m_finalPath, u"Cannot write"_s);
+        else if (::rename(m_path.constData(), nativePath(m_finalPath).constData()) != 0)
             throw FileError(u"Cannot replace"_s, m_finalPath, errno);
         m_isPlaced = true;
     }
@@ -107,7 +109,8 @@ private:
 
 } // namespace
 
-void writeFileAtomically(const QString &path, std::span<const QByteArray> pieces, FileMode mode)
+void writeFileAtomically(const QString &path, std::span<const QByteArray> pieces, FileMode mode,
+                         ExistingFile existing)
 {
     const FileDescriptor folder = openParentFolder(path, u"Cannot write"_s);
     qsizetype total = 0;
@@ -118,15 +121,16 @@ void writeFileAtomically(const QString &path, std::span<const QByteArray> pieces
     file.write(pieces);
     // Held while it is replaced: giving back a large file takes as long as writing one.
     FileDescriptor old(::open(nativePath(path).constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-    file.place();
+    file.place(existing);
     if (old.isOpen())
         releaseOffThread(std::move(old));
     flushFolder(folder, path);
 }
 
-void writeFileAtomically(const QString &path, const QByteArray &bytes, FileMode mode)
+void writeFileAtomically(const QString &path, const QByteArray &bytes, FileMode mode,
+                         ExistingFile existing)
 {
-    writeFileAtomically(path, std::span(&bytes, 1), mode);
+    writeFileAtomically(path, std::span(&bytes, 1), mode, existing);
 }
 
 void removeAbandonedWrites(const QString &folder)

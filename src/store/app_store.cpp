@@ -163,10 +163,10 @@ const std::vector<ActivityEntry> &AppStore::activities() const
     return m_activities;
 }
 
-bool AppStore::isBusy() const
+std::optional<LongWork> AppStore::longWork() const
 {
     m_ui.assertCurrent();
-    return m_isBusy;
+    return m_longWork;
 }
 
 const std::optional<QString> &AppStore::errorMessage() const
@@ -257,12 +257,12 @@ const QString &AppStore::recordingsDirectory() const
     return m_recordingsDirectory;
 }
 
-void AppStore::setBusy(bool busy)
+void AppStore::setLongWork(std::optional<LongWork> work)
 {
     m_ui.assertCurrent();
-    if (busy == m_isBusy)
+    if (work == m_longWork)
         return;
-    m_isBusy = busy;
+    m_longWork = work;
     Q_EMIT isBusyChanged();
 }
 

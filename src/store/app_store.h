@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "base/atomic_file.h"
 #include "base/thread_context.h"
 #include "desktop/sleep_inhibitor.h"
 #include "drift/export_package.h"
@@ -8,6 +9,7 @@
 #include "store/download_progress.h"
 #include "store/library_file.h"
 #include "store/pending_download.h"
+#include "store/recording_check.h"
 #include "transfer/authenticated_transfer_client.h"
 #include "transfer/discovered_device.h"
 
@@ -26,6 +28,17 @@ namespace vorn {
 
 struct DeviceCatalog;
 class PartialRecording;
+
+/// What takes its time and lets nothing of its kind begin beside it.
+enum class LongWork { pairing, exporting, verifying, savingChecksums };
+
+/// What was last done with the recordings of a take, and what came of it.
+struct TakeOutcome {
+    QString projectId;
+    QString takeId;
+    QString text;
+    std::vector<RecordingCheck> checks; ///< empty where nothing was compared
+};
 
 /// Owns the library and everything the windows show of it, and is the only writer of the library
 /// file. Every change of the library is on the disk when the operation that made it returns.
@@ -48,7 +61,8 @@ public:
     [[nodiscard]] const std::vector<TransferStatus> &transfers() const;
     /// Newest first, at most 100.
     [[nodiscard]] const std::vector<ActivityEntry> &activities() const;
-    [[nodiscard]] bool isBusy() const;
+    [[nodiscard]] bool isBusy() const { return longWork().has_value(); }
+    [[nodiscard]] std::optional<LongWork> longWork() const;
     /// The latest failure; stays until a view clears it.
     [[nodiscard]] const std::optional<QString> &errorMessage() const;
     /// The phones that are paired, by name.
@@ -58,6 +72,12 @@ public:
     [[nodiscard]] const std::optional<DownloadProgress> &downloadProgress() const;
     /// How far the running export is; absent when none runs.
     [[nodiscard]] const std::optional<ExportProgress> &exportProgress() const;
+    /// How far the reading of a take's recordings is; absent when none are read.
+    [[nodiscard]] const std::optional<CheckProgress> &checkProgress() const;
+    /// Absent while nothing has been done, or something is being done.
+    [[nodiscard]] const std::optional<TakeOutcome> &takeOutcome() const;
+    /// Null where that is of another take.
+    [[nodiscard]] const TakeOutcome *selectedTakeOutcome() const;
 
     /// Another project's first take is selected with it, if it has one.
     void setSelectedProjectID(std::optional<QString> id);
@@ -93,6 +113,13 @@ public:
     QCoro::Task<> importManifest(QString path);
     /// Exports the selected take into a new folder under `parentFolder` and shows it.
     QCoro::Task<> exportSelectedTake(QString parentFolder);
+    /// Reads the recordings of the selected take that are on this computer anew and says which no
+    /// longer match. The library stays as it is.
+    QCoro::Task<> verifySelectedTake();
+    /// Writes the checksums of a take's recordings that are on this computer into a file at `path`,
+    /// for `sha256sum --check`.
+    QCoro::Task<> saveChecksums(QString projectId, QString takeId, QString path,
+                                ExistingFile existing);
 
     /// Pairs with the phone and merges its catalog into the library; true when both succeeded.
     /// Whatever fails, the library is as it was and no session is listed.
@@ -106,6 +133,8 @@ public:
     [[nodiscard]] bool canDownloadSelectedTake() const;
     /// True while a recording is fetched or waits for its turn.
     [[nodiscard]] bool isDownloadPending(const QString &clipId) const;
+    /// True while any recording is fetched or waits for its turn.
+    [[nodiscard]] bool isDownloading() const;
     /// Fetches the recordings of the selected take that are not on this computer, one after the
     /// other, and verifies each. While a download runs, further ones wait for their turn, and the
     /// call returns at once.
@@ -120,6 +149,8 @@ Q_SIGNALS:
     void isBusyChanged();
     void errorMessageChanged();
     void exportProgressChanged();
+    void checkProgressChanged();
+    void takeOutcomeChanged();
     void transferSessionsChanged();
     void downloadProgressChanged();
     /// Nothing waits any more; of what was asked for since, `failed` recordings are not here.
@@ -138,8 +169,12 @@ private:
     void save();
     /// errorMessage and the activity log.
     void fail(const QString &message);
-    void setBusy(bool busy);
+    void setLongWork(std::optional<LongWork> work);
     void setExportProgress(std::optional<ExportProgress> progress);
+    void setCheckProgress(std::optional<CheckProgress> progress);
+    void setTakeOutcome(std::optional<TakeOutcome> outcome);
+    [[nodiscard]] CheckReport checkReport();
+    void tellOfChecks(TakeOutcome outcome);
     [[nodiscard]] VORNProject *selectedProjectForChange() VORN_RUNS_ON(m_ui);
 
     using Client = std::shared_ptr<AuthenticatedTransferClient>;
@@ -176,9 +211,11 @@ private:
     std::optional<QString> m_selectedTakeID VORN_OWNED_BY(m_ui);
     std::vector<TransferStatus> m_transfers VORN_OWNED_BY(m_ui);
     std::vector<ActivityEntry> m_activities VORN_OWNED_BY(m_ui);
-    bool m_isBusy VORN_OWNED_BY(m_ui) = false;
+    std::optional<LongWork> m_longWork VORN_OWNED_BY(m_ui);
     std::optional<QString> m_errorMessage VORN_OWNED_BY(m_ui);
     std::optional<ExportProgress> m_exportProgress VORN_OWNED_BY(m_ui);
+    std::optional<CheckProgress> m_checkProgress VORN_OWNED_BY(m_ui);
+    std::optional<TakeOutcome> m_takeOutcome VORN_OWNED_BY(m_ui);
     /// By device id. Never written to a file.
     std::map<QString, Client> m_transferClients VORN_OWNED_BY(m_ui);
     std::vector<TransferSessionSummary> m_transferSessions VORN_OWNED_BY(m_ui);

@@ -56,6 +56,12 @@ bool AppStore::isDownloadPending(const QString &clipId) const
         m_downloads, [&](const PendingDownload &pending) { return pending.clip.id == clipId; });
 }
 
+bool AppStore::isDownloading() const
+{
+    m_ui.assertCurrent();
+    return !m_downloads.empty();
+}
+
 QCoro::Task<> AppStore::downloadSelectedTake()
 {
     m_ui.assertCurrent();

@@ -13,7 +13,7 @@ namespace vorn {
 QCoro::Task<> AppStore::exportSelectedTake(QString parentFolder)
 {
     m_ui.assertCurrent();
-    if (m_isBusy || !selectedProject() || !selectedTake())
+    if (m_longWork || !selectedProject() || !selectedTake())
         co_return;
     // Copies: the library may change while the export runs.
     const VORNProject project = *selectedProject();
@@ -26,7 +26,7 @@ QCoro::Task<> AppStore::exportSelectedTake(QString parentFolder)
                 self->setExportProgress(now);
         });
 
-    setBusy(true);
+    setLongWork(LongWork::exporting);
     QString failure;
     try {
         const QString folder = co_await offThread([project, take, parentFolder, report] {
@@ -42,7 +42,7 @@ QCoro::Task<> AppStore::exportSelectedTake(QString parentFolder)
     if (!self)
         co_return;
     setExportProgress({});
-    setBusy(false);
+    setLongWork({});
     if (!failure.isEmpty())
         fail(failure);
 }

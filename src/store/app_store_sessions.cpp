@@ -37,9 +37,9 @@ QCoro::Task<bool> AppStore::pairAndConnect(DiscoveredDevice device, QString pair
                                            bool fingerprintConfirmed)
 {
     m_ui.assertCurrent();
-    if (m_isBusy)
+    if (m_longWork)
         co_return false;
-    setBusy(true);
+    setLongWork(LongWork::pairing);
     const QPointer<AppStore> self(this);
     QString failure;
     Client client;
@@ -61,7 +61,7 @@ QCoro::Task<bool> AppStore::pairAndConnect(DiscoveredDevice device, QString pair
         client->invalidate();
     if (!self)
         co_return false;
-    setBusy(false);
+    setLongWork({});
     if (!failure.isEmpty())
         fail(failure);
     co_return failure.isEmpty();

@@ -4,6 +4,7 @@
 
 #include "store/partial_recording.h"
 #include "store/progress_report.h"
+#include "store/recording_check.h"
 #include "support.h"
 
 #include <QDir>
@@ -66,6 +67,21 @@ class PartialRecordingTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void init() { QVERIFY(m_folder.emplace().isValid()); }
+
+    void readsAnewFromTheDisk()
+    {
+        const QString file = m_folder->filePath(u"film"_s);
+        writePlain(file, "abc");
+        VORNClip clip;
+        clip.localPath = file;
+        clip.sha256 = QString(64, u'0');
+        VORNTake take;
+        take.clips = {clip};
+        calls.clear();
+        QCOMPARE(checkRecordings(take, [](const CheckProgress &) {})[0].sentence,
+                 file + u" has changed: its checksum is another one."_s);
+        QCOMPARE(calls, (QByteArrayList{"flush file", "let go of it"}));
+    }
 
     void growsAndGetsItsNameAtTheEnd()
     {

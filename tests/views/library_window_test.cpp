@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include "base/files.h"
 #include "support.h"
 #include "window_probe.h"
 
 #include <QApplication>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -294,6 +297,65 @@ private Q_SLOTS:
         QVERIFY(probe.store().errorMessage()->startsWith(u"Resolve export failed: "_s));
         QVERIFY(!probe.store().isBusy() && !probe.view().exportProgress()->running());
         QVERIFY(!probe.shows(u"Verifying A  \u2022  1 of 1"_s));
+    }
+
+    void verifiesAndSavesChecksumsInSight()
+    {
+        constexpr auto longEnoughToSee = qint64{512} * 1024 * 1024;
+        const QTemporaryDir media;
+        VORNTake filmed = take(u"take-1"_s, 2);
+        for (VORNClip &clip : filmed.clips)
+            clip.localPath = media.filePath(clip.fileName);
+        writePlain(media.filePath(u"Camera A.mov"_s), {});
+        QVERIFY(QFile::resize(media.filePath(u"Camera A.mov"_s), longEnoughToSee));
+        WindowProbe probe({{u"p"_s, u"Now"_s, 1, {filmed, take(u"take-2"_s, 1, false)}}});
+        probe.press(Qt::Key_2, Qt::ControlModifier);
+        probe.click(probe.named(u"Verify Again"_s));
+        QTRY_VERIFY(probe.shows(u"Verifying take-1, Camera A  \u2022  1 of 2"_s));
+        QCOMPARE(descriptionOf(probe.named(u"Save Checksums…"_s)),
+                 u"Another operation is running."_s);
+        QTRY_COMPARE_WITH_TIMEOUT(probe.focusName(), u"OK"_s, limitMs);
+        const QString outcome =
+            u"Verified take take-1. Matching: 0. Failed: 2 (Camera A, Camera B)."_s;
+        QCOMPARE(probe.view().errorMessage(), outcome);
+        probe.press(Qt::Key_Escape);
+        QTRY_VERIFY(!probe.shows(u"OK"_s));
+        QVERIFY(probe.shows(outcome));
+        QVERIFY(probe.shows(u"Camera B, Camera B.mov, Verified on Mac, %1 is not there."_s.arg(
+            media.filePath(u"Camera B.mov"_s))));
+
+        const QString list = media.filePath(u"take-1.sha256"_s);
+        probe.click(probe.named(u"Save Checksums…"_s));
+        QTRY_VERIFY(openPanel());
+        QCOMPARE(openPanel()->selectedFiles(), QStringList{list}); // beside the recordings
+        answerPanel(u"Save Checksums"_s, QFileDialog::AnyFile, list);
+        QTRY_VERIFY(probe.shows(u"Saved the checksums of take take-1 as %1."_s.arg(list)));
+        const QByteArray lines = readFile(list, 1 << 16);
+        QCOMPARE(lines, QByteArray("0").repeated(64) + "  Camera A.mov\n"
+                            + QByteArray("0").repeated(64) + "  Camera B.mov\n");
+
+        writePlain(list, "somebody's");
+        probe.takeUp(probe.window());
+        probe.click(probe.named(u"Save Checksums…"_s));
+        QTRY_VERIFY(openPanel());
+        bool isAsked = false;
+        QTimer answer; // within the loop of the question
+        connect(&answer, &QTimer::timeout, &answer, [&isAsked] {
+            auto *question = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+            isAsked = isAsked || question;
+            if (question)
+                question->button(QMessageBox::No)->click();
+        });
+        answer.start();
+        QMetaObject::invokeMethod(openPanel(), "accept");
+        QVERIFY(isAsked);
+        QCOMPARE(readFile(list, 1 << 16), "somebody's");
+        openPanel()->reject();
+
+        probe.view().takes()->select(1);
+        QVERIFY(!probe.shows(u"Saved the checksums of take take-1 as %1."_s.arg(list)));
+        QCOMPARE(descriptionOf(probe.named(u"Verify Again"_s)),
+                 u"No recording of this take is on this computer."_s);
     }
 
     void saysWhereThePackageLies()

@@ -13,25 +13,30 @@ Rectangle {
     required property string deviceName
     required property string placeText
     required property string anchorsText
+    required property string faultText
     required property bool isLocal
     required property bool isReference
     signal makeReference
     signal focused
 
-    implicitHeight: content.implicitHeight + 2 * Theme.row
+    implicitHeight: content.implicitHeight + 2 * Theme.row + (fault.visible ? fault.height + Theme.tight : 0)
     color: Theme.raised
     radius: Theme.radius
 
     Accessible.role: Accessible.ListItem
-    Accessible.name: cameraId + ", " + fileName + ", " + placeText
+    Accessible.name: cameraId + ", " + fileName + ", " + placeText + (faultText && ", " + faultText)
 
     RowLayout {
         id: content
 
-        anchors.fill: parent
-        anchors.margins: Theme.row
-        anchors.leftMargin: Theme.inside
-        anchors.rightMargin: Theme.inside
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: parent.top
+            topMargin: Theme.row
+            leftMargin: Theme.inside
+            rightMargin: Theme.inside
+        }
         spacing: Theme.inside
 
         TokenIcon {
@@ -103,5 +108,22 @@ Rectangle {
             onClicked: root.makeReference()
             onActiveFocusChanged: if (activeFocus) root.focused()
         }
+    }
+    // Anchored, not laid out: a layout misses what changes while its page is not visible.
+    StatusLine {
+        id: fault
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: content.bottom
+            topMargin: Theme.tight
+            leftMargin: Theme.inside
+            rightMargin: Theme.inside
+        }
+        visible: text.length > 0
+        text: root.faultText
+        icon: "warning"
+        iconColor: Theme.warning
     }
 }

@@ -29,7 +29,13 @@ Item {
             RowList {
                 id: clips
 
-                anchors.fill: parent
+                anchors {
+                    left: parent.left
+                    right: parent.right
+                    top: parent.top
+                    bottom: check.top
+                    bottomMargin: Theme.inside
+                }
                 visible: root.dashboard.hasClips
                 label: qsTr("Cameras & recordings")
                 selectable: false
@@ -40,6 +46,17 @@ Item {
                     onMakeReference: root.dashboard.makeReference(index)
                     onFocused: clips.reveal(index)
                 }
+            }
+            TakeCheck {
+                id: check
+
+                anchors {
+                    left: parent.left
+                    right: parent.right
+                    bottom: parent.bottom
+                }
+                visible: root.dashboard.hasClips
+                check: root.dashboard.check
             }
             CompactEmptyState {
                 anchors.fill: parent

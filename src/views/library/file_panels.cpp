@@ -3,6 +3,7 @@
 #include "views/library/file_panels.h"
 
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QWindow>
 
 namespace vorn {
@@ -39,6 +40,17 @@ void openExportPanel(QWindow *window, const QString &folder, const PathChosen &c
     panel->setAcceptMode(QFileDialog::AcceptOpen);
     panel->setFileMode(QFileDialog::Directory);
     panel->setOption(QFileDialog::ShowDirsOnly);
+    openPanel(panel, window, chosen);
+}
+
+void openChecksumPanel(QWindow *window, const QString &path, const PathChosen &chosen)
+{
+    auto *panel = new QFileDialog(nullptr, u"Save Checksums"_s);
+    panel->setAcceptMode(QFileDialog::AcceptSave);
+    panel->setFileMode(QFileDialog::AnyFile);
+    panel->setNameFilters({u"Checksums (*.sha256)"_s, u"All files (*)"_s});
+    panel->setDirectory(QFileInfo(path).path());
+    panel->selectFile(QFileInfo(path).fileName());
     openPanel(panel, window, chosen);
 }
 

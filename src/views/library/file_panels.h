@@ -18,5 +18,8 @@ using PathChosen = std::function<void(const QString &path)>;
 void openManifestPanel(QWindow *window, const QString &folder, const PathChosen &chosen);
 /// Opens the panel for the folder that will hold an export package, likewise.
 void openExportPanel(QWindow *window, const QString &folder, const PathChosen &chosen);
+/// Opens the panel for the file that will hold checksums, first showing `path`, likewise. It asks
+/// about a file that is there.
+void openChecksumPanel(QWindow *window, const QString &path, const PathChosen &chosen);
 
 } // namespace vorn

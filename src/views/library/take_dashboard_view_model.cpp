@@ -49,7 +49,16 @@ std::vector<DetailRow> detailsOf(const VORNProject &project, const VORNTake &tak
             {u"Manifest"_s, manifest}};
 }
 
-ClipRow clipRow(const VORNClip &clip, const VORNTake &take)
+QString faultText(const VORNClip &clip, const TakeOutcome *outcome)
+{
+    if (!outcome)
+        return {};
+    const auto found = std::ranges::find(outcome->checks, clip.id, &RecordingCheck::clipId);
+    return found == outcome->checks.end() ? QString()
+                                          : displayText(found->sentence, longestMessage);
+}
+
+ClipRow clipRow(const VORNClip &clip, const VORNTake &take, const TakeOutcome *outcome)
 {
     return {.key = clip.id,
             .cameraId = displayText(clip.cameraId),
@@ -57,6 +66,7 @@ ClipRow clipRow(const VORNClip &clip, const VORNTake &take)
             .deviceName = displayText(clip.deviceName.value_or(QString())),
             .placeText = isLocal(clip) ? u"Verified on Mac"_s : u"On device"_s,
             .anchorsText = u"%1 anchors"_s.arg(clip.anchors.size()),
+            .faultText = faultText(clip, outcome),
             .isLocal = isLocal(clip),
             .isReference = take.referenceCameraId == clip.cameraId};
 }
@@ -84,6 +94,7 @@ TakeDashboardViewModel::TakeDashboardViewModel(AppStore &store)
                {"deviceName", &ClipRow::deviceName},
                {"placeText", &ClipRow::placeText},
                {"anchorsText", &ClipRow::anchorsText},
+               {"faultText", &ClipRow::faultText},
                {"isLocal", &ClipRow::isLocal},
                {"isReference", &ClipRow::isReference}}),
       m_transfers({{"clipName", &TransferRow::clipName},
@@ -91,13 +102,15 @@ TakeDashboardViewModel::TakeDashboardViewModel(AppStore &store)
                    {"message", &TransferRow::message},
                    {"progress", &TransferRow::progress},
                    {"isRunning", &TransferRow::isRunning}}),
-      m_runningTransfer([&store] { return runningTransferOf(store); })
+      m_runningTransfer([&store] { return runningTransferOf(store); }),
+      m_check(store)
 {
     connect(&store, &AppStore::downloadProgressChanged, &m_runningTransfer,
             &WorkProgressViewModel::startOrStop);
     connect(&store, &AppStore::libraryChanged, this, &TakeDashboardViewModel::refresh);
     connect(&store, &AppStore::selectedProjectIDChanged, this, &TakeDashboardViewModel::refresh);
     connect(&store, &AppStore::selectedTakeIDChanged, this, &TakeDashboardViewModel::refresh);
+    connect(&store, &AppStore::takeOutcomeChanged, this, &TakeDashboardViewModel::refresh);
     connect(&store, &AppStore::transfersChanged, this, &TakeDashboardViewModel::refreshTransfers);
     refresh();
     refreshTransfers();
@@ -177,7 +190,7 @@ void TakeDashboardViewModel::refresh()
     std::vector<ClipRow> clips;
     if (project && take) {
         for (const VORNClip &clip : take->clips)
-            clips.push_back(clipRow(clip, *take));
+            clips.push_back(clipRow(clip, *take, m_store.selectedTakeOutcome()));
         m_readiness.setRows(readinessOf(*project, *take));
         m_details.setRows(detailsOf(*project, *take));
     }

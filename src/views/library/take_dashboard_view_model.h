@@ -2,7 +2,7 @@
 #pragma once
 
 #include "views/controls/row_list_model.h"
-#include "views/library/work_progress_view_model.h"
+#include "views/library/take_check_view_model.h"
 
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
@@ -37,6 +37,7 @@ struct ClipRow {
     QString deviceName; ///< empty when the clip has none
     QString placeText;
     QString anchorsText;
+    QString faultText; ///< what was last found when its file was read anew; empty for nothing
     bool isLocal = false;
     bool isReference = false;
 
@@ -76,6 +77,7 @@ class TakeDashboardViewModel : public QObject {
     Q_PROPERTY(QAbstractItemModel *clips READ clips CONSTANT)
     Q_PROPERTY(QAbstractItemModel *transfers READ transfers CONSTANT)
     Q_PROPERTY(vorn::WorkProgressViewModel *runningTransfer READ runningTransfer CONSTANT)
+    Q_PROPERTY(vorn::TakeCheckViewModel *check READ check CONSTANT)
 public:
     explicit TakeDashboardViewModel(AppStore &store);
 
@@ -97,6 +99,7 @@ public:
     [[nodiscard]] QAbstractItemModel *clips() { return &m_clips; }
     [[nodiscard]] QAbstractItemModel *transfers() { return &m_transfers; }
     [[nodiscard]] WorkProgressViewModel *runningTransfer() { return &m_runningTransfer; }
+    [[nodiscard]] TakeCheckViewModel *check() { return &m_check; }
 
     /// Makes the camera of this clip's row the one that the others are aligned to.
     Q_INVOKABLE void makeReference(int row);
@@ -114,6 +117,7 @@ private:
     RowListModel<ClipRow> m_clips;
     RowListModel<TransferRow> m_transfers;
     WorkProgressViewModel m_runningTransfer;
+    TakeCheckViewModel m_check;
 };
 
 } // namespace vorn
