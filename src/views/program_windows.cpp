@@ -2,15 +2,19 @@
 
 #include "views/program_windows.h"
 
+#include "store/app_store.h"
 #include "views/controls/theme_base.h"
 
 #include <QApplication>
+#include <QCloseEvent>
 #include <QFont>
 #include <QPalette>
 #include <QQmlComponent>
 #include <QQuickStyle>
 #include <QStyleFactory>
 #include <QWindow>
+
+#include <utility>
 
 // Made by the build from the types that are marked QML_ELEMENT.
 extern void qml_register_types_Vorn(); // NOLINT(readability-identifier-naming)
@@ -68,6 +72,22 @@ std::unique_ptr<QWindow> makeWindow(QQmlEngine &engine, const QString &file,
     return std::unique_ptr<QWindow>(window);
 }
 
+/// What becomes of running work when the program ends; empty when none is running.
+QString fateOfWork(const AppStore &store)
+{
+    QStringList sentences;
+    if (store.isDownloading())
+        sentences += u"The download stops. What has come is kept: connect to the phone and press "
+                     "Download Take to go on."_s;
+    if (store.longWork() == LongWork::exporting)
+        sentences += u"The export stops and leaves nothing behind."_s;
+    if (store.longWork() == LongWork::verifying)
+        sentences += u"The verification stops without a result."_s;
+    if (store.longWork() == LongWork::savingChecksums)
+        sentences += u"The checksums are not saved."_s;
+    return sentences.join(u'\n');
+}
+
 void bringToFront(QWindow &window)
 {
     if (window.windowStates().testFlag(Qt::WindowMinimized))
@@ -119,6 +139,66 @@ ProgramWindows::ProgramWindows(AppStore &store, LANDiscovery &catalogs,
       m_help(store, settings)
 {
     connect(&m_engine, &QQmlEngine::quit, this, &ProgramWindows::quit);
+    connect(&store, &AppStore::isBusyChanged, this, &ProgramWindows::updateQuestion);
+    connect(&store, &AppStore::downloadsEnded, this, &ProgramWindows::updateQuestion);
+}
+
+void ProgramWindows::watch(QWindow &window)
+{
+    window.installEventFilter(this);
+    connect(&window, SIGNAL(endConfirmed()), this, SLOT(endWork()));
+    connect(&window, SIGNAL(endDeclined()), this, SLOT(stay()));
+}
+
+bool ProgramWindows::isLast(const QWindow &window) const
+{
+    const auto remains = [&](const std::unique_ptr<QWindow> &other) {
+        return other && other.get() != &window && other->isVisible();
+    };
+    return !remains(m_directorWindow) && !remains(m_libraryWindow);
+}
+
+bool ProgramWindows::eventFilter(QObject *watched, QEvent *event)
+{
+    auto *window = qobject_cast<QWindow *>(watched);
+    if (event->type() != QEvent::Close || !window || m_mayEndWork || !isLast(*window)
+        || fateOfWork(m_store).isEmpty())
+        return QObject::eventFilter(watched, event);
+    event->ignore();
+    askAboutWork(window);
+    return true;
+}
+
+void ProgramWindows::askAboutWork(QWindow *window)
+{
+    if (!window || (window != m_directorWindow.get() && window != m_libraryWindow.get())) {
+        window = m_directorWindow.get();
+        if (!window) {
+            showLibrary();
+            window = m_libraryWindow.get();
+        }
+    }
+    m_asking = window;
+    bringToFront(*window);
+    updateQuestion();
+}
+
+void ProgramWindows::updateQuestion()
+{
+    if (!m_asking)
+        return;
+    const QString work = fateOfWork(m_store);
+    m_asking->setProperty("endingWork", work);
+    if (work.isEmpty())
+        stay();
+}
+
+void ProgramWindows::endWork()
+{
+    m_mayEndWork = true;
+    if (const QPointer<QWindow> window = std::exchange(m_asking, nullptr))
+        window->setProperty("endingWork", QString());
+    quit();
 }
 
 void ProgramWindows::listenTo(QWindow &window)
@@ -143,6 +223,7 @@ void ProgramWindows::showDirector()
         connect(m_directorWindow.get(), SIGNAL(closed()), this, SLOT(endDirector()),
                 Qt::QueuedConnection);
         connect(m_directorWindow.get(), SIGNAL(stayed()), this, SLOT(stay()));
+        watch(*m_directorWindow);
     }
     bringToFront(*m_directorWindow);
 }
@@ -157,11 +238,15 @@ void ProgramWindows::endDirector()
 
 void ProgramWindows::quit()
 {
+    m_isQuitting = true;
+    if (!m_mayEndWork && !fateOfWork(m_store).isEmpty()) {
+        askAboutWork(QGuiApplication::focusWindow());
+        return;
+    }
     if (!m_directorWindow) {
         QCoreApplication::quit();
         return;
     }
-    m_isQuitting = true;
     bringToFront(*m_directorWindow); // where it may have to ask
     m_directorWindow->close();
 }
@@ -169,6 +254,11 @@ void ProgramWindows::quit()
 void ProgramWindows::stay()
 {
     m_isQuitting = false;
+    m_mayEndWork = false;
+    if (m_directorWindow)
+        m_directorWindow->setProperty("mayClose", false); // it asks anew
+    if (const QPointer<QWindow> window = std::exchange(m_asking, nullptr))
+        window->setProperty("endingWork", QString());
 }
 
 void ProgramWindows::showLibrary()
@@ -176,6 +266,7 @@ void ProgramWindows::showLibrary()
     if (!m_libraryWindow) {
         m_libraryWindow = makeLibraryWindow(m_engine, m_library);
         listenTo(*m_libraryWindow);
+        watch(*m_libraryWindow);
     }
     bringToFront(*m_libraryWindow);
 }

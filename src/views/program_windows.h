@@ -7,6 +7,7 @@
 #include "views/network/network_check_view_model.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QQmlEngine>
 #include <QWindow>
 
@@ -46,25 +47,37 @@ public:
     ProgramWindows(AppStore &store, LANDiscovery &catalogs, LiveCameraDiscovery &cameras,
                    QSettings &settings);
 
+    /// Asks before work ends with the last window.
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 public Q_SLOTS:
     void showDirector();
     void showLibrary();
     void showNetworkCheck();
     void showSettings();
     void showHelp();
-    /// Ends the program, unless the user keeps a running session.
+    /// Ends the program, unless the user keeps a running session or running work.
     void quit();
     /// Brings all open windows to the front.
     void raise();
 
 private Q_SLOTS:
     void endDirector();
+    void endWork();
     void stay();
     void endWithTheLastWindow();
 
 private:
     /// Answers what any window asks for.
     void listenTo(QWindow &window);
+    /// From then on it asks.
+    void watch(QWindow &window);
+    /// With it the program ends: the others are helpers of the Director and the Library window.
+    [[nodiscard]] bool isLast(const QWindow &window) const;
+    /// Over `window` where it can ask, otherwise over one that can.
+    void askAboutWork(QWindow *window);
+    /// Follows the work while the question stands.
+    void updateQuestion();
 
     AppStore &m_store;
     LANDiscovery &m_catalogs;
@@ -80,7 +93,9 @@ private:
     std::unique_ptr<QWindow> m_networkCheckWindow;
     std::unique_ptr<QWindow> m_settingsWindow;
     std::unique_ptr<QWindow> m_helpWindow;
-    bool m_isQuitting = false; ///< as soon as the Director window has closed
+    bool m_isQuitting = false;  ///< as soon as the Director window has closed
+    QPointer<QWindow> m_asking; ///< whether running work may end
+    bool m_mayEndWork = false;
 };
 
 } // namespace vorn

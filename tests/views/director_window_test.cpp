@@ -5,6 +5,7 @@
 #include "base/display_text.h"
 #include "live/live_camera_discovery.h"
 #include "rig_phones.h"
+#include "support.h"
 #include "transfer/lan_discovery.h"
 #include "views/program_windows.h"
 #include "window_probe.h"
@@ -473,6 +474,75 @@ private Q_SLOTS:
         QCOMPARE(hasAsked, session);
     }
 
+    void asksBeforeWorkEnds_data()
+    {
+        QTest::addColumn<bool>("byKey"); // with both windows, instead of closing the last one
+        QTest::newRow("last window") << false;
+        QTest::newRow("key") << true;
+    }
+
+    void asksBeforeWorkEnds()
+    {
+        QFETCH(const bool, byKey);
+        Desk desk;
+        ProgramWindows windows(desk.store, desk.catalogs, desk.cameras, desk.settings);
+        QTimer limit;
+        connect(&limit, &QTimer::timeout, qApp, [] { QCoreApplication::exit(1); });
+        limit.start(limitMs);
+        bool isSecond = false; // time that the work may end
+        QTimer::singleShot(0, qApp, [&] {
+            windows.showDirector();
+            WindowHands director;
+            director.takeUp(shownWindow(u"VORN Director"_s));
+            director.click(director.named(u"Start Director Session"_s));
+            if (byKey)
+                windows.showLibrary();
+            WindowHands asked; // about the work
+            verifyALongFile(desk);
+            // What is kept for one reason is asked for anew for both.
+            for (const QString &answer : {u"Keep Working"_s, u"Quit"_s, u"Quit"_s}) {
+                asked.takeUp(shownWindow(byKey ? u"VORN Library"_s : u"VORN Director"_s));
+                if (byKey)
+                    asked.press(Qt::Key_Q, Qt::ControlModifier);
+                else
+                    asked.window()->close();
+                QTRY_COMPARE(asked.focusName(), u"Keep Working"_s);
+                QVERIFY(asked.shows(u"The verification stops without a result."_s));
+                asked.click(asked.named(answer));
+                QTRY_VERIFY(!asked.shows(u"Quit while work is running?"_s));
+                QVERIFY(desk.store.isBusy() && director.window()->isVisible());
+                QCOMPARE(director.shows(u"End Session"_s), answer == u"Quit"_s);
+                if (answer == u"Quit"_s && isSecond)
+                    director.click(director.named(u"End Session"_s));
+                else if (answer == u"Quit"_s)
+                    director.press(Qt::Key_Escape);
+                isSecond = answer == u"Quit"_s;
+            }
+        });
+        QCOMPARE(QCoreApplication::exec(), 0);
+        QVERIFY(isSecond);
+    }
+
+    void asksOnlyWhereWorkWouldEnd()
+    {
+        Desk desk;
+        ProgramWindows windows(desk.store, desk.catalogs, desk.cameras, desk.settings);
+        windows.showLibrary();
+        windows.showDirector();
+        verifyALongFile(desk);
+        const QPointer<QWindow> director = shownWindow(u"VORN Director"_s);
+        director->close();
+        QTRY_VERIFY(!director);
+        WindowHands library;
+        library.takeUp(shownWindow(u"VORN Library"_s));
+        library.window()->close();
+        QTRY_COMPARE(library.focusName(), u"Keep Working"_s);
+        // It ends by itself: there is nothing left to ask.
+        QVERIFY(QFile::resize(desk.folder.filePath(u"A.mov"_s), 0));
+        QTRY_VERIFY_WITH_TIMEOUT(!library.shows(u"Quit while work is running?"_s), limitMs);
+        QVERIFY(library.window()->isVisible() && !desk.store.isBusy());
+    }
+
     void copiesAndSpeaksTheEdits()
     {
         DirectorProbe probe;
@@ -519,6 +589,21 @@ private Q_SLOTS:
     }
 
 private:
+    /// Work that takes longer than any test.
+    static void verifyALongFile(Desk &desk)
+    {
+        const QString manifest = desk.folder.filePath(u"manifest.json"_s);
+        writePlain(manifest, R"({"schemaVersion": 1, "projectId": "film", "takeId": "filmed",
+            "referenceCameraId": "A", "clips": [{"cameraId": "A", "takeId": "filmed", "path": "A.mov", "sha256": ")"
+                                 + QByteArray(64, '0') + R"("}]})");
+        writePlain(desk.folder.filePath(u"A.mov"_s), {});
+        QVERIFY(QFile::resize(desk.folder.filePath(u"A.mov"_s), qint64{1} << 40));
+        desk.store.importManifest(manifest);
+        QTRY_COMPARE(desk.store.selectedTakeID(), u"filmed"_s);
+        desk.store.verifySelectedTake();
+        QTRY_VERIFY(desk.store.checkProgress());
+    }
+
     RigPhones m_phones;
 };
 

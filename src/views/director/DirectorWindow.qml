@@ -12,8 +12,11 @@ ProgramWindow {
 
     required property DirectorViewModel director
     property bool mayClose
+    property string endingWork // what would end with the program, while that is asked
     signal closed
     signal stayed // when it was asked to close
+    signal endConfirmed
+    signal endDeclined
 
     title: qsTr("VORN Director")
     width: 1320
@@ -151,6 +154,7 @@ ProgramWindow {
 
         onConfirmed: {
             root.mayClose = true;
+            close();
             root.close();
         }
         onClosed: if (!root.mayClose) root.stayed()
@@ -159,5 +163,11 @@ ProgramWindow {
         visible: root.director.hasError
         message: root.director.errorMessage
         onClosed: root.director.dismissError()
+    }
+
+    EndWorkSheet {
+        work: root.endingWork
+        onConfirmed: root.endConfirmed()
+        onClosed: if (root.endingWork) root.endDeclined()
     }
 }

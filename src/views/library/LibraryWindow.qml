@@ -6,6 +6,9 @@ ProgramWindow {
     id: root
 
     required property LibraryViewModel library
+    property string endingWork // what would end with the program, while that is asked
+    signal endConfirmed
+    signal endDeclined
 
     title: library.title
     width: 1180
@@ -21,5 +24,10 @@ ProgramWindow {
         onSettingsRequested: root.settingsRequested()
         onDirectorRequested: root.directorRequested()
         onNetworkCheckRequested: root.networkCheckRequested()
+    }
+    EndWorkSheet {
+        work: root.endingWork
+        onConfirmed: root.endConfirmed()
+        onClosed: if (root.endingWork) root.endDeclined()
     }
 }
