@@ -122,6 +122,30 @@ private Q_SLOTS:
         QCOMPARE(view().downloadObstacle(), u"All recordings of this take are on this computer."_s);
     }
 
+    void keepsItsPlaceWhileOtherTakesCome()
+    {
+        pair(u"cam-a"_s);
+        VORNProject project = *store().selectedProject();
+        project.takes.clear();
+        for (int i = 0; i < 2000; ++i) {
+            VORNTake take; // stands behind those of the phone
+            take.id = u"zz-%1"_s.arg(i, 4, 10, QLatin1Char('0'));
+            project.takes.push_back(take);
+        }
+        m_probe.emplace(std::vector{project});
+        m_phones.must(u"cam-a server on"_s);
+        view().takes()->select(1000);
+        const QString row = u"zz-0998, 0 cameras  \u2022  30 fps"_s;
+        QTRY_VERIFY(probe().shows(row));
+        const auto place = [&] { return probe().named(row)->mapToScene(QPointF()); };
+        const QPointF before = place();
+        pair(u"cam-a"_s);
+        QTRY_COMPARE(probe().view().takes()->countText(), u"2001 takes"_s);
+        probe().window()->grabWindow(); // what has changed is placed
+        QCOMPARE(place(), before);
+        QCOMPARE(store().selectedTakeID(), u"zz-1000"_s);
+    }
+
 private:
     [[nodiscard]] WindowProbe &probe() { return *m_probe; }
     [[nodiscard]] LibraryViewModel &view() { return m_probe->view(); }

@@ -139,6 +139,10 @@ private Q_SLOTS:
         probe.press(Qt::Key_Up); // the click gave the list the keyboard
         QCOMPARE(probe.store().selectedTakeID(), u"take-1"_s);
         QVERIFY(probe.shows(u"READY"_s));
+        probe.type(u"2"_s);
+        QCOMPARE(probe.store().selectedTakeID(), u"take-2"_s);
+        probe.press(Qt::Key_Tab);
+        QVERIFY(probe.focusName() != u"Takes"_s);
 
         probe.click(probe.named(u"Rehearsal, 0 takes"_s));
         QCOMPARE(probe.store().selectedProjectID(), u"p2"_s);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "views/controls/row_list_model.h"
+#include "views/controls/typed_search.h"
 
 #include <QAbstractItemModelTester>
 #include <QRandomGenerator>
@@ -91,6 +92,50 @@ private Q_SLOTS:
         watched.model.setRows(rows(after));
         QCOMPARE(watched.model.rows(), rows(after));
         QCOMPARE(watched.steps(), steps);
+    }
+
+    void findsByTyping_data()
+    {
+        QTest::addColumn<int>("current");
+        QTest::addColumn<QString>("typed"); // "|": more than a second passes
+        QTest::addColumn<QString>("found");
+        QTest::newRow("first of two") << -1 << u"an"_s << u"0 0"_s;
+        QTest::newRow("next of two") << 0 << u"a"_s << u"2"_s;
+        QTest::newRow("begins anew at the end") << 2 << u"an"_s << u"0 0"_s;
+        QTest::newRow("same letter again") << -1 << u"aaa"_s << u"0 2 0"_s;
+        QTest::newRow("late letter") << -1 << u"b|t"_s << u"1 5"_s;
+        QTest::newRow("accent and case") << 0 << u"E\u0301L"_s << u"4 3 3"_s;
+        QTest::newRow("sharp s") << 0 << u"STRASS"_s << u"4 4 4 4 4 4"_s;
+        QTest::newRow("within") << 0 << u"k-1"_s << u"5 5 5"_s;
+        QTest::newRow("nothing") << 0 << u"bx"_s << u"1"_s;
+        QTest::newRow("blank first") << 0 << u" b"_s << u"1"_s;
+        QTest::newRow("no text") << 0 << u"\t\r\b"_s << QString();
+    }
+
+    void findsByTyping()
+    {
+        QFETCH(const int, current);
+        QFETCH(const QString, typed);
+        QFETCH(const QString, found);
+        Watched watched;
+        watched.model.setRows(rows(u"ana bo anna \u00C9lan stra\u00DFe tak-10"_s));
+        TypedSearch search;
+        search.setProperty("model", QVariant::fromValue<QAbstractItemModel *>(&watched.model));
+        search.setProperty("role", u"key"_s);
+        search.setProperty("current", current);
+        QStringList hits;
+        connect(&search, &TypedSearch::found, &search, [&](int row) {
+            hits += QString::number(row);
+            search.setProperty("current", row);
+        });
+        QVERIFY(!search.press(u"a"_s, Qt::ControlModifier));
+        for (const QChar letter : typed) {
+            if (letter == u'|')
+                search.forget();
+            else
+                (void)search.press(letter, Qt::ShiftModifier);
+        }
+        QCOMPARE(hits.join(u' '), found);
     }
 
     // The tester checks every signal against the rows as they then stand.

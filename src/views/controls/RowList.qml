@@ -15,6 +15,7 @@ FocusStop {
     property string section // the role that groups rows under headings; none if empty
     property bool selectable: true
     property int selectedIndex: -1
+    property string searchRole // of rows that are found by typing
     required property string label
     readonly property bool overflows: list.contentHeight > list.height
     readonly property int rowHeight: 48
@@ -39,6 +40,7 @@ FocusStop {
     activeFocusOnTab: list.count > 0 && (selectable || overflows)
     Keys.onUpPressed: go(-1)
     Keys.onDownPressed: go(1)
+    Keys.onPressed: event => event.accepted = typed.press(event.text, event.modifiers)
 
     Accessible.role: Accessible.List
     Accessible.name: label
@@ -82,6 +84,14 @@ FocusStop {
             topPadding: Theme.inside
             bottomPadding: Theme.tight
         }
+    }
+    TypedSearch {
+        id: typed
+
+        model: list.model
+        role: root.searchRole
+        current: root.selectedIndex
+        onFound: row => root.rowRequested(row)
     }
     ReadingOrder {
         of: list.contentItem

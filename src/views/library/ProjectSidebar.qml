@@ -74,6 +74,7 @@ Rectangle {
             label: qsTr("PROJECTS")
             model: root.projects.projects
             selectedIndex: root.projects.selectedIndex
+            searchRole: "name"
             onRowRequested: row => root.projects.select(row)
             delegate: ProjectListRow {
                 list: list

@@ -50,6 +50,7 @@ Item {
             label: qsTr("Takes")
             model: root.takes.takes
             selectedIndex: root.takes.selectedIndex
+            searchRole: "takeId"
             onRowRequested: row => root.takes.select(row)
             delegate: TakeListRow {
                 list: list
