@@ -8,6 +8,7 @@ Rectangle {
     id: root
 
     required property WorkProgressViewModel progress
+    property int inset: Theme.between
 
     implicitHeight: 72
     color: Theme.panel
@@ -21,8 +22,8 @@ Rectangle {
 
     ColumnLayout {
         anchors.fill: parent
-        anchors.leftMargin: Theme.between
-        anchors.rightMargin: Theme.between
+        anchors.leftMargin: root.inset
+        anchors.rightMargin: root.inset
         anchors.topMargin: Theme.row
         anchors.bottomMargin: Theme.row + 2
         spacing: Theme.row

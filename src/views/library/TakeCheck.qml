@@ -23,6 +23,7 @@ Item {
         height: implicitHeight
         visible: root.check.progress.running
         progress: root.check.progress
+        inset: 0
     }
     StatusLine {
         id: outcome
