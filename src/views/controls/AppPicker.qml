@@ -73,6 +73,8 @@ ComboBox {
 
         Accessible.role: Accessible.ListItem
         Accessible.name: modelData
+        Accessible.selectable: true
+        Accessible.selected: highlighted
         Accessible.onPressAction: {
             root.popup.close();
             root.activated(index);
@@ -109,12 +111,18 @@ ComboBox {
         }
 
         contentItem: ListView {
+            id: entries
+
             clip: true
             implicitHeight: contentHeight
             model: root.popup.visible ? root.delegateModel : null
             currentIndex: root.highlightedIndex
             boundsBehavior: Flickable.StopAtBounds
             ScrollBar.vertical: SlimScrollBar {}
+
+            ReadingOrder {
+                of: entries.contentItem
+            }
         }
         background: Rectangle {
             radius: Theme.radius
