@@ -36,6 +36,11 @@ Sheet {
                 height: scroll.height
             }
             contentWidth: availableWidth
+            background: Item {
+                FocusRing {
+                    visible: text.activeFocus
+                }
+            }
 
             TextArea {
                 id: text
@@ -55,7 +60,6 @@ Sheet {
                 background: null
                 KeyNavigation.priority: KeyNavigation.BeforeItem
                 KeyNavigation.tab: ok
-                Accessible.role: Accessible.StaticText
                 Accessible.name: root.message
                 Keys.onReturnPressed: root.close()
             }
