@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 import QtQuick
-import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Vorn
 
-// A phone whose transfer server has been found.
-AbstractButton {
+// A phone whose transfer server has been found. Not a button of the toolkit, which would be one to
+// assistive tools as well.
+FocusStop {
     id: root
 
     required property int index
@@ -13,21 +13,34 @@ AbstractButton {
     required property string detail
     required property bool canPair
     required property bool isSelected
+    signal clicked
 
     implicitHeight: 48
     enabled: canPair
-    focusPolicy: Qt.StrongFocus
-    hoverEnabled: true
 
     Accessible.role: Accessible.RadioButton
     Accessible.name: serviceName
     Accessible.description: detail
     Accessible.checked: isSelected
     Accessible.onPressAction: if (enabled) clicked()
+    Accessible.onToggleAction: if (enabled) clicked() // what assistive tools do with a radio button
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
+    Keys.onSpacePressed: clicked()
 
-    contentItem: RowLayout {
+    Rectangle {
+        anchors.fill: parent
+        radius: Theme.radius
+        color: pointer.containsMouse ? Theme.frame : Theme.raised
+        border.width: root.isSelected ? 2 : 1
+        border.color: root.isSelected ? Theme.ready : Theme.frame
+
+        FocusRing {
+            visible: root.visualFocus
+        }
+    }
+    RowLayout {
+        anchors.fill: parent
         spacing: Theme.inside
 
         TokenIcon {
@@ -60,14 +73,12 @@ AbstractButton {
             color: Theme.ready
         }
     }
-    background: Rectangle {
-        radius: Theme.radius
-        color: root.hovered && root.enabled ? Theme.frame : Theme.raised
-        border.width: root.isSelected ? 2 : 1
-        border.color: root.isSelected ? Theme.ready : Theme.frame
+    MouseArea {
+        id: pointer
 
-        FocusRing {
-            visible: root.visualFocus
-        }
+        anchors.fill: parent
+        hoverEnabled: true
+        onPressed: root.focusByPointer()
+        onClicked: root.clicked()
     }
 }
