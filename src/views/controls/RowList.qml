@@ -16,6 +16,7 @@ FocusStop {
     property bool selectable: true
     property int selectedIndex: -1
     property string searchRole // of rows that are found by typing
+    property int madeBeyond: 0 // how far around the view rows are made; Tab knows no others
     required property string label
     readonly property bool overflows: list.contentHeight > list.height
     readonly property int rowHeight: 48
@@ -71,6 +72,8 @@ FocusStop {
         anchors.fill: parent
         clip: true
         cacheBuffer: 0 // rows are quick to make, and none is left half made when it goes
+        displayMarginBeginning: root.madeBeyond
+        displayMarginEnd: root.madeBeyond
         currentIndex: -1
         boundsBehavior: Flickable.StopAtBounds
         keyNavigationEnabled: false

@@ -41,6 +41,7 @@ Item {
                 selectable: false
                 rowSpacing: Theme.row
                 model: root.dashboard.clips
+                madeBeyond: 4000
                 delegate: ClipRow {
                     width: ListView.view.width - Theme.inside
                     onMakeReference: root.dashboard.makeReference(index)
