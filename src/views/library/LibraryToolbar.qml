@@ -14,6 +14,9 @@ Item {
 
     implicitHeight: 56
 
+    Accessible.role: Accessible.ToolBar
+    Accessible.name: qsTr("Take")
+
     Rectangle {
         anchors.bottom: parent.bottom
         width: parent.width
