@@ -16,6 +16,8 @@ ColumnLayout {
     required property bool muted
     required property bool solo
 
+    readonly property string obstacle: qsTr("Phones currently send dB values, not audio samples.")
+
     spacing: Theme.tight
 
     Accessible.role: Accessible.Grouping
@@ -25,6 +27,7 @@ ColumnLayout {
         id: toggle
 
         required property string label
+        required property string obstacle
 
         implicitWidth: Theme.hit
         implicitHeight: Theme.hit
@@ -32,7 +35,7 @@ ColumnLayout {
         checkable: true
         Accessible.role: Accessible.CheckBox
         Accessible.name: label
-        Accessible.description: qsTr("Disabled")
+        Accessible.description: obstacle
         contentItem: SmallLabel {
             text: toggle.text
             color: Theme.disabled
@@ -87,7 +90,7 @@ ColumnLayout {
             value: root.gain
             Accessible.role: Accessible.Slider
             Accessible.name: qsTr("GAIN") + ", " + root.name
-            Accessible.description: qsTr("Disabled")
+            Accessible.description: root.obstacle
             background: Rectangle {
                 x: slider.leftPadding
                 y: (slider.height - height) / 2
@@ -108,11 +111,13 @@ ColumnLayout {
         Toggle {
             text: qsTr("M")
             label: qsTr("Mute") + ", " + root.name
+            obstacle: root.obstacle
             checked: root.muted
         }
         Toggle {
             text: qsTr("S")
             label: qsTr("Solo") + ", " + root.name
+            obstacle: root.obstacle
             checked: root.solo
         }
     }

@@ -30,6 +30,12 @@ Rectangle {
         cameraID: root.cameraID
         monitor: root.monitor
     }
+    Item {
+        id: over
+
+        anchors.fill: parent
+        anchors.margins: Theme.row
+    }
     Column {
         anchors.centerIn: parent
         width: parent.width - 2 * Theme.between
@@ -50,11 +56,5 @@ Rectangle {
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
         }
-    }
-    Item {
-        id: over
-
-        anchors.fill: parent
-        anchors.margins: Theme.row
     }
 }
