@@ -1,0 +1,380 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Every state of every window, walked by keyboard and by what a screen reader is given. Leaves a
+// picture of each state.
+
+#include "phones_side.h"
+#include "rig_phones.h"
+#include "shared_phone.h"
+#include "store/library_file.h"
+#include "views/program_windows.h"
+#include "window_walker.h"
+
+#include <QApplication>
+#include <QSettings>
+#include <QWidget>
+#include <QtTest>
+
+using namespace vorn;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const auto toggle = u"This 128-bit fingerprint matches the fingerprint shown on the phone"_s;
+const auto codeField = u"Six-digit code from phone"_s;
+
+VORNTake take(const QString &id, int cameras, bool local)
+{
+    VORNTake result;
+    result.id = id;
+    for (int i = 0; i < cameras; ++i) {
+        VORNClip clip;
+        clip.cameraId = u"Camera %1"_s.arg(QChar(u'A' + char16_t(i)));
+        clip.id = id + clip.cameraId;
+        clip.fileName = clip.cameraId + u".mov"_s;
+        clip.sha256 = u"0"_s.repeated(64);
+        if (local)
+            clip.localPath = u"/media/"_s + clip.fileName;
+        result.clips.push_back(clip);
+    }
+    return result;
+}
+
+std::vector<VORNProject> projects()
+{
+    return {
+        {u"p1"_s,
+         u"Night Shoot"_s,
+         1,
+         {take(u"take-1"_s, 4, true), take(u"take-2"_s, 12, false), take(u"take-3"_s, 0, false)}},
+        {u"p2"_s, u"Rehearsal"_s, 1, {}},
+        {u"unassigned-a"_s, u"Loose"_s, {}, {take(u"loose-1"_s, 1, true)}}};
+}
+
+/// The program's windows over a library of their own.
+class Program : public WindowHands {
+public:
+    explicit Program(const std::vector<VORNProject> &projects)
+        : m_store(kept(projects), m_folder.path())
+    {
+        m_windows.showLibrary();
+        takeUp(shownWindow(u"VORN Library"_s));
+    }
+
+    [[nodiscard]] AppStore &store() { return m_store; }
+
+    void control(Qt::Key key) { press(key, Qt::ControlModifier); }
+    void awaitFocus(const QString &name) { QTRY_COMPARE_WITH_TIMEOUT(focusName(), name, limitMs); }
+    /// Waits for a control, and for what is told of it.
+    void await(const QString &name, const QString &told = {})
+    {
+        const auto isSo = [&] { return shows(name) && descriptionOf(named(name)).contains(told); };
+        QVERIFY2(QTest::qWaitFor(isSo, limitMs), qPrintable(name + u": "_s + told));
+    }
+    void choose(const QString &name)
+    {
+        await(name);
+        click(named(name));
+    }
+    void open(Qt::Key key, const QString &focus)
+    {
+        control(key);
+        awaitFocus(focus);
+    }
+    void fail()
+    {
+        m_store.importManifest(u"/nowhere.json"_s);
+        awaitFocus(u"OK"_s);
+    }
+    void shrink()
+    {
+        window()->resize(window()->minimumSize());
+        QTRY_COMPARE(window()->contentItem()->size().toSize(), window()->minimumSize());
+    }
+    void takeUpNew(const QString &title)
+    {
+        QTRY_VERIFY_WITH_TIMEOUT(shownWindow(title), limitMs);
+        takeUp(shownWindow(title));
+    }
+    void openDirector()
+    {
+        m_windows.showDirector();
+        takeUp(shownWindow(u"VORN Director"_s));
+    }
+    void pair(RigPhones &phones, const QString &camera)
+    {
+        phones.must(camera + u" server on"_s);
+        phones.must(camera + u" code"_s);
+        const QJsonObject shown = phones.transfer(camera);
+        const std::size_t before = m_store.transferSessions().size();
+        m_store.pairAndConnect(sharedPhone(camera, shown[u"catalogURL"_s].toString(),
+                                           shown[u"fingerprint"_s].toString(),
+                                           shown[u"sessionId"_s].toString()),
+                               shown[u"code"_s].toString(), true);
+        QTRY_COMPARE_WITH_TIMEOUT(m_store.transferSessions().size(), before + 1, limitMs);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_store.isBusy(), limitMs);
+    }
+
+private:
+    [[nodiscard]] QString kept(const std::vector<VORNProject> &projects) const
+    {
+        LibraryFile(m_folder.path()).save({projects});
+        return m_folder.path();
+    }
+
+    QTemporaryDir m_folder;
+    AppStore m_store;
+    LANDiscovery m_catalogs;
+    LiveCameraDiscovery m_cameras;
+    QSettings m_settings{m_folder.filePath(u"settings.ini"_s), QSettings::IniFormat};
+    ProgramWindows m_windows{m_store, m_catalogs, m_cameras, m_settings};
+};
+
+/// How a state comes about from the one before.
+struct State {
+    QString name;
+    std::function<void()> enter;
+};
+
+} // namespace
+
+class WindowWalkTest : public WindowTest {
+    Q_OBJECT
+private:
+    /// Walks one state after the other. Escape leads back from a sheet or another window, to where
+    /// the keyboard was.
+    void walk(Program &program, const std::vector<State> &states)
+    {
+        QStringList faults;
+        QQuickWindow *window = program.window();
+        std::map<QQuickItem *, QString> focus; // in the window and in each sheet
+        const auto remember = [&] {
+            QQuickItem *item = window->activeFocusItem();
+            if (item && item != window->contentItem())
+                focus[sheetOf(window)] = program.focusName();
+        };
+        for (const State &state : states) {
+            const auto watch =
+                connect(window, &QQuickWindow::activeFocusItemChanged, this, remember);
+            program.press(Qt::Key_Tab); // somewhere
+            state.enter();
+            if (QTest::currentTestFailed())
+                QFAIL(qPrintable(state.name));
+            faults += walkState(program, state.name);
+            disconnect(watch);
+            leave(program, window);
+            const QString left = focus[nullptr];
+            if (!QTest::qWaitFor([&] { return program.focusName() == left; }))
+                faults += state.name + u" | left by Escape, the keyboard is not at: "_s + left;
+        }
+        for (const QString &fault : faults)
+            qWarning("%s", qPrintable(fault));
+        QCOMPARE(faults.size(), 0);
+    }
+
+    void leave(Program &program, QQuickWindow *window)
+    {
+        while (QQuickItem *sheet = sheetOf(program.window())) {
+            program.press(Qt::Key_Escape);
+            const auto isLeft = [&] { return sheetOf(program.window()) != sheet; };
+            QVERIFY(QTest::qWaitFor(isLeft, limitMs));
+        }
+        if (program.window() == window)
+            return;
+        program.press(Qt::Key_Escape);
+        QTRY_VERIFY_WITH_TIMEOUT(!program.window()->isVisible(), limitMs);
+        program.takeUp(window);
+    }
+
+private Q_SLOTS:
+    void init() { m_phones.must(u"all reset"_s); }
+
+    // clang-format off
+    void walksAnEmptyLibrary()
+    {
+        Program program({});
+        const auto add = [&] { program.open(Qt::Key_N, u"Project name"_s); };
+        walk(program, {
+            {u"Library, empty"_s, [] {}},
+            {u"Library, error"_s, [&] { program.fail(); }},
+            {u"New Project"_s, add},
+            {u"New Project, error"_s, [&] { add(); program.fail(); }},
+        });
+    }
+
+    void walksTheLibrary()
+    {
+        Program program(projects());
+        AppStore &store = program.store();
+        walk(program, {
+            {u"Library, overview"_s, [] {}},
+            {u"Library, media"_s, [&] { program.control(Qt::Key_2); }},
+            {u"Library, many recordings"_s, [&] { store.setSelectedTakeID(u"take-2"_s); }},
+            {u"Library, no recordings"_s, [&] { store.setSelectedTakeID(u"take-3"_s); }},
+            {u"Library, resolve"_s, [&] { program.control(Qt::Key_3); }},
+            {u"Library, no activity"_s, [&] { program.control(Qt::Key_4); }},
+            {u"Library, activity"_s, [&] {
+                for (int i = 0; i < 30; ++i)
+                    store.renameSelectedProject(u"Night Shoot %1"_s.arg(i));
+            }},
+            {u"Library, package"_s, [&] {
+                Q_EMIT store.exportCreated(u"/films/VORN_p_t/timeline.fcpxml"_s);
+                program.await(u"Show Package"_s);
+            }},
+            {u"Library, smallest"_s, [&] { program.shrink(); program.control(Qt::Key_1); }},
+            {u"Library, smallest, media"_s, [&] {
+                store.setSelectedTakeID(u"take-2"_s);
+                program.control(Qt::Key_2);
+            }},
+            {u"Rename Project"_s, [&] {
+                program.press(Qt::Key_F2);
+                program.awaitFocus(u"Project name"_s);
+            }},
+            {u"Library, no takes"_s, [&] { store.setSelectedProjectID(u"p2"_s); }},
+            {u"Library, unassigned"_s, [&] { store.setSelectedProjectID(u"unassigned-a"_s); }},
+            {u"Settings"_s, [&] {
+                program.control(Qt::Key_Comma);
+                program.takeUpNew(u"Settings"_s);
+            }},
+        });
+    }
+
+    void walksTheConnectSheet()
+    {
+        Program program({});
+        PhonesSide others;
+        m_phones.must(u"all sleep"_s);
+        const auto open = [&] { program.open(Qt::Key_K, u"Scan Again"_s); };
+        walk(program, {
+            {u"Connect, waiting"_s, open},
+            {u"Connect, phones to ask"_s, [&] {
+                m_phones.must(u"all wake"_s);
+                m_phones.must(u"cam-b record take-1"_s);
+                open();
+                for (const QString &name : {u"Ada's phone"_s, u"Mara's phone"_s, u"Tarek's phone"_s})
+                    program.await(name, u"Ask"_s);
+                program.await(u"Jonas's phone"_s, u"recording"_s);
+            }},
+            {u"Connect, rows"_s, [&] {
+                m_phones.must(u"cam-a server on"_s);
+                m_phones.must(u"cam-d server on"_s);
+                others.announce(u"Incomplete"_s, transfer, 14, 8444, {});
+                open();
+                program.await(u"Mara's phone"_s, u"HTTPS"_s);
+                program.await(u"Tarek's phone"_s, u"HTTPS"_s);
+                program.await(u"Incomplete"_s, u"Incomplete"_s);
+            }},
+            {u"Connect, fingerprint"_s, [&] {
+                open();
+                program.choose(u"Mara's phone"_s);
+                program.await(codeField);
+            }},
+            {u"Connect, code"_s, [&] {
+                open();
+                program.choose(toggle);
+                program.choose(codeField);
+                program.type(u"123456"_s);
+            }},
+            {u"Connect, sessions"_s, [&] {
+                program.pair(m_phones, u"cam-a"_s);
+                program.pair(m_phones, u"cam-d"_s);
+                open();
+            }},
+            {u"Connect, smallest"_s, [&] { program.shrink(); open(); }},
+        });
+    }
+
+    void walksADownload()
+    {
+        Program program({});
+        walk(program, {
+            {u"Library, to download"_s, [&] { program.pair(m_phones, u"cam-a"_s); }},
+            {u"Library, downloading"_s, [&] {
+                m_phones.must(u"cam-a http files body slow 100000"_s);
+                program.choose(u"Download Take"_s);
+                program.control(Qt::Key_2);
+                QTRY_VERIFY_WITH_TIMEOUT(program.store().downloadProgress(), limitMs);
+            }},
+            {u"Library, failed"_s, [&] {
+                m_phones.must(u"cam-a hang-up"_s);
+                program.awaitFocus(u"OK"_s);
+            }},
+            {u"Library, failed transfer"_s, [] {}},
+        });
+    }
+
+    void walksTheDirector()
+    {
+        Program program(projects());
+        m_phones.must(u"all sleep"_s);
+        program.openDirector();
+        const auto wake = [&](const QString &camera, const QString &count) {
+            m_phones.must(camera + u" wake"_s);
+            program.await(count + u" CAMERAS"_s);
+        };
+        walk(program, {
+            {u"Director, no cameras"_s, [] {}},
+            {u"Director, nothing heard"_s, [&] { program.await(u"Check network"_s); }},
+            {u"Check network"_s, [&] {
+                program.choose(u"Check network"_s);
+                program.takeUpNew(u"Check network"_s);
+            }},
+            {u"Director, one camera"_s, [&] { wake(u"cam-a"_s, u"1"_s); }},
+            {u"Director, two cameras"_s, [&] { wake(u"cam-b"_s, u"2"_s); }},
+            {u"Director, three cameras"_s, [&] { wake(u"cam-c"_s, u"3"_s); }},
+            {u"Director, four cameras"_s, [&] { wake(u"cam-d"_s, u"4"_s); }},
+            {u"Director, recording"_s, [&] {
+                m_phones.must(u"cam-b record tape-1"_s);
+                program.await(u"Jonas's phone"_s, u"REC"_s);
+            }},
+            {u"Director, audio"_s, [&] { program.choose(u"Audio"_s); }},
+            {u"Director, camera"_s, [&] { program.choose(u"Camera"_s); }},
+            {u"Director, no edits"_s, [&] { program.choose(u"Edits"_s); }},
+            {u"Director, session"_s, [&] {
+                program.choose(u"Session"_s);
+                program.choose(u"Start Director Session"_s);
+                program.await(u"Session Running"_s);
+            }},
+            {u"Director, edits"_s, [&] {
+                program.choose(u"Edits"_s);
+                program.press(Qt::Key_Space);
+                program.choose(u"Marker"_s);
+                program.await(u"2 events in this session"_s);
+            }},
+            {u"Director, many edits"_s, [&] {
+                for (int i = 0; i < 30; ++i)
+                    program.choose(u"Marker"_s);
+            }},
+            {u"Director, offline"_s, [&] {
+                m_phones.must(u"cam-d sleep"_s);
+                program.await(u"Tarek's phone"_s, u"OFFLINE"_s);
+            }},
+            {u"Director, error"_s, [&] { program.fail(); }},
+            {u"End Session"_s, [&] { program.open(Qt::Key_W, u"Keep Working"_s); }},
+            {u"Director, smallest"_s, [&] { program.shrink(); program.choose(u"Camera"_s); }},
+            {u"Director, smallest, audio"_s, [&] { program.choose(u"Audio"_s); }},
+        });
+    }
+    // clang-format on
+
+    void reachesTheFilePanels()
+    {
+        Program program(projects());
+        for (const QString &opener : {u"Import Manifest"_s, u"Export for Resolve"_s}) {
+            program.named(opener)->forceActiveFocus(Qt::TabFocusReason);
+            program.press(Qt::Key_Return);
+            QTRY_VERIFY_WITH_TIMEOUT(QApplication::focusWidget(), limitMs);
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+            QTRY_VERIFY_WITH_TIMEOUT(!QApplication::activeModalWidget(), limitMs);
+            program.takeUp(program.window());
+            QCOMPARE(program.focusName(), opener);
+        }
+    }
+
+private:
+    RigPhones m_phones{
+        {.transfer = u"ask"_s, .clips = 1, .more = {u"--clip-bytes"_s, u"20000000"_s}}};
+};
+
+QTEST_MAIN(WindowWalkTest)
+#include "window_walk_test.moc"
