@@ -318,6 +318,7 @@ private Q_SLOTS:
             {u"Check network"_s, [&] {
                 program.choose(u"Check network"_s);
                 program.takeUpNew(u"Check network"_s);
+                QTRY_VERIFY_WITH_TIMEOUT(!program.spokenRows(u"Findings"_s).isEmpty(), limitMs);
             }},
             {u"Director, one camera"_s, [&] { wake(u"cam-a"_s, u"1"_s); }},
             {u"Director, two cameras"_s, [&] { wake(u"cam-b"_s, u"2"_s); }},
