@@ -236,6 +236,10 @@ private Q_SLOTS:
                 program.control(Qt::Key_Comma);
                 program.takeUpNew(u"Settings"_s);
             }},
+            {u"Help"_s, [&] {
+                program.press(Qt::Key_F1);
+                program.takeUpNew(u"VORN Help"_s);
+            }},
         });
     }
 
@@ -354,6 +358,7 @@ private Q_SLOTS:
             {u"End Session"_s, [&] { program.open(Qt::Key_W, u"Keep Working"_s); }},
             {u"Director, smallest"_s, [&] { program.shrink(); program.choose(u"Camera"_s); }},
             {u"Director, smallest, audio"_s, [&] { program.choose(u"Audio"_s); }},
+            {u"Director, folded"_s, [&] { program.choose(u"Hide Inspector"_s); }},
         });
     }
     // clang-format on
