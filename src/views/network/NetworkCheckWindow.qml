@@ -32,8 +32,8 @@ ProgramWindow {
         StatusLine {
             Layout.fillWidth: true
             text: root.check.summary
-            icon: root.check.allGood ? "check" : "warning"
-            iconColor: root.check.allGood ? Theme.ready : Theme.warning
+            icon: !root.check.measured ? "search" : root.check.allGood ? "check" : "warning"
+            iconColor: !root.check.measured ? Theme.secondary : root.check.allGood ? Theme.ready : Theme.warning
         }
         RowList {
             Layout.fillWidth: true

@@ -35,7 +35,7 @@ NetworkCheckViewModel::NetworkCheckViewModel(LANDiscovery &catalogs, LiveCameraD
 QString NetworkCheckViewModel::summary() const
 {
     const auto open = std::ranges::count(m_findings.rows(), false, &NetworkFindingRow::isGood);
-    if (m_findings.rows().empty())
+    if (!hasMeasured())
         return u"Measuring…"_s;
     if (open == 0)
         return u"Nothing stands in the way."_s;

@@ -33,6 +33,7 @@ class NetworkCheckViewModel : public QObject {
     QML_UNCREATABLE("Made with the program's windows.")
     Q_PROPERTY(QAbstractItemModel *findings READ findings CONSTANT)
     Q_PROPERTY(QString summary READ summary NOTIFY changed)
+    Q_PROPERTY(bool measured READ hasMeasured NOTIFY changed)
     Q_PROPERTY(bool allGood READ isAllGood NOTIFY changed)
     Q_PROPERTY(bool active READ isActive WRITE setActive NOTIFY changed)
 public:
@@ -44,6 +45,7 @@ public:
     [[nodiscard]] QAbstractItemModel *findings() { return &m_findings; }
     /// How many findings ask for something.
     [[nodiscard]] QString summary() const;
+    [[nodiscard]] bool hasMeasured() const { return !m_findings.rows().empty(); }
     [[nodiscard]] bool isAllGood() const;
     [[nodiscard]] bool isActive() const { return m_timer.isActive(); }
     void setActive(bool isActive);
