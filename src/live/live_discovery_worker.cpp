@@ -50,7 +50,6 @@ LiveDiscoveryWorker::LiveDiscoveryWorker(std::chrono::milliseconds requestLifeti
     connect(&m_scan, &CameraScan::answered, this, &LiveDiscoveryWorker::takeAnswer);
     connect(&m_scan, &CameraScan::finished, this, [this] {
         m_discovery.assertCurrent();
-        m_lastScan->isRunning = false;
         Q_EMIT scanningChanged(false);
         if (std::exchange(m_isScanDue, false))
             beginScan();
@@ -83,7 +82,6 @@ void LiveDiscoveryWorker::stop()
     if (m_scan.isRunning()) {
         m_isScanDue = false;
         m_scan.stop();
-        m_lastScan->isRunning = false;
         Q_EMIT scanningChanged(false);
     }
     Q_EMIT closed();
@@ -199,7 +197,6 @@ void LiveDiscoveryWorker::beginScan()
     m_lastScan = ScanReport{.begun = MonotonicClock::now(), .asked = hosts.size()};
     if (hosts.empty())
         return;
-    m_lastScan->isRunning = true;
     Q_EMIT scanningChanged(true);
     m_scan.start(std::move(hosts));
 }
@@ -253,7 +250,8 @@ void LiveDiscoveryWorker::takeAnswer(const QString &host, const LiveCameraPacket
                                      std::uint64_t startRevision)
 {
     m_discovery.assertCurrent();
-    ++m_lastScan->answered;
+    if (m_lastScan)
+        ++m_lastScan->answered;
     if (!m_batch.hasRoomFor(packet.cameraID())
         || !m_orders.acceptProbe(packet, startRevision, MonotonicClock::now()))
         return;
@@ -313,6 +311,8 @@ void LiveDiscoveryWorker::measure(const std::vector<QString> &hosts)
                            .datagrams = m_tally.lastMinute(MonotonicClock::now()),
                            .lastScan = m_lastScan,
                            .reach = m_reach.results()};
+    if (report.lastScan)
+        report.lastScan->isRunning = m_scan.isRunning();
     for (std::size_t index = 0; index < m_links.size(); ++index) {
         report.links.push_back({.link = m_links[index],
                                 .isJoined = m_memberships[index].isJoined,
