@@ -60,11 +60,14 @@ QByteArrayList inodesOf(const QByteArray &table, std::uint16_t port)
     return inodes;
 }
 
-/// The processes that hold one of the sockets, as far as the system shows what others hold.
+/// The processes that hold one of the sockets, as far as the system shows what others hold. Most
+/// often it is this one alone, so that no other is asked.
 QMap<QByteArray, QString> holdersOf(const QByteArrayList &inodes)
 {
     QMap<QByteArray, QString> holders;
-    for (const QString &processID : processIDs()) {
+    for (const QString &processID : QStringList{QString::number(::getpid())} + processIDs()) {
+        if (holders.size() == inodes.size())
+            break;
         const QString folder = u"/proc/%1/fd"_s.arg(processID);
         for (const QString &name : QDir(folder).entryList(QDir::Files | QDir::System)) {
             std::array<char, 64> target{};
