@@ -16,8 +16,10 @@ Sheet {
     title: qsTr("Secure Camera Transfer")
     wide: 600
     onConfirmed: connection.pair()
-    onAboutToShow: page.scrollBy(-page.contentHeight)
-    onOpened: scan.forceActiveFocus(Qt.PopupFocusReason)
+    onOpened: {
+        scan.forceActiveFocus(Qt.PopupFocusReason);
+        page.scrollBy(-page.contentHeight); // from what had the keyboard last
+    }
 
     // The keyboard goes to the phones that can be asked, and comes back when the one that has it goes.
     function askAnother(asks: bool) {
