@@ -38,7 +38,8 @@ FocusStop {
         list.contentY = Math.max(list.originY, Math.min(end, list.contentY + distance));
     }
 
-    activeFocusOnTab: list.count > 0 && (selectable || overflows)
+    // What has the keyboard keeps it when there is nothing left to scroll.
+    activeFocusOnTab: activeFocus || list.count > 0 && (selectable || overflows)
     Keys.onUpPressed: go(-1)
     Keys.onDownPressed: go(1)
     Keys.onPressed: event => event.accepted = typed.press(event.text, event.modifiers)

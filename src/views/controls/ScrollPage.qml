@@ -61,7 +61,8 @@ FocusStop {
         }
     }
 
-    activeFocusOnTab: overflows
+    // What has the keyboard keeps it when there is nothing left to scroll.
+    activeFocusOnTab: activeFocus || overflows
     Keys.onUpPressed: scrollBy(-48)
     Keys.onDownPressed: scrollBy(48)
 
