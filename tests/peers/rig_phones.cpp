@@ -2,6 +2,8 @@
 
 #include "rig_phones.h"
 
+#include "shared_phone.h"
+
 #include <QDeadlineTimer>
 #include <QJsonDocument>
 #include <QThread>
@@ -84,6 +86,13 @@ QJsonObject RigPhones::phone(const QString &cameraId)
 QJsonObject RigPhones::transfer(const QString &cameraId)
 {
     return phone(cameraId)[u"transfer"_s].toObject();
+}
+
+DiscoveredDevice RigPhones::shared(const QString &cameraId)
+{
+    const QJsonObject shown = transfer(cameraId);
+    return sharedPhone(cameraId, shown[u"catalogURL"_s].toString(),
+                       shown[u"fingerprint"_s].toString(), shown[u"sessionId"_s].toString());
 }
 
 void RigPhones::render()

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "transfer/discovered_device.h"
+
 #include <QJsonObject>
 #include <QLocalSocket>
 #include <QProcess>
@@ -41,6 +43,9 @@ public:
 
     /// What one phone's server of Transfer Mode shows and counts.
     [[nodiscard]] QJsonObject transfer(const QString &cameraId);
+
+    /// What discovery lists of it there.
+    [[nodiscard]] DiscoveredDevice shared(const QString &cameraId);
 
     /// Makes the pictures of all phones in their present formats before somebody waits for them.
     void render();

@@ -6,7 +6,6 @@
 #include "messages.h"
 #include "outcome.h"
 #include "rig_phones.h"
-#include "shared_phone.h"
 #include "support.h"
 
 #include <QJsonArray>
@@ -51,13 +50,7 @@ public:
     }
 
     /// What discovery would list of a phone that is in Transfer Mode.
-    [[nodiscard]] DiscoveredDevice device(const QString &camera)
-    {
-        const QJsonObject shown = phones.transfer(camera);
-        return sharedPhone(camera, shown[QStringLiteral("catalogURL")].toString(),
-                           shown[QStringLiteral("fingerprint")].toString(),
-                           shown[QStringLiteral("sessionId")].toString());
-    }
+    [[nodiscard]] DiscoveredDevice device(const QString &camera) { return phones.shared(camera); }
 
     [[nodiscard]] QCoro::Task<bool> pairing(const QString &camera)
     {

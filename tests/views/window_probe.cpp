@@ -3,7 +3,7 @@
 #include "window_probe.h"
 
 #include "store/library_file.h"
-#include "views/program_windows.h"
+#include "support.h"
 
 #include <QAccessible>
 #include <QtTest>
@@ -24,17 +24,82 @@ void WindowTest::initTestCase()
     applyLook();
 }
 
-WindowProbe::WindowProbe(std::vector<VORNProject> projects)
+VORNTake take(const QString &id, int cameras, bool local)
 {
-    LibraryFile(m_folder.path()).save({std::move(projects)});
-    m_store = std::make_unique<AppStore>(m_folder.path(), m_folder.path());
-    m_view = std::make_unique<LibraryViewModel>(*m_store, m_catalogs, m_cameras);
-    m_engine = std::make_unique<QQmlEngine>();
-    m_owned = makeLibraryWindow(*m_engine, *m_view);
-    takeUp(m_owned.get());
+    VORNTake result;
+    result.id = id;
+    for (int i = 0; i < cameras; ++i) {
+        VORNClip clip;
+        clip.cameraId = u"Camera %1"_s.arg(QChar(u'A' + char16_t(i)));
+        clip.id = id + clip.cameraId;
+        clip.fileName = clip.cameraId + u".mov"_s;
+        clip.sha256 = u"0"_s.repeated(64);
+        if (local)
+            clip.localPath = u"/media/"_s + clip.fileName;
+        result.clips.push_back(clip);
+    }
+    return result;
 }
 
-WindowProbe::~WindowProbe() = default;
+std::vector<VORNProject> fewProjects()
+{
+    return {{u"p1"_s,
+             u"Night Shoot"_s,
+             1,
+             {take(u"take-1"_s, 4), take(u"take-2"_s, 12, false), take(u"take-3"_s)}},
+            {u"p2"_s, u"Rehearsal"_s, 1, {}},
+            {u"unassigned-a"_s, u"Loose"_s, {}, {take(u"loose-1"_s, 1)}}};
+}
+
+QString filmedManifest(const QString &folder, qint64 bytes)
+{
+    const QString manifest = folder + u"/manifest.json"_s;
+    writePlain(manifest, R"({"schemaVersion": 1, "projectId": "film", "takeId": "filmed",
+        "referenceCameraId": "A", "clips": [{"cameraId": "A", "takeId": "filmed", "path": "A.mov",
+        "sha256": ")" + QByteArray(64, '0')
+                             + R"("}]})");
+    writePlain(folder + u"/A.mov"_s, {});
+    if (!QFile::resize(folder + u"/A.mov"_s, bytes))
+        qFatal("no room for a sparse file");
+    return manifest;
+}
+
+int runProgram(const std::function<void()> &work)
+{
+    // Only a running program can quit; one that does not is ended by the limit.
+    QTimer limit;
+    QObject::connect(&limit, &QTimer::timeout, qApp, [] { QCoreApplication::exit(1); });
+    limit.start(limitMs);
+    QTimer::singleShot(0, qApp, work);
+    return QCoreApplication::exec();
+}
+
+namespace {
+
+QString holding(const QString &folder, const std::vector<VORNProject> &projects,
+                const QByteArray &text)
+{
+    if (!projects.empty())
+        LibraryFile(folder).save({projects});
+    if (!text.isEmpty())
+        writePlain(folder + u"/library.json"_s, text);
+    return folder;
+}
+
+} // namespace
+
+Desk::Desk(const std::vector<VORNProject> &projects, const QByteArray &text)
+    : store(holding(folder.path(), projects, text), folder.filePath(u"Videos"_s))
+{
+}
+
+void Desk::verifyALongFile()
+{
+    store.importManifest(filmedManifest(folder.path(), qint64{1} << 40));
+    QTRY_COMPARE(store.selectedTakeID(), u"filmed"_s);
+    store.verifySelectedTake();
+    QTRY_VERIFY(store.checkProgress());
+}
 
 void WindowHands::takeUp(QWindow *window)
 {
@@ -44,6 +109,13 @@ void WindowHands::takeUp(QWindow *window)
     m_window->requestActivate();
     if (!QTest::qWaitForWindowActive(m_window, limitMs))
         qFatal("The window does not become active.");
+}
+
+void WindowHands::takeUp(const QString &title)
+{
+    if (!QTest::qWaitFor([&] { return shownWindow(title); }, limitMs))
+        qFatal("%s does not open.", qPrintable(title));
+    takeUp(shownWindow(title));
 }
 
 void WindowHands::press(Qt::Key key, Qt::KeyboardModifiers modifiers)
@@ -160,47 +232,6 @@ void pressAccessibly(QQuickItem *item)
     QVERIFY(item);
     QAccessible::queryAccessibleInterface(item)->actionInterface()->doAction(
         QAccessibleActionInterface::pressAction());
-}
-
-namespace {
-
-// Why an item is of no use to assistive tools; empty when it is.
-QString accessibilityFault(QQuickItem *item)
-{
-    // Rows and tabs are worked by a pointer area that lies over them.
-    QQuickItem *control = item->inherits("QQuickMouseArea") ? item->parentItem() : item;
-    const bool isPressed = control != item || item->inherits("QQuickAbstractButton");
-    if (!isPressed && !item->activeFocusOnTab())
-        return {};
-    const QString type = QString::fromLatin1(control->metaObject()->className());
-    QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(control);
-    if (!accessible)
-        return type + u": unknown to assistive tools"_s;
-    const QString name = accessible->text(QAccessible::Name);
-    if (name.isEmpty())
-        return type + u": no name"_s;
-    if (accessible->role() == QAccessible::NoRole || accessible->role() == QAccessible::Client)
-        return name + u": no role"_s;
-    if (!item->isEnabled() && accessible->text(QAccessible::Description).isEmpty())
-        return name + u": does not say why it is disabled"_s;
-    const QAccessibleActionInterface *action = accessible->actionInterface();
-    if (isPressed
-        && (!action || !action->actionNames().contains(QAccessibleActionInterface::pressAction())))
-        return name + u": cannot be pressed"_s;
-    return {};
-}
-
-} // namespace
-
-QString accessibilityFaults(QQuickWindow *window)
-{
-    QStringList faults;
-    for (QQuickItem *item : visibleItems(window->contentItem())) {
-        const QString fault = accessibilityFault(item);
-        if (!fault.isEmpty())
-            faults += fault;
-    }
-    return faults.join(u'\n');
 }
 
 } // namespace vorn

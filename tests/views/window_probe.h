@@ -4,14 +4,14 @@
 #include "live/live_camera_discovery.h"
 #include "store/app_store.h"
 #include "transfer/lan_discovery.h"
-#include "views/library/library_view_model.h"
+#include "views/program_windows.h"
 
-#include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QSettings>
 #include <QTemporaryDir>
 
-#include <memory>
+#include <functional>
 
 namespace vorn {
 
@@ -28,11 +28,41 @@ private Q_SLOTS:
     void initTestCase();
 };
 
+/// A take with recordings of so many cameras, on this computer or not.
+[[nodiscard]] VORNTake take(const QString &id, int cameras = 0, bool local = true);
+/// Of each kind one: with takes, without, and of the takes that belong to none.
+[[nodiscard]] std::vector<VORNProject> fewProjects();
+/// A manifest in `folder` of the take "filmed": one recording of so many bytes, A.mov, which are
+/// not those of its checksum. Gives its path.
+[[nodiscard]] QString filmedManifest(const QString &folder, qint64 bytes);
+
+/// Runs the program while `work` is done in it. Gives its exit code, 1 when it does not quit.
+[[nodiscard]] int runProgram(const std::function<void()> &work);
+
+/// The program's windows, and all that they show, over a folder of their own.
+struct Desk {
+    /// The library holds these projects, or this text; without both there is none.
+    explicit Desk(const std::vector<VORNProject> &projects = {}, const QByteArray &text = {});
+    /// Verifies a take that takes longer than any test.
+    void verifyALongFile();
+
+    QTemporaryDir folder;
+    AppStore store;
+    LANDiscovery catalogs;
+    LiveCameraDiscovery cameras;
+    QSettings settings{folder.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat};
+    ProgramWindows windows{store, catalogs, cameras, settings};
+};
+
 /// Hands to work a window like a user.
 class WindowHands {
 public:
+    WindowHands() = default;
+    explicit WindowHands(const QString &title) { takeUp(title); }
+
     /// Waits until the window is shown and active.
     void takeUp(QWindow *window);
+    void takeUp(const QString &title);
     [[nodiscard]] QQuickWindow *window() const { return m_window; }
 
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {});
@@ -58,24 +88,23 @@ private:
     QQuickWindow *m_window = nullptr;
 };
 
-/// The Library window over a store of its own. In the lab only: it looks for phones.
+/// The Library window alone.
 class WindowProbe : public WindowHands {
 public:
-    explicit WindowProbe(std::vector<VORNProject> projects);
-    ~WindowProbe();
+    explicit WindowProbe(const std::vector<VORNProject> &projects = {}) : m_desk(projects)
+    {
+        takeUp(m_owned.get());
+    }
 
-    [[nodiscard]] AppStore &store() { return *m_store; }
-    [[nodiscard]] LibraryViewModel &view() { return *m_view; }
-    [[nodiscard]] QString folder() const { return m_folder.path(); }
+    [[nodiscard]] AppStore &store() { return m_desk.store; }
+    [[nodiscard]] LibraryViewModel &view() { return m_view; }
+    [[nodiscard]] QString folder() const { return m_desk.folder.path(); }
 
 private:
-    QTemporaryDir m_folder;
-    std::unique_ptr<AppStore> m_store;
-    LANDiscovery m_catalogs;
-    LiveCameraDiscovery m_cameras;
-    std::unique_ptr<LibraryViewModel> m_view;
-    std::unique_ptr<QQmlEngine> m_engine;
-    std::unique_ptr<QWindow> m_owned;
+    Desk m_desk;
+    LibraryViewModel m_view{m_desk.store, m_desk.catalogs, m_desk.cameras};
+    QQmlEngine m_engine;
+    std::unique_ptr<QWindow> m_owned = makeLibraryWindow(m_engine, m_view);
 };
 
 /// The visible window of this title; null when there is none.
@@ -88,7 +117,5 @@ private:
 [[nodiscard]] QString descriptionOf(QQuickItem *item);
 /// Presses it as they do.
 void pressAccessibly(QQuickItem *item);
-/// What of a window is of no use to assistive tools, a line for each fault.
-[[nodiscard]] QString accessibilityFaults(QQuickWindow *window);
 
 } // namespace vorn
