@@ -9,7 +9,7 @@ import pathlib
 import re
 import sys
 
-from desktop import Program, descendants, expect, fresh_folder, is_showing, library
+from desktop import Atspi, Program, descendants, expect, fresh_folder, is_showing, library, wait_for
 from phones import Phones
 
 
@@ -23,6 +23,14 @@ def edits(program):
             if is_showing(node) and node.get_role_name() == "list item"]
     found = [re.fullmatch(r"\d\d:\d\d:\d\d, (CUT|FADE|MARK), (.*)", row.get_name()) for row in rows]
     return [(row[1], row[2]) for row in found if row]
+
+
+def wait_for_shape(program):
+    """Two of the phones are held upright, for which the places of the wall make room."""
+    def is_upright():
+        extents = program.find("Jonas's phone").get_extents(Atspi.CoordType.SCREEN)
+        return extents.height > extents.width
+    wait_for("the wall to take the shape of its pictures", is_upright)
 
 
 def make_project(program):
@@ -96,6 +104,7 @@ def main():
     def journey(program):
         program.wait("4 CAMERAS")
         program.wait_gone("Connecting…")
+        wait_for_shape(program)
         program.picture("four-phones")
         make_project(program)
         start_session(program)
