@@ -252,6 +252,8 @@ private Q_SLOTS:
             {u"Connect, smallest"_s, [&] {
                 program.shrink();
                 open();
+                // A choice lapses when the record changes, as when its host takes another name.
+                program.choose(u"Mara's phone"_s);
                 program.focus(codeField);
                 program.press(Qt::Key_Escape);
                 QTRY_VERIFY(!program.shows(codeField));
