@@ -93,7 +93,10 @@ FocusStop {
     Flickable {
         id: flickable
 
+        // With room at the sides for what is drawn around a control that has the keyboard.
         anchors.fill: parent
+        anchors.leftMargin: -Theme.tight
+        anchors.rightMargin: -Theme.tight
         clip: true
         contentHeight: root.contentHeight
         boundsBehavior: Flickable.StopAtBounds
@@ -103,7 +106,8 @@ FocusStop {
         ColumnLayout {
             id: column
 
-            width: flickable.width - (root.overflows ? Theme.inside : 0)
+            x: Theme.tight
+            width: root.width - (root.overflows ? Theme.inside : 0)
             spacing: Theme.between
         }
     }
