@@ -66,9 +66,10 @@ public:
         window()->resize(window()->minimumSize());
         QTRY_COMPARE(window()->contentItem()->size().toSize(), window()->minimumSize());
     }
+    /// With a phone whose server is on: turned on again, it would be another record, in the middle
+    /// of the walk.
     void pair(RigPhones &phones, const QString &camera)
     {
-        phones.must(camera + u" server on"_s);
         phones.must(camera + u" code"_s);
         const std::size_t before = store().transferSessions().size();
         store().pairAndConnect(phones.shared(camera), phones.transfer(camera)[u"code"_s].toString(),
@@ -252,8 +253,6 @@ private Q_SLOTS:
             {u"Connect, smallest"_s, [&] {
                 program.shrink();
                 open();
-                // A choice lapses when the record changes, as when its host takes another name.
-                program.choose(u"Mara's phone"_s);
                 program.focus(codeField);
                 program.press(Qt::Key_Escape);
                 QTRY_VERIFY(!program.shows(codeField));
@@ -277,7 +276,10 @@ private Q_SLOTS:
     {
         Program program;
         walk(program, {
-            {u"Library, to download"_s, [&] { program.pair(m_phones, u"cam-a"_s); }},
+            {u"Library, to download"_s, [&] {
+                m_phones.must(u"cam-a server on"_s);
+                program.pair(m_phones, u"cam-a"_s);
+            }},
             {u"Library, downloading"_s, [&] {
                 m_phones.must(u"cam-a http files body slow 100000"_s);
                 program.choose(u"Download Take"_s);
