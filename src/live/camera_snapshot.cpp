@@ -37,6 +37,9 @@ template <class Visit> void forEachField(Visit &&visit)
     field("previewTransport"_L1, decodePreviewTransport, &LiveCamera::previewTransport);
 }
 
+/// Of what is said of the clock; the fields have theirs from the lowest on.
+constexpr std::uint32_t clockBit = 1U << 31;
+
 } // namespace
 
 CameraSnapshot::CameraSnapshot(const LiveCameraPacket &packet, QString host)
@@ -51,6 +54,12 @@ CameraSnapshot::CameraSnapshot(const LiveCameraPacket &packet, QString host)
     });
 }
 
+void CameraSnapshot::setClock(const std::optional<PhoneClockReading> &clock)
+{
+    m_values.clock = clock;
+    m_said |= clockBit;
+}
+
 void CameraSnapshot::merge(CameraSnapshot newer)
 {
     m_said |= newer.m_said;
@@ -60,6 +69,8 @@ void CameraSnapshot::merge(CameraSnapshot newer)
 void CameraSnapshot::applyTo(LiveCamera &camera) &&
 {
     camera.host = m_values.host;
+    if (m_said & clockBit)
+        camera.clock = m_values.clock;
     forEachField([&](std::uint32_t bit, QLatin1StringView, auto, auto place) {
         if (m_said & bit)
             camera.*place = std::move(m_values.*place);

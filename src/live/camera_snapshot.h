@@ -18,6 +18,9 @@ public:
 
     [[nodiscard]] const QString &id() const { return m_id; }
 
+    /// Says what is known of the phone's clock, if only that nothing is.
+    void setClock(const std::optional<PhoneClockReading> &clock);
+
     /// Takes over what `newer`, of the same camera, says.
     void merge(CameraSnapshot newer);
     /// Writes what it says, and the host, into the camera's record; what it does not say stays.

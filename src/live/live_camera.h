@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "live/phone_clock.h"
 #include "live/preview_records.h"
 
 #include <QString>
@@ -37,6 +38,7 @@ struct LiveCamera {
     WallTime lastSeen;
     PreviewCapabilities previewCapabilities;
     PreviewTransportStatus previewTransport;
+    std::optional<PhoneClockReading> clock; ///< told by its own datagrams
 
     bool operator==(const LiveCamera &) const = default;
 

@@ -210,21 +210,23 @@ void LiveDiscoveryWorker::receive()
         const std::optional<ReceivedDatagram> datagram = receiveDatagram(m_socket, buffer);
         if (!datagram)
             break;
+        const auto received = MonotonicClock::now();
         // Whoever is listed is asked for pictures.
         const DatagramFate fate =
             isNearby(QHostAddress(datagram->host), m_links)
-                ? take(std::span(buffer).first(datagram->size), datagram->host)
+                ? take(std::span(buffer).first(datagram->size), datagram->host, received)
                 : DatagramFate::beyond;
-        m_tally.count(fate, MonotonicClock::now());
+        m_tally.count(fate, received);
     }
     postBatch();
 }
 
-DatagramFate LiveDiscoveryWorker::take(std::span<const std::byte> data, const QString &host)
+DatagramFate LiveDiscoveryWorker::take(std::span<const std::byte> data, const QString &host,
+                                       MonotonicClock::time_point received)
 {
     const LiveDatagram datagram = decodeDatagram(data);
     if (const auto *packet = std::get_if<LiveCameraPacket>(&datagram))
-        return takeSnapshot(*packet, host);
+        return takeSnapshot(*packet, host, received);
     const auto *response = std::get_if<TransferModeResponse>(&datagram);
     if (!response)
         return std::get<DatagramFate>(datagram);
@@ -235,14 +237,17 @@ DatagramFate LiveDiscoveryWorker::take(std::span<const std::byte> data, const QS
     return DatagramFate::answered;
 }
 
-DatagramFate LiveDiscoveryWorker::takeSnapshot(const LiveCameraPacket &packet, const QString &host)
+DatagramFate LiveDiscoveryWorker::takeSnapshot(const LiveCameraPacket &packet, const QString &host,
+                                               MonotonicClock::time_point received)
 {
     // Room comes first: ids that nobody will see must not push out what is known of others.
     if (!m_batch.hasRoomFor(packet.cameraID()))
         return DatagramFate::noRoom;
-    if (!m_orders.acceptDatagram(packet, MonotonicClock::now()))
+    if (!m_orders.acceptDatagram(packet, received))
         return DatagramFate::outdated;
-    m_batch.add(CameraSnapshot(packet, host));
+    CameraSnapshot snapshot(packet, host);
+    snapshot.setClock(m_clocks.hear(packet, host, received));
+    m_batch.add(std::move(snapshot));
     return DatagramFate::heard;
 }
 

@@ -7,6 +7,7 @@
 #include "live/datagram_tally.h"
 #include "live/listening_report.h"
 #include "live/peer_snapshot_orders.h"
+#include "live/phone_clocks.h"
 #include "live/reach_check.h"
 #include "live/snapshot_batch.h"
 #include "live/transfer_mode_request.h"
@@ -83,10 +84,10 @@ private:
     void startLivenessTimer() VORN_RUNS_ON(m_discovery);
     void beginScan() VORN_RUNS_ON(m_discovery);
     void receive();
-    DatagramFate take(std::span<const std::byte> data, const QString &host)
-        VORN_RUNS_ON(m_discovery);
-    DatagramFate takeSnapshot(const LiveCameraPacket &packet, const QString &host)
-        VORN_RUNS_ON(m_discovery);
+    DatagramFate take(std::span<const std::byte> data, const QString &host,
+                      MonotonicClock::time_point received) VORN_RUNS_ON(m_discovery);
+    DatagramFate takeSnapshot(const LiveCameraPacket &packet, const QString &host,
+                              MonotonicClock::time_point received) VORN_RUNS_ON(m_discovery);
     void takeAnswer(const QString &host, const LiveCameraPacket &packet,
                     std::uint64_t startRevision);
     void postBatch() VORN_RUNS_ON(m_discovery);
@@ -104,6 +105,7 @@ private:
     std::unique_ptr<QTimer> m_scanTimer VORN_OWNED_BY(m_discovery);
     std::unique_ptr<QTimer> m_livenessTimer VORN_OWNED_BY(m_discovery);
     PeerSnapshotOrders m_orders VORN_OWNED_BY(m_discovery);
+    PhoneClocks m_clocks VORN_OWNED_BY(m_discovery);
     CameraScan m_scan VORN_OWNED_BY(m_discovery);
     std::optional<ScanReport> m_lastScan VORN_OWNED_BY(m_discovery);
     ReachCheck m_reach VORN_OWNED_BY(m_discovery);

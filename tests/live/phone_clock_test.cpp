@@ -1,0 +1,246 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Five minutes of one phone's statuses, one a second, during two recordings, and what is told of
+// its clock meanwhile.
+
+#include "live/phone_clock.h"
+#include "live/phone_clocks.h"
+#include "packets.h"
+
+#include <QtTest>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <random>
+
+using namespace vorn;
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr double firstMs = 1'795'636'800'000; // the phone's clock at the beginning
+constexpr int lengthMs = 300'000;
+
+MonotonicClock::time_point at(double ms)
+{
+    return MonotonicClock::time_point(1h) + std::chrono::microseconds(qint64(ms * 1000));
+}
+
+/// A phone and its way to us.
+struct Phone {
+    double ppm = 0;
+    double jitterMs = 29; ///< above the millisecond that every status takes
+    double lost = 0.05;
+    double stepMs = 0;   ///< of its clock in the middle of the time
+    double heldUpMs = 0; ///< five statuses in a row, in the middle of the time
+};
+
+/// The worst of all moments, in milliseconds; and how many could not be told.
+struct Outcome {
+    double worst = 0;
+    double median = 0;
+    double uncertainty = 0; ///< the median
+    double beyond = 0;      ///< by how much the error exceeds what was told
+    double exceeded = 0;    ///< share of the moments at which it does, but for the millisecond
+    double silentMs = 0;
+    double worstUncertainty = 0;
+};
+
+Outcome follow(const Phone &phone)
+{
+    const auto clockMs = [&](double ms) {
+        return firstMs + ms * (1 + phone.ppm / 1e6) + (ms >= lengthMs / 2 ? phone.stepMs : 0);
+    };
+    struct Arrival {
+        double ms;
+        double sentAt;
+    };
+    std::mt19937 random(15);
+    const auto chance = [&] { return double(random()) / double(std::mt19937::max()); };
+    std::vector<Arrival> arrivals;
+    for (double sent = 300; sent < lengthMs; sent += 1000) {
+        const double way = 1 + chance() * phone.jitterMs;
+        const bool isHeldUp = std::abs(sent - lengthMs / 2.0) < 2500;
+        if (chance() >= phone.lost)
+            arrivals.push_back({sent + way + (isHeldUp ? phone.heldUpMs : 0), sent});
+    }
+    const double secondBegins = lengthMs / 2.0 + 20'000; // the second recording
+    PhoneClock clock;
+    std::optional<PhoneClockReading> reading;
+    double begun = 0; // the recording that the last status told of
+    Outcome outcome;
+    std::vector<double> errors;
+    std::vector<double> told;
+    auto next = arrivals.begin();
+    for (double ms = 0; ms < lengthMs; ms += 50) {
+        for (; next != arrivals.end() && next->ms <= ms; ++next) {
+            begun = next->sentAt >= secondBegins ? secondBegins : 0;
+            reading = clock.hear({.sentMs = qint64(clockMs(next->sentAt)),
+                                  .session = {},
+                                  .host = {},
+                                  .recordingSinceMs = qint64(clockMs(begun))},
+                                 at(next->ms));
+        }
+        const auto place =
+            reading ? recordingPlace(*reading, qint64(clockMs(begun)), at(ms)) : std::nullopt;
+        if (!place) {
+            outcome.silentMs += 50;
+            continue;
+        }
+        const double truth = (ms - begun) * (1 + phone.ppm / 1e6);
+        const double error = std::abs(place->seconds * 1000 - truth);
+        errors.push_back(error);
+        told.push_back(place->uncertaintySeconds * 1000);
+        outcome.exceeded += error > told.back() + 1 ? 1 : 0;
+        outcome.beyond = std::max(outcome.beyond, error - told.back());
+    }
+    outcome.exceeded /= double(errors.size());
+    std::ranges::sort(errors);
+    std::ranges::sort(told);
+    outcome.worst = errors.back();
+    outcome.median = errors[errors.size() / 2];
+    outcome.uncertainty = told[told.size() / 2];
+    outcome.worstUncertainty = told.back();
+    return outcome;
+}
+
+} // namespace
+
+class PhoneClockTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void tellsWhereARecordingIs_data()
+    {
+        QTest::addColumn<Phone>("phone");
+        QTest::addColumn<double>("worstMs");
+        QTest::addColumn<double>("medianMs");
+        QTest::addColumn<double>("silentMs");
+        const auto row = [](const char *name, const Phone &phone, double worst, double median,
+                            double silent = 2500) {
+            QTest::newRow(name) << phone << worst << median << silent;
+        };
+        row("alike", {}, 33, 8);
+        row("fast", {.ppm = 1000}, 33, 12);
+        row("slow", {.ppm = -1000}, 33, 15);
+        row("quiet and lossless", {.jitterMs = 0, .lost = 0}, 3, 3);
+        row("half of them lost", {.lost = 0.5}, 33, 14, 6000);
+        // By which clock the first recording began cannot be told any more.
+        row("stepped forward", {.stepMs = 3'600'000}, 33, 12, 24'000);
+        row("stepped back", {.stepMs = -7'200'000}, 33, 12, 24'000);
+        row("stepped forward a little", {.stepMs = 150}, 182, 12);
+        row("stepped back a little", {.stepMs = -150}, 182, 12);
+        row("held up for a while", {.heldUpMs = 400}, 33, 12);
+        row("held up for longer", {.heldUpMs = 900}, 932, 12, 9000);
+    }
+
+    void tellsWhereARecordingIs()
+    {
+        QFETCH(const Phone, phone);
+        QFETCH(const double, worstMs);
+        QFETCH(const double, medianMs);
+        QFETCH(const double, silentMs);
+        const Outcome outcome = follow(phone);
+        qInfo("error: worst %.1f ms, median %.1f ms; told: median %.1f ms, most %.1f ms, beyond it "
+              "%.1f ms (%.2f %%); silent %.1f s",
+              outcome.worst, outcome.median, outcome.uncertainty, outcome.worstUncertainty,
+              outcome.beyond, outcome.exceeded * 100, outcome.silentMs / 1000);
+        QVERIFY(outcome.worst <= worstMs);
+        QVERIFY(outcome.median <= medianMs);
+        QVERIFY(outcome.silentMs <= silentMs);
+        QVERIFY(outcome.beyond <= 3); // one of them is what all have alike
+        QVERIFY(outcome.exceeded < 0.02);
+    }
+
+    void saysNothingOfNonsense()
+    {
+        using Sent = std::function<std::optional<qint64>(int second)>;
+        const qint64 first = qint64(firstMs);
+        const std::pair<const char *, Sent> senders[] = {
+            {"none", [](int) { return std::nullopt; }},
+            {"zero", [](int) { return 0; }},
+            {"constant", [=](int) { return first; }},
+            {"decreasing", [=](int second) { return first - second; }},
+            {"in seconds", [=](int second) { return first / 1000 + second; }},
+            {"in microseconds", [=](int second) { return first * 1000 + second * 1'000'000LL; }},
+            {"least", [](int second) { return std::numeric_limits<qint64>::min() + second; }},
+            {"most", [](int second) { return std::numeric_limits<qint64>::max() - second * 1000; }},
+        };
+        for (const auto &[name, sent] : senders) {
+            PhoneClock clock;
+            for (int second = 0; second < 200; ++second)
+                QVERIFY2(
+                    !clock.hear(
+                        {.sentMs = sent(second), .session = {}, .host = {}, .recordingSinceMs = {}},
+                        at(second * 1000)),
+                    name);
+        }
+        const PhoneClockReading reading{
+            .phoneMs = qint64(firstMs), .at = at(0), .uncertainty = 5ms};
+        for (const qint64 since : {std::numeric_limits<qint64>::min(), qint64(-1), qint64(0),
+                                   qint64(firstMs) + 50, std::numeric_limits<qint64>::max()})
+            QVERIFY(!recordingPlace(reading, since, at(0)));
+        // It has just begun, and the status that told so was late.
+        QCOMPARE(recordingPlace(reading, qint64(firstMs) + 4, at(0))->seconds, 0.0);
+        QCOMPARE(recordingPlace(reading, qint64(firstMs) - 4000, at(1000)),
+                 (RecordingPlace{.seconds = 5, .uncertaintySeconds = 0.007}));
+    }
+
+    /// Neither one foreign number nor what is heard twice counts; a step during the recording, a
+    /// new session and a moved address do.
+    void weighsWhatItHears()
+    {
+        PhoneClock clock;
+        const auto hear = [&](int second, qint64 more = 0, double lateMs = 0,
+                              const QString &session = u"s"_s, const QString &host = u"h"_s) {
+            return clock.hear({.sentMs = qint64(firstMs) + second * 1000 + more,
+                               .session = session,
+                               .host = host,
+                               .recordingSinceMs = qint64(firstMs)},
+                              at(second * 1000 + lateMs));
+        };
+        for (int second = 0; second < 20; ++second) {
+            (void)hear(second);
+            QCOMPARE(hear(second, 0, 40, u"s"_s, u"other"_s).has_value(), second > 0);
+        }
+        QCOMPARE(hear(20)->uncertainty, 1ms);
+        QVERIFY(!hear(21, 9'000'000));
+        QCOMPARE(hear(22)->uncertainty, 1ms);
+        QVERIFY(!hear(23, -2000));
+        QCOMPARE(hear(24, -2000)->uncertainty, 2031ms);
+        QVERIFY(!hear(25));
+        QCOMPARE(hear(26)->uncertainty, 31ms);
+        for (int second = 27; second < 40; ++second)
+            (void)hear(second);
+        QCOMPARE(hear(40)->uncertainty, 1ms);
+        // With a delay less than before, so that what was known shows.
+        QVERIFY(!hear(41, 0, 20, u"t"_s));
+        QCOMPARE(hear(42, 0, 20, u"t"_s)->at, at(42'020));
+        QVERIFY(!hear(43, 0, 25, u"t"_s, u"i"_s));
+        QCOMPARE(hear(44, 0, 25, u"t"_s, u"i"_s)->at, at(44'025));
+        // A minute of silence, and nothing of before counts.
+        QVERIFY(!hear(105, 0, 50, u"t"_s, u"i"_s));
+        QCOMPARE(hear(106, 0, 50, u"t"_s, u"i"_s)->at, at(106'050));
+    }
+
+    void remembersNoMoreThanTheListHolds()
+    {
+        PhoneClocks clocks;
+        const auto hear = [&](const QString &id, int second) {
+            LiveCameraPacket status = packet(id);
+            status.sentMs = firstMs + second * 1000;
+            return clocks.hear(status, u"10.0.0.2"_s, at(second * 1000)).has_value();
+        };
+        QVERIFY(!hear(u"real"_s, 0) && hear(u"real"_s, 1));
+        for (int i = 0; i < 255; ++i)
+            (void)hear(QString::number(i), 2);
+        QVERIFY(hear(u"real"_s, 3));
+        for (int i = 0; i < 255; ++i)
+            (void)hear(u"later "_s + QString::number(i), 4);
+        QVERIFY(hear(u"real"_s, 5) && !hear(u"0"_s, 5));
+    }
+};
+
+QTEST_APPLESS_MAIN(PhoneClockTest)
+#include "phone_clock_test.moc"
