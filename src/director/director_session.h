@@ -3,8 +3,10 @@
 
 #include "base/monotonic_clock.h"
 #include "base/thread_context.h"
+#include "base/worker_thread.h"
 #include "director/director_cameras.h"
 #include "director/live_edit_timeline.h"
+#include "director/session_journal_writer.h"
 #include "preview/live_preview_store.h"
 
 #include <QImage>
@@ -111,10 +113,16 @@ public:
     /// selectedCamera(), in camera_status_text.h.
     [[nodiscard]] QString transportStatus(VORNPreviewProfile profile) const;
 
-    /// The edits without the session's start, oldest first.
+    /// The edits without the session's start, oldest first, once they are kept on the disk, or
+    /// journalProblem() says that they are not.
     [[nodiscard]] std::vector<DirectorEditEvent> editEvents() const;
     /// See editLogTable. Knows the names of cameras that have left since.
     [[nodiscard]] QString editLog() const;
+
+    /// Why the last edits are not on the disk; absent when they are.
+    [[nodiscard]] const std::optional<QString> &journalProblem() const;
+    /// Where the journals of sessions are, each in a file of its own.
+    [[nodiscard]] static QString journalFolder(const QString &supportDirectory);
 
     /// The frames, with signals of their own.
     [[nodiscard]] const LivePreviewStore &previews() const { return m_previews; }
@@ -123,8 +131,10 @@ Q_SIGNALS:
     /// Whatever is derived from the cameras, or from the time that has passed since they were
     /// heard: comes about once a second at least.
     void camerasChanged();
-    /// Preview, Program, the session's state or the edits.
+    /// Preview, Program or the session's state.
     void timelineChanged();
+    /// The edits, or whether they are kept.
+    void editsChanged();
     void audioChannelsChanged();
     void plannedTakeIDChanged();
     void canStartSessionChanged();
@@ -138,6 +148,9 @@ private:
     void synchronizePreviewProfiles() VORN_RUNS_ON(m_ui);
     void refreshCanStartSession();
     void tellTimelineChanged() VORN_RUNS_ON(m_ui);
+    void openJournal() VORN_RUNS_ON(m_ui);
+    void keepLastEvent(MonotonicClock::time_point at) VORN_RUNS_ON(m_ui);
+    void followJournal(std::size_t entries, const std::optional<QString> &problem);
 
     ThreadContext m_ui;
     AppStore &m_store;
@@ -158,6 +171,13 @@ private:
     /// Of the cameras in the log; phones are switched off before the log is used.
     std::map<QString, QString> m_loggedNames VORN_OWNED_BY(m_ui);
     bool m_couldStartSession VORN_OWNED_BY(m_ui) = false;
+    /// What waits for the first decision.
+    std::vector<JournalEntry> m_unkept VORN_OWNED_BY(m_ui);
+    std::size_t m_listed VORN_OWNED_BY(m_ui) = 0; ///< events that the journal has answered for
+    std::optional<QString> m_journalProblem VORN_OWNED_BY(m_ui);
+    bool m_hasToldProblem VORN_OWNED_BY(m_ui) = false;
+    /// While a session runs. Last: ends before what it reports to.
+    std::optional<WorkerThread<SessionJournalWriter>> m_journal VORN_OWNED_BY(m_ui);
 };
 
 } // namespace vorn

@@ -53,7 +53,7 @@ std::optional<RecordingPlace> recordingPlace(const PhoneClockReading &clock,
                           + std::chrono::duration_cast<microseconds>(now - clock.at);
     const Seconds uncertainty =
         clock.uncertainty + driftWithin(std::chrono::abs(now - clock.at)) + resolution;
-    if (uncertainty > tooUncertain || place < -uncertainty)
+    if (uncertainty > tooUncertain || place < -uncertainty || place > longestRecording)
         return std::nullopt;
     return RecordingPlace{.seconds = std::max(0.0, place.count()),
                           .uncertaintySeconds = uncertainty.count()};

@@ -23,6 +23,9 @@ struct PhoneClockReading {
     bool operator==(const PhoneClockReading &) const = default;
 };
 
+/// What no recording is longer than.
+inline constexpr std::chrono::duration<double> longestRecording = std::chrono::days{7};
+
 /// Where a camera is in its recording.
 struct RecordingPlace {
     double seconds = 0;
@@ -32,7 +35,8 @@ struct RecordingPlace {
 };
 
 /// Where a recording is at `now` that began when the phone's clock showed `recordingSinceMs`.
-/// Absent where that is no time, lies ahead, or where the place cannot be told to the second.
+/// Absent where that is no time, lies ahead or too far back, or where the place cannot be told to
+/// the second.
 [[nodiscard]] std::optional<RecordingPlace> recordingPlace(const PhoneClockReading &clock,
                                                            std::int64_t recordingSinceMs,
                                                            MonotonicClock::time_point now);

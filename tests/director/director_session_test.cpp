@@ -6,12 +6,18 @@
 #include "live/live_camera_discovery.h"
 #include "rig_phones.h"
 #include "store/app_store.h"
+#include "support.h"
 
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <cstdio>
 
 using namespace vorn;
 using namespace Qt::StringLiterals;
@@ -46,6 +52,35 @@ QString channelsOf(const DirectorSession &session)
     for (const AudioChannelState &channel : session.audioChannels())
         names << channel.name;
     return names.join(u", ");
+}
+
+/// Decides as fast as it can, and prints the identity of each event once it is listed.
+int decide(const QString &folder)
+{
+    AppStore store(folder);
+    QSettings settings(folder + u"/settings.ini"_s, QSettings::IniFormat);
+    LiveCameraDiscovery discovery;
+    DirectorSession session(store, discovery, settings);
+    store.createProject(u"Night"_s);
+    std::size_t printed = 0;
+    const auto goOn = [&] {
+        const std::vector<DirectorEditEvent> edits = session.editEvents();
+        for (; printed < edits.size(); ++printed)
+            std::printf("%s\n", qPrintable(edits[printed].id.toString()));
+        std::fflush(stdout);
+        session.canTake() ? session.perform(cut) : session.addMarker();
+    };
+    QObject::connect(&session, &DirectorSession::editsChanged, &session, goOn,
+                     Qt::QueuedConnection);
+    QObject::connect(&session, &DirectorSession::camerasChanged, &session, [&] {
+        if (session.isSessionRunning() || session.onlineCameras().size() < 2)
+            return;
+        session.startSession();
+        session.perform(cut);
+        session.selectPreview(session.onlineCameras().at(1)->id);
+        session.addMarker();
+    });
+    return QCoreApplication::exec();
 }
 
 } // namespace
@@ -120,7 +155,13 @@ private Q_SLOTS:
     void logsAShow()
     {
         RigPhones phones;
+        // Two hours ahead of us, and recording.
+        phones.must(u"cam-a clock 7200000"_s);
+        QElapsedTimer sinceAsked;
+        sinceAsked.start();
         phones.must(u"cam-a record tape-1"_s);
+        QElapsedTimer sinceRecording;
+        sinceRecording.start();
         std::chrono::seconds ahead{};
         LiveCameraDiscovery discovery(
             nullptr, 10s, [&ahead] { return std::chrono::system_clock::now() + ahead; });
@@ -155,10 +196,12 @@ private Q_SLOTS:
         session.selectPreview(u"cam-a"_s);
         QVERIFY(session.cameraIsRecording(u"cam-a"_s) && !session.cameraIsRecording(u"cam-c"_s));
         session.setFadeDuration(1.5);
+        const double shortest = double(sinceRecording.elapsed()) / 1000;
         session.perform(fade);
+        const double longest = double(sinceAsked.elapsed()) / 1000;
         session.addMarker();
         QCOMPARE(session.inspectorTab(), DirectorInspectorTab::edits);
-        QCOMPARE(timelineChanged.count(), 6);
+        QCOMPARE(timelineChanged.count(), 5);
 
         phones.must(u"cam-c sleep"_s);
         ahead += 5s; // who goes on is heard again at once
@@ -192,11 +235,26 @@ private Q_SLOTS:
                                             "\\d\\d:\\d\\d:\\d\\d\\.\\d{3}\tFADE\tMara's phone\n"
                                             "\\d\\d:\\d\\d:\\d\\d\\.\\d{3}\tMARK\tEdit marker\n"
                                             "\\d\\d:\\d\\d:\\d\\d\\.\\d{3}\tCUT\tAda's phone\n$"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(session.editEvents().size(), 4U, limitMs);
         QVERIFY2(log.match(session.editLog()).hasMatch(), qPrintable(session.editLog()));
         const auto edits = session.editEvents();
         QCOMPARE(edits.at(1).durationSeconds, 1.5);
         QCOMPARE(edits.at(1).fromCameraID, u"cam-c"_s);
         QVERIFY(edits.at(3).elapsedSeconds > 5 && edits.at(3).elapsedSeconds < 120);
+        const SessionJournal journal = readSessionJournal(journals().at(0));
+        std::vector<DirectorEditEvent> kept;
+        std::ranges::transform(journal.entries, std::back_inserter(kept), &JournalEntry::event);
+        QCOMPARE(kept, session.timeline().events);
+        QCOMPARE(journal.head.plannedTakeID, u"night-1"_s);
+        QCOMPARE(journal.head.projectName, u"Night"_s);
+        const std::vector<JournalCamera> &recording = journal.entries.at(2).cameras;
+        QCOMPARE(recording.size(), 1U);
+        QCOMPARE(recording[0].id, u"cam-a"_s);
+        QCOMPARE(recording[0].takeId, u"tape-1"_s);
+        // A busy machine may hold up every status.
+        const double doubt = recording[0].uncertaintySeconds.value_or(0) + 0.25;
+        QVERIFY(recording[0].recordingSeconds > shortest - doubt
+                && recording[0].recordingSeconds < longest + doubt);
         QCOMPARE(messages(*m_store), (QStringList{
                                          u"Created project Night."_s,
                                          u"Prepared take night-1 for Night revision 1."_s,
@@ -261,11 +319,81 @@ private Q_SLOTS:
         QVERIFY(!session.previewImage(u"cam-a"_s).isNull());
     }
 
+    void goesOnWithoutAJournal()
+    {
+        writePlain(m_folder->filePath(u"sessions"_s), "in the way");
+        LiveCameraDiscovery discovery;
+        m_store->createProject(u"Night"_s);
+        DirectorSession session(*m_store, discovery, *m_settings);
+        session.setPlannedTakeID(u"night-1"_s);
+        session.startSession();
+        for (int count = 0; count < 3; ++count)
+            session.addMarker();
+        QTRY_COMPARE_WITH_TIMEOUT(session.editEvents().size(), 3U, limitMs);
+        const QString problem = session.journalProblem().value_or(QString());
+        QVERIFY2(problem.startsWith(u"Cannot create the folder "_s), qPrintable(problem));
+        QCOMPARE(messages(*m_store).size(), 4);
+        QCOMPARE(messages(*m_store).last(), u"! Edit decisions are not being saved: "_s + problem);
+        QVERIFY(!m_store->errorMessage());
+        QVERIFY(QFile::remove(m_folder->filePath(u"sessions"_s)));
+        session.addMarker();
+        QTRY_COMPARE_WITH_TIMEOUT(session.editEvents().size(), 4U, limitMs);
+        QVERIFY(!session.journalProblem());
+        QCOMPARE(readSessionJournal(journals().at(0)).entries.size(), 5U);
+    }
+
+    /// At any instant: what the list has shown is on the disk.
+    void aKillLosesNothingThatWasListed()
+    {
+        RigPhones phones({.count = 2});
+        phones.must(u"all interval 100"_s);
+        phones.must(u"all record tape-1"_s);
+        QRandomGenerator random(15);
+        std::size_t listed = 0;
+        for (int round = 0; round < 12; ++round) {
+            QVERIFY(m_folder.emplace().isValid());
+            QProcess director;
+            director.start(QCoreApplication::applicationFilePath(),
+                           {u"--decide"_s, m_folder->path()});
+            QTRY_VERIFY_WITH_TIMEOUT(director.bytesAvailable() > 0, limitMs);
+            QTest::qWait(random.bounded(60)); // a random instant, not a wait for something
+            director.kill();
+            QVERIFY(director.waitForFinished());
+            QStringList kept;
+            for (const JournalEntry &entry : readSessionJournal(journals().at(0)).entries)
+                kept << entry.event.id.toString();
+            QStringList shown = QString::fromUtf8(director.readAllStandardOutput()).split(u'\n');
+            shown.removeLast(); // empty, or torn
+            for (const QString &id : shown)
+                QVERIFY2(kept.contains(id), qPrintable(u"lost after %1"_s.arg(kept.size())));
+            listed += std::size_t(shown.size());
+        }
+        qInfo("%zu decisions were listed", listed);
+        QVERIFY(listed > 12);
+    }
+
 private:
+    [[nodiscard]] QStringList journals() const
+    {
+        const QDir folder(DirectorSession::journalFolder(m_folder->path()));
+        QStringList paths;
+        for (const QString &name : folder.entryList(QDir::Files))
+            paths << folder.filePath(name);
+        return paths;
+    }
+
     std::optional<QTemporaryDir> m_folder;
     std::optional<AppStore> m_store;
     std::optional<QSettings> m_settings;
 };
 
-QTEST_GUILESS_MAIN(DirectorSessionTest)
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    if (argc == 3 && QByteArrayView(argv[1]) == "--decide")
+        return decide(QString::fromUtf8(argv[2]));
+    DirectorSessionTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "director_session_test.moc"

@@ -204,7 +204,7 @@ EditsPageViewModel::EditsPageViewModel(DirectorSession &session)
               {"detail", &EditRow::detail},
               {"isMarker", &EditRow::isMarker}})
 {
-    connect(&session, &DirectorSession::timelineChanged, this, &EditsPageViewModel::refresh);
+    connect(&session, &DirectorSession::editsChanged, this, &EditsPageViewModel::refresh);
     connect(&session, &DirectorSession::camerasChanged, this, &EditsPageViewModel::refresh);
     refresh();
 }
@@ -212,6 +212,13 @@ EditsPageViewModel::EditsPageViewModel(DirectorSession &session)
 QString EditsPageViewModel::countText() const
 {
     return u"%1 events in this session"_s.arg(m_rows.rows().size());
+}
+
+QString EditsPageViewModel::problem() const
+{
+    return m_session.journalProblem()
+               ? u"Not saved. "_s + displayText(*m_session.journalProblem(), longestMessage)
+               : QString();
 }
 
 void EditsPageViewModel::copy()

@@ -143,12 +143,15 @@ class EditsPageViewModel : public QObject {
     Q_PROPERTY(QAbstractItemModel *edits READ edits CONSTANT)
     Q_PROPERTY(bool hasEdits READ hasEdits NOTIFY changed)
     Q_PROPERTY(QString countText READ countText NOTIFY changed)
+    Q_PROPERTY(QString problem READ problem NOTIFY changed)
 public:
     explicit EditsPageViewModel(DirectorSession &session);
 
     [[nodiscard]] QAbstractItemModel *edits() { return &m_rows; }
     [[nodiscard]] bool hasEdits() const { return !m_rows.rows().empty(); }
     [[nodiscard]] QString countText() const;
+    /// Why the last edits are not on the disk; empty when they are.
+    [[nodiscard]] QString problem() const;
 
     /// Puts the list on the clipboard as a table.
     Q_INVOKABLE void copy();
