@@ -8,6 +8,7 @@
 #include "live/camera_list.h"
 #include "live/live_packet.h"
 #include "live/peer_snapshot_orders.h"
+#include "live/phone_clocks.h"
 #include "live/snapshot_batch.h"
 #include "live/transfer_mode_request.h"
 #include "live/wire_text.h"
@@ -62,6 +63,12 @@ void checkList(const CameraList &list, WallTime now)
         check(isBoundedText(camera.id, maximumIdBytes), "a listed id is bounded");
         check(camera.host == host && camera.lastSeen <= now, "a record is from here and now");
         check(std::ranges::count(cameras, camera.id, &LiveCamera::id) == 1, "an id stands once");
+        const MonotonicClock::time_point monotonic(now.time_since_epoch());
+        const auto place =
+            camera.clock ? recordingPlace(*camera.clock, camera.recordingSinceMs, monotonic + 1min)
+                         : std::nullopt;
+        check(!place || (place->seconds >= 0 && place->seconds <= longestRecording.count()),
+              "a place is in a recording");
         check(camera.previewCapabilities.transports.size() <= std::size_t(maximumPreviewSetSize),
               "a set is bounded");
     }
@@ -70,6 +77,7 @@ void checkList(const CameraList &list, WallTime now)
 /// One listener's whole memory.
 struct Listener {
     PeerSnapshotOrders orders;
+    PhoneClocks clocks;
     SnapshotBatch batch;
     CameraList singly;
     CameraList batched;
@@ -102,7 +110,8 @@ struct Listener {
         check(orders.udpRevision() == revision + (isNew ? 1 : 0), "what is accepted is counted");
         check(!isNew || !orders.acceptProbe(*packet, revision, monotonic), "a datagram stands");
         if (isNew) {
-            const CameraSnapshot snapshot(*packet, host);
+            CameraSnapshot snapshot(*packet, host);
+            snapshot.setClock(clocks.hear(*packet, host, monotonic));
             check(batch.hasRoomFor(snapshot.id()), "a few cameras have room");
             batch.add(snapshot);
             check(singly.apply(snapshot, now), "the list has room");

@@ -16,6 +16,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -177,7 +178,7 @@ private:
     std::optional<QString> m_journalProblem VORN_OWNED_BY(m_ui);
     bool m_hasToldProblem VORN_OWNED_BY(m_ui) = false;
     /// While a session runs. Last: ends before what it reports to.
-    std::optional<WorkerThread<SessionJournalWriter>> m_journal VORN_OWNED_BY(m_ui);
+    std::unique_ptr<WorkerThread<SessionJournalWriter>> m_journal VORN_OWNED_BY(m_ui);
 };
 
 } // namespace vorn

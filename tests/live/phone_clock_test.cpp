@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr double firstMs = 1'795'636'800'000; // the phone's clock at the beginning
-constexpr int lengthMs = 300'000;
+constexpr double lengthMs = 300'000;
 
 MonotonicClock::time_point at(double ms)
 {
@@ -62,11 +62,11 @@ Outcome follow(const Phone &phone)
     std::vector<Arrival> arrivals;
     for (double sent = 300; sent < lengthMs; sent += 1000) {
         const double way = 1 + chance() * phone.jitterMs;
-        const bool isHeldUp = std::abs(sent - lengthMs / 2.0) < 2500;
+        const bool isHeldUp = std::abs(sent - lengthMs / 2) < 2500;
         if (chance() >= phone.lost)
             arrivals.push_back({sent + way + (isHeldUp ? phone.heldUpMs : 0), sent});
     }
-    const double secondBegins = lengthMs / 2.0 + 20'000; // the second recording
+    const double secondBegins = lengthMs / 2 + 20'000; // the second recording
     PhoneClock clock;
     std::optional<PhoneClockReading> reading;
     double begun = 0; // the recording that the last status told of
@@ -165,7 +165,8 @@ private Q_SLOTS:
             {"in seconds", [=](int second) { return first / 1000 + second; }},
             {"in microseconds", [=](int second) { return first * 1000 + second * 1'000'000LL; }},
             {"least", [](int second) { return std::numeric_limits<qint64>::min() + second; }},
-            {"most", [](int second) { return std::numeric_limits<qint64>::max() - second * 1000; }},
+            {"most",
+             [](int second) { return std::numeric_limits<qint64>::max() - second * 1000LL; }},
         };
         for (const auto &[name, sent] : senders) {
             PhoneClock clock;
@@ -194,7 +195,7 @@ private Q_SLOTS:
         PhoneClock clock;
         const auto hear = [&](int second, qint64 more = 0, double lateMs = 0,
                               const QString &session = u"s"_s, const QString &host = u"h"_s) {
-            return clock.hear({.sentMs = qint64(firstMs) + second * 1000 + more,
+            return clock.hear({.sentMs = qint64(firstMs) + second * 1000LL + more,
                                .session = session,
                                .host = host,
                                .recordingSinceMs = qint64(firstMs)},

@@ -4,6 +4,7 @@
 
 #include "base/display_text.h"
 #include "rig_phones.h"
+#include "support.h"
 #include "window_probe.h"
 
 #include <QApplication>
@@ -487,10 +488,18 @@ private Q_SLOTS:
     void copiesTheEdits()
     {
         DirectorProbe probe;
+        const QString sessions = probe.store().supportDirectory() + u"/sessions"_s;
+        writePlain(sessions, "a file in the way");
         probe.startSession();
         probe.press(Qt::Key_Space);
+        probe.click(probe.named(u"Edits"_s));
+        const QString problem =
+            u"Not saved. Cannot create the folder %1: Not a directory."_s.arg(sessions);
+        QTRY_VERIFY(probe.shows(problem));
+        QVERIFY(QFile::remove(sessions));
         probe.click(probe.named(u"Marker"_s));
         QTRY_VERIFY(probe.shows(u"2 events in this session"_s));
+        QVERIFY(!probe.shows(problem));
         probe.click(probe.named(u"Copy"_s));
         const QStringList lines =
             QGuiApplication::clipboard()->text().split(u'\n', Qt::SkipEmptyParts);

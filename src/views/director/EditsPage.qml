@@ -44,8 +44,9 @@ Item {
         anchors.left: parent.left
         anchors.right: parent.right
         anchors.top: head.bottom
-        anchors.bottom: parent.bottom
+        anchors.bottom: problem.visible ? problem.top : parent.bottom
         anchors.topMargin: Theme.inside
+        anchors.bottomMargin: problem.visible ? Theme.inside : 0
         visible: root.page.hasEdits
         label: qsTr("Edit Decisions")
         selectable: false
@@ -53,5 +54,16 @@ Item {
         delegate: EditRow {
             width: ListView.view.width
         }
+    }
+    StatusLine {
+        id: problem
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        visible: root.page.problem.length > 0
+        icon: "warning"
+        iconColor: Theme.warning
+        text: root.page.problem
     }
 }
