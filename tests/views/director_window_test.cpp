@@ -69,6 +69,15 @@ public:
         return 0;
     }
 
+    void goToTheEndOfTheTake()
+    {
+        const auto items = visibleItems(window()->contentItem());
+        const auto field = std::ranges::find_if(
+            items, [](QQuickItem *item) { return item->inherits("QQuickTextField"); });
+        click(*field);
+        press(Qt::Key_End);
+    }
+
     /// From then on the tiles keep their places.
     void awaitCameras()
     {
@@ -134,15 +143,37 @@ private Q_SLOTS:
         QTRY_COMPARE(probe.timeline().events.size(), events + 1);
 
         // A text field takes its blanks.
-        const auto items = visibleItems(probe.window()->contentItem());
-        const auto field = std::ranges::find_if(
-            items, [](QQuickItem *item) { return item->inherits("QQuickTextField"); });
-        probe.click(*field);
-        probe.press(Qt::Key_End);
+        probe.goToTheEndOfTheTake();
         probe.press(Qt::Key_Space);
         probe.press(Qt::Key_X);
         QVERIFY(probe.director().sessionPage()->plannedTakeID().endsWith(u" x"_s));
         QCOMPARE(probe.timeline().events.size(), events + 1);
+    }
+
+    void choosesPreviewByTheNumberOfThePlace()
+    {
+        DirectorProbe probe;
+        probe.awaitCameras();
+        const auto preview = [&probe] { return probe.timeline().previewCameraID.value_or(u""_s); };
+        const std::vector<std::tuple<Qt::Key, Qt::KeyboardModifiers, QString>> presses{
+            {Qt::Key_4, {}, u"cam-d"_s},
+            {Qt::Key_2, Qt::KeypadModifier, u"cam-b"_s},
+            {Qt::Key_3, {}, u"cam-a"_s},
+            {Qt::Key_1, {}, u"cam-c"_s}};
+        for (const auto &[key, modifiers, camera] : presses) {
+            probe.press(key, modifiers);
+            QCOMPARE(preview(), camera);
+        }
+        QVERIFY(descriptionOf(probe.named(u"Ada's phone"_s)).endsWith(u", key 1"_s));
+        probe.click(probe.named(u"Fade duration, 1.0 s"_s));
+        probe.press(Qt::Key_4);
+        probe.press(Qt::Key_Escape);
+        QTRY_VERIFY(!probe.shows(u"2.0 s"_s));
+        const QString take = probe.director().sessionPage()->plannedTakeID();
+        probe.goToTheEndOfTheTake();
+        probe.press(Qt::Key_4);
+        QCOMPARE(probe.director().sessionPage()->plannedTakeID(), take + u'4');
+        QCOMPARE(preview(), u"cam-c"_s);
     }
 
     void leavesTheSpaceBarToAnOpenPicker()

@@ -26,6 +26,10 @@ public:
         NextControl,
         Work,
         Cut,
+        Place1, ///< of the wall; the others follow it
+        Place2,
+        Place3,
+        Place4,
         FoldInspector,
         Connect,
         NewProject,

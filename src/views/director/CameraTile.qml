@@ -9,6 +9,7 @@ FocusStop {
 
     required property string cameraID
     required property string title
+    required property string shortcut
     required property string notice
     required property string levelText
     required property real levelDB
@@ -57,9 +58,17 @@ FocusStop {
         isProgram: root.isProgram
         notice: root.notice
 
-        TallyBadge {
-            isPreview: root.isPreview
-            isProgram: root.isProgram
+        Row {
+            spacing: Theme.tight
+
+            PlaceBadge {
+                visible: !root.isEmpty
+                shortcut: root.shortcut
+            }
+            TallyBadge {
+                isPreview: root.isPreview
+                isProgram: root.isProgram
+            }
         }
         RecordingBadge {
             anchors.right: parent.right

@@ -3,7 +3,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import Vorn
 
-// CUT and FADE. The space bar belongs to CUT, wherever the focus is: see Switcher.
+// CUT and FADE. The space bar belongs to CUT, wherever the focus is: see SwitchKeys.
 Item {
     id: root
 

@@ -106,13 +106,7 @@ StudioPanel {
         anchors.bottom: parent.bottom
         text: qsTr("Monitor only")
     }
-
-    // The space bar is CUT's alone: where the focus is does not matter. Text fields take their
-    // blanks before a shortcut sees them. As the shortcut of an item, not of the window, it also
-    // stands back while whatever popup is open, except for a tool tip.
-    ListedShortcut {
-        key: KeyTable.Cut
-        autoRepeat: false
-        onActivated: if (root.director.canTake) root.director.cut()
+    SwitchKeys {
+        director: root.director
     }
 }

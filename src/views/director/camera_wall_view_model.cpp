@@ -6,6 +6,7 @@
 #include "director/camera_status_text.h"
 #include "director/director_session.h"
 #include "live/live_camera_discovery.h"
+#include "views/controls/key_table.h"
 
 #include <QStringList>
 
@@ -41,15 +42,17 @@ QString badgeOf(const TileRow &row)
 
 QString spokenText(const TileRow &row)
 {
-    QStringList parts{badgeOf(row), row.recording ? u"REC"_s : QString(), row.levelText,
-                      row.batteryText, row.qualityText};
+    QStringList parts{badgeOf(row),    row.recording ? u"REC"_s : QString(),
+                      row.levelText,   row.batteryText,
+                      row.qualityText, u"key %1"_s.arg(row.shortcut)};
     parts.removeAll(QString());
     return parts.join(u", "_s);
 }
 
-TileRow tileOf(const LiveCamera &camera, const DirectorSession &session)
+TileRow tileOf(int place, const LiveCamera &camera, const DirectorSession &session)
 {
     TileRow row;
+    row.shortcut = KeyTable::sequence(KeyTable::Key(KeyTable::Place1 + place));
     row.key = u"camera "_s + camera.id;
     row.cameraID = camera.id;
     row.title = displayText(camera.name);
@@ -83,6 +86,7 @@ CameraWallViewModel::CameraWallViewModel(DirectorSession &session, LiveCameraDis
       m_discovery(discovery),
       m_rows({{"cameraID", &TileRow::cameraID},
               {"title", &TileRow::title},
+              {"shortcut", &TileRow::shortcut},
               {"notice", &TileRow::notice},
               {"levelText", &TileRow::levelText},
               {"levelDB", &TileRow::levelDB},
@@ -128,6 +132,11 @@ void CameraWallViewModel::select(const QString &cameraID)
         m_session.selectPreview(cameraID);
 }
 
+void CameraWallViewModel::selectPlace(int place)
+{
+    select(m_rows.rows()[std::size_t(place)].cameraID);
+}
+
 void CameraWallViewModel::refresh()
 {
     const std::vector<const LiveCamera *> cameras = m_session.cameraWallCameras();
@@ -135,7 +144,7 @@ void CameraWallViewModel::refresh()
     rows.reserve(places);
     for (int place = 0; place < places; ++place)
         rows.push_back(std::size_t(place) < cameras.size()
-                           ? tileOf(*cameras[std::size_t(place)], m_session)
+                           ? tileOf(place, *cameras[std::size_t(place)], m_session)
                            : emptyPlace(place + 1));
     m_cameraCount = int(cameras.size());
     m_rows.setRows(std::move(rows));

@@ -19,6 +19,7 @@ struct TileRow {
     QString key;       ///< says which camera, or which empty place
     QString cameraID;  ///< empty for an empty place
     QString title;     ///< the camera's name, or "CAM 3"
+    QString shortcut;  ///< puts it in Preview, and is the number of its place; else empty
     QString notice;    ///< where there is no frame
     QString levelText; ///< such as "-18 dB", or "OFFLINE"
     double levelDB = 0;
@@ -69,6 +70,8 @@ public:
 
     /// Puts a tile's camera in Preview.
     Q_INVOKABLE void select(const QString &cameraID);
+    /// The same for the camera of a place, counted from 0; for an empty one nothing.
+    Q_INVOKABLE void selectPlace(int place);
 
 Q_SIGNALS:
     void changed();
