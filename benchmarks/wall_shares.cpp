@@ -120,11 +120,10 @@ private:
         const auto *frame =
             qobject_cast<CameraFrameImage *>(itemsUnder(place, "vorn::CameraFrameImage").value(0));
         const DirectorSession &session = m_director.session();
-        const QString camera = frame->cameraID();
-        const QSize image =
-            (frame->isMonitor() ? session.previewImage(camera) : m_director.wallFrame(camera))
-                .size();
-        return QSizeF(session.frameRotation(camera, image) % 180 == 0 ? image : image.transposed())
+        const QSize image = frame->frame() ? frame->frame()->image.size() : QSize();
+        return QSizeF(session.frameRotation(frame->cameraID(), image) % 180 == 0
+                          ? image
+                          : image.transposed())
             .scaled(frame->size(), Qt::KeepAspectRatio);
     }
 

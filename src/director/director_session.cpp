@@ -220,22 +220,27 @@ QString DirectorSession::shownCameraName(const std::optional<QString> &id) const
                   : displayText(cameraName(id));
 }
 
-QImage DirectorSession::previewImage(const std::optional<QString> &id) const
+const PreviewFrame *DirectorSession::previewFrame(const std::optional<QString> &id) const
 {
     m_ui.assertCurrent();
     const LiveCamera *camera = findCamera(m_discovery.cameras(), id);
     if (!camera || !camera->isOnline(m_now))
-        return {};
+        return nullptr;
     const PreviewFrame *wall = m_previews.frame(camera->id, VORNPreviewProfile::wall);
     const PreviewFrame *selected = m_previews.frame(camera->id, VORNPreviewProfile::selected);
     if (!selected)
-        return wall ? wall->image : QImage();
+        return wall;
     // What a stream that is closed by now left behind counts only until the wall has a newer one.
     const auto since = m_selectedSince.find(camera->id);
     const bool isOfThisSelection =
         since != m_selectedSince.end() && selected->receivedAt >= since->second;
-    return isOfThisSelection || !wall || selected->receivedAt >= wall->receivedAt ? selected->image
-                                                                                  : wall->image;
+    return isOfThisSelection || !wall || selected->receivedAt >= wall->receivedAt ? selected : wall;
+}
+
+QImage DirectorSession::previewImage(const std::optional<QString> &id) const
+{
+    const PreviewFrame *frame = previewFrame(id);
+    return frame ? frame->image : QImage();
 }
 
 std::int64_t DirectorSession::previewRotation(const std::optional<QString> &id) const

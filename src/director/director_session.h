@@ -102,6 +102,8 @@ public:
     [[nodiscard]] QString shownCameraName(const std::optional<QString> &id) const;
     /// The frame of the selected profile while that stream runs, otherwise the latest of either;
     /// null when there is nothing to show.
+    [[nodiscard]] const PreviewFrame *previewFrame(const std::optional<QString> &id) const;
+    /// Its picture.
     [[nodiscard]] QImage previewImage(const std::optional<QString> &id) const;
     /// Degrees, as advertised.
     [[nodiscard]] std::int64_t previewRotation(const std::optional<QString> &id) const;

@@ -69,6 +69,12 @@ public:
         return 0;
     }
 
+    [[nodiscard]] qsizetype framesShown() const
+    {
+        return std::ranges::count_if(visibleItems(window()->contentItem()), [](QQuickItem *item) {
+            return item->inherits("vorn::CameraFrameImage") && item->property("hasFrame").toBool();
+        });
+    }
     void goToTheEndOfTheTake()
     {
         const auto items = visibleItems(window()->contentItem());
@@ -236,14 +242,7 @@ private Q_SLOTS:
     {
         DirectorProbe probe;
         probe.startSession();
-        const auto framesShown = [&probe] {
-            return std::ranges::count_if(visibleItems(probe.window()->contentItem()),
-                                         [](QQuickItem *item) {
-                                             return item->inherits("vorn::CameraFrameImage")
-                                                    && item->property("hasFrame").toBool();
-                                         });
-        };
-        QTRY_COMPARE_WITH_TIMEOUT(framesShown(), 5, limitMs); // four tiles and Preview
+        QTRY_COMPARE_WITH_TIMEOUT(probe.framesShown(), 5, limitMs); // four tiles and Preview
         probe.click(probe.named(u"Mara's phone"_s));
         probe.press(Qt::Key_Space);
         QTRY_VERIFY(probe.shows(u"PROGRAM, Mara's phone"_s));
@@ -256,6 +255,30 @@ private Q_SLOTS:
         m_phones.must(u"cam-a sleep"_s);
         QTRY_VERIFY_WITH_TIMEOUT(probe.shows(u"PROGRAM, %1 \u2022 OFFLINE"_s.arg(name)), limitMs);
         m_phones.must(u"cam-a wake"_s);
+    }
+
+    void saysHowOldAFrozenPictureIs()
+    {
+        DirectorProbe probe;
+        probe.startSession();
+        probe.click(probe.named(u"Mara's phone"_s));
+        probe.press(Qt::Key_Space);
+        // As the wall says it of two cameras, and the monitor of Program.
+        const auto ages = [&probe] {
+            QStringList said;
+            for (const QString &name :
+                 {u"Jonas's phone"_s, u"Mara's phone"_s, u"PROGRAM, Mara's phone"_s})
+                said += descriptionOf(probe.named(name)).section(u',', 0, 0);
+            said.replaceInStrings(QRegularExpression(u"^(?!Picture).*$"_s), u"live"_s);
+            said.replaceInStrings(QRegularExpression(u"^Picture \\d+ s old$"_s), u"old"_s);
+            return said.join(u' ');
+        };
+        QTRY_COMPARE_WITH_TIMEOUT(probe.framesShown(), 5, limitMs); // four tiles and Program
+        QCOMPARE(ages(), u"live live live"_s);
+        m_phones.must(u"cam-a preview silent"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(ages(), u"live old old"_s, limitMs);
+        m_phones.must(u"cam-a preview ok"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(ages(), u"live live live"_s, limitMs);
     }
 
     void asksBeforeASessionIsLost()

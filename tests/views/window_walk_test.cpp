@@ -373,6 +373,10 @@ private Q_SLOTS:
                 for (int i = 0; i < 30; ++i)
                     program.choose(u"Marker"_s);
             }},
+            {u"Director, frozen"_s, [&] {
+                m_phones.must(u"cam-c preview silent"_s);
+                program.await(u"Ada's phone"_s, u"Picture"_s);
+            }},
             {u"Director, offline"_s, [&] {
                 m_phones.must(u"cam-d sleep"_s);
                 program.await(u"Tarek's phone"_s, u"OFFLINE"_s);

@@ -34,7 +34,7 @@ FocusStop {
 
     Accessible.role: isEmpty ? Accessible.StaticText : Accessible.Button
     Accessible.name: isEmpty ? title + ", " + notice : title
-    Accessible.description: well.hasFrame ? spoken : notice + ", " + spoken
+    Accessible.description: (well.condition ? well.condition + ", " : "") + spoken
     Accessible.onPressAction: if (!isEmpty) chosen()
 
     // Beneath what explains itself under the pointer.

@@ -14,6 +14,7 @@ Item {
 
     Accessible.role: Accessible.Grouping
     Accessible.name: title + ", " + monitor.cameraText
+    Accessible.description: well.ageText
 
     TextLabel {
         id: heading

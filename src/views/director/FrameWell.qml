@@ -12,7 +12,9 @@ Rectangle {
     required property bool isProgram
     required property string notice
     property bool monitor
-    readonly property bool hasFrame: frame.hasFrame
+    readonly property alias ageText: frame.ageText
+    // What there is to say of the picture.
+    readonly property string condition: frame.hasFrame ? frame.ageText : notice
     default property alias content: over.data
 
     color: Theme.field
@@ -35,6 +37,11 @@ Rectangle {
 
         anchors.fill: parent
         anchors.margins: Theme.row
+    }
+    AgeBadge {
+        anchors.left: over.left
+        anchors.bottom: over.bottom
+        text: frame.ageText
     }
     Column {
         anchors.centerIn: parent

@@ -8,8 +8,24 @@
 #include <QSGTransformNode>
 
 #include <memory>
+#include <utility>
 
 namespace vorn {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString textOfAge(MonotonicClock::duration age)
+{
+    using namespace std::chrono;
+    if (age <= CameraFrameImage::oldestLive)
+        return {};
+    return age < 1min ? u"Picture %1 s old"_s.arg(duration_cast<seconds>(age).count())
+                      : u"Picture %1 min old"_s.arg(duration_cast<minutes>(age).count());
+}
+
+} // namespace
 
 CameraFrameImage::CameraFrameImage(QQuickItem *parent) : QQuickItem(parent)
 {
@@ -27,10 +43,10 @@ void CameraFrameImage::setDirector(DirectorViewModel *director)
         connect(&director->session().previews(), &LivePreviewStore::frameChanged, this,
                 &CameraFrameImage::onFrame);
         connect(&director->pacer(), &FramePacer::beat, this, [this] {
-            if (m_isStale)
+            if (m_isOutdated)
                 refresh();
         });
-        // A camera that goes offline, is turned, or leaves.
+        // A camera that goes offline, is turned, or leaves; a frame that grows old.
         connect(&director->session(), &DirectorSession::camerasChanged, this,
                 &CameraFrameImage::refresh);
     }
@@ -60,21 +76,29 @@ void CameraFrameImage::onFrame(const QString &cameraID, VORNPreviewProfile profi
 {
     if (cameraID != m_cameraID || (profile == VORNPreviewProfile::selected && !m_isMonitor))
         return;
-    m_isStale = true;
+    m_isOutdated = true;
     if (m_director)
         m_director->pacer().request();
 }
 
+const PreviewFrame *CameraFrameImage::frame() const
+{
+    if (!m_director || m_cameraID.isEmpty())
+        return nullptr;
+    const DirectorSession &session = m_director->session();
+    return m_isMonitor ? session.previewFrame(m_cameraID)
+                       : session.previews().frame(m_cameraID, VORNPreviewProfile::wall);
+}
+
 void CameraFrameImage::refresh()
 {
-    m_isStale = false;
-    QImage image;
-    int rotation = 0;
-    if (m_director && !m_cameraID.isEmpty()) {
-        const DirectorSession &session = m_director->session();
-        image = m_isMonitor ? session.previewImage(m_cameraID) : m_director->wallFrame(m_cameraID);
-        rotation = session.frameRotation(m_cameraID, image.size());
-    }
+    m_isOutdated = false;
+    const PreviewFrame *shown = frame();
+    const QImage image = shown ? shown->image : QImage();
+    const int rotation = shown ? m_director->session().frameRotation(m_cameraID, image.size()) : 0;
+    const QString age = shown ? textOfAge(MonotonicClock::now() - shown->receivedAt) : QString();
+    if (std::exchange(m_ageText, age) != age)
+        Q_EMIT ageTextChanged();
     if (image.cacheKey() == m_image.cacheKey() && rotation == m_rotation)
         return;
     const bool hadFrame = hasFrame();

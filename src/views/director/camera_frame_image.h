@@ -8,6 +8,8 @@
 #include <QPointer>
 #include <QQuickItem>
 
+#include <chrono>
+
 namespace vorn {
 
 /// Draws a camera's latest preview frame upright, as large as fits, and nothing around it.
@@ -21,7 +23,12 @@ class CameraFrameImage : public QQuickItem {
     /// On a monitor: the large frame where there is one, and none of a camera that is offline.
     Q_PROPERTY(bool monitor READ isMonitor WRITE setMonitor NOTIFY monitorChanged)
     Q_PROPERTY(bool hasFrame READ hasFrame NOTIFY hasFrameChanged)
+    /// How old the frame is, once that is more than it may be; else empty.
+    Q_PROPERTY(QString ageText READ ageText NOTIFY ageTextChanged)
 public:
+    /// An older frame must not look live.
+    static constexpr std::chrono::seconds oldestLive{2};
+
     explicit CameraFrameImage(QQuickItem *parent = nullptr);
 
     [[nodiscard]] DirectorViewModel *director() const { return m_director; }
@@ -31,12 +38,16 @@ public:
     [[nodiscard]] bool isMonitor() const { return m_isMonitor; }
     void setMonitor(bool isMonitor);
     [[nodiscard]] bool hasFrame() const { return !m_image.isNull(); }
+    [[nodiscard]] const QString &ageText() const { return m_ageText; }
+    /// The one that it shows; null when it shows none.
+    [[nodiscard]] const PreviewFrame *frame() const;
 
 Q_SIGNALS:
     void directorChanged();
     void cameraIDChanged();
     void monitorChanged();
     void hasFrameChanged();
+    void ageTextChanged();
 
 protected:
     QSGNode *updatePaintNode(QSGNode *old, UpdatePaintNodeData *data) override;
@@ -48,8 +59,9 @@ private:
     QPointer<DirectorViewModel> m_director;
     QString m_cameraID;
     bool m_isMonitor = false;
-    bool m_isStale = false; ///< a newer frame waits for the next beat
+    bool m_isOutdated = false; ///< a newer frame waits for the next beat
     QImage m_image;
+    QString m_ageText;
     bool m_isNewImage = false; ///< since it was last drawn
     int m_rotation = 0;        ///< degrees, clockwise
 };

@@ -79,12 +79,6 @@ DirectorViewModel::DirectorViewModel(AppStore &store, LANDiscovery &catalogs,
     connect(&store, &AppStore::errorMessageChanged, this, &DirectorViewModel::errorChanged);
 }
 
-QImage DirectorViewModel::wallFrame(const QString &cameraID) const
-{
-    const PreviewFrame *frame = m_session.previews().frame(cameraID, VORNPreviewProfile::wall);
-    return frame ? frame->image : QImage();
-}
-
 QString DirectorViewModel::cameraCountText() const
 {
     return u"%1 CAMERAS"_s.arg(m_session.onlineCameras().size());

@@ -7,7 +7,6 @@
 #include "views/director/frame_pacer.h"
 #include "views/director/inspector_view_models.h"
 
-#include <QImage>
 #include <QObject>
 #include <QStringList>
 #include <QtQml/qqmlregistration.h>
@@ -95,8 +94,6 @@ public:
 
     [[nodiscard]] const DirectorSession &session() const { return m_session; }
     [[nodiscard]] FramePacer &pacer() { return m_pacer; }
-    /// The latest small frame of a camera; null when there is none.
-    [[nodiscard]] QImage wallFrame(const QString &cameraID) const;
 
     [[nodiscard]] QString cameraCountText() const;
     [[nodiscard]] bool hasOnlineCamera() const;
