@@ -111,6 +111,12 @@ std::unique_ptr<QWindow> makeDirectorWindow(QQmlEngine &engine, DirectorViewMode
                       {{u"director"_s, QVariant::fromValue(&director)}});
 }
 
+std::unique_ptr<QWindow> makeProgramPictureWindow(QQmlEngine &engine, DirectorViewModel &director)
+{
+    return makeWindow(engine, u"director/ProgramPictureWindow.qml"_s,
+                      {{u"director"_s, QVariant::fromValue(&director)}});
+}
+
 std::unique_ptr<QWindow> makeNetworkCheckWindow(QQmlEngine &engine, NetworkCheckViewModel &check)
 {
     return makeWindow(engine, u"network/NetworkCheckWindow.qml"_s,
@@ -223,13 +229,26 @@ void ProgramWindows::showDirector()
         connect(m_directorWindow.get(), SIGNAL(closed()), this, SLOT(endDirector()),
                 Qt::QueuedConnection);
         connect(m_directorWindow.get(), SIGNAL(stayed()), this, SLOT(stay()));
+        connect(m_directorWindow.get(), SIGNAL(programRequested()), this, SLOT(showProgram()));
         watch(*m_directorWindow);
     }
     bringToFront(*m_directorWindow);
 }
 
+void ProgramWindows::showProgram()
+{
+    if (!m_program) {
+        auto window = makeProgramPictureWindow(m_engine, *m_director);
+        listenTo(*window);
+        m_program = std::make_unique<ProgramDisplay>(std::move(window), *m_directorWindow);
+    }
+    m_program->takePlace();
+    bringToFront(m_program->window());
+}
+
 void ProgramWindows::endDirector()
 {
+    m_program.reset();
     m_directorWindow.reset();
     m_director.reset();
     if (m_isQuitting)
@@ -310,8 +329,8 @@ void ProgramWindows::endWithTheLastWindow()
 void ProgramWindows::raise()
 {
     for (const auto &window :
-         {m_directorWindow.get(), m_libraryWindow.get(), m_networkCheckWindow.get(),
-          m_settingsWindow.get(), m_helpWindow.get()}) {
+         {m_program ? &m_program->window() : nullptr, m_directorWindow.get(), m_libraryWindow.get(),
+          m_networkCheckWindow.get(), m_settingsWindow.get(), m_helpWindow.get()}) {
         if (window && window->isVisible())
             bringToFront(*window);
     }

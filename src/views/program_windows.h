@@ -2,6 +2,7 @@
 #pragma once
 
 #include "views/director/director_view_model.h"
+#include "views/director/program_display.h"
 #include "views/help/help_view_model.h"
 #include "views/library/library_view_model.h"
 #include "views/network/network_check_view_model.h"
@@ -31,6 +32,9 @@ void applyLook();
 /// Makes the Director window.
 [[nodiscard]] std::unique_ptr<QWindow> makeDirectorWindow(QQmlEngine &engine,
                                                           DirectorViewModel &director);
+/// Makes the window of Program alone, hidden like the next.
+[[nodiscard]] std::unique_ptr<QWindow> makeProgramPictureWindow(QQmlEngine &engine,
+                                                                DirectorViewModel &director);
 /// Makes the window of the network check, which stays hidden until it is shown.
 [[nodiscard]] std::unique_ptr<QWindow> makeNetworkCheckWindow(QQmlEngine &engine,
                                                               NetworkCheckViewModel &check);
@@ -38,7 +42,8 @@ void applyLook();
 [[nodiscard]] std::unique_ptr<QWindow> makeHelpWindow(QQmlEngine &engine, HelpViewModel &help);
 
 /// The program's windows, each opened on request: a window that is there comes to the front
-/// instead. They are kept when they close; the Director window starts fresh. The program ends with
+/// instead. They are kept when they close; the Director window starts fresh, and takes Program's
+/// along. The program ends with
 /// the last of Director and Library window. Context: UI thread.
 class ProgramWindows : public QObject {
     Q_OBJECT
@@ -52,6 +57,7 @@ public:
 
 public Q_SLOTS:
     void showDirector();
+    void showProgram();
     void showLibrary();
     void showNetworkCheck();
     void showSettings();
@@ -90,6 +96,7 @@ private:
     QQmlEngine m_engine;
     std::unique_ptr<QWindow> m_libraryWindow;
     std::unique_ptr<QWindow> m_directorWindow;
+    std::unique_ptr<ProgramDisplay> m_program;
     std::unique_ptr<QWindow> m_networkCheckWindow;
     std::unique_ptr<QWindow> m_settingsWindow;
     std::unique_ptr<QWindow> m_helpWindow;

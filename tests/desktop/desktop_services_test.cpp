@@ -3,6 +3,7 @@
 // What the program asks of the desktop, on a bus of its own.
 
 #include "desktop/desktop_notification.h"
+#include "desktop/display_inhibitor.h"
 #include "desktop/sleep_inhibitor.h"
 
 #include <QDBusConnection>
@@ -52,6 +53,23 @@ private:
     int m_ours = -1;
 };
 
+class ScreenSaver : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.ScreenSaver")
+public:
+    QStringList asked;
+    QSet<uint> held;
+
+public Q_SLOTS:
+    uint Inhibit(const QString &who, const QString &why)
+    {
+        asked += who + u'|' + why;
+        held += uint(asked.size());
+        return uint(asked.size());
+    }
+    void UnInhibit(uint cookie) { held -= cookie; }
+};
+
 class NotificationService : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
@@ -89,6 +107,7 @@ private Q_SLOTS:
     void doesWithoutTheServices()
     {
         const SleepInhibitor inhibitor(u"nobody hears"_s);
+        const DisplayInhibitor displays(u"nobody hears"_s);
         showDesktopNotification(u"nobody"_s, u"hears"_s);
         QVERIFY(QDBusConnection::systemBus().isConnected());
     }
@@ -114,6 +133,24 @@ private Q_SLOTS:
         inhibitor.reset();
         QTRY_COMPARE(manager.asked.value(2), u"Short"_s);
         QTRY_VERIFY(!manager.isLocked());
+    }
+
+    void keepsTheDisplaysOnForItsLife()
+    {
+        QDBusConnection bus = service(u"saver"_s, u"org.freedesktop.ScreenSaver"_s);
+        ScreenSaver saver;
+        QVERIFY(bus.registerObject(u"/org/freedesktop/ScreenSaver"_s, &saver,
+                                   QDBusConnection::ExportAllSlots));
+        std::optional<DisplayInhibitor> inhibitor(std::in_place, u"Showing"_s);
+        QTRY_COMPARE(saver.asked, QStringList(u"VORN|Showing"_s));
+        QCOMPARE(saver.held.size(), 1);
+        inhibitor.reset();
+        QTRY_VERIFY(saver.held.isEmpty());
+        // Given up before the answer.
+        inhibitor.emplace(u"Short"_s);
+        inhibitor.reset();
+        QTRY_COMPARE(saver.asked.size(), 2);
+        QTRY_VERIFY(saver.held.isEmpty());
     }
 
     void notifies()

@@ -117,6 +117,21 @@ int stripsUnder(QQuickItem *item)
 
 class DirectorWindowTest : public WindowTest {
     Q_OBJECT
+public:
+    /// With two displays.
+    static void initMain()
+    {
+        WindowTest::initMain();
+        static QTemporaryFile displays;
+        if (!displays.open())
+            qFatal("no file");
+        displays.write(R"({"screens": [{"name": "left", "x": 0, "width": 1600, "height": 1000},
+                                       {"name": "right", "x": 1600, "width": 1600, "height": 1000}]})");
+        displays.close();
+        qputenv("QT_QPA_PLATFORM",
+                "offscreen:configfile=" + QFile::encodeName(displays.fileName()));
+    }
+
 private Q_SLOTS:
     void init()
     {
@@ -435,6 +450,49 @@ private Q_SLOTS:
         QVERIFY(shownWindow(u"VORN Library"_s));
         desk.windows.showDirector();
         QVERIFY(shownWindow(u"VORN Director"_s));
+    }
+
+    void showsProgramAlone()
+    {
+        Desk desk(fewProjects());
+        desk.windows.showDirector();
+        WindowHands director(u"VORN Director"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(director.shows(u"Live network active"_s), limitMs);
+        director.click(director.named(u"Start Director Session"_s));
+        director.click(director.named(u"Open Program"_s));
+        WindowHands program(u"VORN Program"_s);
+        const auto light = [&program] { // the share of it that is not black
+            const QImage picture = program.window()->grabWindow();
+            qsizetype count = 0;
+            for (int y = 0; y < picture.height(); ++y)
+                for (int x = 0; x < picture.width(); ++x)
+                    count += (picture.pixel(x, y) & 0xFFFFFF) != 0;
+            return double(count) / double(picture.width() * picture.height());
+        };
+        QCOMPARE(light(), 0);
+        // On the display where the desk is not.
+        QVERIFY(program.window()->screen() != director.window()->screen());
+        QVERIFY(program.window()->screen()->geometry().contains(program.window()->geometry()));
+        // The show goes on where the keyboard is.
+        program.press(Qt::Key_Space);
+        QTRY_VERIFY_WITH_TIMEOUT(light() > 0.5, limitMs);
+        const auto isFull = [&program] {
+            return program.window()->visibility() == QWindow::FullScreen;
+        };
+        program.press(Qt::Key_F11);
+        QTRY_VERIFY(isFull());
+        program.press(Qt::Key_Escape);
+        QTRY_VERIFY(!isFull());
+        program.press(Qt::Key_Escape);
+        QVERIFY(program.window()->isVisible());
+        QTest::mouseDClick(program.window(), Qt::LeftButton, {}, {100, 100});
+        QTRY_VERIFY(isFull());
+        // Its display is unplugged: full screen it would lie over the desk.
+        Q_EMIT qGuiApp->screenRemoved(program.window()->screen());
+        QTRY_VERIFY(!isFull());
+        director.window()->setProperty("mayClose", true);
+        director.window()->close();
+        QTRY_VERIFY(!shownWindow(u"VORN Program"_s));
     }
 
     void quitsFromEitherWindow_data()

@@ -20,12 +20,14 @@ const auto libraryTitle = u"VORN Library"_s;
 const auto settingsTitle = u"Settings"_s;
 const auto helpTitle = u"VORN Help"_s;
 const auto checkTitle = u"Check network"_s;
+const auto programTitle = u"VORN Program"_s;
 
 /// With all windows open.
 struct OpenDesk : Desk {
     OpenDesk()
     {
         windows.showDirector();
+        windows.showProgram();
         windows.showLibrary();
         windows.showSettings();
         windows.showHelp();
@@ -76,6 +78,7 @@ private Q_SLOTS:
         const QSet<QString> ofTheToolkit{KeyTable::sequence(KeyTable::NextControl),
                                          KeyTable::sequence(KeyTable::Work),
                                          KeyTable::sequence(KeyTable::Escape)};
+        const QSet<QString> closing{KeyTable::sequence(KeyTable::Escape)};
         const OpenDesk desk;
         // Long pages and lists are everywhere.
         const QSet<QString> common = listedKeys({Place::everyWindow, Place::lists}) - ofTheToolkit;
@@ -83,7 +86,10 @@ private Q_SLOTS:
         const QSet<QString> library = listedKeys({Place::library});
         QCOMPARE(keysOf(directorTitle), common + director);
         QCOMPARE(keysOf(libraryTitle), common + library);
-        const QSet<QString> closing{KeyTable::sequence(KeyTable::Escape)};
+        const QSet<QString> elsewhere{KeyTable::sequence(KeyTable::FoldInspector),
+                                      KeyTable::sequence(KeyTable::OpenProgram)};
+        QCOMPARE(keysOf(programTitle), listedKeys({Place::everyWindow, Place::program})
+                                           - ofTheToolkit + closing + director - elsewhere);
         QCOMPARE(keysOf(helpTitle), common + closing);
         QCOMPARE(keysOf(checkTitle), common + closing);
         QCOMPARE(keysOf(settingsTitle), listedKeys({Place::everyWindow}) - ofTheToolkit + closing);
@@ -93,7 +99,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("window");
         for (const QString &window :
-             {directorTitle, libraryTitle, settingsTitle, helpTitle, checkTitle})
+             {directorTitle, libraryTitle, settingsTitle, helpTitle, checkTitle, programTitle})
             QTest::newRow(qPrintable(window)) << window;
     }
 
@@ -103,7 +109,7 @@ private Q_SLOTS:
         const OpenDesk desk;
         for (const QString &other :
              {helpTitle, settingsTitle, directorTitle, libraryTitle, checkTitle}) {
-            if (other != window)
+            if (other != window && (other != directorTitle || window != programTitle))
                 shownWindow(other)->close();
         }
         WindowHands hands(window);

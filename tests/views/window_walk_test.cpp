@@ -18,6 +18,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const auto toggle = u"This 128-bit fingerprint matches the fingerprint shown on the phone"_s;
+const auto programTitle = u"VORN Program"_s;
 const auto codeField = u"Six-digit code from phone"_s;
 
 /// The program's windows over a library of their own.
@@ -138,7 +139,10 @@ private:
         }
         if (program.window() == window)
             return;
-        program.press(Qt::Key_Escape);
+        if (program.window()->title() == programTitle)
+            program.control(Qt::Key_W); // Escape does not take it off the air
+        else
+            program.press(Qt::Key_Escape);
         QTRY_VERIFY_WITH_TIMEOUT(!program.window()->isVisible(), limitMs);
         program.takeUp(window);
     }
@@ -339,8 +343,13 @@ private Q_SLOTS:
             m_phones.must(camera + u" wake"_s);
             program.await(count + u" CAMERAS"_s);
         };
+        const auto showProgram = [&] {
+            program.press(Qt::Key_P, Qt::ControlModifier | Qt::ShiftModifier);
+            program.takeUp(programTitle);
+        };
         walk(program, {
             {u"Director, no cameras"_s, [] {}},
+            {u"Program, black"_s, showProgram},
             {u"Director, nothing heard"_s, [&] { program.await(u"Check network"_s); }},
             {u"Check network"_s, [&] {
                 program.choose(u"Check network"_s);
@@ -377,7 +386,13 @@ private Q_SLOTS:
                 m_phones.must(u"cam-c preview silent"_s);
                 program.await(u"Ada's phone"_s, u"Picture"_s);
             }},
+            {u"Program, frozen"_s, [&] {
+                m_phones.must(u"all preview silent"_s);
+                showProgram();
+                program.await(u"PROGRAM, Mara's phone"_s, u"Picture"_s);
+            }},
             {u"Director, offline"_s, [&] {
+                m_phones.must(u"all preview ok"_s);
                 m_phones.must(u"cam-d sleep"_s);
                 program.await(u"Tarek's phone"_s, u"OFFLINE"_s);
             }},

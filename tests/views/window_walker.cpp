@@ -201,7 +201,9 @@ private:
         while (stops.size() < mostStops) {
             m_hands.press(key, modifiers);
             QQuickItem *item = m_hands.window()->activeFocusItem();
-            const bool isLost = !item || item == m_hands.window()->contentItem();
+            const bool isLost =
+                !item || item == m_hands.window()->contentItem()
+                || item == m_hands.window()->property("contentItem").value<QQuickItem *>();
             expect(!isLost || m_controls.isEmpty(), u"Tab"_s, u"loses the keyboard"_s);
             if (isLost)
                 return stops;

@@ -23,7 +23,7 @@ constexpr std::array table{
     Row{KeyTable::CloseWindow, Place::everyWindow, u"Ctrl+W", u"Close the window"},
     Row{KeyTable::Quit, Place::everyWindow, u"Ctrl+Q", u"Quit VORN Desktop"},
     Row{KeyTable::Escape, Place::everyWindow, u"Esc",
-        u"Close a sheet, or a window beside Director and Library"},
+        u"Close a sheet, or a window beside Director, Library and Program"},
     Row{KeyTable::NextControl, Place::everyWindow, u"Tab",
         u"Next control; with Shift, the one before"},
     Row{KeyTable::Work, Place::everyWindow, u"Return", u"Work the control that has the keyboard"},
@@ -33,6 +33,10 @@ constexpr std::array table{
     Row{KeyTable::Place3, Place::director, u"3", u"Camera 3 of the wall in Preview"},
     Row{KeyTable::Place4, Place::director, u"4", u"Camera 4 of the wall in Preview"},
     Row{KeyTable::FoldInspector, Place::director, u"F9", u"Fold the inspector away and back"},
+    Row{KeyTable::OpenProgram, Place::director, u"Ctrl+Shift+P", u"Program window"},
+    Row{KeyTable::FullScreen, Place::program, u"F11",
+        u"Full screen, on another display if there is one, and back"},
+    Row{KeyTable::LeaveFullScreen, Place::program, u"Esc", u"Leave full screen"},
     Row{KeyTable::Connect, Place::library, u"Ctrl+K", u"Connect to a phone"},
     Row{KeyTable::NewProject, Place::library, u"Ctrl+N", u"New project"},
     Row{KeyTable::Rename, Place::library, u"F2", u"Rename the project"},
@@ -64,6 +68,8 @@ QString KeyTable::title(Place place)
         return u"Every window"_s;
     case Place::director:
         return u"Director window"_s;
+    case Place::program:
+        return u"Program window, beside CUT and 1 to 4"_s;
     case Place::library:
         return u"Library window"_s;
     case Place::lists:

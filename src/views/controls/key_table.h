@@ -31,6 +31,9 @@ public:
         Place3,
         Place4,
         FoldInspector,
+        OpenProgram,
+        FullScreen,
+        LeaveFullScreen,
         Connect,
         NewProject,
         Rename,
@@ -50,7 +53,7 @@ public:
     Q_ENUM(Key)
 
     /// Where a key works.
-    enum class Place : quint8 { everyWindow, director, library, lists };
+    enum class Place : quint8 { everyWindow, director, program, library, lists };
 
     struct Row {
         Key key;

@@ -10,6 +10,7 @@ Item {
     required property DirectorMonitorViewModel monitor
     required property string title
     required property bool isProgram
+    signal windowRequested
     readonly property real surround: heading.height + camera.height + 4 * Theme.tight // what is not picture
 
     Accessible.role: Accessible.Grouping
@@ -19,9 +20,23 @@ Item {
     TextLabel {
         id: heading
 
+        height: 20 // beside what the button needs
+        verticalAlignment: Text.AlignVCenter
         text: root.title
         font.weight: Font.DemiBold
         color: root.isProgram ? Theme.failure : Theme.preview
+    }
+    HelpedButton {
+        anchors.right: parent.right
+        anchors.verticalCenter: heading.verticalCenter
+        height: Theme.hit
+        visible: root.isProgram
+        text: qsTr("Open Program")
+        icon.name: "screen"
+        iconOnly: true
+        help: qsTr("Show Program in a window of its own, for another display (%1)")
+              .arg(KeyTable.sequence(KeyTable.OpenProgram))
+        onClicked: root.windowRequested()
     }
     FrameWell {
         id: well

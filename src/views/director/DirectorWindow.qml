@@ -13,6 +13,7 @@ ProgramWindow {
     required property DirectorViewModel director
     property bool mayClose
     property string endingWork // what would end with the program, while that is asked
+    signal programRequested
     signal closed
     signal stayed // when it was asked to close
     signal endConfirmed
@@ -112,6 +113,7 @@ ProgramWindow {
                 // While the inspector takes room the wall gives it.
                 SplitView.minimumWidth: panes.resizing && panes.held === inspector ? 0 : panes.switcherNeeds
                 director: root.director
+                onProgramRequested: root.programRequested()
             }
             // Its pages may have the focus.
             FocusScope {

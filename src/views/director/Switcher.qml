@@ -18,6 +18,8 @@ StudioPanel {
     // As wide as it has use for with the monitors above each other.
     readonly property real useful: Math.ceil(stackedWidth) + 2 * Theme.tight + 2 * Theme.inside
 
+    signal programRequested
+
     title: qsTr("SWITCHER")
     subtitle: qsTr("Preview and Program")
     icon: "switch"
@@ -55,6 +57,7 @@ StudioPanel {
             monitor: root.director.programMonitor
             title: qsTr("PROGRAM")
             isProgram: true
+            onWindowRequested: root.programRequested()
         }
     }
     RowLayout {
@@ -108,5 +111,10 @@ StudioPanel {
     }
     SwitchKeys {
         director: root.director
+    }
+    ListedShortcut {
+        key: KeyTable.OpenProgram
+        autoRepeat: false
+        onActivated: root.programRequested()
     }
 }
