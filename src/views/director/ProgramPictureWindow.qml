@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 import QtQuick
-import QtQuick.Window
 import Vorn
 
 // Program alone, for another display or another program that captures it: the picture, black where there
