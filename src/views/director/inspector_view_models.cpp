@@ -216,9 +216,8 @@ QString EditsPageViewModel::countText() const
 
 QString EditsPageViewModel::problem() const
 {
-    return m_session.journalProblem()
-               ? u"Not saved. "_s + displayText(*m_session.journalProblem(), longestMessage)
-               : QString();
+    const std::optional<QString> &problem = m_session.journalProblem();
+    return problem ? u"Not saved. "_s + displayText(*problem, longestMessage) : QString();
 }
 
 void EditsPageViewModel::copy()
