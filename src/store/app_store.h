@@ -174,6 +174,8 @@ private:
     void setCheckProgress(std::optional<CheckProgress> progress);
     void setTakeOutcome(std::optional<TakeOutcome> outcome);
     [[nodiscard]] CheckReport checkReport();
+    /// True when there is no failure to tell.
+    bool endCheck(const QString &failure);
     void tellOfChecks(TakeOutcome outcome);
     [[nodiscard]] VORNProject *selectedProjectForChange() VORN_RUNS_ON(m_ui);
 

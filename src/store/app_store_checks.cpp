@@ -76,14 +76,20 @@ QCoro::Task<> AppStore::verifySelectedTake()
     }
     if (!self)
         co_return;
-    setCheckProgress({});
-    setLongWork({});
-    if (!failure.isEmpty()) {
-        fail(failure);
+    if (!endCheck(failure))
         co_return;
-    }
     outcome.text = summaryOf(take, outcome.checks);
     tellOfChecks(std::move(outcome));
+}
+
+bool AppStore::endCheck(const QString &failure)
+{
+    m_ui.assertCurrent();
+    setCheckProgress({});
+    setLongWork({});
+    if (!failure.isEmpty())
+        fail(failure);
+    return failure.isEmpty();
 }
 
 void AppStore::tellOfChecks(TakeOutcome outcome)
@@ -125,12 +131,8 @@ QCoro::Task<> AppStore::saveChecksums(QString projectId, QString takeId, QString
     }
     if (!self)
         co_return;
-    setCheckProgress({});
-    setLongWork({});
-    if (!failure.isEmpty()) {
-        fail(failure);
+    if (!endCheck(failure))
         co_return;
-    }
     outcome.text = u"Saved the checksums of take %1 as %2."_s.arg(take.id, path);
     log(outcome.text);
     setTakeOutcome(std::move(outcome));
