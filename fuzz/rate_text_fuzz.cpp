@@ -5,7 +5,7 @@
 #include "check.h"
 #include "drift/drift_error.h"
 #include "drift/rate_text.h"
-#include "drift/timeline_document.h"
+#include "drift/fcpxml_text.h"
 
 using namespace vorn;
 

@@ -6,7 +6,9 @@
 #include "base/digest.h"
 #include "base/files.h"
 #include "drift/alignment_report.h"
+#include "drift/director_cut_document.h"
 #include "drift/drift_error.h"
+#include "drift/fcpxml_text.h"
 #include "drift/package_folder.h"
 #include "drift/placement.h"
 #include "drift/rate_text.h"
@@ -25,6 +27,11 @@ namespace vorn {
 namespace {
 
 using OnProgress = std::function<void(const ExportProgress &)>;
+
+constexpr QLatin1StringView reportFileName("alignment-report.json");
+constexpr QLatin1StringView manifestFileName("source-manifest.json");
+constexpr std::array packageFileNames{timelineFileName, reportFileName, manifestFileName,
+                                      directorCutFileName};
 
 // Only anchors of this meaning say where a clip lies in the reference camera's media.
 constexpr QStringView alignableMeaning = u"same-event-reference-media-seconds";
@@ -96,23 +103,34 @@ DriftCorrection correctionOf(const VORNClip &clip, const QString &referenceCamer
     return DriftEngine::fit(clip.anchors, duration);
 }
 
-/// Verifies a clip's file from its bytes and works out its line.
-Prepared prepared(const VORNClip &clip, const QString &referenceCameraId,
-                  const std::function<void(std::int64_t)> &onBytes)
+/// A clip whose file is there.
+Prepared located(const VORNClip &clip)
 {
     if (!clip.localPath)
         throw DriftExportError::missing(clip.cameraId + u" has not been downloaded."_s);
     if (!fileExists(*clip.localPath))
         throw DriftExportError::missing(u"Missing source: "_s + *clip.localPath);
-
     Prepared item;
     item.clip = clip;
     item.path = absolutePath(*clip.localPath);
+    return item;
+}
+
+void measure(Prepared &item, const QString &referenceCameraId)
+{
+    item.media = DriftEngine::mediaInfo(item.path);
+    item.correction = correctionOf(item.clip, referenceCameraId, item.media.duration);
+}
+
+/// Verifies a clip's file from its bytes and works out its line.
+Prepared prepared(const VORNClip &clip, const QString &referenceCameraId,
+                  const std::function<void(std::int64_t)> &onBytes)
+{
+    Prepared item = located(clip);
     item.digest = digestOf(item.path, onBytes);
     if (item.digest.compare(clip.sha256, Qt::CaseInsensitive) != 0)
         throw DriftExportError::invalid(u"Checksum mismatch for "_s + clip.cameraId + u'.');
-    item.media = DriftEngine::mediaInfo(item.path);
-    item.correction = correctionOf(clip, referenceCameraId, item.media.duration);
+    measure(item, referenceCameraId);
     return item;
 }
 
@@ -190,10 +208,31 @@ SourceManifest sourceManifest(const VORNProject &project, const VORNTake &take,
     return manifest;
 }
 
+std::vector<Placement> placements(const std::vector<Prepared> &items, double fps)
+{
+    std::vector<Placement> result;
+    result.reserve(items.size());
+    for (const Prepared &item : items)
+        result.push_back(DriftEngine::placement(item, fps));
+    return result;
+}
+
+/// The reference camera's first recording with sound, by which the others are heard to be right.
+std::optional<std::size_t> soundClip(const std::vector<Placement> &placements,
+                                     const QString &referenceCameraId)
+{
+    const auto found = std::ranges::find_if(placements, [&](const Placement &placement) {
+        return placement.item.clip.cameraId == referenceCameraId && placement.item.media.hasAudio;
+    });
+    return found == placements.end() ? std::nullopt
+                                     : std::optional(std::size_t(found - placements.begin()));
+}
+
 } // namespace
 
 QString DriftEngine::exportPackage(const VORNProject &project, const VORNTake &take,
-                                   const QString &parent, const OnProgress &onProgress)
+                                   const QString &parent, const OnProgress &onProgress,
+                                   const std::vector<CutDecision> &decisions)
 {
     const QString referenceCameraId = requiredReferenceCamera(take);
     const double fps = fpsValue(take.timelineFPS);
@@ -204,20 +243,34 @@ QString DriftEngine::exportPackage(const VORNProject &project, const VORNTake &t
         throw DriftExportError::invalid(u"Export destination already exists."_s);
 
     const std::vector<Prepared> items = preparedClips(take, referenceCameraId, onProgress);
-    std::vector<Placement> placements;
-    placements.reserve(items.size());
-    for (const Prepared &item : items)
-        placements.push_back(placement(item, fps));
-
+    const std::vector<Placement> placed = placements(items, fps);
     const AlignmentReport report = alignmentReport(project, take, referenceCameraId, items);
     const SourceManifest manifest = sourceManifest(project, take, referenceCameraId, items);
-    const std::array files{
-        PackageFile{u"timeline.fcpxml"_s,
-                    timelineDocument(project.name, take.id, fps, placements).toUtf8()},
-        PackageFile{u"alignment-report.json"_s, prettyJson(jsonFromRecord(report))},
-        PackageFile{u"source-manifest.json"_s, prettyJson(jsonFromRecord(manifest))}};
-    writePackage(folder, files);
+    std::vector files{PackageFile{timelineFileName,
+                                  timelineDocument(project.name, take.id, fps, placed).toUtf8()},
+                      PackageFile{reportFileName, prettyJson(jsonFromRecord(report))},
+                      PackageFile{manifestFileName, prettyJson(jsonFromRecord(manifest))}};
+    if (const auto cut = directorCut(decisions, placed, fps))
+        files.push_back(
+            {directorCutFileName, directorCutDocument(project.name, take.id, fps, placed, *cut,
+                                                      soundClip(placed, referenceCameraId))
+                                      .toUtf8()});
+    writePackage(folder, files, packageFileNames);
     return folder;
+}
+
+std::optional<CutOutlook> DriftEngine::outlookOfCut(const VORNTake &take,
+                                                    const std::vector<CutDecision> &decisions)
+{
+    const QString referenceCameraId = requiredReferenceCamera(take);
+    const double fps = fpsValue(take.timelineFPS);
+    std::vector<Prepared> items;
+    for (const VORNClip &clip : take.clips) {
+        items.push_back(located(clip));
+        measure(items.back(), referenceCameraId);
+    }
+    const auto cut = directorCut(decisions, placements(items, fps), fps);
+    return cut ? std::optional(cutOutlook(*cut, fps)) : std::nullopt;
 }
 
 } // namespace vorn

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "drift/director_cut.h"
 #include "library/records.h"
 
 #include <cstdint>
@@ -19,17 +20,29 @@ struct ExportProgress {
     bool operator==(const ExportProgress &) const = default;
 };
 
+// Of a package.
+inline constexpr QLatin1StringView timelineFileName("timeline.fcpxml");
+inline constexpr QLatin1StringView directorCutFileName("director-cut.fcpxml");
+
 namespace DriftEngine {
 
 /// Makes a new folder in `parent` with "timeline.fcpxml", "alignment-report.json" and
-/// "source-manifest.json", and returns its path. All or nothing: whatever can be refused is refused
+/// "source-manifest.json", and returns its path. Where some of `decisions` have a place,
+/// "director-cut.fcpxml" is the fourth. All or nothing: whatever can be refused is refused
 /// before the first byte is written, and a failure while writing takes the folder away again.
 /// Recorded media is only read. `onProgress`, if given, is called on the calling thread about once
 /// a mebibyte; what it throws ends the run. Throws DriftExportError, FileError and
 /// MediaProbeError. Blocks for as long as hashing the media takes; any thread.
 [[nodiscard]] QString
 exportPackage(const VORNProject &project, const VORNTake &take, const QString &parent,
-              const std::function<void(const ExportProgress &)> &onProgress = {});
+              const std::function<void(const ExportProgress &)> &onProgress = {},
+              const std::vector<CutDecision> &decisions = {});
+
+/// What an export of the take as it is would make of these decisions; absent where none has a
+/// place. Reads no more of the recordings than their headers, and verifies none. Throws as
+/// exportPackage does.
+[[nodiscard]] std::optional<CutOutlook> outlookOfCut(const VORNTake &take,
+                                                     const std::vector<CutDecision> &decisions);
 
 } // namespace DriftEngine
 } // namespace vorn

@@ -53,18 +53,18 @@ public:
 
     /// Removes what killed programs have left beside it: folders of such a name and of its owner,
     /// which nobody holds, and in them the files of a package and nothing else.
-    void clearOthers(std::span<const PackageFile> files) const
+    void clearOthers(std::span<const QLatin1StringView> names) const
     {
         static const QRegularExpression form(
             QRegularExpression::anchoredPattern(unfinishedPrefix + u"[0-9a-f]{32}"_s));
         const QString parent = m_path.first(m_path.lastIndexOf(u'/') + 1);
-        const QStringList names = QDir(parent).entryList(
+        const QStringList folders = QDir(parent).entryList(
             {unfinishedPrefix + u"*"_s}, QDir::Dirs | QDir::Hidden | QDir::NoSymLinks);
-        for (const QString &name : names) {
+        for (const QString &name : folders) {
             const FileDescriptor folder = openFolder(parent + name);
             if (form.match(name).hasMatch() && ownerOf(folder) == ownerOf(m_folder)
                 && ::flock(folder.get(), LOCK_EX | LOCK_NB) == 0)
-                clear(folder, parent + name, files);
+                clear(folder, parent + name, names);
         }
     }
 
@@ -92,11 +92,11 @@ private:
     }
 
     static void clear(const FileDescriptor &folder, const QString &path,
-                      std::span<const PackageFile> files)
+                      std::span<const QLatin1StringView> names)
     {
         removeAbandonedWrites(path);
-        for (const PackageFile &file : files) // in the folder that is held, whatever path names now
-            ::unlinkat(folder.get(), nativePath(file.name).constData(), 0);
+        for (const QLatin1StringView name : names) // in the folder held, whatever path names now
+            ::unlinkat(folder.get(), name.data(), 0);
         ::rmdir(nativePath(path).constData()); // fails where something else is left
     }
 
@@ -107,7 +107,8 @@ private:
 
 } // namespace
 
-void writePackage(const QString &path, std::span<const PackageFile> files)
+void writePackage(const QString &path, std::span<const PackageFile> files,
+                  std::span<const QLatin1StringView> possibleNames)
 {
     const QString action = u"Cannot create the folder"_s;
     const FileDescriptor parent = openParentFolder(path, action);
@@ -119,7 +120,7 @@ void writePackage(const QString &path, std::span<const PackageFile> files)
     };
     try {
         UnfinishedPackage package(unfinished);
-        package.clearOthers(files);
+        package.clearOthers(possibleNames);
         for (const PackageFile &file : files)
             writeFileAtomically(unfinished + u'/' + file.name, file.bytes, FileMode::followUmask);
         package.moveTo(path, action);

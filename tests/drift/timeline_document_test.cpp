@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "drift/drift_error.h"
+#include "drift/fcpxml_text.h"
 #include "drift/timeline_document.h"
 #include "support.h"
 
