@@ -124,8 +124,6 @@ public:
 
     /// Why the last edits are not on the disk; absent when they are.
     [[nodiscard]] const std::optional<QString> &journalProblem() const;
-    /// Where the journals of sessions are, each in a file of its own.
-    [[nodiscard]] static QString journalFolder(const QString &supportDirectory);
 
     /// The frames, with signals of their own.
     [[nodiscard]] const LivePreviewStore &previews() const { return m_previews; }

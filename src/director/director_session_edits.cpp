@@ -70,11 +70,6 @@ const std::optional<QString> &DirectorSession::journalProblem() const
     return m_journalProblem;
 }
 
-QString DirectorSession::journalFolder(const QString &supportDirectory)
-{
-    return supportDirectory + u"/sessions"_s;
-}
-
 QString DirectorSession::editLog() const
 {
     m_ui.assertCurrent();
@@ -101,7 +96,7 @@ void DirectorSession::openJournal()
     constexpr std::chrono::seconds patience{5};
     m_journal = std::make_unique<WorkerThread<SessionJournalWriter>>(
         u"session-journal"_s,
-        [this, head, folder = journalFolder(m_store.supportDirectory())] {
+        [this, head, folder = sessionJournalFolder(m_store.supportDirectory())] {
             auto writer = std::make_unique<SessionJournalWriter>(folder, head);
             connect(writer.get(), &SessionJournalWriter::appended, this,
                     &DirectorSession::followJournal);

@@ -132,6 +132,11 @@ private:
 
 } // namespace
 
+QString sessionJournalFolder(const QString &supportDirectory)
+{
+    return supportDirectory + u"/sessions"_s;
+}
+
 JournalEntry journalEntry(const DirectorEditEvent &event, const std::vector<LiveCamera> &cameras,
                           WallTime now, MonotonicClock::time_point clock)
 {

@@ -17,6 +17,9 @@ namespace vorn {
 // What is kept of a session on the disk: a line for the session, then a line for each event, each
 // a JSON object with a line feed behind it.
 
+/// Where the journals are, each in a file of its own.
+[[nodiscard]] QString sessionJournalFolder(const QString &supportDirectory);
+
 /// Which session it is.
 struct JournalHead {
     static constexpr std::int64_t currentVersion = 1;

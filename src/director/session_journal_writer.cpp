@@ -5,6 +5,7 @@
 #include "base/atomic_file.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -49,6 +50,8 @@ void SessionJournalWriter::open()
                                    mode_t(FileMode::ownerOnly)));
     if (!m_file.isOpen())
         throw FileError(u"Cannot write"_s, m_path, errno);
+    // Tells whoever would delete it that the session runs.
+    ::flock(m_file.get(), LOCK_EX | LOCK_NB);
 }
 
 void SessionJournalWriter::write()

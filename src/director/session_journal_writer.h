@@ -15,9 +15,9 @@
 namespace vorn {
 
 /// Keeps a session's journal on the disk, in a file of its own that bears the session's id and is
-/// only ever appended to. Makes folder and file with the first entries. What could not be written
-/// is tried again with what comes next. Context: a thread of its own, where it is made: neither a
-/// disk that hangs nor the file work of others may hold up the show or the journal.
+/// only ever appended to, and locked. Makes folder and file with the first entries. What could not
+/// be written is tried again with what comes next. Context: a thread of its own, where it is made:
+/// neither a disk that hangs nor the file work of others may hold up the show or the journal.
 class SessionJournalWriter : public QObject {
     Q_OBJECT
 public:

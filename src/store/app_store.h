@@ -111,8 +111,12 @@ public:
     void setReferenceCamera(const QString &cameraId);
     /// Brings in the take that the manifest file at `path` describes. All or nothing.
     QCoro::Task<> importManifest(QString path);
-    /// Exports the selected take into a new folder under `parentFolder` and shows it.
-    QCoro::Task<> exportSelectedTake(QString parentFolder);
+    /// Exports the selected take into a new folder under `parentFolder` and shows it. The decisions
+    /// of its director's cut are what `readDecisions` gives, on another thread; what it throws ends
+    /// the export.
+    QCoro::Task<> exportSelectedTake(
+        QString parentFolder,
+        std::function<std::vector<CutDecision>(const VORNTake &)> readDecisions = {});
     /// Reads the recordings of the selected take that are on this computer anew and says which no
     /// longer match. The library stays as it is.
     QCoro::Task<> verifySelectedTake();

@@ -10,7 +10,8 @@
 using namespace Qt::StringLiterals;
 
 namespace vorn {
-QCoro::Task<> AppStore::exportSelectedTake(QString parentFolder)
+QCoro::Task<> AppStore::exportSelectedTake(
+    QString parentFolder, std::function<std::vector<CutDecision>(const VORNTake &)> readDecisions)
 {
     m_ui.assertCurrent();
     if (m_longWork || !selectedProject() || !selectedTake())
@@ -29,13 +30,16 @@ QCoro::Task<> AppStore::exportSelectedTake(QString parentFolder)
     setLongWork(LongWork::exporting);
     QString failure;
     try {
-        const QString folder = co_await offThread([project, take, parentFolder, report] {
-            return DriftEngine::exportPackage(project, take, parentFolder, report);
-        });
+        const QString folder =
+            co_await offThread([project, take, parentFolder, report, readDecisions] {
+                const auto decisions =
+                    readDecisions ? readDecisions(take) : std::vector<CutDecision>();
+                return DriftEngine::exportPackage(project, take, parentFolder, report, decisions);
+            });
         if (!self)
             co_return;
         log(u"Created Resolve export %1."_s.arg(fileNameOf(folder)));
-        Q_EMIT exportCreated(folder + u"/timeline.fcpxml"_s);
+        Q_EMIT exportCreated(folder + u'/' + timelineFileName);
     } catch (const std::exception &error) {
         failure = u"Resolve export failed: "_s + QString::fromUtf8(error.what());
     }

@@ -375,7 +375,7 @@ private Q_SLOTS:
 private:
     [[nodiscard]] QStringList journals() const
     {
-        const QDir folder(DirectorSession::journalFolder(m_folder->path()));
+        const QDir folder(sessionJournalFolder(m_folder->path()));
         QStringList paths;
         for (const QString &name : folder.entryList(QDir::Files))
             paths << folder.filePath(name);

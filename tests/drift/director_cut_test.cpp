@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "drift/director_cut_document.h"
+#include "support.h"
+
+#include <QProcess>
+#include <QtTest>
+
+#include <random>
+
+using namespace vorn;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Kind = CutDecision::Kind;
+
+constexpr double fps = 30;
+
+/// Ten seconds of media, on the timeline from `startSeconds` on.
+Placement placed(const QString &cameraId, double startSeconds, double ppm = 0)
+{
+    Placement placement;
+    placement.item.clip.cameraId = cameraId;
+    placement.item.path = u'/' + cameraId + u".mov"_s;
+    placement.item.media = {
+        .duration = 10, .width = 640, .height = 360, .fps = 30, .hasAudio = true};
+    placement.item.correction.offsetSeconds = startSeconds;
+    placement.item.correction.referenceSecondsPerSourceSecond = 1 + ppm / 1e6;
+    return DriftEngine::placement(placement.item, fps);
+}
+
+/// A decision at that second of the reference camera, as cameras tell it which are off by so many
+/// milliseconds and may be by ten.
+CutDecision decided(Kind kind, const QString &cameraId, double second,
+                    const std::map<QString, double> &offMs, double fadeSeconds = 0)
+{
+    CutDecision decision{.kind = kind,
+                         .sessionSeconds = second + 100,
+                         .cameraId = cameraId,
+                         .fadeSeconds = fadeSeconds,
+                         .label = u"Edit marker"_s,
+                         .then = {}};
+    const std::map<QString, double> starts{{u"A"_s, 0}, {u"B"_s, 2}, {u"C"_s, -1}};
+    for (const auto &[camera, off] : offMs)
+        decision.then.push_back({.cameraId = camera,
+                                 .seconds = second - starts.at(camera) + off / 1000,
+                                 .uncertaintySeconds = 0.01});
+    return decision;
+}
+
+CutDecision cut(const QString &cameraId, double second)
+{
+    return decided(Kind::cut, cameraId, second, {{u"A"_s, 0}});
+}
+
+CutDecision fade(const QString &cameraId, double second, double length)
+{
+    return decided(Kind::fade, cameraId, second, {{u"A"_s, 0}}, length);
+}
+
+CutDecision marker(double second)
+{
+    return decided(Kind::marker, {}, second, {{u"A"_s, 0}});
+}
+
+CutDecision untold(const QString &cameraId, double second)
+{
+    return decided(Kind::cut, cameraId, second, {});
+}
+
+// A from 0 to 10 s, B from 2 to 12, C, which began before, from 0 to 9.
+std::vector<Placement> cameras()
+{
+    return {placed(u"A"_s, 0), placed(u"B"_s, 2), placed(u"C"_s, -1)};
+}
+
+QString shown(const DirectorCut &cut, const std::vector<Placement> &placements)
+{
+    QStringList words;
+    for (const CutPiece &piece : cut.pieces)
+        words += u"%1 %2"_s.arg(piece.begin)
+                     .arg(piece.clip ? placements[*piece.clip].item.clip.cameraId : u"-"_s)
+                 + (piece.fadeFrames > 0 ? u" ~%1"_s.arg(piece.fadeFrames) : QString());
+    return words.join(u", "_s);
+}
+
+} // namespace
+
+class DirectorCutTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void laysDecisionsOnTheTimeline_data()
+    {
+        QTest::addColumn<std::vector<CutDecision>>("decisions");
+        QTest::addColumn<QString>("pieces");
+        const auto row = [](const char *name, const std::vector<CutDecision> &decisions,
+                            const QString &pieces) { QTest::newRow(name) << decisions << pieces; };
+        row("cuts", {cut(u"A"_s, 1), cut(u"B"_s, 4), cut(u"C"_s, 5.51)},
+            u"0 -, 30 A, 120 B, 165 C, 270 -"_s);
+        row("before the recording", {untold(u"A"_s, -20), untold(u"C"_s, -3), cut(u"A"_s, 3)},
+            u"0 C, 90 A, 300 -"_s);
+        row("by the neighbour's clock", {cut(u"A"_s, 1), untold(u"C"_s, 2), cut(u"A"_s, 9)},
+            u"0 -, 30 A, 60 C, 270 A, 300 -"_s);
+        row("behind the end", {cut(u"A"_s, 1), untold(u"B"_s, 60)}, u"0 -, 30 A, 300 -"_s);
+        row("not yet recording", {cut(u"B"_s, 1)}, u"0 -, 30 -, 60 B"_s);
+        row("no recording", {cut(u"D"_s, 1), cut(u"A"_s, 8)}, u"0 -, 30 -, 240 A, 300 -"_s);
+        row("the same frame", {cut(u"A"_s, 1), cut(u"C"_s, 5), cut(u"B"_s, 5.01)},
+            u"0 -, 30 A, 150 B"_s);
+        row("there and back in a frame", {cut(u"A"_s, 1), cut(u"C"_s, 5), cut(u"A"_s, 5.01)},
+            u"0 -, 30 A, 300 -"_s);
+        row("later is not earlier",
+            {cut(u"A"_s, 1), cut(u"C"_s, 5), decided(Kind::cut, u"B"_s, 5.01, {{u"A"_s, -90}})},
+            u"0 -, 30 A, 150 B"_s);
+        row("dissolve", {cut(u"A"_s, 1), fade(u"C"_s, 5, 1)}, u"0 -, 30 A, 150 C ~30, 270 -"_s);
+        row("out of nothing", {fade(u"A"_s, 1, 1)}, u"0 -, 30 A ~30, 300 -"_s);
+        row("to what has just begun", {cut(u"A"_s, 1), fade(u"B"_s, 2.2, 1)},
+            u"0 -, 30 A, 66 B ~12"_s);
+        row("from what ends", {cut(u"C"_s, 1), fade(u"A"_s, 8.9, 2)},
+            u"0 -, 30 C, 267 A ~6, 300 -"_s);
+        row("at the beginning", {untold(u"A"_s, -1), fade(u"C"_s, 0, 1), marker(3)},
+            u"0 C, 270 -"_s);
+        row("one after the other",
+            {cut(u"A"_s, 1), fade(u"C"_s, 5, 1), fade(u"B"_s, 5.4, 1), cut(u"A"_s, 6)},
+            u"0 -, 30 A, 150 C ~12, 162 B ~12, 180 A, 300 -"_s);
+        // Two of the three are right; a fourth is in another recording of that name.
+        CutDecision late = decided(Kind::cut, u"A"_s, 4, {{u"A"_s, 4}, {u"B"_s, -6}});
+        late.then.push_back({.cameraId = u"C"_s, .seconds = 9, .uncertaintySeconds = 0.01});
+        late.then.push_back({.cameraId = u"B"_s, .seconds = 3000, .uncertaintySeconds = 0.01});
+        row("the median", {late}, u"0 -, 120 A, 300 -"_s);
+    }
+
+    void laysDecisionsOnTheTimeline()
+    {
+        QFETCH(const std::vector<CutDecision>, decisions);
+        QFETCH(const QString, pieces);
+        const auto result = DriftEngine::directorCut(decisions, cameras(), fps);
+        QVERIFY(result);
+        QCOMPARE(shown(*result, cameras()), pieces);
+        QCOMPARE(result->decisions.size(), decisions.size());
+    }
+
+    void tellsHowFarOffPlacesMayBe_data()
+    {
+        QTest::addColumn<std::vector<CutDecision>>("decisions");
+        QTest::addColumn<QString>("outlook"); // decisions, by clock, frames
+        const auto at = [](double second, const std::map<QString, double> &offMs) {
+            return decided(Kind::cut, u"A"_s, second, offMs);
+        };
+        // Ten milliseconds are 0.3 frames, and half a frame is added by rounding.
+        QTest::newRow("one") << std::vector{at(1, {{u"A"_s, 3}})} << u"1 0 1"_s;
+        QTest::newRow("two agree") << std::vector{at(1, {{u"A"_s, 8}, {u"B"_s, -8}})} << u"1 0 1"_s;
+        QTest::newRow("two do not")
+            << std::vector{at(1, {{u"A"_s, 100}, {u"C"_s, -100}})} << u"1 0 4"_s;
+        QTest::newRow("the worst")
+            << std::vector{at(1, {{u"A"_s, 0}}), at(2, {{u"A"_s, 0}, {u"C"_s, 90}})} << u"2 0 2"_s;
+        QTest::newRow("outside, and by the clock")
+            << std::vector{untold(u"A"_s, -5), cut(u"A"_s, 1), untold(u"C"_s, 2), marker(3),
+                           untold(u"C"_s, 50)}
+            << u"3 1 1"_s;
+    }
+
+    void tellsHowFarOffPlacesMayBe()
+    {
+        QFETCH(const std::vector<CutDecision>, decisions);
+        const auto result = DriftEngine::directorCut(decisions, cameras(), fps);
+        QVERIFY(result);
+        const CutOutlook outlook = DriftEngine::cutOutlook(*result, fps);
+        QTEST(u"%1 %2 %3"_s.arg(outlook.decisions)
+                  .arg(outlook.bySessionClock)
+                  .arg(outlook.withinFrames),
+              "outlook");
+    }
+
+    void hasNoCutWithoutAPlace()
+    {
+        QVERIFY(!DriftEngine::directorCut({}, cameras(), fps));
+        QVERIFY(!DriftEngine::directorCut({untold(u"A"_s, 1)}, cameras(), fps));
+        // Two recordings of one camera: nobody knows in which it was.
+        const std::vector twice{placed(u"A"_s, 0), placed(u"A"_s, 0)};
+        QVERIFY(!DriftEngine::directorCut({cut(u"A"_s, 1)}, twice, fps));
+    }
+};
+
+QTEST_GUILESS_MAIN(DirectorCutTest)
+#include "director_cut_test.moc"
