@@ -50,7 +50,7 @@ private:
 
     [[nodiscard]] static QString note(const QString &text)
     {
-        return u"<note>"_s + DriftEngine::xmlEscape(text) + u"</note>"_s;
+        return u"<note>"_s + DriftEngine::xmlEscape(DriftEngine::xmlText(text)) + u"</note>"_s;
     }
 
     /// In the middle of its two neighbours' edge.
@@ -152,7 +152,10 @@ private:
             u"at %1 s of the session, placed "_s.arg(placed.decision.sessionSeconds, 0, 'f', 2);
         if (!placed.withinSeconds)
             return when + u"by the clock of the computer alone."_s;
-        return when + u"within %1 frames."_s.arg(framesWithin(placed, m_fps));
+        const std::int64_t frames = framesWithin(placed, m_fps);
+        return when
+               + u"within %1 frame%2."_s.arg(QString::number(frames),
+                                             frames == 1 ? QString() : u"s"_s);
     }
 
     const double m_fps;

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "drift/director_cut_document.h"
+#include "drift/timeline_document.h"
+#include "fcpxml_faults.h"
 #include "support.h"
 
-#include <QProcess>
 #include <QtTest>
 
 #include <random>
@@ -170,6 +171,65 @@ private Q_SLOTS:
                   .arg(outlook.bySessionClock)
                   .arg(outlook.withinFrames),
               "outlook");
+    }
+
+    void writesTheWholeDocument()
+    {
+        const std::vector<CutDecision> decisions{
+            cut(u"A"_s, 1), decided(Kind::fade, u"B"_s, 5, {{u"A"_s, 8}, {u"B"_s, -8}}, 1),
+            marker(6), untold(u"D\u0001"_s, 7)};
+        const std::vector placements{placed(u"A"_s, 0), placed(u"B"_s, 2, 100)};
+        const auto result = DriftEngine::directorCut(decisions, placements, fps);
+        const QString map = u"<timeMap frameSampling=\"floor\" preservesPitch=\"1\"><timept "
+                            "time=\"0s\" value=\"0/1s\" interp=\"linear\"/><timept "
+                            "time=\"10/1s\" value=\"%1\" interp=\"linear\"/></timeMap>"_s;
+        const QString mapA = map.arg(u"10/1s"_s);
+        const QString mapB = map.arg(u"100000/10001s"_s);
+        const QString expected =
+            u"<spine><gap name=\"Gap\" offset=\"0/1s\" start=\"0s\" duration=\"1/1s\">"
+            "<note>No decision had been made yet.</note>"
+            "<asset-clip ref=\"asset-1\" format=\"format-1\" name=\"A\" lane=\"-1\" "
+            "offset=\"0/1s\" start=\"0s\" duration=\"10/1s\" srcEnable=\"audio\">"_s
+            + mapA
+            + u"</asset-clip>"
+              "<asset-clip ref=\"asset-1\" format=\"format-1\" name=\"A\" lane=\"-2\" "
+              "offset=\"0/1s\" start=\"0s\" duration=\"10/1s\" enabled=\"0\" "
+              "srcEnable=\"all\">"_s
+            + mapA
+            + u"</asset-clip>"
+              "<asset-clip ref=\"asset-2\" format=\"format-2\" name=\"B\" lane=\"-3\" "
+              "offset=\"2/1s\" start=\"0s\" duration=\"10/1s\" enabled=\"0\" "
+              "srcEnable=\"all\">"_s
+            + mapB
+            + u"</asset-clip></gap>"
+              "<asset-clip ref=\"asset-1\" format=\"format-1\" name=\"A\" offset=\"1/1s\" "
+              "start=\"1/1s\" duration=\"4/1s\" srcEnable=\"video\">"
+              "<note>VORN director's cut. CUT at 101.00 s of the session, placed within 1 "
+              "frame.</note>"_s
+            + mapA
+            + u"</asset-clip>"
+              "<transition name=\"Cross Dissolve\" offset=\"9/2s\" duration=\"1/1s\"/>"
+              "<asset-clip ref=\"asset-2\" format=\"format-2\" name=\"B\" offset=\"5/1s\" "
+              "start=\"3/1s\" duration=\"2/1s\" srcEnable=\"video\">"
+              "<note>VORN director's cut. FADE at 105.00 s of the session, placed within 1 "
+              "frame.</note>"_s
+            + mapB
+            + u"<marker start=\"4/1s\" duration=\"1/30s\" value=\"Edit marker\" note=\"at "
+              "106.00 s of the session, placed within 1 frame.\"/></asset-clip>"
+              "<gap name=\"Gap\" offset=\"7/1s\" start=\"0s\" duration=\"5/1s\">"
+              "<note>D\uFFFD was on Program, and has no recording in this take. CUT at 107.00 s "
+              "of the session, placed by the clock of the computer alone.</note></gap></spine>"
+              "</sequence></project></event></fcpxml>"_s;
+        const QString document =
+            DriftEngine::directorCutDocument(u"Night"_s, u"take-1"_s, fps, placements, *result, 0);
+        QCOMPARE(document.sliced(document.indexOf(u"<spine>"_s)), expected);
+        QCOMPARE(fcpxmlFaults(document), QString());
+        // Resources and lengths are those of the take's own timeline.
+        const QString timeline =
+            DriftEngine::timelineDocument(u"Night"_s, u"take-1"_s, fps, placements);
+        QCOMPARE(document.section(u"<spine>"_s, 0, 0),
+                 timeline.section(u"<spine>"_s, 0, 0)
+                     .replace(u"\"take-1\""_s, u"\"take-1 director's cut\""_s));
     }
 
     void hasNoCutWithoutAPlace()

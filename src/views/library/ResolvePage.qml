@@ -76,4 +76,8 @@ ScrollPage {
             color: Theme.secondary
         }
     }
+    DirectorCutPanel {
+        Layout.fillWidth: true
+        cut: root.dashboard.cut
+    }
 }

@@ -161,13 +161,24 @@ void LibraryViewModel::chooseManifest(QWindow *window)
 void LibraryViewModel::chooseExportFolder(QWindow *window)
 {
     openExportPanel(window, m_exportFolder, [self = QPointer(this)](const QString &path) {
-        // The take may have gone, or another export begun, while the panel was open.
-        if (!self || !self->canExport())
+        if (!self)
             return;
         self->m_exportFolder = path;
-        self->setPackageFile({});
-        self->m_store.exportSelectedTake(path);
+        self->exportTo(path);
     });
+}
+
+QCoro::Task<> LibraryViewModel::exportTo(QString folder)
+{
+    const QPointer<LibraryViewModel> self(this);
+    const auto take = m_store.selectedTakeID();
+    // A session may have been recorded since the page was looked at.
+    co_await m_dashboard.cut()->look();
+    // The take may have gone, or another export begun, since the panel was opened.
+    if (!self || !canExport() || m_store.selectedTakeID() != take)
+        co_return;
+    setPackageFile({});
+    co_await m_store.exportSelectedTake(folder, m_dashboard.cut()->decisions());
 }
 
 void LibraryViewModel::download()

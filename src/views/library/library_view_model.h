@@ -82,6 +82,7 @@ Q_SIGNALS:
     void titleChanged();
 
 private:
+    QCoro::Task<> exportTo(QString folder);
     void setPackageFile(const QString &path);
     void watchDownload();
     /// Tells the desktop when a long download is over and nobody looks.

@@ -103,7 +103,8 @@ TakeDashboardViewModel::TakeDashboardViewModel(AppStore &store)
                    {"progress", &TransferRow::progress},
                    {"isRunning", &TransferRow::isRunning}}),
       m_runningTransfer([&store] { return runningTransferOf(store); }),
-      m_check(store)
+      m_check(store),
+      m_cut(store)
 {
     connect(&store, &AppStore::downloadProgressChanged, &m_runningTransfer,
             &WorkProgressViewModel::startOrStop);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "views/controls/row_list_model.h"
+#include "views/library/director_cut_view_model.h"
 #include "views/library/take_check_view_model.h"
 
 #include <QObject>
@@ -78,6 +79,7 @@ class TakeDashboardViewModel : public QObject {
     Q_PROPERTY(QAbstractItemModel *transfers READ transfers CONSTANT)
     Q_PROPERTY(vorn::WorkProgressViewModel *runningTransfer READ runningTransfer CONSTANT)
     Q_PROPERTY(vorn::TakeCheckViewModel *check READ check CONSTANT)
+    Q_PROPERTY(vorn::DirectorCutViewModel *cut READ cut CONSTANT)
 public:
     explicit TakeDashboardViewModel(AppStore &store);
 
@@ -100,6 +102,7 @@ public:
     [[nodiscard]] QAbstractItemModel *transfers() { return &m_transfers; }
     [[nodiscard]] WorkProgressViewModel *runningTransfer() { return &m_runningTransfer; }
     [[nodiscard]] TakeCheckViewModel *check() { return &m_check; }
+    [[nodiscard]] DirectorCutViewModel *cut() { return &m_cut; }
 
     /// Makes the camera of this clip's row the one that the others are aligned to.
     Q_INVOKABLE void makeReference(int row);
@@ -118,6 +121,7 @@ private:
     RowListModel<TransferRow> m_transfers;
     WorkProgressViewModel m_runningTransfer;
     TakeCheckViewModel m_check;
+    DirectorCutViewModel m_cut;
 };
 
 } // namespace vorn
