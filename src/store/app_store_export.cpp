@@ -39,6 +39,10 @@ QCoro::Task<> AppStore::exportSelectedTake(
         if (!self)
             co_return;
         log(u"Created Resolve export %1."_s.arg(fileNameOf(folder)));
+        if (fileExists(folder + u'/' + directorCutFileName))
+            log(u"The director's cut is in it as %1."_s.arg(directorCutFileName));
+        else if (readDecisions)
+            log(u"It has no director's cut: no decision has a place on its timeline."_s, true);
         Q_EMIT exportCreated(folder + u'/' + timelineFileName);
     } catch (const std::exception &error) {
         failure = u"Resolve export failed: "_s + QString::fromUtf8(error.what());

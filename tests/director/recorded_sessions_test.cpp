@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "base/files.h"
 #include "director/recorded_sessions.h"
-#include "director/session_journal_writer.h"
-#include "support.h"
+#include "recorded_session.h"
 
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -14,39 +12,6 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
-
-using Recording = std::pair<QString, QString>; // camera and the take that it says it records
-
-/// Two cuts with a fade and a marker between them, while these cameras record.
-SessionJournal session(const QString &projectID, std::chrono::seconds start,
-                       const std::vector<Recording> &recordings)
-{
-    const WallTime begin{start};
-    LiveEditTimeline timeline;
-    timeline.selectPreview(u"cam-a"_s);
-    timeline.start(begin);
-    (void)timeline.take(DirectorTransition::cut, 0, begin + 1s);
-    timeline.selectPreview(u"cam-b"_s);
-    (void)timeline.take(DirectorTransition::fade, 1.5, begin + 2s);
-    (void)timeline.addMarker(u"Edit marker"_s, begin + 3s);
-    (void)timeline.take(DirectorTransition::cut, 0, begin + 4s);
-    SessionJournal journal{.head = {.sessionID = QUuid::createUuid(),
-                                    .startedAt = begin,
-                                    .plannedTakeID = u"planned"_s,
-                                    .projectID = projectID,
-                                    .projectName = u"Night"_s},
-                           .entries = {}};
-    for (const DirectorEditEvent &event : timeline.events) {
-        JournalEntry &entry = journal.entries.emplace_back();
-        entry.event = event;
-        for (const auto &[camera, take] : recordings)
-            entry.cameras.push_back({.id = camera,
-                                     .takeId = take,
-                                     .recordingSeconds = event.elapsedSeconds + 5,
-                                     .uncertaintySeconds = 0.02});
-    }
-    return journal;
-}
 
 VORNTake take(const QString &id, const QStringList &cameras)
 {
@@ -82,11 +47,12 @@ private Q_SLOTS:
                           .revision = {},
                           .takes = {take(u"tape-1"_s, {u"cam-b"_s, u"cam-x"_s})}}}};
         const Recording filming{u"cam-b"_s, u"tape-1"_s};
-        const QString own = write(session(u"phones"_s, 100s, {filming}));
-        const QString planned = write(session(u"empty"_s, 300s, {filming}));
-        const QString gone = write(session(u"gone"_s, 200s, {filming}));
-        const QString others = write(session(u"other"_s, 400s, {filming}));
-        write(session(u"phones"_s, 500s, {{u"cam-y"_s, u"tape-1"_s}, {u"cam-a"_s, u"tape-2"_s}}));
+        const QString own = write(recordedSession(u"phones"_s, 100s, {filming}));
+        const QString planned = write(recordedSession(u"empty"_s, 300s, {filming}));
+        const QString gone = write(recordedSession(u"gone"_s, 200s, {filming}));
+        const QString others = write(recordedSession(u"other"_s, 400s, {filming}));
+        write(recordedSession(u"phones"_s, 500s,
+                              {{u"cam-y"_s, u"tape-1"_s}, {u"cam-a"_s, u"tape-2"_s}}));
 
         const RecordedSessions all = readRecordedSessions(m_folder->path(), {});
         QCOMPARE(all.problems, QStringList());
@@ -107,7 +73,7 @@ private Q_SLOTS:
 
     void readsAgainWhatHasGrown()
     {
-        SessionJournal journal = session(u"p"_s, 100s, {{u"cam-a"_s, u"tape-1"_s}});
+        SessionJournal journal = recordedSession(u"p"_s, 100s, {{u"cam-a"_s, u"tape-1"_s}});
         const JournalEntry last = journal.entries.back();
         journal.entries.pop_back();
         const QString path = write(journal);
@@ -123,7 +89,7 @@ private Q_SLOTS:
     void tellsWhatCannotBeRead()
     {
         QCOMPARE(readRecordedSessions(m_folder->path() + u"/none"_s, {}), RecordedSessions());
-        const QString path = write(session(u"p"_s, 100s, {}));
+        const QString path = write(recordedSession(u"p"_s, 100s, {}));
         writePlain(m_folder->path() + u"/damaged.jsonl"_s, "{}\n");
         writePlain(m_folder->path() + u"/notes.txt"_s, "mine");
         const RecordedSessions all = readRecordedSessions(m_folder->path(), {});
@@ -136,7 +102,7 @@ private Q_SLOTS:
     void givesDecisionsWithPlacesInTheTake()
     {
         SessionJournal journal =
-            session(u"p"_s, 100s, {{u"cam-a"_s, u"tape-1"_s}, {u"cam-b"_s, u"tape-2"_s}});
+            recordedSession(u"p"_s, 100s, {{u"cam-a"_s, u"tape-1"_s}, {u"cam-b"_s, u"tape-2"_s}});
         journal.entries[3].cameras[0].recordingSeconds.reset();
         const auto decisions = cutDecisions(journal, take(u"tape-1"_s, {}));
         QCOMPARE(decisions.size(), std::size_t{4});
@@ -156,7 +122,7 @@ private Q_SLOTS:
 
     void deletesNoSessionThatRuns()
     {
-        const SessionJournal journal = session(u"p"_s, 100s, {});
+        const SessionJournal journal = recordedSession(u"p"_s, 100s, {});
         const QString path = SessionJournalWriter::path(m_folder->path(), journal.head.sessionID);
         {
             SessionJournalWriter running(m_folder->path(), journal.head);
@@ -171,15 +137,7 @@ private Q_SLOTS:
     }
 
 private:
-    QString write(const SessionJournal &journal)
-    {
-        QByteArray lines = journalLine(journal.head);
-        for (const JournalEntry &entry : journal.entries)
-            lines += journalLine(entry);
-        const QString path = SessionJournalWriter::path(m_folder->path(), journal.head.sessionID);
-        writePlain(path, lines);
-        return path;
-    }
+    QString write(const SessionJournal &journal) { return writeJournal(m_folder->path(), journal); }
 
     std::optional<QTemporaryDir> m_folder;
 };

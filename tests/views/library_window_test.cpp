@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include "base/digest.h"
 #include "base/files.h"
-#include "support.h"
+#include "movies.h"
+#include "recorded_session.h"
 #include "window_probe.h"
 
 #include <QApplication>
@@ -14,6 +16,7 @@
 
 using namespace vorn;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -266,6 +269,73 @@ private Q_SLOTS:
         QVERIFY(probe.store().errorMessage()->startsWith(u"Resolve export failed: "_s));
         QVERIFY(!probe.store().isBusy() && !probe.view().exportProgress()->running());
         QVERIFY(!probe.shows(u"Verifying A  \u2022  1 of 1"_s));
+    }
+
+    void exportsTheDirectorsCutOfTheChosenSession()
+    {
+        const QTemporaryDir media;
+        makeMovie(media.path(), u"Camera A.mov"_s, u"PICTURE:30 -t 10 X264"_s);
+        VORNTake filmed = take(u"take-1"_s, 1);
+        filmed.referenceCameraId = u"Camera A"_s;
+        filmed.clips[0].localPath = media.filePath(u"Camera A.mov"_s);
+        filmed.clips[0].sha256 = sha256OfFile(*filmed.clips[0].localPath);
+        WindowProbe probe({{u"p"_s, u"Now"_s, 1, {filmed}}});
+        probe.press(Qt::Key_3, Qt::ControlModifier);
+        QTRY_VERIFY(probe.shows(u"No session of the Director has decisions for this take."_s));
+
+        const QString folder = sessionJournalFolder(probe.folder());
+        const std::vector<Recording> recording{{u"Camera A"_s, u"take-1"_s}};
+        const QString early = writeJournal(folder, recordedSession(u"p"_s, 1'000'000s, recording));
+        SessionJournal late = recordedSession(u"p"_s, 2'000'000s, recording);
+        late.entries.resize(1); // no decision
+        const QString idle = writeJournal(folder, late);
+        DirectorCutViewModel &cut = *probe.view().dashboard()->cut();
+        cut.refresh();
+        QTRY_VERIFY(probe.shows(u"Their places are right within 2 frames."_s));
+        QVERIFY(cut.summary().startsWith(u"4 decisions of the session of "_s));
+        QCOMPARE(cut.sessionIndex(), 1);
+
+        const auto packages = [&] { return QDir(media.path()).entryList({u"VORN_*"_s}); };
+        const auto exported = [&](const QStringList &files) {
+            const QStringList before = packages();
+            probe.takeUp(probe.window());
+            probe.press(Qt::Key_E, Qt::ControlModifier);
+            answerPanel(u"Choose Parent Folder for Resolve Export"_s, QFileDialog::Directory,
+                        media.path());
+            QTRY_COMPARE_WITH_TIMEOUT(packages().size(), before.size() + 1, limitMs);
+            QTRY_VERIFY(!probe.store().isBusy());
+            const QDir package(media.filePath(packages().last()));
+            QCOMPARE(package.entryList(QDir::Files), files);
+            // Packages of one second would have one name.
+            QVERIFY(QDir(media.path()).rename(packages().last(), u"done"_s)
+                    && QDir(media.filePath(u"done"_s)).removeRecursively());
+        };
+        QStringList files{u"alignment-report.json"_s, u"director-cut.fcpxml"_s,
+                          u"source-manifest.json"_s, u"timeline.fcpxml"_s};
+        exported(files);
+        QCOMPARE(probe.store().activities().front().message,
+                 u"The director's cut is in it as director-cut.fcpxml."_s);
+
+        files.removeAt(1);
+        const auto press = [&](const QString &control) { // it may be out of sight
+            probe.named(control)->forceActiveFocus(Qt::TabFocusReason);
+            probe.press(Qt::Key_Space);
+        };
+        press(u"Include the director's cut"_s);
+        QVERIFY(!cut.isIncluded());
+        exported(files);
+        cut.setIncluded(true);
+        cut.choose(0);
+        QVERIFY(!cut.isIncluded() && !probe.shows(u"Include the director's cut"_s));
+
+        cut.choose(1);
+        press(u"Delete Session…"_s);
+        QTRY_COMPARE(probe.focusName(), u"Keep"_s);
+        cut.choose(0); // not what was asked about
+        probe.click(probe.named(u"Delete"_s));
+        QTRY_VERIFY(!QFile::exists(early));
+        QTRY_COMPARE(cut.sessionTitles().size(), 1);
+        QVERIFY(QFile::exists(idle));
     }
 
     void verifiesAndSavesChecksumsInSight()

@@ -4,6 +4,7 @@
 // picture of each state.
 
 #include "phones_side.h"
+#include "recorded_session.h"
 #include "rig_phones.h"
 #include "walked_item.h"
 #include "window_walker.h"
@@ -14,6 +15,7 @@
 
 using namespace vorn;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -177,7 +179,27 @@ private Q_SLOTS:
             {u"Library, many recordings"_s, [&] { store.setSelectedTakeID(u"take-2"_s); }},
             {u"Library, no recordings"_s, [&] { store.setSelectedTakeID(u"take-3"_s); }},
             {u"Library, resolve"_s, [&] { program.control(Qt::Key_3); }},
-            {u"Library, no activity"_s, [&] { program.control(Qt::Key_4); }},
+            {u"Library, director's cut"_s, [&] {
+                const QString folder = sessionJournalFolder(program.desk().folder.path());
+                const std::vector<Recording> recording{{u"Camera A"_s, u"take-1"_s}};
+                writeJournal(folder, recordedSession(u"p1"_s, 1'000'000s, recording));
+                writeJournal(folder, recordedSession(u"p1"_s, 2'000'000s, recording));
+                writePlain(folder + u"/damaged.jsonl"_s, "{}\n");
+                store.setSelectedTakeID(u"take-1"_s);
+                program.control(Qt::Key_1);
+                program.control(Qt::Key_3); // looks again
+                program.await(u"Delete Session…"_s);
+                program.focus(u"Delete Session…"_s);
+            }},
+            {u"Delete Session"_s, [&] {
+                program.focus(u"Delete Session…"_s);
+                program.press(Qt::Key_Space);
+                program.awaitFocus(u"Keep"_s);
+            }},
+            {u"Library, no activity"_s, [&] {
+                store.setSelectedTakeID(u"take-3"_s);
+                program.control(Qt::Key_4);
+            }},
             {u"Library, activity"_s, [&] {
                 for (int i = 0; i < 30; ++i)
                     store.renameSelectedProject(u"Night Shoot %1"_s.arg(i));
