@@ -3,7 +3,6 @@
 #include "rig/film/check.h"
 
 #include "base/files.h"
-#include "base/json_text.h"
 #include "rig/base/rig_error.h"
 #include "rig/film/counter.h"
 #include "rig/film/movie.h"
@@ -93,8 +92,7 @@ bool AlignmentCheck::isWithinOneFrame() const
 
 AlignmentCheck checkAlignment(const QString &packageFolder, const QString &truthPath)
 {
-    const TakeTruth truth =
-        takeTruth(parseJsonObject(readFile(truthPath, maximumDocumentBytes), truthPath));
+    const TakeTruth truth = takeTruth(truthPath);
     const Timeline timeline =
         readTimeline(readFile(packageFolder + u"/timeline.fcpxml"_s, maximumDocumentBytes));
     const TimelineClip &reference = clipOf(timeline, truth.referenceCameraId);

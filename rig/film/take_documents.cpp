@@ -2,6 +2,8 @@
 
 #include "rig/film/take_documents.h"
 
+#include "base/files.h"
+#include "base/json_text.h"
 #include "rig/base/rig_error.h"
 #include "rig/film/counter.h"
 
@@ -13,6 +15,8 @@ namespace vorn::rig {
 namespace {
 
 using namespace Qt::StringLiterals;
+
+constexpr std::int64_t maximumTruthBytes = 1 << 20;
 
 QJsonArray anchorsJson(const PhonePlan &phone)
 {
@@ -119,11 +123,13 @@ QJsonObject truthJson(const TakePlan &plan)
             {u"cameras"_s, cameras}};
 }
 
-TakeTruth takeTruth(const QJsonObject &document)
+TakeTruth takeTruth(const QString &path)
 {
+    const QJsonObject document = parseJsonObject(readFile(path, maximumTruthBytes), path);
     if (document.value(u"schemaVersion"_s) != QJsonValue(1))
         throw RigError(u"The truth file is not of version 1."_s);
     TakeTruth truth;
+    truth.takeId = textOf(document, u"takeId"_s);
     truth.referenceCameraId = textOf(document, u"referenceCameraId"_s);
     const QJsonArray cameras = document.value(u"cameras"_s).toArray();
     if (cameras.isEmpty())

@@ -36,11 +36,13 @@ struct PhoneTruth {
 
 /// The truth of a take.
 struct TakeTruth {
+    QString takeId;
     QString referenceCameraId;
     std::vector<PhoneTruth> phones;
 };
 
-/// Reads what truthJson writes. Throws RigError for a document that is anything else.
-[[nodiscard]] TakeTruth takeTruth(const QJsonObject &document);
+/// Reads the file that holds what truthJson writes. Throws RigError for a document that is anything
+/// else, FileError or JsonError for a file that cannot be read.
+[[nodiscard]] TakeTruth takeTruth(const QString &path);
 
 } // namespace vorn::rig

@@ -5,12 +5,12 @@
 #include "rig/base/compact_json.h"
 #include "rig/base/rig_error.h"
 
-#include <QDateTime>
 #include <QUuid>
 
 namespace vorn::rig {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -54,6 +54,12 @@ Phone::Phone(const PhoneOptions &options, PictureStore &pictures, QObject *paren
     connect(&m_transferServer, &TransferServer::begun, this, &Phone::showTransfer);
     connect(&m_transferServer, &TransferServer::over, &m_preview, &PreviewServer::resume);
     connect(&m_statusTimer, &QTimer::timeout, this, &Phone::sendStatus);
+    m_recordingTimer.setTimerType(Qt::PreciseTimer);
+    m_recordingTimer.setSingleShot(true);
+    connect(&m_recordingTimer, &QTimer::timeout, this, [this] {
+        sendStatus();
+        awaitRecordingEdge();
+    });
     m_statusTimer.start(statusIntervalMs);
     QTimer::singleShot(0, this, &Phone::sendStatus);
 }
@@ -78,8 +84,9 @@ void Phone::resetSwitches()
     m_isIdentityGarbage = false;
     m_transfer = m_options.transfer;
     m_declineText.clear();
-    m_clockOffsetMs = 0;
-    m_takeId.clear();
+    m_clock.setRate(1);
+    m_clock.set({});
+    record(std::nullopt);
     m_payloadChanges.clear();
     m_waiting.reset();
     m_transferServer.stop();
@@ -87,17 +94,38 @@ void Phone::resetSwitches()
     m_statusTimer.setInterval(statusIntervalMs);
 }
 
-qint64 Phone::clockMs() const
+void Phone::film(const PhoneRecording &recording, double clockRate)
 {
-    return QDateTime::currentMSecsSinceEpoch() + m_clockOffsetMs;
+    m_clock.setRate(clockRate);
+    record(recording);
+}
+
+void Phone::record(const std::optional<PhoneRecording> &recording)
+{
+    m_recording = recording;
+    m_recordingSinceMs = recording ? m_clock.ms(recording->begin) : 0;
+    awaitRecordingEdge();
+}
+
+void Phone::awaitRecordingEdge()
+{
+    m_recordingTimer.stop();
+    if (!m_recording)
+        return;
+    const auto now = MonotonicClock::now();
+    const auto edge = now < m_recording->begin ? m_recording->begin : m_recording->end;
+    if (now < edge && edge != MonotonicClock::time_point::max())
+        // The next millisecond: a timer must not come before the edge.
+        m_recordingTimer.start(std::chrono::ceil<std::chrono::milliseconds>(edge - now) + 1ms);
 }
 
 QJsonObject Phone::nextStatus()
 {
+    const bool isRecording = m_recording && m_recording->isUnderWay();
     QJsonObject payload = statusPayload({.castIndex = m_options.castIndex,
                                          .seconds = m_pictures.seconds(),
-                                         .takeId = m_takeId,
-                                         .recordingSinceMs = m_recordingSinceMs,
+                                         .takeId = isRecording ? m_recording->takeId : QString(),
+                                         .recordingSinceMs = isRecording ? m_recordingSinceMs : 0,
                                          .hold = m_preview.hold,
                                          .wall = m_preview.wall,
                                          .selected = m_preview.selected,
@@ -112,7 +140,7 @@ QJsonObject Phone::nextStatus()
             {u"sender"_s, m_cameraId},
             {u"sessionId"_s, m_sessionId},
             {u"seq"_s, m_sequence++},
-            {u"sentMs"_s, clockMs()},
+            {u"sentMs"_s, m_clock.ms(MonotonicClock::now())},
             {u"payload"_s, payload}};
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "rig/phone/phone_clock.h"
 #include "rig/phone/phone_link.h"
 #include "rig/phone/phone_packets.h"
 #include "rig/phone/pictures.h"
@@ -47,6 +48,19 @@ struct PhoneOptions {
     MediaOptions media;
 };
 
+/// A recording that a phone makes, now, later or in the past.
+struct PhoneRecording {
+    QString takeId;
+    MonotonicClock::time_point begin;
+    MonotonicClock::time_point end = MonotonicClock::time_point::max(); ///< until told otherwise
+
+    [[nodiscard]] bool isUnderWay() const
+    {
+        const auto now = MonotonicClock::now();
+        return begin <= now && now < end;
+    }
+};
+
 /// One simulated phone on the network. Everything about it can be turned while it runs, by the
 /// switches that help() lists.
 class Phone : public QObject {
@@ -59,6 +73,11 @@ public:
 
     /// Turns a switch. Throws RigError.
     void turn(const QString &name, const QString &value);
+    /// Says that it records, for that time. From now on its clock counts so many seconds in one of
+    /// this computer's; it does not step.
+    void film(const PhoneRecording &recording, double clockRate);
+    [[nodiscard]] double clockRate() const { return m_clock.rate(); }
+
     /// One line for each switch.
     [[nodiscard]] static QString help();
 
@@ -94,7 +113,9 @@ private:
 
     void beginSession();
     void resetSwitches();
-    [[nodiscard]] qint64 clockMs() const;
+    void setClock(const QString &value);
+    void record(const std::optional<PhoneRecording> &recording);
+    void awaitRecordingEdge();
     [[nodiscard]] QJsonObject nextStatus();
     [[nodiscard]] QByteArray identity();
     void sendStatus();
@@ -128,9 +149,10 @@ private:
     bool m_isIdentityGarbage = false;
     TransferHabit m_transfer = TransferHabit::approve;
     QString m_declineText;
-    qint64 m_clockOffsetMs = 0;
-    QString m_takeId;
-    qint64 m_recordingSinceMs = 0;
+    PhoneClock m_clock;
+    std::optional<PhoneRecording> m_recording;
+    qint64 m_recordingSinceMs = 0; ///< by its clock
+    QTimer m_recordingTimer;       ///< for the status when a recording begins, and when it ends
     std::map<QString, QJsonValue> m_payloadChanges;
 
     std::optional<WaitingTransfer> m_waiting;

@@ -7,6 +7,8 @@
 #include "rig/base/switch_values.h"
 #include "rig/phone/phone.h"
 
+#include <cmath>
+
 namespace vorn::rig {
 
 using namespace Qt::StringLiterals;
@@ -112,11 +114,8 @@ std::vector<Phone::Switch> Phone::statusSwitches()
          [](Phone &phone, const QString &value) {
              phone.m_statusTimer.setInterval(int(wholeNumber(value, 1, 3'600'000)));
          }},
-        {u"clock", u"MS", u"sets the phone's clock off by that much",
-         [](Phone &phone, const QString &value) {
-             constexpr qint64 century = 100LL * 366 * 86'400'000;
-             phone.m_clockOffsetMs = wholeNumber(value, -century, century);
-         }},
+        {u"clock", u"MS [PPM]", u"sets the phone's clock off by that much, and lets it run fast",
+         [](Phone &phone, const QString &value) { phone.setClock(value); }},
         {u"set", u"KEY JSON", u"a field of the payload",
          [](Phone &phone, const QString &value) {
              phone.m_payloadChanges.insert_or_assign(keyOf(value), jsonOf(value));
@@ -125,8 +124,9 @@ std::vector<Phone::Switch> Phone::statusSwitches()
          [](Phone &phone, const QString &value) {
              if (value.isEmpty())
                  throw RigError(u"the name of a take is wanted, or off"_s);
-             phone.m_takeId = value == u"off" ? QString() : value;
-             phone.m_recordingSinceMs = phone.m_takeId.isEmpty() ? 0 : phone.clockMs();
+             phone.record(value == u"off"
+                              ? std::nullopt
+                              : std::optional(PhoneRecording{value, MonotonicClock::now()}));
              phone.sendStatus();
          }},
         {u"send", u"HEX|NAME", u"one datagram to the desktop; names below",
@@ -199,6 +199,27 @@ std::vector<Phone::Switch> Phone::transferSwitches()
                  phone.m_transferServer.stop();
          }},
     };
+}
+
+void Phone::setClock(const QString &value)
+{
+    constexpr qint64 century = 100LL * 366 * 86'400'000;
+    constexpr double maximumPPM = 2000;
+    const qint64 offsetMs = wholeNumber(value.section(u' ', 0, 0), -century, century);
+    const QString fast = value.section(u' ', 1);
+    if (!fast.isEmpty()) {
+        bool isNumber = false;
+        const double ppm = fast.toDouble(&isNumber);
+        if (!isNumber || !(std::abs(ppm) <= maximumPPM))
+            throw RigError(u"parts per million from -2000 to 2000 are wanted"_s);
+        if (m_recording && m_recording->end != MonotonicClock::time_point::max()
+            && MonotonicClock::now() < m_recording->end)
+            throw RigError(u"while it films, its clock runs as its movie does"_s);
+        m_clock.setRate(1 + ppm / 1'000'000);
+    }
+    m_clock.set(std::chrono::milliseconds(offsetMs));
+    if (m_recording && MonotonicClock::now() < m_recording->begin)
+        m_recordingSinceMs = m_clock.ms(m_recording->begin);
 }
 
 void Phone::turn(const QString &name, const QString &value)

@@ -116,7 +116,7 @@ void Phone::answerTransfer(const WaitingTransfer &request, const QString &action
     m_link.send(compactJson({{u"v"_s, 1},
                              {u"type"_s, u"command"_s},
                              {u"sender"_s, m_cameraId},
-                             {u"sentMs"_s, clockMs()},
+                             {u"sentMs"_s, m_clock.ms(MonotonicClock::now())},
                              {u"payload"_s, payload}}),
                 request.from);
 }

@@ -5,8 +5,11 @@
 #include "rig/base/compact_json.h"
 #include "rig/base/help_line.h"
 #include "rig/base/rig_error.h"
+#include "rig/film/take_documents.h"
 
 #include <QUuid>
+
+#include <algorithm>
 
 namespace vorn::rig {
 
@@ -15,9 +18,16 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int stormTickMs = 5;
+constexpr double usualLeadSeconds = 3;
 
 // Names the sessions of the storm (RFC 9562 section 5.5); any fixed value does.
 const QUuid stormNamespace(u"b6c3e1ce-4b52-4f7e-9a0e-2f6f2a8a3c11"_s);
+
+MonotonicClock::time_point later(MonotonicClock::time_point from, double seconds)
+{
+    return from
+           + std::chrono::round<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds));
+}
 
 QByteArray stormPacket(qint64 index, qint64 sequence)
 {
@@ -40,7 +50,7 @@ QByteArray stormPacket(qint64 index, qint64 sequence)
 
 } // namespace
 
-Phones::Phones(const PhonesOptions &options)
+Phones::Phones(const PhonesOptions &options) : m_mediaFolder(options.media.folder)
 {
     for (int index = 0; index < options.count; ++index) {
         const QHostAddress address(options.address.toIPv4Address() + quint32(index));
@@ -65,7 +75,7 @@ QString Phones::command(const QString &line)
     try {
         const QString answer = turn(line);
         return answer.isEmpty() ? u"ok"_s : u"ok "_s + answer;
-    } catch (const RigError &error) {
+    } catch (const SentenceError &error) {
         return u"error "_s + QString::fromUtf8(error.what());
     }
 }
@@ -77,6 +87,8 @@ QString Phones::turn(const QString &line)
         return QString::fromUtf8(compactJson(state()));
     if (first == u"help")
         return help().trimmed().replace(u'\n', u" | "_s);
+    if (first == u"film")
+        return QString::fromUtf8(compactJson(turnFilm(line.section(u' ', 1))));
     if (first == u"storm")
         turnStorm(line.section(u' ', 1));
     else
@@ -127,6 +139,40 @@ void Phones::storm()
     }
 }
 
+QJsonObject Phones::turnFilm(const QString &value)
+{
+    bool isNumber = true;
+    const double lead = value.isEmpty() ? usualLeadSeconds : value.toDouble(&isNumber);
+    if (!isNumber || !(lead >= 0 && lead <= 3600))
+        throw RigError(u"seconds until the scene's second 0 are wanted, at most 3600"_s);
+    if (m_mediaFolder.isEmpty())
+        throw RigError(u"the phones have no --media"_s);
+    const TakeTruth truth = takeTruth(m_mediaFolder + u"/truth.json"_s);
+    for (const PhoneTruth &filmed : truth.phones)
+        if (!(-filmed.offsetSeconds < lead))
+            throw RigError(
+                u"%1 begins %2 seconds before the scene's second 0"_s.arg(filmed.cameraId)
+                    .arg(-filmed.offsetSeconds));
+    double sceneRate = 1;
+    for (const auto &phone : m_phones)
+        if (phone->cameraId() == truth.referenceCameraId)
+            sceneRate = phone->clockRate();
+    const auto zero = later(MonotonicClock::now(), lead);
+    for (const auto &phone : m_phones) {
+        const auto filmed =
+            std::ranges::find(truth.phones, phone->cameraId(), &PhoneTruth::cameraId);
+        if (filmed == truth.phones.end())
+            continue;
+        const double end = filmed->sceneSeconds(filmed->rate.seconds(filmed->frames));
+        phone->film({truth.takeId, later(zero, filmed->offsetSeconds / sceneRate),
+                     later(zero, end / sceneRate)},
+                    sceneRate / filmed->sceneSecondsPerMediaSecond());
+    }
+    return {{u"sceneZeroMonotonicSeconds"_s,
+             std::chrono::duration<double>(zero.time_since_epoch()).count()},
+            {u"sceneSecondsPerSecond"_s, sceneRate}};
+}
+
 QJsonObject Phones::state() const
 {
     QJsonObject phones;
@@ -144,6 +190,7 @@ QString Phones::help()
            + helpLine(u"CAMERA|all SWITCH [VALUE]"_s, u"such as: cam-a loss 0.3, all restart")
            + helpLine(u"storm COUNT [PER-SECOND]"_s,
                       u"status packets of so many other cameras; 0 ends it")
+           + helpLine(u"film [LEAD]"_s, u"all record the take of --media, whose second 0 is in 3 s")
            + helpLine(u"state"_s, u"what each phone sent and served, as JSON")
            + helpLine(u"help"_s, u"this list") + u"Switches:\n"_s + Phone::help();
 }

@@ -47,9 +47,11 @@ private:
     QString turn(const QString &line);
     void turnPhones(const QString &target, const QString &name, const QString &value);
     void turnStorm(const QString &value);
+    [[nodiscard]] QJsonObject turnFilm(const QString &value);
     void storm();
     [[nodiscard]] QJsonObject state() const;
 
+    QString m_mediaFolder;
     PictureStore m_pictures;
     std::vector<std::unique_ptr<Phone>> m_phones;
     QTimer m_stormTimer;
