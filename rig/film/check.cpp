@@ -4,8 +4,8 @@
 
 #include "base/files.h"
 #include "rig/base/rig_error.h"
-#include "rig/film/counter.h"
-#include "rig/film/movie.h"
+#include "rig/film/fcpxml.h"
+#include "rig/film/shown_picture.h"
 #include "rig/film/take_documents.h"
 #include "rig/film/timeline_reader.h"
 
@@ -20,8 +20,6 @@ namespace {
 using namespace Qt::StringLiterals;
 
 constexpr std::int64_t maximumDocumentBytes = 16 << 20;
-// Rational times are exact to 10^-12; a thousandth of a frame is far above and harmless.
-constexpr double gridTolerance = 0.001;
 
 const TimelineClip &clipOf(const Timeline &timeline, const QString &cameraId)
 {
@@ -29,28 +27,6 @@ const TimelineClip &clipOf(const Timeline &timeline, const QString &cameraId)
     if (clip == timeline.clips.end())
         throw RigError(u"The timeline has no clip of %1."_s.arg(cameraId));
     return *clip;
-}
-
-// The scene time that the camera has come to at that moment of its media.
-double sceneSecondsShown(const TimelineClip &clip, const PhoneTruth &truth, double sourceSeconds)
-{
-    // Before the first frame and after the last an editor holds that one; the time map is as wrong
-    // there as it says, so only the choice of the frame is bounded.
-    const auto frame =
-        std::int64_t(std::clamp(std::floor(sourceSeconds * truth.rate.perSecond() + gridTolerance),
-                                0.0, double(truth.frames - 1)));
-    const double frameSeconds = truth.rate.seconds(frame);
-    const std::optional<double> shown =
-        readCounter(decodedFrame(clip.moviePath, truth.rate, frame));
-    if (!shown)
-        throw RigError(u"Frame %1 of %2 shows no counter."_s.arg(frame).arg(clip.moviePath));
-    if (std::abs(*shown - truth.sceneSeconds(frameSeconds)) > 1.0 / counterUnitsPerSecond)
-        throw RigError(
-            u"Frame %1 of %2 shows scene second %3, but by the truth file it shows %4."_s.arg(frame)
-                .arg(clip.moviePath)
-                .arg(*shown)
-                .arg(truth.sceneSeconds(frameSeconds)));
-    return *shown + (sourceSeconds - frameSeconds) * truth.sceneSecondsPerMediaSecond();
 }
 
 CameraAlignment cameraAlignment(const Timeline &timeline, const TimelineClip &reference,
@@ -68,8 +44,10 @@ CameraAlignment cameraAlignment(const Timeline &timeline, const TimelineClip &re
     const std::array moments{first, std::floor((first + last) / 2), last};
     for (std::size_t index = 0; index < moments.size(); ++index) {
         const double timelineSeconds = moments[index] / fps;
-        const double shown = sceneSecondsShown(clip, truth, clip.sourceSeconds(timelineSeconds));
-        alignment.points[index] = {timelineSeconds, shown - timelineSeconds};
+        const ShownPicture shown = shownPicture(clip, truth, timelineSeconds);
+        if (!shown.fault.isEmpty())
+            throw RigError(shown.fault);
+        alignment.points[index] = {timelineSeconds, shown.sceneSeconds - timelineSeconds};
     }
     return alignment;
 }

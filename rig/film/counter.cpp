@@ -2,6 +2,8 @@
 
 #include "rig/film/counter.h"
 
+#include "rig/base/cast.h"
+
 #include <QPainter>
 
 #include <cmath>
@@ -11,6 +13,9 @@ namespace vorn::rig {
 namespace {
 
 enum class Row { bit, complement };
+
+constexpr int counterBits = counterCastBits + counterTimeBits;
+static_assert(maximumCameras <= 1 << counterCastBits);
 
 // Black on white after lossy coding at its worst; noise and flat pictures stay below.
 constexpr int minimumContrast = 80;
@@ -44,32 +49,36 @@ QRect counterStrip(QSize picture)
     return {0, picture.height() - height, picture.width(), height};
 }
 
-void drawCounter(QPainter &painter, QSize picture, double sceneSeconds)
+void drawCounter(QPainter &painter, QSize picture, const CounterReading &reading)
 {
     const std::int64_t units =
-        std::llround((sceneSeconds - counterOriginSeconds) * counterUnitsPerSecond);
-    Q_ASSERT(units >= 0 && units < (std::int64_t{1} << counterBits));
+        std::llround((reading.sceneSeconds - counterOriginSeconds) * counterUnitsPerSecond);
+    Q_ASSERT(units >= 0 && units < (std::int64_t{1} << counterTimeBits));
+    Q_ASSERT(reading.castIndex >= 0 && reading.castIndex < maximumCameras);
+    const std::int64_t bits = (std::int64_t{reading.castIndex} << counterTimeBits) + units;
     for (int index = 0; index < counterBits; ++index) {
-        const bool isSet = (units >> (counterBits - 1 - index)) & 1;
+        const bool isSet = (bits >> (counterBits - 1 - index)) & 1;
         painter.fillRect(cell(picture, index, Row::bit), isSet ? Qt::white : Qt::black);
         painter.fillRect(cell(picture, index, Row::complement), isSet ? Qt::black : Qt::white);
     }
 }
 
-std::optional<double> readCounter(const QImage &picture)
+std::optional<CounterReading> readCounter(const QImage &picture)
 {
     // Below this a cell has no middle.
     if (picture.width() < 2 * counterBits || picture.height() < 8)
         return std::nullopt;
-    std::int64_t units = 0;
+    std::int64_t bits = 0;
     for (int index = 0; index < counterBits; ++index) {
         const int difference = meanGray(picture, cell(picture.size(), index, Row::bit))
                                - meanGray(picture, cell(picture.size(), index, Row::complement));
         if (std::abs(difference) < minimumContrast)
             return std::nullopt;
-        units = 2 * units + (difference > 0 ? 1 : 0);
+        bits = 2 * bits + (difference > 0 ? 1 : 0);
     }
-    return double(units) / counterUnitsPerSecond + counterOriginSeconds;
+    const std::int64_t units = bits % (std::int64_t{1} << counterTimeBits);
+    return CounterReading{int(bits >> counterTimeBits),
+                          double(units) / counterUnitsPerSecond + counterOriginSeconds};
 }
 
 } // namespace vorn::rig

@@ -168,7 +168,7 @@ void writeMovie(const PhonePlan &phone, const QString &folder)
     const bool isUpright = phone.hold == Hold::upright;
     const QSize codedSize = isUpright ? phone.displaySize.transposed() : phone.displaySize;
     writeClickTrack(phone, soundPath);
-    const Scene scene(castMember(phone.castIndex).look, phone.displaySize);
+    const Scene scene(phone.castIndex, phone.displaySize);
     Ffmpeg encoder(u"write "_s + moviePath, movieArguments(phone, codedSize, soundPath, moviePath));
     for (std::int64_t frame = 0; frame < phone.frames; ++frame) {
         QImage picture = scene.picture(phone.sceneSeconds(phone.rate.seconds(frame)));

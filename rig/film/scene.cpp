@@ -168,8 +168,11 @@ QRectF paintPlate(QPainter &painter, const QPointF &at, const QString &text, con
 
 } // namespace
 
-Scene::Scene(const SceneLook &look, QSize size)
-    : m_look(look), m_size(size), m_backdrop(sceneBackdrop(look, size))
+Scene::Scene(int castIndex, QSize size)
+    : m_castIndex(castIndex),
+      m_look(castMember(castIndex).look),
+      m_size(size),
+      m_backdrop(sceneBackdrop(m_look, size))
 {
 }
 
@@ -182,7 +185,7 @@ QImage Scene::picture(double sceneSeconds, const QString &note) const
     painter.resetTransform();
     paintLabels(painter, sceneSeconds, note);
     painter.setRenderHint(QPainter::Antialiasing, false);
-    drawCounter(painter, m_size, sceneSeconds);
+    drawCounter(painter, m_size, {m_castIndex, sceneSeconds});
     return picture;
 }
 

@@ -15,8 +15,8 @@ namespace vorn::rig {
 /// Needs a QGuiApplication for its fonts. Drawing is const; one object serves any one thread.
 class Scene {
 public:
-    /// The scene as the phone with that look sees it. A picture is `size` pixels, wide or upright.
-    Scene(const SceneLook &look, QSize size);
+    /// The scene as that phone of the cast sees it. A picture is `size` pixels, wide or upright.
+    Scene(int castIndex, QSize size);
 
     /// The picture at that scene time, with the counter strip (counter.h). Format_RGB32. `note`
     /// stands behind the clock.
@@ -26,6 +26,7 @@ private:
     void paintWorld(QPainter &painter, double sceneSeconds) const;
     void paintLabels(QPainter &painter, double sceneSeconds, const QString &note) const;
 
+    int m_castIndex;
     SceneLook m_look;
     QSize m_size;
     QImage m_backdrop; ///< all that never moves, drawn once

@@ -74,10 +74,9 @@ struct PictureLoop::Painter {
 };
 
 PictureLoop::PictureLoop(int castIndex, PreviewHold hold, PictureFormat format, QThreadPool &pool)
-    : m_painter(new Painter{Scene(castMember(castIndex).look, hold == PreviewHold::landscape
-                                                                  ? format.size
-                                                                  : format.size.transposed()),
-                            hold, format.fps}),
+    : m_painter(new Painter{
+          Scene(castIndex, hold == PreviewHold::landscape ? format.size : format.size.transposed()),
+          hold, format.fps}),
       m_format(format),
       m_pool(pool)
 {

@@ -99,6 +99,16 @@ private Q_SLOTS:
         QCOMPARE(check.isWithinOneFrame(), isAligned);
     }
 
+    void refusesThePicturesOfAnotherCamera()
+    {
+        QString timeline = m_timeline;
+        timeline.replace(u"ref=\"asset-2\""_s, u"ref=\"asset-3\""_s);
+        writePlain(m_package + u"/timeline.fcpxml"_s, timeline.toUtf8());
+        const QString text = thrownText([this] { (void)checked(); });
+        QVERIFY2(text.endsWith(u"shows cam-c, but by the timeline it shows cam-b."_s),
+                 qPrintable(text));
+    }
+
 private:
     [[nodiscard]] AlignmentCheck checked() const
     {
