@@ -5,6 +5,7 @@
 #include "base/json_text.h"
 #include "rig/base/rig_error.h"
 #include "rig/film/check.h"
+#include "rig/film/cut_report.h"
 #include "rig/film/take.h"
 #include "rig/phone/control.h"
 #include "rig/phone/phones.h"
@@ -139,6 +140,34 @@ ExitCode runCheck()
     return check.isWithinOneFrame() ? done : failed;
 }
 
+ExitCode runCut()
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        u"Measures by the document and by its pictures how well the director's cut of an exported\n"
+        "package keeps the decisions that were made. Ends with 0 when the worst lies within two\n"
+        "frames, half of them within half a frame, and none is missing, too much or on the wrong\n"
+        "camera; with 1 when not, and with 2 when the files cannot be read."_s);
+    parser.addOptions({
+        {u"package"_s, u"Folder of the package, with its director-cut.fcpxml."_s, u"DIR"_s},
+        {u"truth"_s, u"The truth.json of the take."_s, u"FILE"_s},
+        {u"decisions"_s,
+         u"What was decided, in order, by the scene's time (the command film tells it): JSON, "
+         "[{\"kind\":\"CUT|FADE|MARK\",\"cameraId\":\"cam-b\",\"sceneSeconds\":12.3}, ...]"_s,
+         u"FILE"_s},
+        {u"pictures"_s, u"Gets a picture of both sides of each edge."_s, u"DIR"_s},
+        {u"json"_s, u"Print the figures as JSON."_s},
+    });
+    if (!parse(parser, u"cut"_s))
+        return done;
+    const CutCheck check =
+        checkCut({required(parser, u"package"_s), required(parser, u"truth"_s),
+                  required(parser, u"decisions"_s), parser.value(u"pictures"_s)});
+    print(stdout,
+          parser.isSet(u"json"_s) ? QString::fromUtf8(prettyJson(cutJson(check))) : cutText(check));
+    return check.isRight() ? done : failed;
+}
+
 std::optional<Endpoint> desktopEndpoint(const QString &text)
 {
     if (text == u"none")
@@ -254,8 +283,9 @@ const QString usage = u"Usage: vorn-rig COMMAND [options]\n"
                       "  take   film a synthetic scene with several simulated phones\n"
                       "  phones put simulated phones on the network, live\n"
                       "  check  measure the alignment of an exported package\n"
+                      "  cut    measure the director's cut of an exported package\n"
                       "vorn-rig COMMAND --help tells more. Exit codes: 0 done, 1 failed or not\n"
-                      "aligned, 2 wrong usage or unreadable input.\n"_s;
+                      "right, 2 wrong usage or unreadable input.\n"_s;
 
 ExitCode run()
 {
@@ -264,9 +294,9 @@ ExitCode run()
         return runTake();
     if (command == u"phones")
         return runPhones();
-    if (command == u"check")
+    if (command == u"check" || command == u"cut")
         try {
-            return runCheck();
+            return command == u"cut" ? runCut() : runCheck();
         } catch (const std::exception &error) {
             print(stderr, u"vorn-rig: %1\n"_s.arg(QString::fromUtf8(error.what())));
             return badInput;

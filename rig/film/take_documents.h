@@ -32,6 +32,8 @@ struct PhoneTruth {
     {
         return offsetSeconds + sceneSecondsPerMediaSecond() * mediaSeconds;
     }
+    /// When its recording ends.
+    [[nodiscard]] double endSceneSeconds() const { return sceneSeconds(rate.seconds(frames)); }
 };
 
 /// The truth of a take.

@@ -163,9 +163,8 @@ QJsonObject Phones::turnFilm(const QString &value)
             std::ranges::find(truth.phones, phone->cameraId(), &PhoneTruth::cameraId);
         if (filmed == truth.phones.end())
             continue;
-        const double end = filmed->sceneSeconds(filmed->rate.seconds(filmed->frames));
         phone->film({truth.takeId, later(zero, filmed->offsetSeconds / sceneRate),
-                     later(zero, end / sceneRate)},
+                     later(zero, filmed->endSceneSeconds() / sceneRate)},
                     sceneRate / filmed->sceneSecondsPerMediaSecond());
     }
     return {{u"sceneZeroMonotonicSeconds"_s,

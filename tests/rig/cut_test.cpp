@@ -1,13 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What a reader of its own understands of a director's cut, and what it refuses.
+// What the rig's own reader understands of a director's cut, and what holding one against the truth
+// of a real take finds.
 
 #include "rig/film/cut_reader.h"
+#include "rig/film/cut_report.h"
+#include "rig/film/take.h"
 #include "support.h"
 
+#include <QGuiApplication>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <cmath>
+#include <functional>
 
 using namespace Qt::StringLiterals;
 using namespace vorn;
@@ -16,7 +22,7 @@ using namespace vorn::rig;
 namespace {
 
 // Three seconds: a gap whose own time begins at 5 s, cam-b, a dissolve over four frames, cam-a.
-constexpr auto document =
+constexpr auto smallCut =
     "<?xml version='1.0' encoding='UTF-8'?>\n"
     "<!DOCTYPE fcpxml>\n"
     "<fcpxml version='1.7'><resources><format id='f' frameDuration='1/30s'/>\n"
@@ -45,6 +51,95 @@ constexpr auto document =
     "<timept time='3s' value='3s' interp='linear'/></timeMap></asset-clip>\n"
     "</spine></sequence></project></event></fcpxml>";
 
+QString frameText(std::int64_t frame)
+{
+    return u"%1/30s"_s.arg(frame);
+}
+
+QString microText(double seconds)
+{
+    return u"%1/1000000s"_s.arg(std::llround(seconds * 1e6));
+}
+
+/// The frames of the timeline in which that phone's movie stands.
+std::pair<std::int64_t, std::int64_t> laneOf(const PhonePlan &phone)
+{
+    return {std::int64_t(std::ceil(30 * std::max(phone.offsetSeconds, 0.0))),
+            std::int64_t(std::floor(30 * phone.sceneSeconds(phone.durationSeconds())))};
+}
+
+/// A clip of that phone, from its own time `start`.
+QString clipText(const PhonePlan &phone, const QString &attributes, std::int64_t offset,
+                 std::int64_t start, std::int64_t frames)
+{
+    const auto [first, last] = laneOf(phone);
+    const auto source = [&phone](std::int64_t frame) {
+        const double scene = double(frame) / 30 - phone.offsetSeconds;
+        return microText(scene / (1 + phone.driftPPM / 1e6));
+    };
+    return u"<asset-clip ref='%1' name='%1' %2 offset='%3' start='%4' duration='%5'><timeMap>"
+           "<timept time='0s' value='%6' interp='linear'/>"
+           "<timept time='%7' value='%8' interp='linear'/></timeMap></asset-clip>"_s.arg(
+               phone.cameraId, attributes, frameText(offset), frameText(start), frameText(frames),
+               source(first), frameText(last - first), source(last));
+}
+
+struct Shot {
+    int phone = -1; ///< below 0: a gap
+    std::int64_t endFrame = 0;
+    std::int64_t dissolveFrames = 0; ///< at its end
+};
+
+/// A cut of these shots, with a marker in its first piece, which is a gap, at that frame.
+QString cutText(const TakePlan &plan, const QString &folder, const std::vector<Shot> &shots,
+                std::int64_t markerFrame)
+{
+    QString resources = u"<format id='f' frameDuration='1/30s'/>"_s;
+    QString lanes = clipText(plan.phones[0], u"lane='-1' srcEnable='audio'"_s, 0, 0, 120);
+    for (const PhonePlan &phone : plan.phones) {
+        const auto [first, last] = laneOf(phone);
+        resources += u"<asset id='%1' src='file://%2/%3' start='0s' duration='%4'/>"_s.arg(
+            phone.cameraId, QString(folder).replace(u' ', u"%20"_s), phone.fileName,
+            microText(phone.durationSeconds()));
+        lanes += clipText(phone, u"lane='%1' enabled='0'"_s.arg(-2 - phone.castIndex), first, 0,
+                          last - first);
+    }
+    lanes += u"<marker start='%1' duration='1/30s' value='Laugh'/>"_s.arg(frameText(markerFrame));
+    QString spine;
+    std::int64_t frame = 0;
+    for (const Shot &shot : shots) {
+        const std::int64_t frames = shot.endFrame - frame;
+        if (shot.phone < 0) {
+            spine += u"<gap offset='%1' start='0s' duration='%2'>%3</gap>"_s.arg(
+                frameText(frame), frameText(frames), std::exchange(lanes, {}));
+        } else {
+            const PhonePlan &phone = plan.phones[std::size_t(shot.phone)];
+            spine +=
+                clipText(phone, u"srcEnable='video'"_s, frame, frame - laneOf(phone).first, frames);
+        }
+        frame = shot.endFrame;
+        if (shot.dissolveFrames > 0)
+            spine += u"<transition name='' offset='%1' duration='%2'/>"_s.arg(
+                frameText(frame - shot.dissolveFrames / 2), frameText(shot.dissolveFrames));
+    }
+    return u"<fcpxml version='1.7'><resources>%1</resources><sequence format='f' duration='%2'>"
+           "<spine>%3</spine></sequence></fcpxml>"_s.arg(resources, frameText(frame), spine);
+}
+
+// cam-c is on Program before it records; cam-d never does. The fourth cut leaves no edge: on its
+// frame comes another.
+constexpr auto decisionsText = R"([
+    {"kind": "CUT", "cameraId": "cam-a", "sceneSeconds": -2},
+    {"kind": "CUT", "cameraId": "cam-c", "sceneSeconds": -0.5},
+    {"kind": "MARK", "sceneSeconds": 0.204},
+    {"kind": "CUT", "cameraId": "cam-b", "sceneSeconds": 1.204},
+    {"kind": "FADE", "cameraId": "cam-a", "sceneSeconds": 1.997},
+    {"kind": "CUT", "cameraId": "cam-b", "sceneSeconds": 2.79},
+    {"kind": "CUT", "cameraId": "cam-c", "sceneSeconds": 2.81},
+    {"kind": "CUT", "cameraId": "cam-d", "sceneSeconds": 3.3},
+    {"kind": "CUT", "cameraId": "cam-a", "sceneSeconds": 3.6667},
+    {"kind": "CUT", "cameraId": "cam-b", "sceneSeconds": 30}])";
+
 } // namespace
 
 class CutTest : public QObject {
@@ -53,7 +148,7 @@ class CutTest : public QObject {
 private Q_SLOTS:
     void readsWhatAnEditorShows()
     {
-        const DirectorCut cut = readDirectorCut(document);
+        const DirectorCut cut = readDirectorCut(smallCut);
         QCOMPARE(cut.framesPerSecond, 30.0);
         QCOMPARE(cut.pieces.size(), std::size_t{3});
         QCOMPARE(cut.pieces[0].cameraId(), QString());
@@ -142,13 +237,98 @@ private Q_SLOTS:
         QFETCH(const QString, what);
         QFETCH(const QString, instead);
         QFETCH(const QString, sentence);
-        QString broken = QString::fromUtf8(document);
+        QString broken = QString::fromUtf8(smallCut);
         QCOMPARE(broken.count(what), 1);
         broken.replace(what, instead);
         const QString text = thrownText([&] { (void)readDirectorCut(broken.toUtf8()); });
         QVERIFY2(text.contains(sentence) && !text.isEmpty(), qPrintable(text));
     }
+
+    void holdsACutAgainstTheTruth_data()
+    {
+        QTest::addColumn<std::function<void(std::vector<Shot> &)>>("spoil");
+        QTest::addColumn<int>("markerFrame");
+        QTest::addColumn<int>("missing");
+        QTest::addColumn<int>("extra");
+        QTest::addColumn<int>("wrong");
+        QTest::addColumn<int>("worstFrames");
+        using Shots = std::vector<Shot>;
+        using Spoil = std::function<void(Shots &)>;
+        const auto row = [](const char *name, const Spoil &spoil, int marker, int missing,
+                            int extra, int wrong, int worst) {
+            QTest::newRow(name) << spoil << marker << missing << extra << wrong << worst;
+        };
+        row("right", [](Shots &) {}, 6, 0, 0, 0, 0);
+        row("two frames late", [](Shots &shots) { shots[1].endFrame += 2; }, 6, 0, 0, 0, 2);
+        row("three frames late", [](Shots &shots) { shots[1].endFrame += 3; }, 6, 0, 0, 0, 3);
+        row("a marker 4 frames early", [](Shots &) {}, 2, 0, 0, 0, 4);
+        row("no cut", [](Shots &shots) { shots.erase(shots.begin() + 1); }, 6, 1, 1, 1, 0);
+        row(
+            "two cuts too many",
+            [](Shots &shots) { shots.insert(shots.begin() + 3, {{0, 76}, {1, 80}}); }, 6, 0, 2, 0,
+            0);
+        row("no dissolve", [](Shots &shots) { shots[2].dissolveFrames = 0; }, 6, 0, 0, 0, 0);
+        row(
+            "a dissolve too many", [](Shots &shots) { shots[1].dissolveFrames = 4; }, 6, 0, 1, 0,
+            0);
+        row(
+            "cameras swapped", [](Shots &shots) { std::swap(shots[1].phone, shots[2].phone); }, 6,
+            1, 2, 2, 0);
+    }
+
+    void holdsACutAgainstTheTruth()
+    {
+        QFETCH(const std::function<void(std::vector<Shot> &)>, spoil);
+        QFETCH(const int, markerFrame);
+        QFETCH(const int, worstFrames);
+        const QByteArray row = QTest::currentDataTag();
+        const std::int64_t beginOfC = laneOf(m_plan.phones[2]).first;
+        std::vector<Shot> shots{{-1, beginOfC}, {2, 36},   {1, 60, 12}, {0, 84},
+                                {2, 99},        {-1, 110}, {0, 120}};
+        spoil(shots);
+        const CutCheck check = checked(::cutText(m_plan, m_take, shots, markerFrame),
+                                       row == "right" ? m_root.filePath(u"pictures"_s) : QString());
+        const QString text = rig::cutText(check);
+        QCOMPARE(check.decisions.size(), std::size_t{7});
+        QTEST(check.missing(), "missing");
+        QTEST(check.extra, "extra");
+        QTEST(check.wrongCameras, "wrong");
+        QVERIFY2(std::lround(check.worstSeconds() * 30) == worstFrames, qPrintable(text));
+        QVERIFY2(check.isRight() == (row == "right" || row == "two frames late"), qPrintable(text));
+        QVERIFY2(check.faults.isEmpty() == (check.isRight() || worstFrames > 2), qPrintable(text));
+        if (row != "right")
+            return;
+        const auto &left = check.decisions[1].sides->left;
+        QCOMPARE(left.text(), u"cam-c 1.1424 #22"_s);
+        QVERIFY(std::abs(left.shown->sceneSeconds - 35.0 / 30) < 0.001);
+        QCOMPARE(QDir(m_root.filePath(u"pictures"_s)).entryList(QDir::Files).size(), 6);
+        QVERIFY(!check.decisions[3].documentSeconds);
+    }
+
+    void findsPicturesOfAnotherCamera()
+    {
+        const std::int64_t beginOfC = laneOf(m_plan.phones[2]).first;
+        QString document = ::cutText(m_plan, m_take, {{-1, beginOfC}, {2, 36}, {1, 99}}, 6);
+        document.replace(u"-cam-b.mov"_s, u"-cam-a.mov"_s);
+        const CutCheck check = checked(document);
+        QVERIFY2(
+            check.faults.first().endsWith(u"shows cam-a, but by the timeline it shows cam-b."_s),
+            qPrintable(rig::cutText(check)));
+    }
+
+private:
+    [[nodiscard]] CutCheck checked(const QString &timeline, const QString &pictures = {}) const
+    {
+        writePlain(m_root.filePath(u"director-cut.fcpxml"_s), timeline.toUtf8());
+        writePlain(m_root.filePath(u"decisions.json"_s), decisionsText);
+        return checkCut({m_root.path(), m_take + u"/truth.json"_s,
+                         m_root.filePath(u"decisions.json"_s), pictures});
+    }
+
+    QTemporaryDir m_root;
+    QString m_take = m_root.filePath(u"a take"_s);
+    TakePlan m_plan = makeTake({.cameras = 3, .seconds = 4, .fps = {}, .seed = 3}, m_take);
 };
 
-QTEST_GUILESS_MAIN(CutTest)
+QTEST_MAIN(CutTest)
 #include "cut_test.moc"
