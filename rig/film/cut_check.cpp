@@ -43,15 +43,15 @@ std::optional<std::size_t> nearest(std::size_t count, double seconds, double rea
 /// Decides what the document owes to the decisions, and finds it.
 class CutChecker {
 public:
-    CutChecker(const DirectorCut &cut, const TakeTruth &truth,
-               const std::vector<CutDecision> &decisions)
+    CutChecker(const CutTimeline &cut, const TakeTruth &truth,
+               const std::vector<ScriptedDecision> &decisions)
         : m_cut(cut), m_truth(truth)
     {
         m_check.framesPerSecond = cut.framesPerSecond;
         m_toleranceSeconds = worstFrames / cut.framesPerSecond;
         m_endSeconds = double(cut.pieces.back().endFrame()) / cut.framesPerSecond;
         for (std::size_t index = 0; index < decisions.size(); ++index) {
-            const CutDecision &decision = decisions[index];
+            const ScriptedDecision &decision = decisions[index];
             const bool isInside =
                 decision.sceneSeconds >= 0 && decision.sceneSeconds < m_endSeconds;
             if (isInside)
@@ -72,9 +72,9 @@ public:
         verifyDissolves();
         verifyShots();
         verifySound();
-        for (const PlacedDecision &placed : m_check.decisions)
-            if (placed.isMissing())
-                m_check.faults += u"Decision %1 is missing."_s.arg(placed.number);
+        for (const FoundDecision &found : m_check.decisions)
+            if (found.isMissing())
+                m_check.faults += u"Decision %1 is missing."_s.arg(found.number);
         return std::move(m_check);
     }
 
@@ -116,11 +116,11 @@ private:
     void placeMarks()
     {
         std::vector<bool> isTaken(m_cut.markers.size());
-        for (PlacedDecision &placed : m_check.decisions) {
-            if (placed.decision.kind != DecisionKind::mark)
+        for (FoundDecision &found : m_check.decisions) {
+            if (found.decision.kind != DecisionKind::mark)
                 continue;
-            const double wanted = placed.decision.sceneSeconds;
-            placed.isNeeded = !isAtAnEnd(wanted);
+            const double wanted = found.decision.sceneSeconds;
+            found.isNeeded = !isAtAnEnd(wanted);
             const auto index =
                 nearest(m_cut.markers.size(), wanted, reachSeconds, [&](std::size_t marker) {
                     return isTaken[marker] ? std::nullopt
@@ -129,7 +129,7 @@ private:
             if (!index)
                 continue;
             isTaken[*index] = true;
-            placed.documentSeconds = secondsOf(m_cut.markers[*index].frame);
+            found.documentSeconds = secondsOf(m_cut.markers[*index].frame);
         }
         for (std::size_t marker = 0; marker < isTaken.size(); ++marker)
             if (!isTaken[marker])
@@ -139,14 +139,14 @@ private:
 
     void placeEdges()
     {
-        std::vector<PlacedDecision *> takes;
-        for (PlacedDecision &placed : m_check.decisions)
-            if (placed.decision.kind != DecisionKind::mark)
-                takes.push_back(&placed);
+        std::vector<FoundDecision *> takes;
+        for (FoundDecision &found : m_check.decisions)
+            if (found.decision.kind != DecisionKind::mark)
+                takes.push_back(&found);
         std::size_t firstFree = 0;
         QString before = m_cameraAtStart;
         for (std::size_t index = 0; index < takes.size(); ++index) {
-            PlacedDecision &take = *takes[index];
+            FoundDecision &take = *takes[index];
             const QString &cameraId = take.decision.cameraId;
             const double wanted = take.decision.sceneSeconds;
             // Of two on one frame the later counts, and a gap after a gap is no edge.
@@ -212,20 +212,20 @@ private:
             if (found == m_decisionAt.end())
                 addExtra(u"a dissolve"_s, transition.edgeFrame());
         }
-        for (const auto &[piece, placed] : m_decisionAt)
-            if (placed->decision.kind == DecisionKind::fade && hasMaterialForFade(piece)
+        for (const auto &[piece, found] : m_decisionAt)
+            if (found->decision.kind == DecisionKind::fade && hasMaterialForFade(piece)
                 && std::ranges::find(m_cut.transitions, m_cut.pieces[piece].startFrame,
                                      &CutTransition::edgeFrame)
                        == m_cut.transitions.end())
-                m_check.faults += u"Decision %1 is no dissolve."_s.arg(placed->number);
+                m_check.faults += u"Decision %1 is no dissolve."_s.arg(found->number);
     }
 
     [[nodiscard]] bool hasMaterialForFade(std::size_t piece) const
     {
         if (piece == 0)
             return false;
-        const CutPiece &left = m_cut.pieces[piece - 1];
-        const CutPiece &right = m_cut.pieces[piece];
+        const TimelinePiece &left = m_cut.pieces[piece - 1];
+        const TimelinePiece &right = m_cut.pieces[piece];
         const double edge = secondsOf(right.startFrame);
         return std::min(secondsOf(left.frames), secondsOf(right.frames)) > 2 * shortestFadeSeconds
                && presence(left.cameraId(), edge + shortestFadeSeconds) == Presence::recording
@@ -237,12 +237,12 @@ private:
     {
         QString camera = m_cameraAtStart;
         double from = 0;
-        for (const PlacedDecision &placed : m_check.decisions) {
-            if (placed.decision.kind == DecisionKind::mark)
+        for (const FoundDecision &found : m_check.decisions) {
+            if (found.decision.kind == DecisionKind::mark)
                 continue;
-            verifyShot(camera, from, placed.decision.sceneSeconds);
-            camera = placed.decision.cameraId;
-            from = placed.decision.sceneSeconds;
+            verifyShot(camera, from, found.decision.sceneSeconds);
+            camera = found.decision.cameraId;
+            from = found.decision.sceneSeconds;
         }
         verifyShot(camera, from, m_endSeconds);
     }
@@ -254,9 +254,10 @@ private:
             return;
         const double middle = (from + to) / 2;
         const auto frame = std::int64_t(middle * m_cut.framesPerSecond);
-        const auto piece = std::ranges::find_if(m_cut.pieces, [frame](const CutPiece &candidate) {
-            return frame < candidate.endFrame();
-        });
+        const auto piece =
+            std::ranges::find_if(m_cut.pieces, [frame](const TimelinePiece &candidate) {
+                return frame < candidate.endFrame();
+            });
         if (fits(piece->cameraId(), cameraId, middle))
             return;
         ++m_check.wrongCameras;
@@ -294,21 +295,21 @@ private:
         m_check.faults += u"Nobody decided %1 at %2 s."_s.arg(what).arg(secondsOf(frame));
     }
 
-    const DirectorCut &m_cut;
+    const CutTimeline &m_cut;
     const TakeTruth &m_truth;
     CutCheck m_check;
     double m_toleranceSeconds = 0; ///< what the worst decision may be off
     double m_endSeconds = 0;
-    QString m_cameraAtStart;                              ///< decided before the timeline begins
-    std::map<std::size_t, PlacedDecision *> m_decisionAt; ///< by the piece that it begins
+    QString m_cameraAtStart;                             ///< decided before the timeline begins
+    std::map<std::size_t, FoundDecision *> m_decisionAt; ///< by the piece that it begins
 };
 
 std::vector<double> sortedErrors(const CutCheck &check)
 {
     std::vector<double> errors;
-    for (const PlacedDecision &placed : check.decisions)
-        if (placed.documentSeconds)
-            errors.push_back(std::abs(placed.errorSeconds()));
+    for (const FoundDecision &found : check.decisions)
+        if (found.documentSeconds)
+            errors.push_back(std::abs(found.errorSeconds()));
     std::ranges::sort(errors);
     return errors;
 }
@@ -317,7 +318,7 @@ std::vector<double> sortedErrors(const CutCheck &check)
 
 int CutCheck::missing() const
 {
-    return int(std::ranges::count_if(decisions, &PlacedDecision::isMissing));
+    return int(std::ranges::count_if(decisions, &FoundDecision::isMissing));
 }
 
 double CutCheck::medianSeconds() const
@@ -341,9 +342,9 @@ bool CutCheck::isRight() const
 CutCheck checkCut(const CutCheckFiles &files)
 {
     const TakeTruth truth = takeTruth(files.truthPath);
-    const DirectorCut cut = readDirectorCut(
+    const CutTimeline cut = readCutTimeline(
         readFile(files.packageFolder + u"/director-cut.fcpxml"_s, maximumDocumentBytes));
-    const std::vector<CutDecision> decisions = readDecisions(files.decisionsPath);
+    const std::vector<ScriptedDecision> decisions = readDecisions(files.decisionsPath);
     if (!files.picturesFolder.isEmpty() && !QDir().mkpath(files.picturesFolder))
         throw RigError(u"Cannot create %1."_s.arg(files.picturesFolder));
     return CutChecker(cut, truth, decisions).check([&](std::size_t edge, const CutSides &sides) {

@@ -19,9 +19,9 @@
 namespace vorn::rig {
 
 /// A decision and where the document has it.
-struct PlacedDecision {
+struct FoundDecision {
     std::size_t number = 0; ///< from 1, in the order of the decisions
-    CutDecision decision;
+    ScriptedDecision decision;
     std::optional<double> documentSeconds;
     bool isNeeded = true; ///< false where the document does right to have none
     std::optional<CutSides> sides;
@@ -35,10 +35,10 @@ struct PlacedDecision {
 
 struct CutCheck {
     double framesPerSecond = 0;
-    std::vector<PlacedDecision> decisions; ///< those within the timeline
-    int extra = 0;                         ///< edges, markers and dissolves that nobody decided
-    int wrongCameras = 0;                  ///< stretches that show another camera than decided
-    QStringList faults;                    ///< what is wrong, in sentences
+    std::vector<FoundDecision> decisions; ///< those within the timeline
+    int extra = 0;                        ///< edges, markers and dissolves that nobody decided
+    int wrongCameras = 0;                 ///< stretches that show another camera than decided
+    QStringList faults;                   ///< what is wrong, in sentences
 
     [[nodiscard]] int missing() const;
     /// Of the distances between decision and document. 0 where there are none.

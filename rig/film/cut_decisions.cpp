@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 constexpr std::int64_t maximumListBytes = 1 << 20;
 
-CutDecision decisionOf(const QJsonValue &entry)
+ScriptedDecision decisionOf(const QJsonValue &entry)
 {
     for (const auto kind : {DecisionKind::cut, DecisionKind::fade, DecisionKind::mark}) {
         if (entry[u"kind"_s] != decisionKindText(kind))
@@ -44,12 +44,12 @@ QString decisionKindText(DecisionKind kind)
     Q_UNREACHABLE();
 }
 
-std::vector<CutDecision> readDecisions(const QString &path)
+std::vector<ScriptedDecision> readDecisions(const QString &path)
 {
     const QJsonDocument document = parseJson(readFile(path, maximumListBytes));
     if (!document.isArray())
         throw RigError(u"%1 is no list of decisions."_s.arg(path));
-    std::vector<CutDecision> decisions;
+    std::vector<ScriptedDecision> decisions;
     for (const QJsonValue entry : document.array()) {
         decisions.push_back(decisionOf(entry));
         if (decisions.size() > 1

@@ -10,7 +10,7 @@ namespace vorn::rig {
 
 enum class DecisionKind { cut, fade, mark };
 
-struct CutDecision {
+struct ScriptedDecision {
     DecisionKind kind = DecisionKind::cut;
     QString cameraId; ///< a mark may have none
     double sceneSeconds = 0;
@@ -21,6 +21,6 @@ struct CutDecision {
 
 /// Reads a list, in the order of time: [{"kind":"CUT","cameraId":"cam-b","sceneSeconds":12.3}, ...]
 /// Throws RigError for a file that holds none, FileError for one that cannot be read.
-[[nodiscard]] std::vector<CutDecision> readDecisions(const QString &path);
+[[nodiscard]] std::vector<ScriptedDecision> readDecisions(const QString &path);
 
 } // namespace vorn::rig

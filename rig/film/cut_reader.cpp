@@ -46,7 +46,7 @@ class CutReader {
 public:
     explicit CutReader(const QByteArray &document) : m_xml(document) {}
 
-    DirectorCut read()
+    CutTimeline read()
     {
         if (m_xml.readNextStartElement()) {
             if (m_xml.name() != u"fcpxml" || attribute(m_xml, u"version"_s) != u"1.7")
@@ -60,7 +60,7 @@ public:
             refuse(u"is not as long as its sequence"_s);
         for (std::size_t index = 0; index < m_cut.transitions.size(); ++index)
             verifyTransition(index);
-        for (const CutPiece &piece : m_cut.pieces)
+        for (const TimelinePiece &piece : m_cut.pieces)
             if (piece.clip)
                 verifyLane(*piece.clip);
         std::ranges::stable_sort(m_cut.markers, {}, &CutMarker::frame);
@@ -133,7 +133,7 @@ private:
     {
         const bool isClip = m_xml.name() == u"asset-clip";
         const Parent parent{seconds(m_xml, u"offset"_s), seconds(m_xml, u"start"_s)};
-        CutPiece piece;
+        TimelinePiece piece;
         piece.startFrame = frame(parent.offset, u"a piece"_s);
         piece.frames = frame(seconds(m_xml, u"duration"_s), u"the length of a piece"_s);
         const std::int64_t end = m_cut.pieces.empty() ? 0 : m_cut.pieces.back().endFrame();
@@ -253,7 +253,7 @@ private:
             m_cut.lanes.push_back(clip);
     }
 
-    void readMarker(const Parent &parent, const CutPiece &piece)
+    void readMarker(const Parent &parent, const TimelinePiece &piece)
     {
         const CutMarker marker{
             frame(parent.timelineSeconds(seconds(m_xml, u"start"_s)), u"a marker"_s),
@@ -280,8 +280,8 @@ private:
         const std::size_t next = m_piecesBefore[index];
         if (next == 0 || next == m_cut.pieces.size())
             refuse(u"has a dissolve at an end"_s);
-        const CutPiece &left = m_cut.pieces[next - 1];
-        const CutPiece &right = m_cut.pieces[next];
+        const TimelinePiece &left = m_cut.pieces[next - 1];
+        const TimelinePiece &right = m_cut.pieces[next];
         if (transition.frames < 2 || transition.frames % 2 != 0
             || transition.edgeFrame() != right.startFrame)
             refuse(u"has a dissolve that is not centred on frame %1"_s.arg(right.startFrame));
@@ -313,7 +313,7 @@ private:
     QXmlStreamReader m_xml;
     FcpxmlResources m_resources;
     std::int64_t m_sequenceFrames = 0;
-    DirectorCut m_cut;
+    CutTimeline m_cut;
     std::vector<Material> m_materials;       ///< of the pieces; a gap has none
     std::vector<std::size_t> m_piecesBefore; ///< each transition
     QStringList m_lanes;
@@ -321,7 +321,7 @@ private:
 
 } // namespace
 
-DirectorCut readDirectorCut(const QByteArray &document)
+CutTimeline readCutTimeline(const QByteArray &document)
 {
     return CutReader(document).read();
 }

@@ -10,7 +10,7 @@
 namespace vorn::rig {
 
 /// A stretch of the cut. Each begins where the one before it ends.
-struct CutPiece {
+struct TimelinePiece {
     std::int64_t startFrame = 0;
     std::int64_t frames = 0;
     std::optional<TimelineClip> clip; ///< what it shows; absent for a gap
@@ -37,9 +37,9 @@ struct CutMarker {
 };
 
 /// A director's cut as an editor understands it. Frames count from the timeline's beginning.
-struct DirectorCut {
+struct CutTimeline {
     double framesPerSecond = 0;
-    std::vector<CutPiece> pieces;
+    std::vector<TimelinePiece> pieces;
     std::vector<CutTransition> transitions;
     std::vector<CutMarker> markers;    ///< in the order of time
     std::optional<TimelineClip> sound; ///< what is heard throughout
@@ -51,6 +51,6 @@ struct DirectorCut {
 /// XML, in which an editor would find something else to show than a piece says, or that an editor
 /// refuses: gaps and overlaps in the spine, times off the frame, dissolves without material, clips
 /// without asset, pieces that show something else than their camera's lane.
-[[nodiscard]] DirectorCut readDirectorCut(const QByteArray &document);
+[[nodiscard]] CutTimeline readCutTimeline(const QByteArray &document);
 
 } // namespace vorn::rig

@@ -29,20 +29,19 @@ QString cutText(const CutCheck &check)
     QString text =
         u"  no kind camera       scene s    cut s  error ms  frames  left: scene s, frame"
         "       right\n"_s;
-    for (const PlacedDecision &placed : check.decisions) {
-        text += u"%1 %2 %3 %4"_s.arg(placed.number, 4)
-                    .arg(decisionKindText(placed.decision.kind), -4)
-                    .arg(placed.decision.cameraId, -10)
-                    .arg(placed.decision.sceneSeconds, 9, 'f', 3);
-        if (placed.documentSeconds)
-            text += u" %1 %2 %3"_s.arg(*placed.documentSeconds, 8, 'f', 3)
-                        .arg(placed.errorSeconds() * 1000, 9, 'f', 1)
-                        .arg(placed.errorSeconds() * fps, 7, 'f', 2);
+    for (const FoundDecision &found : check.decisions) {
+        text += u"%1 %2 %3 %4"_s.arg(found.number, 4)
+                    .arg(decisionKindText(found.decision.kind), -4)
+                    .arg(found.decision.cameraId, -10)
+                    .arg(found.decision.sceneSeconds, 9, 'f', 3);
+        if (found.documentSeconds)
+            text += u" %1 %2 %3"_s.arg(*found.documentSeconds, 8, 'f', 3)
+                        .arg(found.errorSeconds() * 1000, 9, 'f', 1)
+                        .arg(found.errorSeconds() * fps, 7, 'f', 2);
         else
-            text += placed.isNeeded ? u"  missing"_s : u"  leaves no edge"_s;
-        if (placed.sides)
-            text +=
-                u"  %1 %2"_s.arg(placed.sides->left.text(), -25).arg(placed.sides->right.text());
+            text += found.isNeeded ? u"  missing"_s : u"  leaves no edge"_s;
+        if (found.sides)
+            text += u"  %1 %2"_s.arg(found.sides->left.text(), -25).arg(found.sides->right.text());
         text += u'\n';
     }
     text += u"Median %1 ms (%2 frames), worst %3 ms (%4 frames).\n"_s
@@ -64,20 +63,20 @@ QJsonObject cutJson(const CutCheck &check)
 {
     const double fps = check.framesPerSecond;
     QJsonArray decisions;
-    for (const PlacedDecision &placed : check.decisions) {
-        QJsonObject entry{{u"number"_s, qint64(placed.number)},
-                          {u"kind"_s, decisionKindText(placed.decision.kind)},
-                          {u"cameraId"_s, placed.decision.cameraId},
-                          {u"sceneSeconds"_s, placed.decision.sceneSeconds},
-                          {u"isMissing"_s, placed.isMissing()}};
-        if (placed.documentSeconds) {
-            entry.insert(u"documentSeconds"_s, *placed.documentSeconds);
-            entry.insert(u"errorMs"_s, placed.errorSeconds() * 1000);
-            entry.insert(u"errorFrames"_s, placed.errorSeconds() * fps);
+    for (const FoundDecision &found : check.decisions) {
+        QJsonObject entry{{u"number"_s, qint64(found.number)},
+                          {u"kind"_s, decisionKindText(found.decision.kind)},
+                          {u"cameraId"_s, found.decision.cameraId},
+                          {u"sceneSeconds"_s, found.decision.sceneSeconds},
+                          {u"isMissing"_s, found.isMissing()}};
+        if (found.documentSeconds) {
+            entry.insert(u"documentSeconds"_s, *found.documentSeconds);
+            entry.insert(u"errorMs"_s, found.errorSeconds() * 1000);
+            entry.insert(u"errorFrames"_s, found.errorSeconds() * fps);
         }
-        if (placed.sides) {
-            entry.insert(u"left"_s, sideJson(placed.sides->left));
-            entry.insert(u"right"_s, sideJson(placed.sides->right));
+        if (found.sides) {
+            entry.insert(u"left"_s, sideJson(found.sides->left));
+            entry.insert(u"right"_s, sideJson(found.sides->right));
         }
         decisions.append(entry);
     }

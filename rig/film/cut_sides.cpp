@@ -26,7 +26,7 @@ const PhoneTruth &truthOf(const TakeTruth &truth, const QString &cameraId)
     return *phone;
 }
 
-CutSide side(const DirectorCut &cut, const CutPiece &piece, std::int64_t frame,
+CutSide side(const CutTimeline &cut, const TimelinePiece &piece, std::int64_t frame,
              const TakeTruth &truth)
 {
     CutSide side;
@@ -80,7 +80,7 @@ QString CutSide::text() const
         .arg(frame);
 }
 
-CutSides lookAtEdge(const DirectorCut &cut, std::size_t piece, const TakeTruth &truth)
+CutSides lookAtEdge(const CutTimeline &cut, std::size_t piece, const TakeTruth &truth)
 {
     const std::int64_t frame = cut.pieces[piece].startFrame;
     return {side(cut, cut.pieces[piece - 1], frame - 1, truth),

@@ -29,7 +29,7 @@ struct CutSides {
 };
 
 /// Looks at both sides of the edge before that piece. Decodes up to two pictures. Throws RigError.
-[[nodiscard]] CutSides lookAtEdge(const DirectorCut &cut, std::size_t piece,
+[[nodiscard]] CutSides lookAtEdge(const CutTimeline &cut, std::size_t piece,
                                   const TakeTruth &truth);
 
 /// Writes both pictures next to each other, with a line that tells what they are. Throws RigError.

@@ -3,6 +3,9 @@
 // What the rig's own reader understands of a director's cut, and what holding one against the truth
 // of a real take finds.
 
+#include "base/files.h"
+#include "drift/export_package.h"
+#include "library/manifest_import.h"
 #include "rig/film/cut_reader.h"
 #include "rig/film/cut_report.h"
 #include "rig/film/take.h"
@@ -148,7 +151,7 @@ class CutTest : public QObject {
 private Q_SLOTS:
     void readsWhatAnEditorShows()
     {
-        const DirectorCut cut = readDirectorCut(smallCut);
+        const CutTimeline cut = readCutTimeline(smallCut);
         QCOMPARE(cut.framesPerSecond, 30.0);
         QCOMPARE(cut.pieces.size(), std::size_t{3});
         QCOMPARE(cut.pieces[0].cameraId(), QString());
@@ -240,7 +243,7 @@ private Q_SLOTS:
         QString broken = QString::fromUtf8(smallCut);
         QCOMPARE(broken.count(what), 1);
         broken.replace(what, instead);
-        const QString text = thrownText([&] { (void)readDirectorCut(broken.toUtf8()); });
+        const QString text = thrownText([&] { (void)readCutTimeline(broken.toUtf8()); });
         QVERIFY2(text.contains(sentence) && !text.isEmpty(), qPrintable(text));
     }
 
@@ -303,6 +306,35 @@ private Q_SLOTS:
         QVERIFY(std::abs(left.shown->sceneSeconds - 35.0 / 30) < 0.001);
         QCOMPARE(QDir(m_root.filePath(u"pictures"_s)).entryList(QDir::Files).size(), 6);
         QVERIFY(!check.decisions[3].documentSeconds);
+    }
+
+    void findsTheProgramsOwnCutRight()
+    {
+        writePlain(m_root.filePath(u"decisions.json"_s), decisionsText);
+        std::vector<vorn::CutDecision> decisions;
+        for (const auto &made : readDecisions(m_root.filePath(u"decisions.json"_s))) {
+            vorn::CutDecision decision{.kind = vorn::CutDecision::Kind(int(made.kind)),
+                                       .sessionSeconds = 100 + made.sceneSeconds,
+                                       .cameraId = made.cameraId,
+                                       .fadeSeconds = 0.5,
+                                       .label = u"Laugh"_s,
+                                       .then = {}};
+            for (const PhonePlan &phone : m_plan.phones) {
+                const double media =
+                    (made.sceneSeconds - phone.offsetSeconds) / (1 + phone.driftPPM / 1e6);
+                if (media >= 0 && media < phone.durationSeconds())
+                    decision.then.push_back({phone.cameraId, media, 0.001});
+            }
+            decisions.push_back(decision);
+        }
+        const QString manifest = m_take + u"/manifest.json"_s;
+        const VORNProject project =
+            importedTake(readSourceManifest(manifest), manifest, {}).project;
+        const QString package = DriftEngine::exportPackage(project, project.takes.front(),
+                                                           m_root.path(), {}, decisions);
+        const CutCheck check =
+            checked(QString::fromUtf8(readFile(package + u"/director-cut.fcpxml"_s, 1 << 20)));
+        QVERIFY2(check.isRight(), qPrintable(rig::cutText(check)));
     }
 
     void findsPicturesOfAnotherCamera()
