@@ -83,7 +83,7 @@ public:
     void film()
     {
         const QJsonObject answer =
-            QJsonDocument::fromJson(m_phones.must(u"all film 6"_s).toUtf8()).object();
+            QJsonDocument::fromJson(m_phones.must(u"film 6"_s).toUtf8()).object();
         m_scene = {.zero = answer[u"sceneZeroMonotonicSeconds"_s].toDouble(),
                    .rate = answer[u"sceneSecondsPerSecond"_s].toDouble()};
         m_session.startSession();
@@ -189,6 +189,7 @@ private:
 
 int main(int argc, char **argv)
 {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
     const QGuiApplication application(argc, argv);
     const QStringList words = QCoreApplication::arguments();
     if (words.size() != 5) {

@@ -98,6 +98,8 @@ ExitCode runTake()
         {u"seconds"_s, u"Length of the take, 4 to 3600 (20)."_s, u"S"_s, u"20"_s},
         {u"fps"_s, u"Frame rate, 10 to 120, or such as 30000/1001 (30)."_s, u"RATE"_s, u"30"_s},
         {u"seed"_s, u"Chooses starts, drifts and noise (1)."_s, u"N"_s, u"1"_s},
+        {u"drift"_s, u"Most drift by 0.8 to 1 of so many ppm, 0 to 1000 (what suits the length)."_s,
+         u"PPM"_s},
         {u"number"_s, u"The take is called take-0001 and so on, 1 to 9999 (1)."_s, u"N"_s, u"1"_s},
     });
     if (!parse(parser, u"take"_s))
@@ -108,6 +110,8 @@ ExitCode runTake()
     options.seconds = int(wholeNumber(parser, u"seconds"_s, 4, 3600));
     options.seed = wholeNumber(parser, u"seed"_s, 0, std::numeric_limits<qint64>::max());
     options.number = int(wholeNumber(parser, u"number"_s, 1, 9999));
+    if (parser.isSet(u"drift"_s))
+        options.driftPPM = double(wholeNumber(parser, u"drift"_s, 0, 1000));
     const std::optional<FrameRate> fps = frameRateFromText(parser.value(u"fps"_s));
     if (!fps)
         throw UsageError(u"--fps must be from 10 to 120, or such as 30000/1001."_s);
@@ -146,7 +150,8 @@ ExitCode runCut()
     parser.setApplicationDescription(
         u"Measures by the document and by its pictures how well the director's cut of an exported\n"
         "package keeps the decisions that were made. Ends with 0 when the worst lies within two\n"
-        "frames, half of them within half a frame, and none is missing, too much or on the wrong\n"
+        "frames, half of them (of thirty at least) within half a frame, and none is missing, too "
+        "much or on the wrong\n"
         "camera; with 1 when not, and with 2 when the files cannot be read."_s);
     parser.addOptions({
         {u"package"_s, u"Folder of the package, with its director-cut.fcpxml."_s, u"DIR"_s},

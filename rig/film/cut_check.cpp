@@ -19,6 +19,8 @@ using namespace Qt::StringLiterals;
 constexpr std::int64_t maximumDocumentBytes = 16 << 20;
 constexpr double worstFrames = 2;
 constexpr double medianFrames = 0.5;
+// That of a few is chance: whole frames alone put a quarter of them further off.
+constexpr std::size_t enoughForMedian = 30;
 // An edge further away than this is another decision's.
 constexpr double reachSeconds = 0.5;
 // The shortest dissolve of a live fade, and so the material that every fade asks for.
@@ -335,7 +337,8 @@ double CutCheck::worstSeconds() const
 
 bool CutCheck::isRight() const
 {
-    return faults.isEmpty() && medianSeconds() * framesPerSecond <= medianFrames
+    const bool hasMedian = decisions.size() >= enoughForMedian;
+    return faults.isEmpty() && (!hasMedian || medianSeconds() * framesPerSecond <= medianFrames)
            && worstSeconds() * framesPerSecond <= worstFrames;
 }
 

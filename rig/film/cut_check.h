@@ -44,8 +44,8 @@ struct CutCheck {
     /// Of the distances between decision and document. 0 where there are none.
     [[nodiscard]] double medianSeconds() const;
     [[nodiscard]] double worstSeconds() const;
-    /// True when no decision lies more than two frames off, half of them within half a frame, and
-    /// nothing is missing, too much or wrong.
+    /// True when no decision lies more than two frames off, half of them, where there are thirty,
+    /// within half a frame, and nothing is missing, too much or wrong.
     [[nodiscard]] bool isRight() const;
 };
 

@@ -49,12 +49,13 @@ double startOffset(int index, int seconds, Dice &dice)
 // Phones' clocks differ by up to 120 ppm. In a short take that is less than anchors can tell, so a
 // short take stands in for a long one: the drift adds up to 12 ms over the take, up to 600 ppm.
 // One kind of phone drifts by less than 2 ms over the take, and is not to be retimed.
-double drift(int index, int seconds, Dice &dice)
+double drift(int index, const TakeOptions &options, Dice &dice)
 {
     const double sign = dice.uniform(0, 1) < 0.5 ? -1 : 1;
     if (habit(index) == Habit::otherRate)
-        return sign * dice.uniform(0.3, 1) * std::min(8.0, 2000.0 / seconds);
-    return sign * dice.uniform(0.8, 1) * std::clamp(12'000.0 / seconds, 120.0, 600.0);
+        return sign * dice.uniform(0.3, 1) * std::min(8.0, 2000.0 / options.seconds);
+    const double usual = std::clamp(12'000.0 / options.seconds, 120.0, 600.0);
+    return sign * dice.uniform(0.8, 1) * options.driftPPM.value_or(usual);
 }
 
 std::vector<PlannedAnchor> anchors(const PhonePlan &phone, Dice &dice)
@@ -88,7 +89,7 @@ PhonePlan planPhone(const TakeOptions &options, const QString &takeId, int index
     double endSeconds = options.seconds;
     if (index > 0) {
         phone.offsetSeconds = rounded(startOffset(index, options.seconds, dice), 1e-6);
-        phone.driftPPM = rounded(drift(index, options.seconds, dice), 0.01);
+        phone.driftPPM = rounded(drift(index, options, dice), 0.01);
         endSeconds += dice.uniform(-0.03, 0.05) * std::min(options.seconds, 20);
     }
     phone.frames = std::int64_t((endSeconds - phone.offsetSeconds)

@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace vorn::rig {
@@ -22,11 +23,14 @@ inline constexpr double anchorNoiseLimitMs = 1.0;
 
 /// What the caller chooses of a take.
 struct TakeOptions {
-    int cameras = 4;            ///< 1 to maximumCameras
-    int seconds = 20;           ///< length of the reference phone's movie, 4 to 3600
-    FrameRate fps;              ///< of the timeline, and of all phones but one kind
-    std::int64_t seed = 1;      ///< the same seed gives the same take
-    int number = 1;             ///< of the take, 1 to 9999
+    int cameras = 4;       ///< 1 to maximumCameras
+    int seconds = 20;      ///< length of the reference phone's movie, 4 to 3600
+    FrameRate fps;         ///< of the timeline, and of all phones but one kind
+    std::int64_t seed = 1; ///< the same seed gives the same take
+    int number = 1;        ///< of the take, 1 to 9999
+    /// At which most phones drift against the reference, in ppm, up to 1,000; absent for what suits
+    /// the length.
+    std::optional<double> driftPPM;
     bool hasHevcEncoder = true; ///< without it that phone writes H.264 too
 };
 

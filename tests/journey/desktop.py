@@ -102,8 +102,8 @@ class Program:
     def wait(self, name, *roles, seconds=PATIENCE_SECONDS):
         return wait_for(f"“{name}”", lambda: self.find(name, *roles), seconds)
 
-    def wait_gone(self, name, *roles):
-        wait_for(f"“{name}” to go", lambda: self.find(name, *roles) is None)
+    def wait_gone(self, name, *roles, seconds=PATIENCE_SECONDS):
+        wait_for(f"“{name}” to go", lambda: self.find(name, *roles) is None, seconds)
 
     def wait_drawn(self, name):
         """Waits until what bears the name takes room on the screen: a row can exist and be no pixel high."""

@@ -1,15 +1,18 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The live road through the real windows: phones seen, asked, compared, paired, downloaded, exported.
+"""The live road through the real windows: phones seen, a show directed while they film, the phones asked,
+compared, paired, their recordings downloaded and exported with the director's cut.
 
-phone_journey.py PROGRAM OUT: OUT holds the control socket of four simulated phones and gets pictures/ and the
-package. Runs on the display and with the folders that its environment names.
+phone_journey.py PROGRAM OUT: OUT holds the control socket of four simulated phones and the take/ that they have, and
+gets pictures/, the package and decisions.json. Runs on the display and with the folders that its environment names.
 """
 
+import json
 import pathlib
 import sys
 
 from desktop import Program, expect, fresh_folder, library, wait_for
 from phones import Phones
+from show import Show
 
 CAMERAS = ("cam-a", "cam-b", "cam-c", "cam-d")
 NAMES = {"cam-a": "Mara's phone", "cam-b": "Jonas's phone", "cam-c": "Ada's phone", "cam-d": "Tarek's phone"}
@@ -45,10 +48,17 @@ def download(program):
     program.press("Media")
     program.picture("on-device")
     program.press("Download Take")
-    program.wait("READY", seconds=120)
-    clips = [clip for project in library()["projects"] for take in project["takes"] for clip in take["clips"]]
+    program.wait_gone("MEDIA PENDING", seconds=120)
+    clips = [clip for project in library()["projects"] for take in project["takes"] for clip in take.get("clips", [])]
     expect(len(clips) == 4 and all("localPath" in clip for clip in clips), "not every recording is here")
     program.picture("downloaded")
+
+
+def look_at_the_cut(program):
+    program.press("Resolve")
+    wait_for("the cut's outlook", lambda: any(
+        text.startswith("Their places are right within ") for text in program.texts()))
+    program.picture("cut")
 
 
 def end_sessions(program, phones):
@@ -66,11 +76,15 @@ def main():
     path, out = sys.argv[1], pathlib.Path(sys.argv[2])
     phones = Phones(out / "control")
     program = Program(path, fresh_folder(out / "pictures"))
+    show = Show(program, phones, NAMES, json.loads((out / "take/truth.json").read_text()))
 
     def journey(program):
         program.wait("4 CAMERAS")
         program.wait_gone("Connecting…")
         program.picture("director")
+        show.start_session()
+        show.direct()
+        (out / "decisions.json").write_text(json.dumps(show.decisions(), indent=1))
         program.press("Library")
         ask_for_files(program)
         for camera in CAMERAS[1:]:
@@ -79,8 +93,10 @@ def main():
             if camera != CAMERAS[0]:
                 program.press("Connect")
             pair(program, phones, camera)
+        program.press("Night Shoot, 1 takes")  # the session's own project is another
         program.picture("paired")
         download(program)
+        look_at_the_cut(program)
         package = program.export(fresh_folder(out / "packages 100% #1"))
         end_sessions(program, phones)
         return package
