@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Usage: director_timing SECONDS cameras|nobody
+// Usage: director_timing SECONDS cameras|cuts|decisions|nobody
 // The Director window with the cameras that are on the network: how soon it has their pictures,
-// what six streams cost, how fast a cut is seen, whether opening and closing leaves memory behind.
-// With nobody there: what the window costs when nothing happens. Needs a display, and the network
-// of scripts/lab.
+// what six streams cost, how fast a cut is seen, whether opening and closing leaves memory behind;
+// or only how fast a cut is seen; or what one more decision and one change of the cameras cost the
+// window when many decisions are listed, and a journal of many to read. With nobody there: what the
+// window costs when nothing happens. Needs a display, and the network of scripts/lab.
 
+#include "director/session_journal.h"
 #include "live/live_camera_discovery.h"
 #include "store/app_store.h"
 #include "transfer/lan_discovery.h"
@@ -53,10 +55,11 @@ void workFor(std::chrono::milliseconds time)
     loop.exec();
 }
 
-double cpuSeconds()
+/// Of the program, or of this thread.
+double cpuSeconds(int who = RUSAGE_SELF)
 {
     rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
+    getrusage(who, &usage);
     const auto seconds = [](const timeval &time) {
         return double(time.tv_sec) + double(time.tv_usec) / 1e6;
     };
@@ -127,10 +130,21 @@ void printLoad(const char *name, Opening &opening, std::chrono::seconds time)
                 100 * (cpuSeconds() - cpu) / wall, (opening.swaps() - swaps) / wall);
 }
 
-void measureCuts(Opening &opening)
+/// With Preview and Program on cameras that send large pictures.
+void startShow(Opening &opening, const LiveCameraDiscovery &discovery)
+{
+    workUntil([&] { return opening.pictures() == wallSlots; });
+    opening.director().sessionPage()->start();
+    opening.director().cut();
+    opening.director().wall()->select(discovery.cameras()[1].id);
+    workUntil([&] { return opening.director().session().previews().selectedFrames().size() == 2; });
+}
+
+void measureCuts(Opening &opening, std::chrono::seconds time)
 {
     std::vector<double> milliseconds;
-    for (int cut = 0; cut < 60; ++cut) {
+    const auto end = Clock::now() + time;
+    for (int cut = 0; Clock::now() < end; ++cut) {
         workFor(std::chrono::milliseconds(50 + cut * 7 % 60));
         const auto program = opening.director().session().timeline().programCameraID;
         const auto start = Clock::now();
@@ -142,9 +156,71 @@ void measureCuts(Opening &opening)
         milliseconds.push_back(since(start) * 1000);
     }
     std::ranges::sort(milliseconds);
-    std::printf("%-44s %6.1f ms median, %.1f ms at most, of %zu\n",
-                "key press to the changed monitors", milliseconds[milliseconds.size() / 2],
-                milliseconds.back(), milliseconds.size());
+    const auto share = [&](std::size_t percent) {
+        return milliseconds[(milliseconds.size() - 1) * percent / 100];
+    };
+    std::printf("%-44s %6.1f ms median, 95 %% %.1f, 99 %% %.1f, %.1f at most, of %zu\n",
+                "key press to the changed monitors", share(50), share(95), share(99), share(100),
+                milliseconds.size());
+}
+
+/// Of so many rounds.
+double medianMs(const std::function<double()> &seconds)
+{
+    std::vector<double> rounds(25);
+    std::ranges::generate(rounds, seconds);
+    std::ranges::sort(rounds);
+    return rounds[rounds.size() / 2] * 1000;
+}
+
+/// What is done for one of many decisions, and with them listed at each change of the cameras.
+void measureDecisions(Opening &opening, LiveCameraDiscovery &discovery)
+{
+    const DirectorSession &session = opening.director().session();
+    const QAbstractItemModel *list = opening.director().editsPage()->edits();
+    opening.director().setInspectorIndex(int(DirectorInspectorTab::edits));
+    const auto decide = [&] {
+        const int before = list->rowCount();
+        const double cpu = cpuSeconds(RUSAGE_THREAD);
+        opening.director().cut();
+        workUntil([&] { return list->rowCount() > before; });
+        return cpuSeconds(RUSAGE_THREAD) - cpu;
+    };
+    for (const int count : {30, 300, 3000}) {
+        while (list->rowCount() < count)
+            decide();
+        const double decision = medianMs(decide);
+        const double change = medianMs([&] {
+            const auto start = Clock::now();
+            Q_EMIT discovery.camerasChanged();
+            return since(start);
+        });
+        std::printf("with %5d decisions %37.3f ms a decision, %.3f ms a change of cameras\n", count,
+                    decision, change);
+    }
+    for (const std::size_t count : {3'000U, 30'000U}) {
+        QByteArray text = journalLine(JournalHead{.sessionID = QUuid::createUuid(),
+                                                  .startedAt = session.now(),
+                                                  .plannedTakeID = u"take"_s,
+                                                  .projectID = u"project"_s,
+                                                  .projectName = u"Night"_s});
+        const auto &events = session.timeline().events;
+        const auto start = Clock::now();
+        for (std::size_t i = 0; i < count; ++i) {
+            DirectorEditEvent event = events[i == 0 ? 0 : 1 + i % (events.size() - 1)];
+            event.id = QUuid::createUuid();
+            text +=
+                journalLine(journalEntry(event, discovery.cameras(), session.now(), Clock::now()));
+        }
+        const double written = since(start) * 1000;
+        const double read = medianMs([&] {
+            const auto begun = Clock::now();
+            (void)sessionJournalFromText(text, u"journal"_s);
+            return since(begun);
+        });
+        std::printf("journal of %6zu decisions %30.1f ms to form, %.1f ms to read, %.1f MB\n",
+                    count, written, read, double(text.size()) / 1e6);
+    }
 }
 
 /// What Program's own window costs, in two sizes.
@@ -173,7 +249,7 @@ try {
     QApplication application(argumentCount, arguments);
     applyLook();
     if (argumentCount != 3)
-        throw std::runtime_error("Usage: director_timing SECONDS cameras|nobody");
+        throw std::runtime_error("Usage: director_timing SECONDS cameras|cuts|decisions|nobody");
     const std::chrono::seconds time(std::atoi(arguments[1]));
     const QTemporaryDir folder;
     AppStore store(folder.path(), folder.path());
@@ -192,6 +268,15 @@ try {
     }
 
     workUntil([&] { return discovery.cameras().size() >= wallSlots; });
+    if (arguments[2] != "cameras"sv) {
+        Opening opening(store, catalogs, discovery, settings, engine);
+        startShow(opening, discovery);
+        if (arguments[2] == "cuts"sv)
+            measureCuts(opening, time);
+        else
+            measureDecisions(opening, discovery);
+        return 0;
+    }
     std::vector<double> openings;
     for (int i = 0; i < 9; ++i) {
         const auto start = Clock::now();
@@ -209,14 +294,10 @@ try {
         Opening opening(store, catalogs, discovery, settings, engine);
         workUntil([&] { return opening.pictures() == wallSlots; });
         printLoad("four wall streams, one selected", opening, time);
-        opening.director().sessionPage()->start();
-        opening.director().cut();
-        opening.director().wall()->select(discovery.cameras()[1].id);
-        workUntil(
-            [&] { return opening.director().session().previews().selectedFrames().size() == 2; });
+        startShow(opening, discovery);
         printLoad("four wall streams, two selected", opening, time);
         measureProgramWindow(engine, opening, time);
-        measureCuts(opening);
+        measureCuts(opening, time);
     }
 
     double memory = 0;
