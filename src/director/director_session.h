@@ -18,6 +18,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -117,8 +118,8 @@ public:
     [[nodiscard]] QString transportStatus(VORNPreviewProfile profile) const;
 
     /// The edits without the session's start, oldest first, once they are kept on the disk, or
-    /// journalProblem() says that they are not.
-    [[nodiscard]] std::vector<DirectorEditEvent> editEvents() const;
+    /// journalProblem() says that they are not. Good until the next edit.
+    [[nodiscard]] std::span<const DirectorEditEvent> editEvents() const;
     /// See editLogTable. Knows the names of cameras that have left since.
     [[nodiscard]] QString editLog() const;
 

@@ -6,12 +6,16 @@
 #include "store/app_store.h"
 
 #include <algorithm>
-#include <ranges>
 
 using namespace Qt::StringLiterals;
 
 // The decisions of a session, and their journal.
 namespace vorn {
+namespace {
+
+constexpr std::size_t sessionStartEvents = 1; // the first one
+
+} // namespace
 
 void DirectorSession::startSession()
 {
@@ -54,14 +58,11 @@ void DirectorSession::addMarker()
     keepLastEvent(at);
 }
 
-std::vector<DirectorEditEvent> DirectorSession::editEvents() const
+std::span<const DirectorEditEvent> DirectorSession::editEvents() const
 {
     m_ui.assertCurrent();
-    std::vector<DirectorEditEvent> edits;
-    std::ranges::copy_if(
-        m_timeline.events | std::views::take(m_listed), std::back_inserter(edits),
-        [](const auto &event) { return event.kind != DirectorEditEventKind::sessionStarted; });
-    return edits;
+    const std::span listed = std::span(m_timeline.events).first(m_listed);
+    return listed.subspan(std::min(listed.size(), sessionStartEvents));
 }
 
 const std::optional<QString> &DirectorSession::journalProblem() const

@@ -64,7 +64,7 @@ int decide(const QString &folder)
     store.createProject(u"Night"_s);
     std::size_t printed = 0;
     const auto goOn = [&] {
-        const std::vector<DirectorEditEvent> edits = session.editEvents();
+        const auto edits = session.editEvents();
         for (; printed < edits.size(); ++printed)
             std::printf("%s\n", qPrintable(edits[printed].id.toString()));
         std::fflush(stdout);
@@ -238,9 +238,9 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(session.editEvents().size(), 4U, limitMs);
         QVERIFY2(log.match(session.editLog()).hasMatch(), qPrintable(session.editLog()));
         const auto edits = session.editEvents();
-        QCOMPARE(edits.at(1).durationSeconds, 1.5);
-        QCOMPARE(edits.at(1).fromCameraID, u"cam-c"_s);
-        QVERIFY(edits.at(3).elapsedSeconds > 5 && edits.at(3).elapsedSeconds < 120);
+        QCOMPARE(edits[1].durationSeconds, 1.5);
+        QCOMPARE(edits[1].fromCameraID, u"cam-c"_s);
+        QVERIFY(edits[3].elapsedSeconds > 5 && edits[3].elapsedSeconds < 120);
         const SessionJournal journal = readSessionJournal(journals().at(0));
         std::vector<DirectorEditEvent> kept;
         std::ranges::transform(journal.entries, std::back_inserter(kept), &JournalEntry::event);

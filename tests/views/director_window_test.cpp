@@ -612,6 +612,14 @@ private Q_SLOTS:
         probe.click(probe.named(u"Marker"_s));
         QTRY_VERIFY(probe.shows(u"2 events in this session"_s));
         QVERIFY(!probe.shows(problem));
+        // The list has nothing to do with what cameras say, unless it is a name.
+        const QSignalSpy told(probe.director().editsPage(), &EditsPageViewModel::changed);
+        const QSignalSpy heard(&probe.director().session(), &DirectorSession::camerasChanged);
+        QTRY_VERIFY_WITH_TIMEOUT(heard.count() > 2, limitMs);
+        QCOMPARE(told.count(), 0);
+        m_phones.must(uR"(all set name "Nell")"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            probe.spokenRows(u"Edit Decisions"_s).last().endsWith(u", CUT, Nell"_s), limitMs);
         probe.click(probe.named(u"Copy"_s));
         const QStringList lines =
             QGuiApplication::clipboard()->text().split(u'\n', Qt::SkipEmptyParts);

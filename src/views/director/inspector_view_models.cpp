@@ -5,7 +5,6 @@
 #include "base/display_text.h"
 #include "director/camera_status_text.h"
 #include "director/director_session.h"
-#include "director/edit_log_text.h"
 #include "live/live_camera_discovery.h"
 #include "store/app_store.h"
 
@@ -13,7 +12,6 @@
 #include <QGuiApplication>
 
 #include <algorithm>
-#include <ranges>
 
 namespace vorn {
 
@@ -198,20 +196,14 @@ void CameraPageViewModel::refresh()
 }
 
 EditsPageViewModel::EditsPageViewModel(DirectorSession &session)
-    : m_session(session),
-      m_rows({{"time", &EditRow::time},
-              {"kind", &EditRow::kind},
-              {"detail", &EditRow::detail},
-              {"isMarker", &EditRow::isMarker}})
+    : m_session(session), m_edits(session)
 {
-    connect(&session, &DirectorSession::editsChanged, this, &EditsPageViewModel::refresh);
-    connect(&session, &DirectorSession::camerasChanged, this, &EditsPageViewModel::refresh);
-    refresh();
+    connect(&session, &DirectorSession::editsChanged, this, &EditsPageViewModel::changed);
 }
 
 QString EditsPageViewModel::countText() const
 {
-    return u"%1 events in this session"_s.arg(m_rows.rows().size());
+    return u"%1 events in this session"_s.arg(m_edits.rowCount());
 }
 
 QString EditsPageViewModel::problem() const
@@ -223,21 +215,6 @@ QString EditsPageViewModel::problem() const
 void EditsPageViewModel::copy()
 {
     QGuiApplication::clipboard()->setText(m_session.editLog());
-}
-
-void EditsPageViewModel::refresh()
-{
-    const auto nameOf = [this](const std::optional<QString> &id) {
-        return m_session.shownCameraName(id);
-    };
-    std::vector<EditRow> rows;
-    const std::vector<DirectorEditEvent> events = m_session.editEvents();
-    for (const DirectorEditEvent &event : std::views::reverse(events))
-        rows.push_back({event.id.toString(), elapsedText(event.elapsedSeconds), editKindText(event),
-                        displayText(editDetailText(event, nameOf), longestMessage),
-                        event.kind == DirectorEditEventKind::marker});
-    m_rows.setRows(std::move(rows));
-    Q_EMIT changed();
 }
 
 } // namespace vorn

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "views/controls/row_list_model.h"
+#include "views/director/edit_list_model.h"
 
 #include <QObject>
 #include <QStringList>
@@ -125,17 +126,7 @@ private:
     RowListModel<StatusRow> m_rows;
 };
 
-struct EditRow {
-    QString key; ///< the event's id
-    QString time;
-    QString kind;
-    QString detail;
-    bool isMarker = false;
-
-    bool operator==(const EditRow &) const = default;
-};
-
-/// The edit log, newest first. Context: UI thread.
+/// The edit log. Context: UI thread.
 class EditsPageViewModel : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -147,8 +138,8 @@ class EditsPageViewModel : public QObject {
 public:
     explicit EditsPageViewModel(DirectorSession &session);
 
-    [[nodiscard]] QAbstractItemModel *edits() { return &m_rows; }
-    [[nodiscard]] bool hasEdits() const { return !m_rows.rows().empty(); }
+    [[nodiscard]] QAbstractItemModel *edits() { return &m_edits; }
+    [[nodiscard]] bool hasEdits() const { return m_edits.rowCount() > 0; }
     [[nodiscard]] QString countText() const;
     /// Why the last edits are not on the disk; empty when they are.
     [[nodiscard]] QString problem() const;
@@ -160,10 +151,8 @@ Q_SIGNALS:
     void changed();
 
 private:
-    void refresh();
-
     DirectorSession &m_session;
-    RowListModel<EditRow> m_rows;
+    EditListModel m_edits;
 };
 
 } // namespace vorn
