@@ -192,6 +192,9 @@ private Q_SLOTS:
         probe.startSession();
         probe.window()->close();
         QTRY_COMPARE(probe.focusName(), u"Keep Working"_s);
+        QVERIFY(
+            probe.shows(u"The list closes with this window. Its edits stay on the disk, for the "
+                        "export of the take."_s));
         probe.press(Qt::Key_Space); // not a cut
         QVERIFY(!probe.timeline().programCameraID);
         probe.press(Qt::Key_Escape);
@@ -252,6 +255,8 @@ private Q_SLOTS:
         const QString problem =
             u"Not saved. Cannot create the folder %1: Not a directory."_s.arg(sessions);
         QTRY_VERIFY(probe.shows(problem));
+        QCOMPARE(probe.director().editsPage()->closingText(),
+                 u"The last edits are not saved. Copy the list on the Edits page to keep them."_s);
         QVERIFY(QFile::remove(sessions));
         probe.click(probe.named(u"Marker"_s));
         QTRY_VERIFY(probe.shows(u"2 events in this session"_s));

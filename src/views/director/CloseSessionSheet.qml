@@ -3,9 +3,11 @@ import QtQuick
 import QtQuick.Layouts
 import Vorn
 
-// Asks before a running session's edit log is lost.
+// Asks before a running session ends with its window.
 Sheet {
     id: root
+
+    required property string closingText
 
     title: qsTr("End the session?")
     onOpened: {
@@ -15,7 +17,7 @@ Sheet {
 
     TextLabel {
         Layout.fillWidth: true
-        text: qsTr("The list of edits is kept only while this window is open. Copy it on the Edits page to keep it.")
+        text: root.closingText
         wrapMode: Text.Wrap
         elide: Text.ElideNone
     }

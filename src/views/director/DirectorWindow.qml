@@ -154,6 +154,7 @@ ProgramWindow {
     CloseSessionSheet {
         id: closeSheet
 
+        closingText: root.director.editsPage.closingText
         onConfirmed: {
             root.mayClose = true;
             close();

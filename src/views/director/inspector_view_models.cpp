@@ -212,6 +212,13 @@ QString EditsPageViewModel::problem() const
     return problem ? u"Not saved. "_s + displayText(*problem, longestMessage) : QString();
 }
 
+QString EditsPageViewModel::closingText() const
+{
+    return m_session.journalProblem()
+               ? u"The last edits are not saved. Copy the list on the Edits page to keep them."_s
+               : u"The list closes with this window. Its edits stay on the disk, for the export of the take."_s;
+}
+
 void EditsPageViewModel::copy()
 {
     QGuiApplication::clipboard()->setText(m_session.editLog());

@@ -135,6 +135,7 @@ class EditsPageViewModel : public QObject {
     Q_PROPERTY(bool hasEdits READ hasEdits NOTIFY changed)
     Q_PROPERTY(QString countText READ countText NOTIFY changed)
     Q_PROPERTY(QString problem READ problem NOTIFY changed)
+    Q_PROPERTY(QString closingText READ closingText NOTIFY changed)
 public:
     explicit EditsPageViewModel(DirectorSession &session);
 
@@ -143,6 +144,8 @@ public:
     [[nodiscard]] QString countText() const;
     /// Why the last edits are not on the disk; empty when they are.
     [[nodiscard]] QString problem() const;
+    /// What becomes of the edits when the window closes.
+    [[nodiscard]] QString closingText() const;
 
     /// Puts the list on the clipboard as a table.
     Q_INVOKABLE void copy();
