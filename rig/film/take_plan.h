@@ -30,7 +30,7 @@ struct TakeOptions {
     int number = 1;        ///< of the take, 1 to 9999
     /// At which most phones drift against the reference, in ppm, up to 1,000; absent for what suits
     /// the length.
-    std::optional<double> driftPPM;
+    std::optional<double> driftPPM = {};
     bool hasHevcEncoder = true; ///< without it that phone writes H.264 too
 };
 
