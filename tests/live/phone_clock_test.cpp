@@ -192,6 +192,15 @@ private Q_SLOTS:
         QCOMPARE(hear(22)->uncertainty, 1ms);
         QVERIFY(!hear(23, -2000));
         QCOMPARE(hear(24, -2000)->uncertainty, 2031ms);
+        // A status that says nothing of the recording ends none.
+        QCOMPARE(clock
+                     .hear({.sentMs = qint64(firstMs) + 22'500,
+                            .session = u"s"_s,
+                            .host = u"h"_s,
+                            .recordingSinceMs = {}},
+                           at(24'500))
+                     ->uncertainty,
+                 2031ms);
         QVERIFY(!hear(25));
         QCOMPARE(hear(26)->uncertainty, 31ms);
         for (int second = 27; second < 40; ++second)
@@ -209,6 +218,22 @@ private Q_SLOTS:
         for (int i = 0; i <= int(PhoneClock::maximumStatuses); ++i)
             (void)hear(200, i * 10, i == 0 ? 0 : i * 10 + 5);
         QVERIFY(hear(202, 0, 5)->at > at(200'000));
+    }
+
+    void forgetsAStepWithTheNextRecording()
+    {
+        PhoneClocks clocks;
+        const auto hear = [&](int second, int stepMs, int sinceMs) {
+            LiveCameraPacket status = packet(u"real"_s);
+            status.sentMs = firstMs + second * 1000 + stepMs;
+            status.payload[u"recordingSinceMs"_s] = firstMs + sinceMs;
+            return clocks.hear(status, u"10.0.0.2"_s, at(second * 1000));
+        };
+        for (const int second : {0, 1})
+            (void)hear(second, 0, 0);
+        QVERIFY(!hear(2, 2000, 0));
+        QCOMPARE(hear(3, 2000, 0)->uncertainty, 2031ms);
+        QCOMPARE(hear(4, 2000, 6000)->uncertainty, 31ms);
     }
 
     void remembersNoMoreThanTheListHolds()
