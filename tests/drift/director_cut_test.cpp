@@ -3,6 +3,7 @@
 #include "drift/director_cut_document.h"
 #include "drift/timeline_document.h"
 #include "fcpxml_faults.h"
+#include "rig/film/cut_reader.h"
 #include "support.h"
 
 #include <QtTest>
@@ -230,6 +231,46 @@ private Q_SLOTS:
         QCOMPARE(document.section(u"<spine>"_s, 0, 0),
                  timeline.section(u"<spine>"_s, 0, 0)
                      .replace(u"\"take-1\""_s, u"\"take-1 director's cut\""_s));
+    }
+
+    // Whatever is decided, an editor can follow: what stands in the spine abuts on whole frames,
+    // and shows what the camera's lane does; dissolves have their material and leave each other
+    // alone.
+    void writesWhatAnEditorCanFollow()
+    {
+        const double rates[] = {24, 25, 30, 30000 / 1001.0, 24000 / 1001.0, 29.97, 59.94, 120};
+        std::mt19937_64 random(5);
+        const auto between = [&](double least, double most) {
+            return std::uniform_real_distribution(least, most)(random);
+        };
+        const auto camera = [&] { return QString(QChar(u'A' + char16_t(between(0, 4)))); };
+        for (std::size_t round = 0; round < 400; ++round) {
+            const double rate = rates[round % std::size(rates)];
+            std::vector<Placement> placements;
+            for (char16_t name = u'A'; name < u'A' + 1 + char16_t(round % 4); ++name) {
+                Prepared item = placed(QString(QChar(name)), 0).item;
+                item.media.duration = between(2, 1000);
+                item.correction.offsetSeconds = name == u'A' ? 0 : between(-1, 5);
+                item.correction.referenceSecondsPerSourceSecond = 1 + between(-0.001, 0.001);
+                placements.push_back(DriftEngine::placement(item, rate));
+            }
+            std::vector<CutDecision> decisions{decided(Kind::cut, camera(), 1, {{u"A"_s, 0}})};
+            for (double second = -2; decisions.size() < 60; second += between(0, 0.5))
+                decisions.push_back({.kind = Kind(int(between(0, 3))),
+                                     .sessionSeconds = second + 100,
+                                     .cameraId = camera(),
+                                     .fadeSeconds = between(0.1, 3),
+                                     .label = u"<&\u0001>"_s,
+                                     .then = {{u"A"_s, second + between(-0.1, 0.1), 0.02}}});
+            const auto result = DriftEngine::directorCut(decisions, placements, rate);
+            const QString document = DriftEngine::directorCutDocument(u"Night"_s, u"take-1"_s, rate,
+                                                                      placements, *result, 0);
+            const QString fault = thrownText([&] {
+                QCOMPARE(rig::readCutTimeline(document.toUtf8()).pieces.size(),
+                         result->pieces.size());
+            });
+            QVERIFY2(fault.isEmpty(), qPrintable(QString::number(round) + u": "_s + fault));
+        }
     }
 
     void hasNoCutWithoutAPlace()
