@@ -93,6 +93,9 @@ private:
 const QStringList packageFiles{u"alignment-report.json"_s, u"source-manifest.json"_s,
                                u"timeline.fcpxml"_s};
 
+const QStringList packageFilesWithCut{u"alignment-report.json"_s, u"director-cut.fcpxml"_s,
+                                      u"source-manifest.json"_s, u"timeline.fcpxml"_s};
+
 QStringList filesIn(const QString &folder)
 {
     return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
@@ -133,6 +136,28 @@ private Q_SLOTS:
         QCOMPARE(filesIn(folder), packageFiles);
         QCOMPARE(modeOf(folder), 0755);
         QCOMPARE(modeOf(folder + u"/timeline.fcpxml"_s), 0644);
+    }
+
+    void addsTheCutAndChangesNothingElse()
+    {
+        const QString folder = exported(m_samples->take(), cutToWide());
+        QCOMPARE(filesIn(folder), packageFilesWithCut);
+        const QByteArray cut = contents(folder + u"/director-cut.fcpxml"_s);
+        QVERIFY(cut.contains("name=\"Wide\" offset=\"1/1s\" start=\"1/1s\" duration=\"9/1s\""));
+        QVERIFY(cut.contains("Wide was on Program, and had ended its recording."));
+        QVERIFY(cut.contains("srcEnable=\"audio\""));
+        QVERIFY(QDir().rename(folder, m_samples->parent() + u"/first"_s));
+        const QString plain = exported(m_samples->take());
+        QCOMPARE(filesIn(plain), packageFiles);
+        for (const QString &name : packageFiles)
+            QCOMPARE(contents(plain + u'/' + name),
+                     contents(m_samples->parent() + u"/first/"_s + name));
+        // None has a place.
+        std::vector<CutDecision> untold = cutToWide();
+        untold[0].then.clear();
+        VORNTake other = m_samples->take();
+        other.id = u"other"_s;
+        QCOMPARE(filesIn(exported(other, untold)), packageFiles);
     }
 
     void placesThreeCameras()
@@ -213,7 +238,7 @@ private Q_SLOTS:
     {
         int before = 0;
         {
-            SteppedProcess process([&] { (void)exported(shortTake(u"first"_s)); });
+            SteppedProcess process([&] { (void)exported(shortTake(u"first"_s), cutToWide()); });
             for (; process.isStopped() && m_samples->inParent().isEmpty(); ++before)
                 process.step(PTRACE_SYSCALL);
             QVERIFY(process.isStopped());
@@ -222,7 +247,7 @@ private Q_SLOTS:
         int left = 0;
         for (bool isKilled = true; isKilled; ++round) {
             const QString id = QString::number(round);
-            SteppedProcess process([&] { (void)exported(shortTake(id)); });
+            SteppedProcess process([&] { (void)exported(shortTake(id), cutToWide()); });
             for (int calls = 0; calls < before + round && process.isStopped(); ++calls)
                 process.step(PTRACE_SYSCALL);
             isKilled = process.isStopped();
@@ -232,7 +257,7 @@ private Q_SLOTS:
             left += !unfinished.isEmpty();
             for (const QString &name : m_samples->inParent()) {
                 if (!unfinished.contains(name))
-                    QCOMPARE(filesIn(m_samples->parent() + u'/' + name), packageFiles);
+                    QCOMPARE(filesIn(m_samples->parent() + u'/' + name), packageFilesWithCut);
             }
             // One is enough for the next one to clear: it must come further than this one.
             for (const QString &name : unfinished.mid(1))
@@ -319,9 +344,21 @@ private:
         return take;
     }
 
-    [[nodiscard]] QString exported(const VORNTake &take) const
+    [[nodiscard]] static std::vector<CutDecision> cutToWide()
     {
-        return DriftEngine::exportPackage(ExportSamples::project(), take, m_samples->parent());
+        return {{.kind = CutDecision::Kind::cut,
+                 .sessionSeconds = 7,
+                 .cameraId = u"Wide"_s,
+                 .fadeSeconds = 0,
+                 .label = {},
+                 .then = {{.cameraId = u"Wide"_s, .seconds = 1, .uncertaintySeconds = 0.01}}}};
+    }
+
+    [[nodiscard]] QString exported(const VORNTake &take,
+                                   const std::vector<CutDecision> &decisions = {}) const
+    {
+        return DriftEngine::exportPackage(ExportSamples::project(), take, m_samples->parent(), {},
+                                          decisions);
     }
 
     std::unique_ptr<ExportSamples> m_samples;
