@@ -58,6 +58,7 @@ def look_at_the_cut(program):
     program.press("Resolve")
     wait_for("the cut's outlook", lambda: any(
         text.startswith("Their places are right within ") for text in program.texts()))
+    program.wait("Delete Session…", "push button").grab_focus()  # the page scrolls there
     program.picture("cut")
 
 
