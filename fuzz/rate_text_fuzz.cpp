@@ -4,8 +4,8 @@
 
 #include "check.h"
 #include "drift/drift_error.h"
-#include "drift/rate_text.h"
 #include "drift/fcpxml_text.h"
+#include "drift/rate_text.h"
 
 using namespace vorn;
 
