@@ -101,7 +101,7 @@ CutDecision cutDecision(const JournalEntry &entry, const VORNTake &take)
     decision.fadeSeconds = event.durationSeconds.value_or(0);
     decision.label = event.label.value_or(QString());
     for (const JournalCamera &camera : entry.cameras)
-        if (camera.takeId == take.id && camera.recordingSeconds)
+        if (camera.takeId == take.id && camera.recordingSeconds && camera.uncertaintySeconds)
             decision.then.push_back({.cameraId = camera.id,
                                      .seconds = *camera.recordingSeconds,
                                      .uncertaintySeconds = *camera.uncertaintySeconds});

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <numeric>
 #include <utility>
@@ -89,33 +90,34 @@ int64_t wholeFrames(double frames)
     return std::llround(std::clamp(frames, -most, most));
 }
 
-/// Seconds of the reference camera's media. Of decisions without an estimate by the session's
-/// clock, from that neighbour with one which is nearer in it. Empty where there is none.
+/// A decision of which cameras tell the place, in seconds of the reference camera's media.
+struct Anchor {
+    std::size_t decision = 0;
+    double place = 0;
+};
+
+/// The places of all. Of those that are no anchor, by the session's clock, from that neighbouring
+/// anchor which is nearer in it. Empty where there is no anchor.
 std::vector<double> places(const std::vector<CutDecision> &decisions,
-                           const std::vector<std::optional<double>> &told)
+                           const std::vector<Anchor> &anchors)
 {
+    if (anchors.empty())
+        return {};
     std::vector<double> result;
-    std::optional<std::size_t> before;
-    std::size_t after = 0;
+    result.reserve(decisions.size());
+    auto after = anchors.begin();
     for (std::size_t index = 0; index < decisions.size(); ++index) {
-        if (told[index]) {
-            before = index;
-            result.push_back(*told[index]);
-            continue;
-        }
-        after = std::max(after, index);
-        while (after < told.size() && !told[after])
+        while (after != anchors.end() && after->decision < index)
             ++after;
-        const auto distance = [&](std::size_t neighbour) {
-            return decisions[index].sessionSeconds - decisions[neighbour].sessionSeconds;
+        const auto since = [&](const Anchor &anchor) {
+            return decisions[index].sessionSeconds - decisions[anchor.decision].sessionSeconds;
         };
-        const bool hasAfter = after < told.size();
-        if (!before && !hasAfter)
-            return {};
-        const bool isAfterNearer =
-            hasAfter && (!before || std::abs(distance(after)) < std::abs(distance(*before)));
-        const std::size_t nearest = isAfterNearer ? after : *before;
-        result.push_back(*told[nearest] + distance(nearest));
+        auto nearest = after;
+        if (after == anchors.end()
+            || (after != anchors.begin() && after->decision != index
+                && std::abs(since(*std::prev(after))) <= std::abs(since(*after))))
+            nearest = std::prev(after);
+        result.push_back(nearest->place + since(*nearest));
     }
     return result;
 }
@@ -123,15 +125,18 @@ std::vector<double> places(const std::vector<CutDecision> &decisions,
 std::vector<PlacedDecision> placedDecisions(const std::vector<CutDecision> &decisions,
                                             const std::vector<Placement> &placements, double fps)
 {
-    std::vector<std::optional<double>> told;
-    std::vector<std::optional<double>> within;
-    for (const CutDecision &decision : decisions) {
-        const std::vector<Estimate> all = estimates(decision, placements);
-        told.push_back(all.empty() ? std::nullopt : std::optional(median(all)));
-        within.push_back(all.empty() ? std::nullopt : std::optional(reach(all, *told.back())));
+    std::vector<Anchor> anchors;
+    std::vector<std::optional<double>> within(decisions.size());
+    for (std::size_t index = 0; index < decisions.size(); ++index) {
+        const std::vector<Estimate> all = estimates(decisions[index], placements);
+        if (all.empty())
+            continue;
+        anchors.push_back({.decision = index, .place = median(all)});
+        within[index] = reach(all, anchors.back().place);
     }
     std::vector<PlacedDecision> result;
-    for (const double place : places(decisions, told)) {
+    result.reserve(decisions.size());
+    for (const double place : places(decisions, anchors)) {
         const std::size_t index = result.size();
         const int64_t frame = wholeFrames(place * fps);
         // What was decided later does not come earlier, however the estimates scatter.
@@ -152,6 +157,7 @@ struct Lane {
 std::vector<Lane> lanes(const std::vector<Placement> &placements, double fps)
 {
     std::vector<Lane> result;
+    result.reserve(placements.size());
     for (const Placement &placement : placements)
         result.push_back({.cameraId = placement.item.clip.cameraId,
                           .begin = wholeFrames(placement.start * fps),
@@ -285,7 +291,7 @@ void addFades(std::vector<CutPiece> &pieces, const std::vector<PlacedDecision> &
 std::int64_t framesWithin(const PlacedDecision &placed, double fps)
 {
     constexpr double rounding = 0.5;
-    return wholeFrames(std::ceil(*placed.withinSeconds * fps + rounding));
+    return wholeFrames(std::ceil(placed.withinSeconds.value_or(0) * fps + rounding));
 }
 
 std::optional<DirectorCut> DriftEngine::directorCut(const std::vector<CutDecision> &decisions,

@@ -44,7 +44,7 @@ struct PlacedDecision {
     bool operator==(const PlacedDecision &) const = default;
 };
 
-/// In whole frames, with what the rounding to them adds. Only for one with a place of its own.
+/// In whole frames, with what the rounding to them adds, for one of which cameras tell.
 [[nodiscard]] std::int64_t framesWithin(const PlacedDecision &placed, double fps);
 
 /// What stands in the cut from one frame to the next piece's.
