@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include "base/display_text.h"
 #include "check.h"
+#include "media/editor_notes.h"
 #include "media/media_boxes.h"
 #include "media/media_probe.h"
 
@@ -32,13 +34,16 @@ void probe(std::span<const std::uint8_t> input, std::uint64_t size)
         check(std::isnan(media.durationSeconds)
                   || (media.durationSeconds > 0 && std::isfinite(media.durationSeconds)),
               "a duration is a length or none");
-        check(media.videoTracks.size() + std::size_t(media.audioTrackCount) <= 64,
-              "tracks are bounded");
+        check(media.videoTracks.size() + media.audioTracks.size() <= 64, "tracks are bounded");
         for (const ProbedVideoTrack &track : media.videoTracks)
             check(
                 track.nominalFrameRate >= 0 && std::isfinite(track.nominalFrameRate)
                     && std::isfinite(track.a * track.naturalWidth + track.c * track.naturalHeight),
                 "rates and sizes are numbers");
+        for (const QString &note : editorNotes(media))
+            check(note.endsWith(QLatin1Char('.')), "a note is a sentence");
+        for (const QString &text : {pictureText(media), soundText(media)})
+            check(!text.isEmpty() && text == displayText(text), "codecs can be shown");
     } catch (const MediaProbeError &error) {
         check(std::strncmp(error.what(), "cam1.mov is not ", 16) == 0, "an error names the file");
     }

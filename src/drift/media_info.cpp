@@ -28,7 +28,7 @@ MediaInfo DriftEngine::mediaInfo(const QString &path)
         throw DriftExportError::invalid(u"Invalid media duration for "_s + fileNameOf(path) + u'.');
     if (probed.videoTracks.size() != 1)
         throw DriftExportError::invalid(u"Each clip must contain exactly one video track."_s);
-    if (probed.audioTrackCount > 1)
+    if (probed.audioTracks.size() > 1)
         throw DriftExportError::invalid(u"Multiple audio tracks need manual mapping."_s);
     const ProbedVideoTrack &video = probed.videoTracks.front();
     if (!std::isfinite(video.nominalFrameRate) || !(video.nominalFrameRate > 0))
@@ -39,7 +39,7 @@ MediaInfo DriftEngine::mediaInfo(const QString &path)
     info.width = wholePixels(video.a * video.naturalWidth + video.c * video.naturalHeight);
     info.height = wholePixels(video.b * video.naturalWidth + video.d * video.naturalHeight);
     info.fps = double{video.nominalFrameRate};
-    info.hasAudio = probed.audioTrackCount == 1;
+    info.hasAudio = probed.audioTracks.size() == 1;
     return info;
 }
 

@@ -56,6 +56,16 @@ float nominalFrameRate(const MovieTrack &track)
     return float(double(track.samples) * double(track.timescale) / double(track.sampleUnits));
 }
 
+bool hasVariableRate(const SamplePace &pace)
+{
+    // In units of 1/600 s, 60 frames a second are 10 each, and rates that do not divide it are
+    // rounded up and down. Phones' clocks add jitter far below a tenth of a frame.
+    constexpr std::uint32_t unitsToRoundIn = 8;
+    const std::uint32_t rounding = pace.shortest >= unitsToRoundIn ? 1 : 0;
+    return pace.longest > pace.shortest
+           && pace.longest - pace.shortest > std::max(rounding, pace.shortest / 10);
+}
+
 ProbedVideoTrack videoTrackOf(const MovieTrack &track)
 {
     const bool isSizeStated = track.width > 0 && track.height > 0;
@@ -65,7 +75,9 @@ ProbedVideoTrack videoTrackOf(const MovieTrack &track)
             .b = track.b,
             .c = track.c,
             .d = track.d,
-            .nominalFrameRate = nominalFrameRate(track)};
+            .nominalFrameRate = nominalFrameRate(track),
+            .hasVariableRate = hasVariableRate(track.pace),
+            .codec = track.codec};
 }
 
 ProbedMedia probedMedia(const MovieHeaders &movie)
@@ -77,7 +89,7 @@ ProbedMedia probedMedia(const MovieHeaders &movie)
         if (std::ranges::find(movie.chapterTrackIds, track.id) != movie.chapterTrackIds.end())
             continue;
         if (track.handler == "soun"_box)
-            ++media.audioTrackCount;
+            media.audioTracks.push_back({.codec = track.codec});
         if (track.handler == "vide"_box)
             media.videoTracks.push_back(videoTrackOf(track));
     }

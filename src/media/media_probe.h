@@ -5,6 +5,7 @@
 
 #include <QString>
 
+#include <cstdint>
 #include <vector>
 
 namespace vorn {
@@ -17,15 +18,25 @@ struct ProbedVideoTrack {
     /// x' = a*x + c*y, y' = b*x + d*y.
     double a = 1, b = 0, c = 0, d = 1;
     float nominalFrameRate = 0; ///< samples per second over the whole track; 0 when unknown
+    /// Pictures stand for different times, by more than what rounding to the time scale explains.
+    bool hasVariableRate = false;
+    std::uint32_t codec = 0; ///< type of the first sample entry, as of "avc1"_box; 0 without one
 
     bool operator==(const ProbedVideoTrack &) const = default;
+};
+
+/// What a movie's headers say of one audio track.
+struct ProbedAudioTrack {
+    std::uint32_t codec = 0; ///< as of a video track
+
+    bool operator==(const ProbedAudioTrack &) const = default;
 };
 
 /// What the headers of a MOV or MP4 file say.
 struct ProbedMedia {
     double durationSeconds = 0; ///< as the container states it; NaN when it contradicts itself
     std::vector<ProbedVideoTrack> videoTracks;
-    int audioTrackCount = 0;
+    std::vector<ProbedAudioTrack> audioTracks;
 
     bool operator==(const ProbedMedia &) const = default;
 };

@@ -88,7 +88,9 @@ void readSampleDurations(BoxReader &boxes, const MovieBox &stts, MovieTrack &tra
 {
     boxes.forEachEntry(stts, 8, boxes.u32(stts, 4), 8, [&](Entry entry) {
         const std::uint64_t samples = fieldOf<std::uint32_t>(entry, 0);
-        const std::uint64_t units = samples * fieldOf<std::uint32_t>(entry, 4);
+        const auto each = fieldOf<std::uint32_t>(entry, 4);
+        const std::uint64_t units = samples * each;
+        track.pace.add(std::uint32_t(samples), each);
         track.samples = boxes.sum(track.samples, samples);
         track.sampleUnits = boxes.sum(track.sampleUnits, units);
     });
@@ -130,6 +132,10 @@ void readTrack(BoxReader &boxes, const MovieBox &trak, MovieHeaders &movie)
     if (const auto stts = boxes.find(*stbl, {"stts"_box}))
         readSampleDurations(boxes, *stts, track);
     const auto stsd = boxes.find(*stbl, {"stsd"_box});
+    const bool isMedia = track.handler == "vide"_box || track.handler == "soun"_box;
+    // What is too short to name a type was no reason to refuse a movie, and is none now.
+    if (stsd && isMedia && stsd->size() >= 16 && boxes.u32(*stsd, 4) > 0)
+        track.codec = boxes.u32(*stsd, 12);
     if (stsd && track.handler == "vide"_box && boxes.u32(*stsd, 4) > 0) {
         track.codedWidth = boxes.u16(*stsd, 40);
         track.codedHeight = boxes.u16(*stsd, 42);
@@ -203,12 +209,14 @@ void readRun(BoxReader &boxes, const MovieBox &trun, TrackFragment &fragment)
     const bool statesDuration = flags & 0x100;
     const bool statesOffset = flags & 0x800;
     if (!statesDuration && !statesOffset) {
+        track.pace.add(count, fragment.sampleUnits);
         add(std::uint64_t{count} * fragment.sampleUnits, 0);
         return;
     }
     boxes.forEachEntry(trun, table, count, entryBytes, [&](Entry entry) {
-        add(statesDuration ? fieldOf<std::uint32_t>(entry, 0) : fragment.sampleUnits,
-            statesOffset ? fieldOf<std::int32_t>(entry, entryBytes - 4) : 0);
+        const auto units = statesDuration ? fieldOf<std::uint32_t>(entry, 0) : fragment.sampleUnits;
+        track.pace.add(1, units);
+        add(units, statesOffset ? fieldOf<std::int32_t>(entry, entryBytes - 4) : 0);
     });
 }
 
@@ -230,6 +238,21 @@ void readTrackFragment(BoxReader &boxes, const MovieBox &traf, MovieHeaders &mov
 }
 
 } // namespace
+
+void SamplePace::add(std::uint32_t samples, std::uint32_t units)
+{
+    if (samples == 0)
+        return;
+    const auto widen = [this](std::uint32_t each) {
+        shortest = std::min(shortest, each);
+        longest = std::max(longest, each);
+    };
+    if (last)
+        widen(*last);
+    if (samples > 1)
+        widen(units);
+    last = units;
+}
 
 MovieHeaders readMovieHeaders(const MovieBytes &bytes)
 {

@@ -4,10 +4,22 @@
 #include "media/media_boxes.h"
 
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <vector>
 
 namespace vorn {
+
+/// The shortest and the longest duration of a track's samples, without the last one, which ends
+/// where the recording was stopped. With fewer than two samples there is neither.
+struct SamplePace {
+    std::uint32_t shortest = std::numeric_limits<std::uint32_t>::max();
+    std::uint32_t longest = 0;
+    std::optional<std::uint32_t> last; ///< of the last sample
+
+    /// So many more samples of this duration.
+    void add(std::uint32_t samples, std::uint32_t units);
+};
 
 /// What the headers of a movie say of one of its tracks.
 struct MovieTrack {
@@ -27,6 +39,8 @@ struct MovieTrack {
     double width = 0, height = 0; ///< pixels, before the matrix; 0 where the header states none
     std::uint16_t codedWidth = 0, codedHeight = 0; ///< pixels, as the first sample entry has them
     double a = 0, b = 0, c = 0, d = 0;             ///< linear part of the matrix
+    std::uint32_t codec = 0;                       ///< type of the first sample entry
+    SamplePace pace;
 };
 
 /// What the headers of a movie say, as plain values.

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "base/files.h"
+#include "media/editor_notes.h"
 #include "movie_files.h"
 #include "support.h"
 
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -118,6 +120,8 @@ private Q_SLOTS:
 
     void seesWhatAPlayerShows_data();
     void seesWhatAPlayerShows();
+    void agreesWithAnotherReaderOnCodecsAndRate_data();
+    void agreesWithAnotherReaderOnCodecsAndRate();
     void opensRegularFilesOnly();
     void readsHeadersAndNotTheMovie();
 
@@ -154,7 +158,7 @@ void MediaProbeTest::seesWhatAPlayerShows()
 
     const ProbedMedia media = probeMedia(path(name));
     QCOMPARE(int(media.videoTracks.size()), seen.videoTracks);
-    QCOMPARE(media.audioTrackCount, seen.audioTracks);
+    QCOMPARE(int(media.audioTracks.size()), seen.audioTracks);
     QCOMPARE(exact(media.durationSeconds), exact(seen.duration));
     if (seen.videoTracks > 0) {
         const ProbedVideoTrack video = media.videoTracks.front();
@@ -164,6 +168,82 @@ void MediaProbeTest::seesWhatAPlayerShows()
                  seen.height);
         QCOMPARE(exact(double{video.nominalFrameRate}), exact(double{seen.rate}));
     }
+}
+
+void MediaProbeTest::agreesWithAnotherReaderOnCodecsAndRate_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QString>("text"); // picture, sound, then how many notes
+    const auto add = [](const char *name, const char *arguments, const QString &text) {
+        QTest::newRow(arguments) << QString::fromLatin1(name) << QString::fromLatin1(arguments)
+                                 << text;
+    };
+    add("a.mov", "-i BASE.mp4 -c copy", u"H.264 (avc1), 160 × 90, 30 fps / AAC (mp4a) / 2"_s);
+    add("a.mov", "-i NTSC.mov -c copy -metadata:s:v:0 rotate=270",
+        u"H.264 (avc1), 160 × 90, 29.97 fps, turned 90° to the right / none / 2"_s);
+    add("a.mp4", "-i BASE.mp4 -c:v libx265 -x265-params log-level=0 -tag:v hvc1 -c:a alac",
+        u"H.265 (hvc1), 160 × 90, 30 fps / ALAC (alac) / 1"_s);
+    add("a.mov", "-i BASE.mp4 -c:v prores -c:a pcm_s24le",
+        u"ProRes 422 (apcn), 160 × 90, 30 fps / PCM (in24) / 0"_s);
+    add("a.mov",
+        "-i BASE.mp4 -c:v dnxhd -profile:v dnxhr_lb -s 256x120 -pix_fmt yuv422p -c:a "
+        "pcm_s16le",
+        u"DNxHR (AVdh), 256 × 120, 30 fps / PCM (sowt) / 0"_s);
+    add("a.mov", "-i BASE.mp4 -vn -c:a pcm_f64le", u"none / other (fl64) / 0"_s);
+    add("a.mp4", "-i BASE.mp4 -c copy -movflags frag_keyframe+empty_moov+delay_moov",
+        u"H.264 (avc1), 160 × 90, 30 fps / AAC (mp4a) / 2"_s);
+    const QString varies = u"H.264 (avc1), 160 × 90, %1 fps on average / none / 2"_s;
+    add("a.mov", "PICTURE:60 -t 2 -vf select='lt(t,1)+not(mod(n,4))' -vsync vfr X264",
+        varies.arg(u"38.46"_s));
+    add("a.mp4",
+        "PICTURE:30 -t 2 -vf select='not(eq(n,20))' -vsync vfr X264 "
+        "-movflags frag_keyframe+empty_moov+delay_moov",
+        varies.arg(u"29.5"_s));
+    // Rounded up and down is steady, and so is one whose last picture stays.
+    add("a.mov", "PICTURE:30000/1001 -frames:v 60 X264 -video_track_timescale 600",
+        u"H.264 (avc1), 160 × 90, 29.98 fps / none / 1"_s);
+    add("a.mov", "PICTURE:30 -t 2 -vf select='lt(n,30)+eq(n,50)' -vsync vfr X264 -frames:v 30",
+        u"H.264 (avc1), 160 × 90, 30 fps / none / 1"_s);
+}
+
+void MediaProbeTest::agreesWithAnotherReaderOnCodecsAndRate()
+{
+    QFETCH(const QString, name);
+    QFETCH(const QString, arguments);
+    QFETCH(const QString, text);
+    make(name, arguments);
+    const ProbedMedia media = probeMedia(path(name));
+    QCOMPARE(u"%1 / %2 / %3"_s.arg(pictureText(media), soundText(media),
+                                   QString::number(editorNotes(media).size())),
+             text);
+
+    // The types, and whether pictures but the last last differently, by more than rounding.
+    QProcess ffprobe;
+    ffprobe.start(u"ffprobe"_s,
+                  {u"-v"_s, u"error"_s, u"-of"_s, u"csv=p=0"_s, u"-show_entries"_s,
+                   u"stream=codec_tag_string:packet=codec_type,dts_time"_s, path(name)});
+    QVERIFY(ffprobe.waitForFinished());
+    QStringList types;
+    QList<double> times;
+    for (const QString &line :
+         QString::fromUtf8(ffprobe.readAllStandardOutput()).split(u'\n', Qt::SkipEmptyParts)) {
+        const QStringList fields = line.split(u',');
+        if (fields.first() == u"video")
+            times += fields.value(1).toDouble();
+        else if (fields.first() != u"audio")
+            types += fields.first();
+    }
+    for (const QString &type : types)
+        QVERIFY2(text.contains(u'(' + type + u')'), qPrintable(type));
+    QCOMPARE(qsizetype(text.count(u'(')), types.size());
+    double shortest = 1;
+    double longest = 0;
+    for (qsizetype i = 1; i < times.size(); ++i) {
+        shortest = std::min(shortest, times[i] - times[i - 1]);
+        longest = std::max(longest, times[i] - times[i - 1]);
+    }
+    QCOMPARE(longest > shortest * 1.2, text.contains(u"on average"));
 }
 
 void MediaProbeTest::opensRegularFilesOnly()
