@@ -100,7 +100,7 @@ VORNClip clipOf(const QString &path, int index)
     clip.localPath = path;
     clip.sha256 = sha256OfFile(path);
     clip.anchorMeaning = u"same-event-reference-media-seconds"_s;
-    const double duration = DriftEngine::mediaInfo(path).duration;
+    const double duration = probeMedia(path).durationSeconds;
     for (int i = 0; i < 10; ++i) {
         const double source = duration * (i + 0.5) / 10;
         clip.anchors.push_back({.sourceSeconds = source,

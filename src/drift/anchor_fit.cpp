@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <iterator>
 
 using namespace Qt::StringLiterals;
 
@@ -21,7 +22,6 @@ constexpr double maximumUncertaintyMs = 5.0;
 constexpr double maximumGapShare = 0.35; // of the media's duration, between neighbours
 constexpr double latestFirstShare = 0.1;
 constexpr double earliestLastShare = 0.9;
-constexpr double maximumResidualMs = 5.0;
 constexpr double maximumDrift = 0.001; // 1,000 parts per million
 
 using Anchors = std::vector<TimingAnchor>;
@@ -89,14 +89,20 @@ template <class Value> double weightedSum(const Anchors &sorted, Value &&value)
     return sum;
 }
 
-struct Line {
-    double intercept = 0;
-    double slope = 0;
-};
+double largestResidualMs(const Anchors &anchors, const DriftCorrection &line)
+{
+    double largest = 0;
+    for (const TimingAnchor &anchor : anchors) {
+        const double residual = std::abs(DriftEngine::latenessMs(anchor, line));
+        if (residual > largest || std::isnan(residual)) // a NaN stays
+            largest = residual;
+    }
+    return largest;
+}
 
 /// Weighted least squares about the means: the sums of squares of the times themselves would lose
 /// the last digits of an hour's recording.
-Line fittedLine(const Anchors &sorted, double totalWeight)
+DriftCorrection fittedLine(const Anchors &sorted, double totalWeight)
 {
     const double meanSource =
         weightedSum(sorted, [](auto &one) { return one.sourceSeconds; }) / totalWeight;
@@ -114,20 +120,12 @@ Line fittedLine(const Anchors &sorted, double totalWeight)
                                                 * (one.referenceSeconds - meanReference);
                                      })
                          / spread;
-    return {meanReference - meanSource * slope, slope};
-}
-
-double largestResidualMs(const Anchors &sorted, const Line &line)
-{
-    double largest = 0;
-    for (const TimingAnchor &anchor : sorted) {
-        const double residual =
-            std::abs((anchor.referenceSeconds - line.intercept) - line.slope * anchor.sourceSeconds)
-            * 1000;
-        if (residual > largest || std::isnan(residual)) // a NaN stays
-            largest = residual;
-    }
-    return largest;
+    DriftCorrection line;
+    line.offsetSeconds = meanReference - meanSource * slope;
+    line.referenceSecondsPerSourceSecond = slope;
+    line.driftPPM = (slope - 1) * 1'000'000;
+    line.maxResidualMs = largestResidualMs(sorted, line);
+    return line;
 }
 
 } // namespace
@@ -136,11 +134,8 @@ DriftCorrection DriftEngine::fit(const std::vector<TimingAnchor> &anchors, doubl
 {
     const Anchors sorted = verifiedAnchors(anchors, duration);
     const double totalWeight = weightedSum(sorted, [](auto &) { return 1.0; });
-    const Line line = fittedLine(sorted, totalWeight);
-
-    DriftCorrection result;
-    result.maxResidualMs = largestResidualMs(sorted, line);
-    const double drift = std::abs(line.slope - 1);
+    DriftCorrection result = fittedLine(sorted, totalWeight);
+    const double drift = std::abs(result.referenceSecondsPerSourceSecond - 1);
     const auto refuse = [] {
         throw DriftExportError::invalid(
             u"Timing is nonlinear or drift is excessive; manual review is required."_s);
@@ -151,18 +146,42 @@ DriftCorrection DriftEngine::fit(const std::vector<TimingAnchor> &anchors, doubl
     const auto leastCertain = std::ranges::max_element(sorted, {}, &TimingAnchor::uncertaintyMs);
     result.endpointUncertaintyMs = result.maxResidualMs + 2 * leastCertain->uncertaintyMs;
     result.retime = drift * duration * 1000 > 2 * result.endpointUncertaintyMs;
-    if (result.retime) {
-        result.offsetSeconds = line.intercept;
-        result.referenceSecondsPerSourceSecond = line.slope;
-    } else {
+    if (!result.retime) {
+        result.referenceSecondsPerSourceSecond = 1;
+        result.driftPPM = 0;
         result.offsetSeconds =
             weightedSum(sorted, [](auto &one) { return one.referenceSeconds - one.sourceSeconds; })
             / totalWeight;
     }
-    result.driftPPM = (result.referenceSecondsPerSourceSecond - 1) * 1'000'000;
     if (!std::isfinite(result.offsetSeconds))
         refuse();
     return result;
+}
+
+std::optional<DriftCorrection> DriftEngine::freeLine(const std::vector<TimingAnchor> &anchors)
+{
+    Anchors numbers;
+    std::ranges::copy_if(anchors, std::back_inserter(numbers), [](const TimingAnchor &anchor) {
+        return std::isfinite(anchor.sourceSeconds) && std::isfinite(anchor.referenceSeconds)
+               && anchor.uncertaintyMs > 0;
+    });
+    std::ranges::stable_sort(numbers, {}, &TimingAnchor::sourceSeconds);
+    try {
+        const DriftCorrection line =
+            fittedLine(numbers, weightedSum(numbers, [](auto &) { return 1.0; }));
+        return std::isfinite(line.maxResidualMs) && std::isfinite(line.offsetSeconds)
+                   ? std::optional(line)
+                   : std::nullopt;
+    } catch (const DriftExportError &) {
+        return std::nullopt;
+    }
+}
+
+double DriftEngine::latenessMs(const TimingAnchor &anchor, const DriftCorrection &line)
+{
+    return (line.referenceSecondsPerSourceSecond * anchor.sourceSeconds
+            - (anchor.referenceSeconds - line.offsetSeconds))
+           * 1000;
 }
 
 } // namespace vorn

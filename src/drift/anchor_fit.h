@@ -3,6 +3,7 @@
 
 #include "library/records.h"
 
+#include <optional>
 #include <vector>
 
 namespace vorn {
@@ -23,10 +24,20 @@ struct DriftCorrection {
 
 namespace DriftEngine {
 
+/// How far an anchor may be from the free linear fit.
+inline constexpr double maximumResidualMs = 5.0;
+
 /// Fits `anchors`, in any order, of a clip of `duration` seconds of media. Refuses rather than
 /// guesses: throws DriftExportError (invalid) for a list that is thin, out of range, badly spread
 /// or nonlinear. Any thread.
 [[nodiscard]] DriftCorrection fit(const std::vector<TimingAnchor> &anchors, double duration);
+
+/// The line that the gate for residuals is held against, however far `anchors` are from it: that of
+/// all of them that are numbers. Absent where they give none.
+[[nodiscard]] std::optional<DriftCorrection> freeLine(const std::vector<TimingAnchor> &anchors);
+
+/// How much later than the reference camera the clip has the anchor's event, laid by this line.
+[[nodiscard]] double latenessMs(const TimingAnchor &anchor, const DriftCorrection &line);
 
 } // namespace DriftEngine
 } // namespace vorn

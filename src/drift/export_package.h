@@ -2,23 +2,10 @@
 #pragma once
 
 #include "drift/director_cut.h"
+#include "drift/export_steps.h"
 #include "library/records.h"
 
-#include <cstdint>
-#include <functional>
-
 namespace vorn {
-
-/// How far an export is: which clip's file is being verified, and how many of its bytes are done.
-struct ExportProgress {
-    QString cameraId;
-    std::size_t clipIndex = 0; ///< from 0
-    std::size_t clipCount = 0;
-    std::int64_t completedBytes = 0; ///< of all files together
-    std::int64_t totalBytes = 0;     ///< of all files together
-
-    bool operator==(const ExportProgress &) const = default;
-};
 
 // Of a package.
 inline constexpr QLatin1StringView timelineFileName("timeline.fcpxml");
@@ -33,10 +20,9 @@ namespace DriftEngine {
 /// Recorded media is only read. `onProgress`, if given, is called on the calling thread about once
 /// a mebibyte; what it throws ends the run. Throws DriftExportError, FileError and
 /// MediaProbeError. Blocks for as long as hashing the media takes; any thread.
-[[nodiscard]] QString
-exportPackage(const VORNProject &project, const VORNTake &take, const QString &parent,
-              const std::function<void(const ExportProgress &)> &onProgress = {},
-              const std::vector<CutDecision> &decisions = {});
+[[nodiscard]] QString exportPackage(const VORNProject &project, const VORNTake &take,
+                                    const QString &parent, const OnExportProgress &onProgress = {},
+                                    const std::vector<CutDecision> &decisions = {});
 
 /// What an export of the take as it is would make of these decisions; absent where none has a
 /// place. Reads no more of the recordings than their headers, and verifies none. Throws as

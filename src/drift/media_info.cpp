@@ -4,7 +4,6 @@
 
 #include "base/files.h"
 #include "drift/drift_error.h"
-#include "media/media_probe.h"
 
 #include <cmath>
 
@@ -21,9 +20,8 @@ std::int64_t wholePixels(double size)
 
 } // namespace
 
-MediaInfo DriftEngine::mediaInfo(const QString &path)
+MediaInfo DriftEngine::mediaInfo(const ProbedMedia &probed, const QString &path)
 {
-    const ProbedMedia probed = probeMedia(path);
     if (!std::isfinite(probed.durationSeconds) || !(probed.durationSeconds > 0))
         throw DriftExportError::invalid(u"Invalid media duration for "_s + fileNameOf(path) + u'.');
     if (probed.videoTracks.size() != 1)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "media/media_probe.h"
+
 #include <QString>
 
 #include <cstdint>
@@ -20,9 +22,9 @@ struct MediaInfo {
 
 namespace DriftEngine {
 
-/// Probes a movie file, and refuses what the export cannot align: throws DriftExportError, or the
-/// FileError or MediaProbeError of the reader. Any thread; blocks for a few small reads.
-[[nodiscard]] MediaInfo mediaInfo(const QString &path);
+/// Refuses what the export cannot align of a movie file whose headers say this: throws
+/// DriftExportError. Any thread.
+[[nodiscard]] MediaInfo mediaInfo(const ProbedMedia &probed, const QString &path);
 
 } // namespace DriftEngine
 } // namespace vorn
