@@ -4,6 +4,7 @@
 #include "base/atomic_file.h"
 #include "base/thread_context.h"
 #include "desktop/sleep_inhibitor.h"
+#include "drift/export_check.h"
 #include "drift/export_package.h"
 #include "library/records.h"
 #include "store/download_progress.h"
@@ -30,7 +31,7 @@ struct DeviceCatalog;
 class PartialRecording;
 
 /// What takes its time and lets nothing of its kind begin beside it.
-enum class LongWork { pairing, exporting, verifying, savingChecksums };
+enum class LongWork { pairing, exporting, checkingExport, verifying, savingChecksums };
 
 /// What was last done with the recordings of a take, and what came of it.
 struct TakeOutcome {
@@ -38,6 +39,14 @@ struct TakeOutcome {
     QString takeId;
     QString text;
     std::vector<RecordingCheck> checks; ///< empty where nothing was compared
+};
+
+/// What an export of a take would have come to, and of what that was said.
+struct ExportCheckOutcome {
+    QString projectId;
+    QString projectName;
+    VORNTake take;
+    ExportCheck check;
 };
 
 /// Owns the library and everything the windows show of it, and is the only writer of the library
@@ -70,7 +79,7 @@ public:
     /// Finer than transfers(), whose entries change with each chunk; absent when nothing is
     /// fetched.
     [[nodiscard]] const std::optional<DownloadProgress> &downloadProgress() const;
-    /// How far the running export is; absent when none runs.
+    /// How far the running export is, or the check of one; absent when none runs.
     [[nodiscard]] const std::optional<ExportProgress> &exportProgress() const;
     /// How far the reading of a take's recordings is; absent when none are read.
     [[nodiscard]] const std::optional<CheckProgress> &checkProgress() const;
@@ -78,6 +87,9 @@ public:
     [[nodiscard]] const std::optional<TakeOutcome> &takeOutcome() const;
     /// Null where that is of another take.
     [[nodiscard]] const TakeOutcome *selectedTakeOutcome() const;
+
+    /// Null where the selected take has not been checked, or is no longer what was.
+    [[nodiscard]] const ExportCheck *selectedExportCheck() const;
 
     /// Another project's first take is selected with it, if it has one.
     void setSelectedProjectID(std::optional<QString> id);
@@ -117,6 +129,10 @@ public:
     QCoro::Task<> exportSelectedTake(
         QString parentFolder,
         std::function<std::vector<CutDecision>(const VORNTake &)> readDecisions = {});
+    /// Finds out what an export of the selected take would come to, without making one.
+    QCoro::Task<> checkSelectedTake();
+    /// Ends a running check of an export without a result.
+    void cancelExportCheck();
     /// Reads the recordings of the selected take that are on this computer anew and says which no
     /// longer match. The library stays as it is.
     QCoro::Task<> verifySelectedTake();
@@ -155,6 +171,7 @@ Q_SIGNALS:
     void exportProgressChanged();
     void checkProgressChanged();
     void takeOutcomeChanged();
+    void exportCheckChanged();
     void transferSessionsChanged();
     void downloadProgressChanged();
     /// Nothing waits any more; of what was asked for since, `failed` recordings are not here.
@@ -177,6 +194,7 @@ private:
     void setExportProgress(std::optional<ExportProgress> progress);
     void setCheckProgress(std::optional<CheckProgress> progress);
     void setTakeOutcome(std::optional<TakeOutcome> outcome);
+    void setExportCheck(std::optional<ExportCheckOutcome> outcome);
     [[nodiscard]] CheckReport checkReport();
     /// True when there is no failure to tell.
     bool endCheck(const QString &failure);
@@ -222,6 +240,7 @@ private:
     std::optional<ExportProgress> m_exportProgress VORN_OWNED_BY(m_ui);
     std::optional<CheckProgress> m_checkProgress VORN_OWNED_BY(m_ui);
     std::optional<TakeOutcome> m_takeOutcome VORN_OWNED_BY(m_ui);
+    std::optional<ExportCheckOutcome> m_exportCheck VORN_OWNED_BY(m_ui);
     /// By device id. Never written to a file.
     std::map<QString, Client> m_transferClients VORN_OWNED_BY(m_ui);
     std::vector<TransferSessionSummary> m_transferSessions VORN_OWNED_BY(m_ui);
@@ -230,6 +249,8 @@ private:
     std::optional<DownloadProgress> m_downloadProgress VORN_OWNED_BY(m_ui);
     /// Asked when the store ends: sessions close, and what runs on other threads stops.
     std::stop_source m_stop;
+    /// Of the check of an export alone, asked then too.
+    std::stop_source m_exportCheckStop;
 };
 
 } // namespace vorn

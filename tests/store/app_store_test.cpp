@@ -303,6 +303,32 @@ private Q_SLOTS:
         QVERIFY(!somethingExistsAt(m_folder->filePath(u"list"_s)));
     }
 
+    void checksAnExportForTheTakeAsItIs()
+    {
+        AppStore &store = storeOf({u"abc"_s, u"gone"_s});
+        QCoro::waitFor(store.checkSelectedTake());
+        QVERIFY(!store.isBusy() && !store.exportProgress() && !store.errorMessage());
+        QCOMPARE(messages(store).last(), u"! Checked the export of take t: 4 things stand in the "
+                                         "way of an export."_s);
+        QCOMPARE(store.selectedExportCheck()->clips.size(), std::size_t(2));
+        store.setReferenceCamera(u"a"_s);
+        QVERIFY(!store.selectedExportCheck()); // it was another take
+
+        QVERIFY(QFile::resize(m_folder->filePath(u"abc"_s), qint64{1} << 40)); // many minutes
+        store.checkSelectedTake();
+        QTRY_VERIFY(store.exportProgress());
+        QVERIFY(store.longWork() == LongWork::checkingExport);
+        store.cancelExportCheck();
+        QTRY_VERIFY(!store.isBusy());
+        QVERIFY(!store.exportProgress() && !store.selectedExportCheck() && !store.errorMessage());
+        QCOMPARE(messages(store).last(), u"! The check of the export was cancelled."_s);
+
+        store.checkSelectedTake();
+        QTRY_VERIFY(store.exportProgress());
+        m_store.reset(); // ends with the store
+        QVERIFY(fileWorkPool()->waitForDone(20'000));
+    }
+
     void savesChecksumsForOthersToCheck()
     {
         const QString list = m_folder->filePath(u"list.sha256"_s);
