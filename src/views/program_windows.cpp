@@ -81,6 +81,8 @@ QString fateOfWork(const AppStore &store)
                      "Download Take to go on."_s;
     if (store.longWork() == LongWork::exporting)
         sentences += u"The export stops and leaves nothing behind."_s;
+    if (store.longWork() == LongWork::checkingExport)
+        sentences += u"The check of the export stops without a result."_s;
     if (store.longWork() == LongWork::verifying)
         sentences += u"The verification stops without a result."_s;
     if (store.longWork() == LongWork::savingChecksums)
@@ -115,6 +117,12 @@ std::unique_ptr<QWindow> makeProgramPictureWindow(QQmlEngine &engine, DirectorVi
 {
     return makeWindow(engine, u"director/ProgramPictureWindow.qml"_s,
                       {{u"director"_s, QVariant::fromValue(&director)}});
+}
+
+std::unique_ptr<QWindow> makeExportCheckWindow(QQmlEngine &engine, LibraryViewModel &library)
+{
+    return makeWindow(engine, u"library/ExportCheckWindow.qml"_s,
+                      {{u"library"_s, QVariant::fromValue(&library)}});
 }
 
 std::unique_ptr<QWindow> makeNetworkCheckWindow(QQmlEngine &engine, NetworkCheckViewModel &check)
@@ -285,9 +293,20 @@ void ProgramWindows::showLibrary()
     if (!m_libraryWindow) {
         m_libraryWindow = makeLibraryWindow(m_engine, m_library);
         listenTo(*m_libraryWindow);
+        connect(m_libraryWindow.get(), SIGNAL(exportCheckRequested()), this,
+                SLOT(showExportCheck()));
         watch(*m_libraryWindow);
     }
     bringToFront(*m_libraryWindow);
+}
+
+void ProgramWindows::showExportCheck()
+{
+    if (!m_exportCheckWindow) {
+        m_exportCheckWindow = makeExportCheckWindow(m_engine, m_library);
+        listenTo(*m_exportCheckWindow);
+    }
+    bringToFront(*m_exportCheckWindow);
 }
 
 void ProgramWindows::showNetworkCheck()
@@ -330,7 +349,8 @@ void ProgramWindows::raise()
 {
     for (const auto &window :
          {m_program ? &m_program->window() : nullptr, m_directorWindow.get(), m_libraryWindow.get(),
-          m_networkCheckWindow.get(), m_settingsWindow.get(), m_helpWindow.get()}) {
+          m_exportCheckWindow.get(), m_networkCheckWindow.get(), m_settingsWindow.get(),
+          m_helpWindow.get()}) {
         if (window && window->isVisible())
             bringToFront(*window);
     }

@@ -35,6 +35,9 @@ void applyLook();
 /// Makes the window of Program alone, hidden like the next.
 [[nodiscard]] std::unique_ptr<QWindow> makeProgramPictureWindow(QQmlEngine &engine,
                                                                 DirectorViewModel &director);
+/// Makes the window of the check of an export, hidden like the next.
+[[nodiscard]] std::unique_ptr<QWindow> makeExportCheckWindow(QQmlEngine &engine,
+                                                             LibraryViewModel &library);
 /// Makes the window of the network check, which stays hidden until it is shown.
 [[nodiscard]] std::unique_ptr<QWindow> makeNetworkCheckWindow(QQmlEngine &engine,
                                                               NetworkCheckViewModel &check);
@@ -59,6 +62,7 @@ public Q_SLOTS:
     void showDirector();
     void showProgram();
     void showLibrary();
+    void showExportCheck();
     void showNetworkCheck();
     void showSettings();
     void showHelp();
@@ -97,6 +101,7 @@ private:
     std::unique_ptr<QWindow> m_libraryWindow;
     std::unique_ptr<QWindow> m_directorWindow;
     std::unique_ptr<ProgramDisplay> m_program;
+    std::unique_ptr<QWindow> m_exportCheckWindow;
     std::unique_ptr<QWindow> m_networkCheckWindow;
     std::unique_ptr<QWindow> m_settingsWindow;
     std::unique_ptr<QWindow> m_helpWindow;

@@ -3,6 +3,7 @@
 // Every state of every window, walked by keyboard and by what a screen reader is given. Leaves a
 // picture of each state.
 
+#include "drift/checked_takes.h"
 #include "phones_side.h"
 #include "recorded_session.h"
 #include "rig_phones.h"
@@ -10,6 +11,7 @@
 #include "window_walker.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QWidget>
 #include <QtTest>
 
@@ -228,6 +230,39 @@ private Q_SLOTS:
                 program.takeUp(u"VORN Help"_s);
             }},
         });
+    }
+
+    void walksTheCheckOfAnExport()
+    {
+        const CheckedTakes takes;
+        Program program({takes.project()});
+        const auto check = [&](const QString &take, const QString &summary) {
+            program.store().setSelectedTakeID(take);
+            program.choose(u"Check export"_s);
+            program.takeUp(u"Check export"_s);
+            program.await(summary);
+        };
+        walk(program, {
+            {u"Check export, in order"_s, [&] { check(u"good"_s, u"Nothing stands in the way of an export."_s); }},
+            {u"Check export, findings"_s, [&] {
+                check(u"faulty"_s, u"6 things stand in the way of an export."_s);
+                program.await(u"Checksum mismatch for Wide."_s);
+                program.await(u"Timing of Later"_s, u"9 anchors from 1.5 s to 9.5 s"_s);
+                program.choose(u"Copy report"_s);
+                program.await(u"Copied."_s);
+                QVERIFY(QGuiApplication::clipboard()->text().contains(u"\n!!  Earlier has not been downloaded.\n"));
+            }},
+            {u"Check export, smallest"_s, [&] {
+                check(u"faulty"_s, u"6 things stand in the way of an export."_s);
+                program.shrink();
+            }},
+            {u"Check export, running"_s, [&] {
+                check(u"long"_s, u"Reading every recording and checking what an export would refuse…"_s);
+                QTRY_VERIFY_WITH_TIMEOUT(program.store().exportProgress(), limitMs);
+            }},
+        });
+        program.store().cancelExportCheck();
+        QTRY_VERIFY_WITH_TIMEOUT(!program.store().isBusy(), limitMs);
     }
 
     void walksTheConnectSheet()

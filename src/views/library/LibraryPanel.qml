@@ -9,6 +9,7 @@ Rectangle {
 
     required property string title
     required property string icon
+    property color iconColor: Theme.secondary
     default property alias content: body.data
 
     implicitWidth: 240
@@ -32,6 +33,7 @@ Rectangle {
 
             TokenIcon {
                 icon: root.icon
+                color: root.iconColor
             }
             TextLabel {
                 Layout.fillWidth: true

@@ -8,8 +8,9 @@ Item {
 
     required property LibraryViewModel library
     signal directorRequested
+    signal exportCheckRequested
     // Each button has an icon and margins beside its words.
-    readonly property bool compact: width < labels.advanceWidth + 4 * 48 + 3 * Theme.row
+    readonly property bool compact: width < labels.advanceWidth + 5 * 48 + 4 * Theme.row
                                             + 2 * Theme.between
 
     implicitHeight: 56
@@ -29,7 +30,7 @@ Item {
         font.family: Theme.sans
         font.pixelSize: Theme.bodySize
         font.weight: Font.Medium
-        text: director.text + manifest.text + download.text + exporter.text
+        text: director.text + manifest.text + download.text + checker.text + exporter.text
     }
     RowLayout {
         anchors.right: parent.right
@@ -65,6 +66,20 @@ Item {
             available: root.library.canDownload
             obstacle: root.library.downloadObstacle
             onClicked: root.library.download()
+        }
+        HelpedButton {
+            id: checker
+
+            text: qsTr("Check export")
+            icon.name: "search"
+            iconOnly: root.compact
+            help: qsTr("Find out what an export would refuse, without making one")
+            available: root.library.exportCheck.offered
+            obstacle: root.library.exportCheck.obstacle
+            onClicked: {
+                root.library.exportCheck.check();
+                root.exportCheckRequested();
+            }
         }
         HelpedButton {
             id: exporter

@@ -7,6 +7,7 @@ ProgramWindow {
 
     required property LibraryViewModel library
     property string endingWork // what would end with the program, while that is asked
+    signal exportCheckRequested
     signal endConfirmed
     signal endDeclined
 
@@ -24,6 +25,7 @@ ProgramWindow {
         onSettingsRequested: root.settingsRequested()
         onDirectorRequested: root.directorRequested()
         onNetworkCheckRequested: root.networkCheckRequested()
+        onExportCheckRequested: root.exportCheckRequested()
     }
     EndWorkSheet {
         work: root.endingWork

@@ -23,6 +23,7 @@ Item {
     signal settingsRequested
     signal directorRequested
     signal networkCheckRequested
+    signal exportCheckRequested
 
     function askForNewProject() {
         showNewProject = true;
@@ -82,6 +83,7 @@ Item {
                 Layout.fillWidth: true
                 library: root.library
                 onDirectorRequested: root.directorRequested()
+                onExportCheckRequested: root.exportCheckRequested()
             }
             StatusLine {
                 Layout.fillWidth: true

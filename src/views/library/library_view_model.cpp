@@ -65,6 +65,7 @@ LibraryViewModel::LibraryViewModel(AppStore &store, LANDiscovery &discovery,
       m_dashboard(store),
       m_activity(store),
       m_connection(store, discovery, live),
+      m_exportCheck(store),
       m_exportProgress([&store] { return exportWork(store); }),
       m_downloadProgress([&store] { return downloadWork(store); }),
       m_downloadOutlook(store)

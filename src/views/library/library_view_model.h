@@ -4,6 +4,7 @@
 #include "views/connect/secure_connect_view_model.h"
 #include "views/library/activity_view_model.h"
 #include "views/library/download_outlook_view_model.h"
+#include "views/library/export_check_view_model.h"
 #include "views/library/project_list_view_model.h"
 #include "views/library/take_dashboard_view_model.h"
 #include "views/library/take_list_view_model.h"
@@ -23,6 +24,7 @@ class LibraryViewModel : public QObject {
     Q_PROPERTY(vorn::TakeDashboardViewModel *dashboard READ dashboard CONSTANT)
     Q_PROPERTY(vorn::ActivityViewModel *activity READ activity CONSTANT)
     Q_PROPERTY(vorn::SecureConnectViewModel *connection READ connection CONSTANT)
+    Q_PROPERTY(vorn::ExportCheckViewModel *exportCheck READ exportCheck CONSTANT)
     Q_PROPERTY(vorn::WorkProgressViewModel *exportProgress READ exportProgress CONSTANT)
     Q_PROPERTY(vorn::WorkProgressViewModel *downloadProgress READ downloadProgress CONSTANT)
     Q_PROPERTY(vorn::DownloadOutlookViewModel *downloadOutlook READ downloadOutlook CONSTANT)
@@ -45,6 +47,8 @@ public:
     [[nodiscard]] TakeDashboardViewModel *dashboard() { return &m_dashboard; }
     [[nodiscard]] ActivityViewModel *activity() { return &m_activity; }
     [[nodiscard]] SecureConnectViewModel *connection() { return &m_connection; }
+    [[nodiscard]] ExportCheckViewModel *exportCheck() { return &m_exportCheck; }
+    /// Of an export or of the check of one.
     [[nodiscard]] WorkProgressViewModel *exportProgress() { return &m_exportProgress; }
     [[nodiscard]] WorkProgressViewModel *downloadProgress() { return &m_downloadProgress; }
     [[nodiscard]] DownloadOutlookViewModel *downloadOutlook() { return &m_downloadOutlook; }
@@ -97,6 +101,7 @@ private:
     TakeDashboardViewModel m_dashboard;
     ActivityViewModel m_activity;
     SecureConnectViewModel m_connection;
+    ExportCheckViewModel m_exportCheck;
     WorkProgressViewModel m_exportProgress;
     WorkProgressViewModel m_downloadProgress;
     DownloadOutlookViewModel m_downloadOutlook;
