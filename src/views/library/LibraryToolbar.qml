@@ -9,9 +9,10 @@ Item {
     required property LibraryViewModel library
     signal directorRequested
     signal exportCheckRequested
-    // Each button has an icon and margins beside its words.
-    readonly property bool compact: width < labels.advanceWidth + 5 * 48 + 4 * Theme.row
-                                            + 2 * Theme.between
+    // Each button has an icon and margins beside its words. The words of the check go first.
+    readonly property real wordsWidth: labels.advanceWidth + 4 * 48 + Theme.hit + 4 * Theme.row
+                                       + 2 * Theme.between
+    readonly property bool compact: width < wordsWidth
 
     implicitHeight: 56
 
@@ -30,7 +31,13 @@ Item {
         font.family: Theme.sans
         font.pixelSize: Theme.bodySize
         font.weight: Font.Medium
-        text: director.text + manifest.text + download.text + checker.text + exporter.text
+        text: director.text + manifest.text + download.text + exporter.text
+    }
+    TextMetrics {
+        id: checkLabel
+
+        font: labels.font
+        text: checker.text
     }
     RowLayout {
         anchors.right: parent.right
@@ -72,7 +79,7 @@ Item {
 
             text: qsTr("Check export")
             icon.name: "search"
-            iconOnly: root.compact
+            iconOnly: root.width < root.wordsWidth + checkLabel.advanceWidth + Theme.between
             help: qsTr("Find out what an export would refuse, without making one")
             available: root.library.exportCheck.offered
             obstacle: root.library.exportCheck.obstacle
