@@ -60,7 +60,7 @@ QString ExportCheckViewModel::summary() const
         return u"Reading every recording and checking what an export would refuse…"_s;
     if (const ExportCheck *check = result())
         return summaryOf(*check);
-    return m_store.selectedTake() ? u"This take has not been checked since it changed last."_s
+    return m_store.selectedTake() ? u"This take has not been checked, or has changed since."_s
                                   : u"No take is selected."_s;
 }
 
