@@ -88,8 +88,8 @@ ExportCheck DriftEngine::checkExport(const VORNProject &project, const VORNTake 
     std::vector<Placement> placedClips;
     for (std::size_t index = 0; index < prepared.size(); ++index) {
         check.clips.push_back(clipCheck(prepared[index], basis.referenceCameraId, placed[index]));
-        if (placed[index])
-            placedClips.push_back(*placed[index]);
+        if (const auto &placement = placed[index])
+            placedClips.push_back(*placement);
     }
     if (!placedClips.empty()) // times beyond what the document can say
         attempt(note, {},

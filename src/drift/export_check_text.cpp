@@ -23,17 +23,16 @@ QString number(double value, int digits)
 /// "1.533 s (46 frames)".
 QString timeText(double seconds, std::optional<double> fps)
 {
-    const QString text = number(seconds, 3) + u" s"_s;
+    QString text = number(seconds, 3) + u" s"_s;
     if (!fps)
         return text;
     const QString frames = number(std::round(seconds * *fps), 0);
     return text + (frames == u"1" ? u" (1 frame)"_s : u" (%1 frames)"_s.arg(frames));
 }
 
-QString lineText(const ClipCheck &clip)
+QString lineText(const DriftCorrection &line, bool isAligned)
 {
-    const DriftCorrection &line = *clip.line;
-    if (!clip.isAligned)
+    if (!isAligned)
         return u"A line through its anchors would have an offset of %1 s and a drift of %2 ppm."_s
             .arg(number(line.offsetSeconds, 3), number(line.driftPPM, 1));
     return line.retime
@@ -43,14 +42,13 @@ QString lineText(const ClipCheck &clip)
                      number(line.offsetSeconds, 3));
 }
 
-QString anchorsText(const ClipCheck &clip)
+QString anchorsText(const ClipCheck &clip, const DriftCorrection &line)
 {
     QString text = u"%1 anchors lie within %2 ms of a line, of %3 ms allowed."_s.arg(
-        QString::number(clip.anchors.size()), number(clip.line->maxResidualMs, 2),
+        QString::number(clip.anchors.size()), number(line.maxResidualMs, 2),
         number(DriftEngine::maximumResidualMs, 0));
     if (clip.isAligned)
-        text +=
-            u" Uncertainty at the ends: %1 ms."_s.arg(number(clip.line->endpointUncertaintyMs, 1));
+        text += u" Uncertainty at the ends: %1 ms."_s.arg(number(line.endpointUncertaintyMs, 1));
     return text;
 }
 
@@ -94,8 +92,8 @@ QStringList figuresOf(const ClipCheck &clip, std::optional<double> fps)
     if (clip.place)
         sentences += placeTexts(*clip.place, fps);
     if (clip.line && !clip.isReference) {
-        sentences += lineText(clip);
-        sentences += anchorsText(clip);
+        sentences += lineText(*clip.line, clip.isAligned);
+        sentences += anchorsText(clip, *clip.line);
     }
     if (clip.media) {
         sentences += u"Picture: %1."_s.arg(pictureText(*clip.media));
