@@ -9,6 +9,7 @@
 #include <cmath>
 #include <complex>
 #include <functional>
+#include <map>
 #include <numbers>
 #include <numeric>
 
@@ -50,16 +51,26 @@ std::vector<float> faded(std::span<const float> window)
     return result;
 }
 
+/// To prepare a transform takes as long as two of them, and windows come in many of one size.
+const RealTransform &transformFor(std::size_t values)
+{
+    thread_local std::map<std::size_t, RealTransform> prepared;
+    if (prepared.size() >= 4 && !prepared.contains(values))
+        prepared.clear();
+    return prepared.try_emplace(values, values).first->second;
+}
+
 /// Correlation with equal weight of all frequencies of the band: 1 at lag 0 for equal windows.
 class PhaseCorrelation {
 public:
     PhaseCorrelation(std::span<const float> reference, std::span<const float> other,
                      std::size_t reach)
-        : m_transform(std::max(reference.size(), other.size()) + reach)
     {
-        Spectrum cross = m_transform.forward(faded(reference));
-        const Spectrum second = m_transform.forward(faded(other));
-        const double hertzABin = double(soundRate) / double(m_transform.size());
+        const RealTransform &transform =
+            transformFor(std::max(reference.size(), other.size()) + reach);
+        Spectrum cross = transform.forward(faded(reference));
+        const Spectrum second = transform.forward(faded(other));
+        const double hertzABin = double(soundRate) / double(transform.size());
         double count = 0;
         for (std::size_t bin = 0; bin < cross.size(); ++bin) {
             const double hertz = double(bin) * hertzABin;
@@ -70,7 +81,7 @@ public:
                 count += 2;
             cross[bin] = inside && size > 0 ? product / size : 0;
         }
-        m_values = m_transform.inverse(cross);
+        m_values = transform.inverse(cross);
         for (float &value : m_values)
             value /= float(count);
     }
@@ -82,7 +93,6 @@ public:
     }
 
 private:
-    RealTransform m_transform;
     std::vector<float> m_values;
 };
 
