@@ -26,8 +26,7 @@ constexpr std::size_t blockFrames = 16'384;
 /// What a window may have been mistaken for, beside the best.
 constexpr std::size_t candidatesOfAWindow = 4;
 constexpr int apartFrames = 20;
-/// Over the scatter of all places; what does not belong reaches 5 now and then, among 360,000
-/// places.
+/// Over the scatter of all places; chance reaches 5 among the 360,000 of an hour.
 constexpr double leastScore = 5.5;
 
 constexpr double greatestSlope = 0.0011;

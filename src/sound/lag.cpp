@@ -27,8 +27,7 @@ constexpr int flankSamples = soundRate / 100;
 // each phone down to 0 dB, dry and with half a second of reverberation: right peaks have 9 times
 // the level of the rest and more, wrong ones at most 6.4, but for what repeats.
 constexpr double leastStanding = 7.5;
-/// Music without noise resembles itself up to 0.74 times as much, a metronome and hum more than
-/// 0.9.
+/// Hum without noise has told a wrong lag at 1.38, a loop of noise a right one by luck at 1.48.
 constexpr double leastUniqueness = 1.4;
 
 /// A phone's own noise in a silent room is twenty times as loud.
