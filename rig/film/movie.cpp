@@ -2,9 +2,9 @@
 
 #include "rig/film/movie.h"
 
+#include "rig/base/ffmpeg.h"
 #include "rig/base/rig_error.h"
 #include "rig/film/click_track.h"
-#include "rig/film/ffmpeg.h"
 #include "rig/film/scene.h"
 
 #include <QFile>

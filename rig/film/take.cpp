@@ -6,8 +6,8 @@
 #include "base/digest.h"
 #include "base/files.h"
 #include "base/json_text.h"
+#include "rig/base/ffmpeg.h"
 #include "rig/base/rig_error.h"
-#include "rig/film/ffmpeg.h"
 #include "rig/film/movie.h"
 #include "rig/film/take_documents.h"
 

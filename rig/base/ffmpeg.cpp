@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "rig/film/ffmpeg.h"
+#include "rig/base/ffmpeg.h"
 
 #include "rig/base/rig_error.h"
 
