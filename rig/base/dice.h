@@ -24,6 +24,15 @@ public:
             sum += uniform(0, 1);
         return sum;
     }
+    /// The same of one number, for sounds: four numbers of 16 bits, added.
+    [[nodiscard]] double noise()
+    {
+        const std::uint64_t number = m_engine();
+        const auto part = [number](int index) { return double(number >> (16 * index) & 0xFFFF); };
+        constexpr double mean = 2 * 65'535.0;
+        constexpr double deviation = 65'536 * 0.57735026918962576; // of four: 1 / sqrt(3)
+        return (part(0) + part(1) + part(2) + part(3) - mean) / deviation;
+    }
 
 private:
     std::mt19937_64 m_engine;

@@ -3,6 +3,7 @@
 
 #include "rig/base/cast.h"
 #include "rig/film/frame_rate.h"
+#include "rig/sound/sound_scene.h"
 
 #include <QSize>
 #include <QString>
@@ -12,9 +13,6 @@
 #include <vector>
 
 namespace vorn::rig {
-
-/// The sample rate of every phone's sound.
-inline constexpr int audioSampleRate = 48'000;
 
 /// How far an anchor's reference time may be off: normally distributed, cut at the limit, which is
 /// also the uncertainty that the anchor states.
