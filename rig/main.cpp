@@ -84,6 +84,42 @@ QString movieText(const PhonePlan &phone)
         .arg(phone.driftPPM, 0, 'f', 1);
 }
 
+QSize pictureSize(const QCommandLineParser &parser)
+{
+    const std::optional<PictureFormat> format =
+        pictureFormatFromText(parser.value(u"size"_s) + u"@30"_s);
+    const QSize size = format ? format->size : QSize();
+    // Below, the counter cannot be read; half a picture's colours are stored, so it is even.
+    if (size.width() < 128 || size.height() < 72 || size.width() % 2 != 0 || size.height() % 2 != 0)
+        throw UsageError(u"--size must be even numbers from 128x72 on, such as 160x90."_s);
+    return size;
+}
+
+// Absent for the click track.
+std::optional<TakeSound> soundOption(const QCommandLineParser &parser)
+{
+    if (!parser.isSet(u"sound"_s)) {
+        if (parser.isSet(u"talk"_s) || parser.isSet(u"distances"_s))
+            throw UsageError(u"--talk and --distances go with --sound."_s);
+        return std::nullopt;
+    }
+    TakeSound sound;
+    try {
+        sound.kind = soundKindFromText(parser.value(u"sound"_s));
+    } catch (const RigError &error) {
+        throw UsageError(u"--sound: "_s + QString::fromUtf8(error.what()) + u'.');
+    }
+    sound.hasTalk = parser.isSet(u"talk"_s);
+    for (const QString &text : parser.value(u"distances"_s).split(u',', Qt::SkipEmptyParts)) {
+        bool isNumber = false;
+        sound.distancesMetres.push_back(text.toDouble(&isNumber));
+        if (!isNumber
+            || !(sound.distancesMetres.back() >= 0 && sound.distancesMetres.back() <= 300))
+            throw UsageError(u"--distances must be metres from 0 to 300, such as 0,5,18."_s);
+    }
+    return sound;
+}
+
 ExitCode runTake()
 {
     QCommandLineParser parser;
@@ -100,6 +136,14 @@ ExitCode runTake()
         {u"seed"_s, u"Chooses starts, drifts and noise (1)."_s, u"N"_s, u"1"_s},
         {u"drift"_s, u"Most drift by 0.8 to 1 of so many ppm, 0 to 1000 (what suits the length)."_s,
          u"PPM"_s},
+        {u"size"_s, u"Of the pictures, at least 128x72 (640x360)."_s, u"WxH"_s, u"640x360"_s},
+        {u"sound"_s,
+         u"What is heard instead of clicks: speech, music, loop, traffic, applause, metronome, "
+         "wind or crowd."_s,
+         u"SCENE"_s},
+        {u"talk"_s, u"Somebody speaks over that sound."_s},
+        {u"distances"_s, u"How far each phone is from it, such as 0,5,18 (0)."_s, u"METRES"_s},
+        {u"no-manifest"_s, u"Movies and truth.json alone: no phone knew of the others."_s},
         {u"number"_s, u"The take is called take-0001 and so on, 1 to 9999 (1)."_s, u"N"_s, u"1"_s},
     });
     if (!parse(parser, u"take"_s))
@@ -116,6 +160,9 @@ ExitCode runTake()
     if (!fps)
         throw UsageError(u"--fps must be from 10 to 120, or such as 30000/1001."_s);
     options.fps = *fps;
+    options.pictureSize = pictureSize(parser);
+    options.sound = soundOption(parser);
+    options.hasManifest = !parser.isSet(u"no-manifest"_s);
     const TakePlan plan =
         makeTake(options, folder, [](const PhonePlan &phone) { print(stdout, movieText(phone)); });
     print(stdout,

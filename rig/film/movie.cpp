@@ -4,8 +4,8 @@
 
 #include "rig/base/ffmpeg.h"
 #include "rig/base/rig_error.h"
-#include "rig/film/click_track.h"
 #include "rig/film/scene.h"
+#include "rig/film/sound_track.h"
 
 #include <QFile>
 #include <QTransform>
@@ -167,7 +167,7 @@ void writeMovie(const PhonePlan &phone, const QString &folder)
     const QString soundPath = folder + u'/' + scratchSoundFileName(phone);
     const bool isUpright = phone.hold == Hold::upright;
     const QSize codedSize = isUpright ? phone.displaySize.transposed() : phone.displaySize;
-    writeClickTrack(phone, soundPath);
+    writeSound(phone, soundPath);
     const Scene scene(phone.castIndex, phone.displaySize);
     Ffmpeg encoder(u"write "_s + moviePath, movieArguments(phone, codedSize, soundPath, moviePath));
     for (std::int64_t frame = 0; frame < phone.frames; ++frame) {

@@ -11,7 +11,7 @@ namespace vorn::rig {
 /// Draws the one scene that all phones film: a clock tower at night whose hand goes round once a
 /// second, and cars that pass it. What moves depends on the scene time alone, so pictures of two
 /// phones agree exactly when they show the same moment. Second 0 is the reference phone's first
-/// picture. On each whole second the dial flashes, and the sound track clicks (click_track.h).
+/// picture. On each whole second the dial flashes, and the sound track clicks (sound_track.h).
 /// Needs a QGuiApplication for its fonts. Drawing is const; one object serves any one thread.
 class Scene {
 public:

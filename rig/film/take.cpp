@@ -33,14 +33,16 @@ TakePlan makeTake(TakeOptions options, const QString &folder,
             if (onMovie)
                 onMovie(plan.phones[index]);
         });
-    std::vector<QString> digests;
-    digests.reserve(plan.phones.size());
-    for (const PhonePlan &phone : plan.phones)
-        digests.push_back(sha256OfFile(folder + u'/' + phone.fileName));
     writeFileAtomically(folder + u"/truth.json"_s, prettyJson(truthJson(plan)),
                         FileMode::followUmask);
-    writeFileAtomically(folder + u"/manifest.json"_s, prettyJson(manifestJson(plan, digests)),
-                        FileMode::followUmask);
+    if (plan.hasManifest) {
+        std::vector<QString> digests;
+        digests.reserve(plan.phones.size());
+        for (const PhonePlan &phone : plan.phones)
+            digests.push_back(sha256OfFile(folder + u'/' + phone.fileName));
+        writeFileAtomically(folder + u"/manifest.json"_s, prettyJson(manifestJson(plan, digests)),
+                            FileMode::followUmask);
+    }
     newFolder.keep();
     return plan;
 }

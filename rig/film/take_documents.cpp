@@ -45,6 +45,14 @@ double numberOf(const QJsonObject &object, const QString &key)
     return value.toDouble();
 }
 
+QJsonObject soundTruthJson(const PlannedSound &sound)
+{
+    QJsonObject object = hearingJson(sound.hearing);
+    object.insert(u"kind"_s, soundKindText(sound.scene.kind));
+    object.insert(u"hasTalk"_s, sound.scene.hasTalk);
+    return object;
+}
+
 PhoneTruth phoneTruth(const QJsonObject &object)
 {
     PhoneTruth phone;
@@ -98,21 +106,25 @@ QJsonObject manifestJson(const TakePlan &plan, const std::vector<QString> &diges
 QJsonObject truthJson(const TakePlan &plan)
 {
     QJsonArray cameras;
-    for (const PhonePlan &phone : plan.phones)
-        cameras.append(
-            QJsonObject{{u"cameraId"_s, phone.cameraId},
-                        {u"file"_s, phone.fileName},
-                        {u"offsetSeconds"_s, phone.offsetSeconds},
-                        {u"driftPPM"_s, phone.driftPPM},
-                        {u"rate"_s, frameRateText(phone.rate)},
-                        {u"frames"_s, qint64(phone.frames)},
-                        {u"audioSamples"_s, qint64(phone.audioSamples())},
-                        {u"displayWidth"_s, phone.displaySize.width()},
-                        {u"displayHeight"_s, phone.displaySize.height()},
-                        {u"rotationDegrees"_s, phone.hold == Hold::upright ? 90 : 0},
-                        {u"codec"_s, phone.codec == VideoCodec::hevc ? u"hevc"_s : u"h264"_s},
-                        {u"anchorNoiseSigmaMs"_s, phone.anchors.empty() ? 0 : anchorNoiseSigmaMs},
-                        {u"anchorNoiseLimitMs"_s, phone.anchors.empty() ? 0 : anchorNoiseLimitMs}});
+    for (const PhonePlan &phone : plan.phones) {
+        QJsonObject camera{
+            {u"cameraId"_s, phone.cameraId},
+            {u"file"_s, phone.fileName},
+            {u"offsetSeconds"_s, phone.offsetSeconds},
+            {u"driftPPM"_s, phone.driftPPM},
+            {u"rate"_s, frameRateText(phone.rate)},
+            {u"frames"_s, qint64(phone.frames)},
+            {u"audioSamples"_s, qint64(phone.audioSamples())},
+            {u"displayWidth"_s, phone.displaySize.width()},
+            {u"displayHeight"_s, phone.displaySize.height()},
+            {u"rotationDegrees"_s, phone.hold == Hold::upright ? 90 : 0},
+            {u"codec"_s, phone.codec == VideoCodec::hevc ? u"hevc"_s : u"h264"_s},
+            {u"anchorNoiseSigmaMs"_s, phone.anchors.empty() ? 0 : anchorNoiseSigmaMs},
+            {u"anchorNoiseLimitMs"_s, phone.anchors.empty() ? 0 : anchorNoiseLimitMs}};
+        if (phone.sound)
+            camera.insert(u"sound"_s, soundTruthJson(*phone.sound));
+        cameras.append(camera);
+    }
     return {{u"schemaVersion"_s, 1},
             {u"seed"_s, qint64(plan.seed)},
             {u"takeId"_s, plan.takeId},

@@ -16,7 +16,8 @@ namespace vorn::rig {
 /// The source manifest of a take. `digests` are the SHA-256 of the movies, in the plan's order.
 [[nodiscard]] QJsonObject manifestJson(const TakePlan &plan, const std::vector<QString> &digests);
 
-/// Each phone's true offset, drift, rate and size, the seed, and how to read the counter.
+/// Each phone's true offset, drift, rate and size, what it hears and from where, the seed, and how
+/// to read the counter.
 [[nodiscard]] QJsonObject truthJson(const TakePlan &plan);
 
 /// What checking an alignment needs of one phone's truth.

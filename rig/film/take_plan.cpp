@@ -12,7 +12,6 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-constexpr QSize landscapeSize(640, 360);
 constexpr int anchorCount = 24;
 
 // Plans hold values that a person can read: microseconds, hundredths of ppm.
@@ -75,6 +74,25 @@ std::vector<PlannedAnchor> anchors(const PhonePlan &phone, Dice &dice)
     return result;
 }
 
+// Dice of its own: with any sound, the take is otherwise what it is without.
+PlannedSound planSound(const TakeOptions &options, int index)
+{
+    Dice dice(options.seed * maximumCameras + index);
+    const std::vector<double> &metres = options.sound->distancesMetres;
+    PlannedSound sound;
+    sound.scene = {.kind = options.sound->kind,
+                   .seed = options.seed,
+                   .tune = options.seed,
+                   .hasTalk = options.sound->hasTalk};
+    sound.hearing = {.distanceMetres =
+                         std::size_t(index) < metres.size() ? metres[std::size_t(index)] : 0,
+                     .reverberationSeconds = rounded(dice.uniform(0.2, 0.6), 0.01),
+                     .signalToNoiseDB = rounded(dice.uniform(15, 35), 0.1),
+                     .gain = GainControl::automatic,
+                     .seed = options.seed * maximumCameras + index};
+    return sound;
+}
+
 PhonePlan planPhone(const TakeOptions &options, const QString &takeId, int index, Dice &dice)
 {
     PhonePlan phone;
@@ -83,7 +101,8 @@ PhonePlan planPhone(const TakeOptions &options, const QString &takeId, int index
     phone.fileName = takeId + u'-' + phone.cameraId + u".mov"_s;
     phone.rate = habit(index) == Habit::otherRate ? otherRate(options.fps) : options.fps;
     phone.hold = habit(index) == Habit::upright ? Hold::upright : Hold::landscape;
-    phone.displaySize = phone.hold == Hold::upright ? landscapeSize.transposed() : landscapeSize;
+    phone.displaySize =
+        phone.hold == Hold::upright ? options.pictureSize.transposed() : options.pictureSize;
     if (habit(index) == Habit::hevc && options.hasHevcEncoder)
         phone.codec = VideoCodec::hevc;
     double endSeconds = options.seconds;
@@ -94,8 +113,10 @@ PhonePlan planPhone(const TakeOptions &options, const QString &takeId, int index
     }
     phone.frames = std::int64_t((endSeconds - phone.offsetSeconds)
                                 / (1 + phone.driftPPM / 1'000'000) * phone.rate.perSecond());
-    if (index > 0)
+    if (index > 0 && options.hasManifest)
         phone.anchors = anchors(phone, dice);
+    if (options.sound)
+        phone.sound = planSound(options, index);
     return phone;
 }
 
@@ -104,7 +125,7 @@ PhonePlan planPhone(const TakeOptions &options, const QString &takeId, int index
 TakePlan planTake(const TakeOptions &options)
 {
     const QString takeId = u"take-%1"_s.arg(options.number, 4, 10, QChar(u'0'));
-    TakePlan plan{takeId, options.fps, options.seed, {}};
+    TakePlan plan{takeId, options.fps, options.seed, options.hasManifest, {}};
     Dice dice(options.seed);
     for (int index = 0; index < options.cameras; ++index)
         plan.phones.push_back(planPhone(options, plan.takeId, index, dice));

@@ -3,7 +3,7 @@
 
 #include "rig/base/cast.h"
 #include "rig/film/frame_rate.h"
-#include "rig/sound/sound_scene.h"
+#include "rig/sound/hearing.h"
 
 #include <QSize>
 #include <QString>
@@ -19,6 +19,13 @@ namespace vorn::rig {
 inline constexpr double anchorNoiseSigmaMs = 0.5;
 inline constexpr double anchorNoiseLimitMs = 1.0;
 
+/// Which sound the phones hear instead of the click track, and where they stand.
+struct TakeSound {
+    SoundKind kind = SoundKind::speech;
+    bool hasTalk = false;                ///< somebody speaks over it
+    std::vector<double> distancesMetres; ///< of each phone; 0 for those that it does not name
+};
+
 /// What the caller chooses of a take.
 struct TakeOptions {
     int cameras = 4;       ///< 1 to maximumCameras
@@ -29,6 +36,10 @@ struct TakeOptions {
     /// At which most phones drift against the reference, in ppm, up to 1,000; absent for what suits
     /// the length.
     std::optional<double> driftPPM = {};
+    QSize pictureSize{640, 360}; ///< of a level phone: even, at least 128 by 72
+    std::optional<TakeSound> sound = {};
+    /// Without, no phone has told anything of its clock: no manifest and no anchors.
+    bool hasManifest = true;
     bool hasHevcEncoder = true; ///< without it that phone writes H.264 too
 };
 
@@ -42,6 +53,14 @@ struct PlannedAnchor {
     double confidence = 0;
 
     bool operator==(const PlannedAnchor &) const = default;
+};
+
+/// A scene's sound as one phone hears it.
+struct PlannedSound {
+    SoundScene scene;
+    Hearing hearing;
+
+    bool operator==(const PlannedSound &) const = default;
 };
 
 /// One phone's recording, known before it is made. The scene's time is the reference phone's media
@@ -59,6 +78,7 @@ struct PhonePlan {
     Hold hold = Hold::landscape;
     VideoCodec codec = VideoCodec::h264;
     std::vector<PlannedAnchor> anchors; ///< none for the reference phone
+    std::optional<PlannedSound> sound;  ///< instead of the click track
 
     [[nodiscard]] double sceneSeconds(double mediaSeconds) const
     {
@@ -80,6 +100,7 @@ struct TakePlan {
     QString takeId;
     FrameRate fps;
     std::int64_t seed = 0;
+    bool hasManifest = true;
     std::vector<PhonePlan> phones;
 
     bool operator==(const TakePlan &) const = default;

@@ -9,6 +9,8 @@
 namespace vorn::rig {
 namespace {
 
+using namespace Qt::StringLiterals;
+
 // Sound between two samples is a sum of 32 of them, weighed by a windowed sinc. Its place is
 // rounded to a thousandth of a sample: 10 ns.
 constexpr int taps = 32;
@@ -50,6 +52,16 @@ double levelAt(const Hearing &hearing)
 }
 
 } // namespace
+
+QJsonObject hearingJson(const Hearing &hearing)
+{
+    return {{u"distanceMetres"_s, hearing.distanceMetres},
+            {u"soundDelaySeconds"_s, hearing.soundDelaySeconds()},
+            {u"reverberationSeconds"_s, hearing.reverberationSeconds},
+            {u"signalToNoiseDB"_s, hearing.signalToNoiseDB},
+            {u"hasGainControl"_s, hearing.gain == GainControl::automatic},
+            {u"overdriveDB"_s, hearing.overdriveDB}};
+}
 
 Reverberation::Reverberation(double seconds, std::int64_t seed)
 {

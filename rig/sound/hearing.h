@@ -5,6 +5,7 @@
 #include "rig/sound/sound_scene.h"
 
 #include <QByteArray>
+#include <QJsonObject>
 
 #include <array>
 #include <cstdint>
@@ -47,6 +48,9 @@ struct Hearing {
 
     bool operator==(const Hearing &) const = default;
 };
+
+/// It in a truth file, with the delay that the distance makes.
+[[nodiscard]] QJsonObject hearingJson(const Hearing &hearing);
 
 /// What walls give back: eight paths that feed each other.
 class Reverberation {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "rig/film/click_track.h"
+#include "rig/film/sound_track.h"
 
 #include "rig/base/rig_error.h"
 
@@ -28,8 +28,7 @@ double soundAt(double sceneSeconds)
            * std::exp(-since / 0.006) * (1 - since / clickSeconds);
 }
 
-} // namespace
-
+// The click track from that sample on: each sample is computed for its own scene time.
 QByteArray clickSamples(const PhonePlan &phone, std::int64_t first, std::int64_t count)
 {
     std::vector<std::int16_t> samples;
@@ -42,7 +41,9 @@ QByteArray clickSamples(const PhonePlan &phone, std::int64_t first, std::int64_t
             qsizetype(samples.size() * sizeof(std::int16_t))};
 }
 
-void writeClickTrack(const PhonePlan &phone, const QString &path)
+} // namespace
+
+void writeSound(const PhonePlan &phone, const QString &path)
 {
     QFile file(path);
     const auto require = [&](bool isDone) {
@@ -51,9 +52,13 @@ void writeClickTrack(const PhonePlan &phone, const QString &path)
     };
     require(file.open(QIODevice::WriteOnly | QIODevice::NewOnly));
     const std::int64_t total = phone.audioSamples();
+    std::optional<HeardSound> heard;
+    if (phone.sound)
+        heard.emplace(phone.sound->scene, RecordingClock{phone.offsetSeconds, phone.driftPPM},
+                      phone.sound->hearing);
     for (std::int64_t first = 0; first < total; first += audioSampleRate) {
-        QByteArray bytes =
-            clickSamples(phone, first, std::min<std::int64_t>(audioSampleRate, total - first));
+        const std::int64_t count = std::min<std::int64_t>(audioSampleRate, total - first);
+        QByteArray bytes = heard ? heard->next(count) : clickSamples(phone, first, count);
         // A disk that fills takes a part first; only the next attempt says why.
         while (!bytes.isEmpty()) {
             const qint64 written = file.write(bytes);
