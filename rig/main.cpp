@@ -3,18 +3,17 @@
 // vorn-rig: simulated phones for tests and demonstrations.
 
 #include "base/json_text.h"
-#include "rig/base/rig_error.h"
+#include "rig/base/cast.h"
+#include "rig/command_line.h"
 #include "rig/film/check.h"
 #include "rig/film/cut_report.h"
-#include "rig/film/take.h"
+#include "rig/film_commands.h"
 #include "rig/phone/control.h"
 #include "rig/phone/phones.h"
 
 #include <QCommandLineParser>
 #include <QGuiApplication>
 
-#include <cmath>
-#include <cstdio>
 #include <exception>
 
 namespace {
@@ -22,153 +21,6 @@ namespace {
 using namespace Qt::StringLiterals;
 using namespace vorn;
 using namespace vorn::rig;
-
-enum ExitCode { done = 0, failed = 1, badInput = 2 };
-
-/// The command line asks for what there is not.
-class UsageError : public RigError {
-public:
-    using RigError::RigError;
-};
-
-void print(std::FILE *stream, const QString &text)
-{
-    std::fputs(text.toUtf8().constData(), stream);
-    std::fflush(stream);
-}
-
-// Parses the arguments of one command. Gives false when help was asked for, and printed.
-bool parse(QCommandLineParser &parser, const QString &command, const QString &moreHelp = {})
-{
-    parser.addPositionalArgument(command, QString(), command);
-    const QCommandLineOption help({u"h"_s, u"help"_s}, u"Show this text."_s);
-    parser.addOption(help);
-    if (!parser.parse(QCoreApplication::arguments()))
-        throw UsageError(parser.errorText());
-    if (parser.isSet(help)) {
-        print(stdout, parser.helpText() + moreHelp);
-        return false;
-    }
-    if (parser.positionalArguments().size() != 1)
-        throw UsageError(u"Unexpected argument %1."_s.arg(parser.positionalArguments().at(1)));
-    return true;
-}
-
-qint64 wholeNumber(const QCommandLineParser &parser, const QString &option, qint64 least,
-                   qint64 most)
-{
-    bool isNumber = false;
-    const qint64 value = parser.value(option).toLongLong(&isNumber);
-    if (!isNumber || value < least || value > most)
-        throw UsageError(
-            u"--%1 must be a whole number from %2 to %3."_s.arg(option).arg(least).arg(most));
-    return value;
-}
-
-QString required(const QCommandLineParser &parser, const QString &option)
-{
-    const QString value = parser.value(option);
-    if (value.isEmpty())
-        throw UsageError(u"--%1 is missing."_s.arg(option));
-    return value;
-}
-
-QString movieText(const PhonePlan &phone)
-{
-    return u"%1  %2  %3 x %4, %5 fps, starts %6 s, drifts %7 ppm\n"_s
-        .arg(phone.fileName, castMember(phone.castIndex).deviceName)
-        .arg(phone.displaySize.width())
-        .arg(phone.displaySize.height())
-        .arg(phone.rate.perSecond(), 0, 'g', 4)
-        .arg(phone.offsetSeconds, 0, 'f', 3)
-        .arg(phone.driftPPM, 0, 'f', 1);
-}
-
-QSize pictureSize(const QCommandLineParser &parser)
-{
-    const std::optional<PictureFormat> format =
-        pictureFormatFromText(parser.value(u"size"_s) + u"@30"_s);
-    const QSize size = format ? format->size : QSize();
-    // Below, the counter cannot be read; half a picture's colours are stored, so it is even.
-    if (size.width() < 128 || size.height() < 72 || size.width() % 2 != 0 || size.height() % 2 != 0)
-        throw UsageError(u"--size must be even numbers from 128x72 on, such as 160x90."_s);
-    return size;
-}
-
-// Absent for the click track.
-std::optional<TakeSound> soundOption(const QCommandLineParser &parser)
-{
-    if (!parser.isSet(u"sound"_s)) {
-        if (parser.isSet(u"talk"_s) || parser.isSet(u"distances"_s))
-            throw UsageError(u"--talk and --distances go with --sound."_s);
-        return std::nullopt;
-    }
-    TakeSound sound;
-    try {
-        sound.kind = soundKindFromText(parser.value(u"sound"_s));
-    } catch (const RigError &error) {
-        throw UsageError(u"--sound: "_s + QString::fromUtf8(error.what()) + u'.');
-    }
-    sound.hasTalk = parser.isSet(u"talk"_s);
-    for (const QString &text : parser.value(u"distances"_s).split(u',', Qt::SkipEmptyParts)) {
-        bool isNumber = false;
-        sound.distancesMetres.push_back(text.toDouble(&isNumber));
-        if (!isNumber
-            || !(sound.distancesMetres.back() >= 0 && sound.distancesMetres.back() <= 300))
-            throw UsageError(u"--distances must be metres from 0 to 300, such as 0,5,18."_s);
-    }
-    return sound;
-}
-
-ExitCode runTake()
-{
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        u"Films one synthetic scene with several phones, each with its own start and its own "
-        u"clock.\n"
-        "Writes their movies, the source manifest (manifest.json) and what only the rig knows\n"
-        "(truth.json). The same options give the same files."_s);
-    parser.addOptions({
-        {u"out"_s, u"Folder for the take; must be empty or not exist."_s, u"DIR"_s},
-        {u"cameras"_s, u"Phones, 1 to 16 (4)."_s, u"N"_s, u"4"_s},
-        {u"seconds"_s, u"Length of the take, 4 to 3600 (20)."_s, u"S"_s, u"20"_s},
-        {u"fps"_s, u"Frame rate, 10 to 120, or such as 30000/1001 (30)."_s, u"RATE"_s, u"30"_s},
-        {u"seed"_s, u"Chooses starts, drifts and noise (1)."_s, u"N"_s, u"1"_s},
-        {u"drift"_s, u"Most drift by 0.8 to 1 of so many ppm, 0 to 1000 (what suits the length)."_s,
-         u"PPM"_s},
-        {u"size"_s, u"Of the pictures, at least 128x72 (640x360)."_s, u"WxH"_s, u"640x360"_s},
-        {u"sound"_s,
-         u"What is heard instead of clicks: speech, music, loop, traffic, applause, metronome, "
-         "wind or crowd."_s,
-         u"SCENE"_s},
-        {u"talk"_s, u"Somebody speaks over that sound."_s},
-        {u"distances"_s, u"How far each phone is from it, such as 0,5,18 (0)."_s, u"METRES"_s},
-        {u"no-manifest"_s, u"Movies and truth.json alone: no phone knew of the others."_s},
-        {u"number"_s, u"The take is called take-0001 and so on, 1 to 9999 (1)."_s, u"N"_s, u"1"_s},
-    });
-    if (!parse(parser, u"take"_s))
-        return done;
-    const QString folder = required(parser, u"out"_s);
-    TakeOptions options;
-    options.cameras = int(wholeNumber(parser, u"cameras"_s, 1, maximumCameras));
-    options.seconds = int(wholeNumber(parser, u"seconds"_s, 4, 3600));
-    options.seed = wholeNumber(parser, u"seed"_s, 0, std::numeric_limits<qint64>::max());
-    options.number = int(wholeNumber(parser, u"number"_s, 1, 9999));
-    if (parser.isSet(u"drift"_s))
-        options.driftPPM = double(wholeNumber(parser, u"drift"_s, 0, 1000));
-    const std::optional<FrameRate> fps = frameRateFromText(parser.value(u"fps"_s));
-    if (!fps)
-        throw UsageError(u"--fps must be from 10 to 120, or such as 30000/1001."_s);
-    options.fps = *fps;
-    options.pictureSize = pictureSize(parser);
-    options.sound = soundOption(parser);
-    options.hasManifest = !parser.isSet(u"no-manifest"_s);
-    const TakePlan plan =
-        makeTake(options, folder, [](const PhonePlan &phone) { print(stdout, movieText(phone)); });
-    print(stdout,
-          u"%1 of %2 phones is in %3\n"_s.arg(plan.takeId).arg(plan.phones.size()).arg(folder));
-    return done;
-}
 
 ExitCode runCheck()
 {
@@ -333,6 +185,7 @@ ExitCode runPhones()
 
 const QString usage = u"Usage: vorn-rig COMMAND [options]\n"
                       "  take   film a synthetic scene with several simulated phones\n"
+                      "  sounds make recordings by which to measure what listens\n"
                       "  phones put simulated phones on the network, live\n"
                       "  check  measure the alignment of an exported package\n"
                       "  cut    measure the director's cut of an exported package\n"
@@ -344,6 +197,8 @@ ExitCode run()
     const QString command = QCoreApplication::arguments().value(1);
     if (command == u"take")
         return runTake();
+    if (command == u"sounds")
+        return runSounds();
     if (command == u"phones")
         return runPhones();
     if (command == u"check" || command == u"cut")
