@@ -4,14 +4,18 @@
 
 #include "rig/base/ffmpeg.h"
 #include "rig/film/take.h"
+#include "rig/sound/sound_set.h"
 
-#include <QFile>
+#include <QDir>
 #include <QGuiApplication>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <map>
+#include <set>
 
 using namespace Qt::StringLiterals;
 using namespace vorn::rig;
@@ -174,6 +178,40 @@ private Q_SLOTS:
                                    / audioSampleRate * 1e3;
             QVERIFY2(std::abs(errorMs) < 0.02, qPrintable(QString::number(errorMs)));
         }
+    }
+
+    void drawsUpASetThatHasAllThereIsToMeasure()
+    {
+        const SoundSet set = planSoundSet({});
+        QCOMPARE(set.together.size(), std::size_t{200});
+        QCOMPARE(set.apart.size(), std::size_t{2000});
+        std::set<std::pair<std::size_t, std::size_t>> pairs;
+        std::map<QString, int> kinds;
+        for (const SoundPair &pair : set.apart) {
+            QVERIFY(set.recordings[pair.first].scene != set.recordings[pair.second].scene);
+            pairs.insert({pair.first, pair.second});
+            ++kinds[pair.kind];
+        }
+        QCOMPARE(pairs.size(), set.apart.size());
+        for (const QString &kind : {u"loop, the same"_s, u"metronome with talk, the same"_s,
+                                    u"recorded music with talk, the same"_s, u"wind"_s})
+            QVERIFY2(kinds[kind] >= 30, qPrintable(kind));
+        double farthest = 0;
+        int longOnes = 0;
+        for (const SoundPair &pair : set.together) {
+            const SoundRecording &one = set.recordings[pair.first];
+            const SoundRecording &other = set.recordings[pair.second];
+            const auto end = [](const SoundRecording &recording) {
+                return recording.clock.sceneSeconds(recording.seconds);
+            };
+            const double shared = std::min(end(one), end(other))
+                                  - std::max(one.clock.offsetSeconds, other.clock.offsetSeconds);
+            QVERIFY2(shared >= 30, qPrintable(one.fileName));
+            longOnes += shared >= 600 ? 1 : 0;
+            farthest =
+                std::max(farthest, std::abs(one.clock.offsetSeconds - other.clock.offsetSeconds));
+        }
+        QVERIFY(farthest > 1800 && longOnes >= 5);
     }
 
     void isAsLoudAsItsKindAndDistanceSay()
