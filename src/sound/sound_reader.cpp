@@ -2,19 +2,13 @@
 
 #include "sound/sound_reader.h"
 
+#include "base/confined_process.h"
 #include "base/display_text.h"
 #include "base/files.h"
+#include "base/sound_decoders.h"
 
 #include <QDir>
-#include <QElapsedTimer>
-#include <QProcess>
-#include <QProcessEnvironment>
 #include <QStandardPaths>
-
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/resource.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <cstring>
@@ -24,11 +18,6 @@ using namespace Qt::StringLiterals;
 namespace vorn {
 namespace {
 
-// What a movie file may hold; no decoder of pictures, and none of the hundreds of others.
-constexpr auto soundDecoders =
-    "aac,alac,mp3float,mp3,ac3,eac3,opus,flac,amrnb,amrwb,pcm_s16le,pcm_s16be,pcm_s24le,pcm_s24be,"
-    "pcm_s32le,pcm_s32be,pcm_f32le,pcm_f32be,pcm_u8,pcm_s8,pcm_alaw,pcm_mulaw"_L1;
-
 /// A decoder needs sound before the first sample that counts: AAC a frame of 21 ms, Opus 80 ms.
 constexpr double prerollSeconds = 0.5;
 
@@ -37,14 +26,10 @@ constexpr int placingRate = 48'000;
 static_assert(placingRate % soundRate == 0);
 
 /// The tables of eight hours of sound and pictures take some 250 MiB, the libraries 200.
-constexpr rlim_t maximumMemoryBytes = rlim_t(1) << 30;
+constexpr std::int64_t maximumMemoryBytes = std::int64_t(1) << 30;
 /// A slow core decodes a hundred times faster than it sounds.
 constexpr double leastProcessorSeconds = 30;
 constexpr double processorSecondsASecond = 0.1;
-/// A disk that has to wake up takes ten seconds; a process that says nothing for longer is stuck.
-constexpr int silenceLimitMs = 60'000;
-/// How late a stop may be noticed.
-constexpr int stopCheckMs = 50;
 
 QString listenerPath()
 {
@@ -78,79 +63,12 @@ QStringList arguments(const QString &path, const SoundStretch &stretch)
     return words << u"pipe:1"_s;
 }
 
-void limit(int resource, rlim_t most)
+ProcessBounds boundsOf(const SoundStretch &stretch)
 {
-    const rlimit bound{.rlim_cur = most, .rlim_max = most};
-    if (::setrlimit(resource, &bound) != 0)
-        ::_exit(127);
+    return {.memoryBytes = maximumMemoryBytes,
+            .processorSeconds =
+                std::int64_t(leastProcessorSeconds + stretch.seconds * processorSecondsASecond)};
 }
-
-/// In the child, before the program begins: only calls that are safe after a fork.
-void confine(pid_t parent, rlim_t processorSeconds)
-{
-    // Bound to the thread that started it, which waits for its end anyway.
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (::getppid() != parent) // who died before could not be noticed
-        ::_exit(127);
-    ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
-    limit(RLIMIT_AS, maximumMemoryBytes);
-    limit(RLIMIT_CPU, processorSeconds);
-    limit(RLIMIT_CORE, 0);
-    limit(RLIMIT_FSIZE, 0);
-}
-
-/// One run of the decoder, which ends with this object.
-class Listener {
-public:
-    Listener(const QString &program, const QString &path, const SoundStretch &stretch)
-    {
-        const auto processorSeconds =
-            rlim_t(leastProcessorSeconds + stretch.seconds * processorSecondsASecond);
-        m_process.setProgram(program);
-        m_process.setArguments(arguments(path, stretch));
-        QProcessEnvironment surroundings;
-        surroundings.insert(u"LC_ALL"_s, u"C"_s); // an empty one would be inherited
-        m_process.setProcessEnvironment(surroundings);
-        m_process.setStandardInputFile(QProcess::nullDevice());
-        m_process.setStandardErrorFile(QProcess::nullDevice());
-        m_process.setChildProcessModifier(
-            [parent = ::getpid(), processorSeconds] { confine(parent, processorSeconds); });
-        m_process.start(QProcess::ReadOnly);
-    }
-
-    ~Listener()
-    {
-        m_process.kill();
-        m_process.waitForFinished(-1);
-    }
-
-    Listener(const Listener &) = delete;
-    Listener &operator=(const Listener &) = delete;
-
-    /// What has come since; nothing when it has ended, or been silent for too long.
-    QByteArray next(const std::stop_token &stop)
-    {
-        QElapsedTimer silence;
-        silence.start();
-        while (m_process.bytesAvailable() == 0) {
-            if (stop.stop_requested())
-                throw SoundError(SoundError::Case::stopped, u"Listening was stopped."_s);
-            if (m_process.state() == QProcess::NotRunning || silence.hasExpired(silenceLimitMs))
-                break;
-            m_process.waitForReadyRead(stopCheckMs);
-        }
-        return m_process.readAllStandardOutput();
-    }
-
-    [[nodiscard]] bool endedWell() const
-    {
-        return m_process.state() == QProcess::NotRunning
-               && m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0;
-    }
-
-private:
-    QProcess m_process;
-};
 
 } // namespace
 
@@ -170,15 +88,15 @@ void readSound(const QString &path, const SoundStretch &stretch, const std::stop
     // Refuses a folder, a device or a pipe with a sentence of its own.
     (void)openRegularFile(path);
 
-    Listener listener(program, QDir::current().absoluteFilePath(path), stretch);
+    ConfinedProcess listener(program, arguments(QDir::current().absoluteFilePath(path), stretch),
+                             boundsOf(stretch));
     auto missing = std::size_t(std::llround(stretch.seconds * soundRate));
     QByteArray bytes;
     std::vector<float> samples;
-    while (missing > 0) {
-        const QByteArray come = listener.next(stop);
-        if (come.isEmpty())
-            break;
-        bytes += come;
+    while (missing > 0 && !listener.isOver()) {
+        if (stop.stop_requested())
+            throw SoundError(SoundError::Case::stopped, u"Listening was stopped."_s);
+        bytes += listener.read();
         samples.resize(std::min(missing, std::size_t(bytes.size()) / sizeof(float)));
         std::memcpy(samples.data(), bytes.constData(), samples.size() * sizeof(float));
         bytes.remove(0, qsizetype(samples.size() * sizeof(float)));
