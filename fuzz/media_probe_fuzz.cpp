@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -47,6 +48,20 @@ void probe(std::span<const std::uint8_t> input, std::uint64_t size)
     } catch (const MediaProbeError &error) {
         check(std::strncmp(error.what(), "cam1.mov is not ", 16) == 0, "an error names the file");
     }
+    std::uint64_t all = 0;
+    std::swap(read, all);
+    try {
+        const MovieHeaders movie =
+            readMovieHeaders({.name = QStringLiteral("cam1.mov"), .size = size, .readAt = readAt},
+                             MovieDetail::timing);
+        std::size_t pictures = 0;
+        for (const MovieTrack &track : movie.tracks)
+            pictures += track.pictureTimes.size();
+        check(pictures <= maximumTimedPictures, "pictures are bounded");
+    } catch (const MediaProbeError &error) {
+        check(std::strncmp(error.what(), "cam1.mov is not ", 16) == 0, "an error names the file");
+    }
+    read = std::max(read, all);
     check(read <= std::uint64_t{64} * 1024 * 1024, "what is read is bounded");
 }
 

@@ -2,15 +2,19 @@
 
 #include "drift/export_package.h"
 
+#include "base/byte_sum.h"
 #include "base/files.h"
 #include "drift/alignment_report.h"
 #include "drift/director_cut_document.h"
 #include "drift/drift_error.h"
+#include "drift/editing_copy.h"
 #include "drift/export_steps.h"
 #include "drift/package_folder.h"
 #include "drift/timeline_document.h"
 
 #include <QDateTime>
+#include <QDir>
+#include <QStorageInfo>
 
 #include <algorithm>
 #include <array>
@@ -23,7 +27,7 @@ namespace {
 constexpr QLatin1StringView reportFileName("alignment-report.json");
 constexpr QLatin1StringView manifestFileName("source-manifest.json");
 constexpr std::array packageFileNames{timelineFileName, reportFileName, manifestFileName,
-                                      directorCutFileName};
+                                      directorCutFileName, copiesTimelineFileName};
 
 QString packageName(const VORNProject &project, const VORNTake &take, const QDateTime &localTime)
 {
@@ -104,11 +108,70 @@ std::optional<std::size_t> soundClip(const std::vector<Placement> &placements,
                                      : std::optional(std::size_t(found - placements.begin()));
 }
 
+std::vector<EditingCopySource> copySources(const std::vector<Placement> &placements)
+{
+    (void)EditingCopy::maker();
+    std::vector<EditingCopySource> sources;
+    sources.reserve(placements.size());
+    for (const Placement &placement : placements) {
+        const Prepared &item = placement.item;
+        sources.push_back(EditingCopy::source(item.clip.cameraId, item.path, item.media));
+    }
+    return sources;
+}
+
+/// Where nothing is known of it, the copies are tried.
+void requireRoom(const QString &parent, std::int64_t bytes)
+{
+    const QStorageInfo storage(parent);
+    const qint64 available = storage.isValid() ? storage.bytesAvailable() : -1;
+    if (available >= 0 && available < bytes)
+        throw DriftExportError::invalid(
+            u"The editing copies take about %1 GB, and %2 has %3 GB left."_s.arg(
+                QString::number(double(bytes) / 1e9, 'f', 1), parent,
+                QString::number(double(available) / 1e9, 'f', 1)));
+}
+
+/// The timeline as it is, on the copies in the package at `folder`.
+std::vector<Placement> onCopies(std::vector<Placement> placements, const QString &folder)
+{
+    for (std::size_t index = 0; index < placements.size(); ++index) {
+        Prepared &item = placements[index].item;
+        item.path = QDir::current().absoluteFilePath(folder) + u'/' + mediaFolderName + u'/'
+                    + EditingCopy::fileName(index + 1, item.clip.cameraId);
+    }
+    return placements;
+}
+
+void makeCopies(const std::vector<EditingCopySource> &sources, const QString &folder,
+                const OnExportProgress &onProgress)
+{
+    ExportProgress progress;
+    progress.stage = ExportProgress::Stage::copying;
+    progress.clipCount = sources.size();
+    for (const EditingCopySource &source : sources)
+        progress.totalBytes = byteSum(progress.totalBytes, source.bytes);
+    std::int64_t bytesBefore = 0;
+    for (std::size_t index = 0; index < sources.size(); ++index) {
+        const EditingCopySource &source = sources[index];
+        progress.cameraId = source.cameraId;
+        progress.clipIndex = index;
+        EditingCopy::make(source, folder + u'/' + EditingCopy::fileName(index + 1, source.cameraId),
+                          [&](std::int64_t bytes) {
+                              progress.completedBytes =
+                                  byteSum(bytesBefore, std::min(bytes, source.bytes));
+                              if (onProgress)
+                                  onProgress(progress);
+                          });
+        bytesBefore = byteSum(bytesBefore, source.bytes);
+    }
+}
+
 } // namespace
 
 QString DriftEngine::exportPackage(const VORNProject &project, const VORNTake &take,
                                    const QString &parent, const OnExportProgress &onProgress,
-                                   const std::vector<CutDecision> &decisions)
+                                   const std::vector<CutDecision> &decisions, EditingCopies copies)
 {
     const auto [reference, rate] = takeBasis(take, stopAtRefusal);
     const QString &referenceCameraId = reference.value();
@@ -133,7 +196,20 @@ QString DriftEngine::exportPackage(const VORNProject &project, const VORNTake &t
             {directorCutFileName, directorCutDocument(project.name, take.id, fps, placed, *cut,
                                                       soundClip(placed, referenceCameraId))
                                       .toUtf8()});
-    writePackage(folder, files, packageFileNames);
+    if (copies == EditingCopies::none) {
+        writePackage(folder, files, packageFileNames);
+        return folder;
+    }
+    const std::vector<EditingCopySource> sources = copySources(placed);
+    std::int64_t bytes = 0;
+    for (const EditingCopySource &source : sources)
+        bytes = byteSum(bytes, source.bytes);
+    requireRoom(parent, bytes);
+    files.push_back(
+        {copiesTimelineFileName,
+         timelineDocument(project.name, take.id, fps, onCopies(placed, folder)).toUtf8()});
+    writePackage(folder, files, packageFileNames,
+                 [&](const QString &media) { makeCopies(sources, media, onProgress); });
     return folder;
 }
 

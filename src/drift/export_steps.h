@@ -11,19 +11,23 @@
 
 namespace vorn {
 
-/// How far the verification of a take's files is: which clip's file is being read, and how many of
-/// its bytes are done.
+/// How far an export or its check is: which clip's file is being verified or copied, and how many
+/// bytes are done.
 struct ExportProgress {
+    enum class Stage { verifying, copying };
+
     QString cameraId;
     std::size_t clipIndex = 0; ///< from 0
     std::size_t clipCount = 0;
     std::int64_t completedBytes = 0; ///< of all files together
-    std::int64_t totalBytes = 0;     ///< of all files together
+    std::int64_t totalBytes = 0;     ///< of all files together; a forecast for copies
+    Stage stage = Stage::verifying;
 
     bool operator==(const ExportProgress &) const = default;
 };
 
-/// Called about once a mebibyte, on the working thread; what it throws ends the run.
+/// Called about once a mebibyte, and several times a second while copies are made, on the working
+/// thread; what it throws ends the run.
 using OnExportProgress = std::function<void(const ExportProgress &)>;
 
 // All that an export can refuse before it writes, step by step in its order. The export stops at

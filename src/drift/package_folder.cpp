@@ -4,6 +4,7 @@
 
 #include "base/atomic_file.h"
 #include "base/files.h"
+#include "drift/editing_copy.h"
 
 #include <QDir>
 #include <QRegularExpression>
@@ -26,10 +27,32 @@ namespace {
 // to work with.
 constexpr auto unfinishedPrefix = ".vorn-export-"_L1;
 
-FileDescriptor openFolder(const QString &path)
+FileDescriptor openFolder(const QString &path, int base = AT_FDCWD)
 {
-    return FileDescriptor(
-        ::open(nativePath(path).constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    return FileDescriptor(::openat(base, nativePath(path).constData(),
+                                   O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+/// Makes the folder of the copies, and flushes their entries.
+void addMediaFolder(const QString &package, const std::function<void(const QString &)> &addMedia)
+{
+    const QString media = package + u'/' + mediaFolderName;
+    createFolder(media);
+    addMedia(media);
+    flushFolder(openFolder(media), media);
+}
+
+void clearMediaFolder(const FileDescriptor &package, const QString &path)
+{
+    const FileDescriptor media = openFolder(mediaFolderName, package.get());
+    if (!media.isOpen())
+        return;
+    const QStringList names =
+        QDir(path + u'/' + mediaFolderName).entryList(QDir::Files | QDir::NoSymLinks);
+    for (const QString &name : names) // in the folder held, whatever path names now
+        if (EditingCopy::isFileName(name))
+            ::unlinkat(media.get(), nativePath(name).constData(), 0);
+    ::unlinkat(package.get(), mediaFolderName.data(), AT_REMOVEDIR);
 }
 
 /// A folder for a package that is being written; goes away unless it is moved. Its lock tells other
@@ -97,6 +120,7 @@ private:
         removeAbandonedWrites(path);
         for (const QLatin1StringView name : names) // in the folder held, whatever path names now
             ::unlinkat(folder.get(), name.data(), 0);
+        clearMediaFolder(folder, path);
         ::rmdir(nativePath(path).constData()); // fails where something else is left
     }
 
@@ -108,7 +132,8 @@ private:
 } // namespace
 
 void writePackage(const QString &path, std::span<const PackageFile> files,
-                  std::span<const QLatin1StringView> possibleNames)
+                  std::span<const QLatin1StringView> possibleNames,
+                  const std::function<void(const QString &)> &addMedia)
 {
     const QString action = u"Cannot create the folder"_s;
     const FileDescriptor parent = openParentFolder(path, action);
@@ -123,6 +148,8 @@ void writePackage(const QString &path, std::span<const PackageFile> files,
         package.clearOthers(possibleNames);
         for (const PackageFile &file : files)
             writeFileAtomically(unfinished + u'/' + file.name, file.bytes, FileMode::followUmask);
+        if (addMedia)
+            addMediaFolder(unfinished, addMedia);
         package.moveTo(path, action);
     } catch (const NotDurableError &error) {
         throw FileError(shown(error.undone(u"Cannot write"_s)));

@@ -105,6 +105,11 @@ ProbedMedia probeMedia(const MovieBytes &bytes)
 
 ProbedMedia probeMedia(const QString &path)
 {
+    return probedMedia(movieHeaders(path, MovieDetail::summary));
+}
+
+MovieHeaders movieHeaders(const QString &path, MovieDetail detail)
+{
     const FileDescriptor file = openRegularFile(path);
     const auto readAt = [&](std::uint64_t offset, std::span<std::byte> into) {
         std::size_t filled = 0;
@@ -121,8 +126,9 @@ ProbedMedia probeMedia(const QString &path)
         }
         return filled;
     };
-    return probeMedia(MovieBytes{
-        .name = fileNameOf(path), .size = std::uint64_t(fileSize(file, path)), .readAt = readAt});
+    return readMovieHeaders(
+        {.name = fileNameOf(path), .size = std::uint64_t(fileSize(file, path)), .readAt = readAt},
+        detail);
 }
 
 } // namespace vorn

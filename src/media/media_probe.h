@@ -2,6 +2,7 @@
 #pragma once
 
 #include "media/media_error.h"
+#include "media/movie_headers.h"
 
 #include <QString>
 
@@ -46,7 +47,8 @@ struct ProbedMedia {
 /// it. Throws FileError and MediaProbeError. Any thread; blocks for these reads.
 [[nodiscard]] ProbedMedia probeMedia(const QString &path);
 
-struct MovieBytes;
+/// All that readMovieHeaders can tell of a file. Throws as probeMedia does.
+[[nodiscard]] MovieHeaders movieHeaders(const QString &path, MovieDetail detail);
 
 /// The same for bytes that lie elsewhere. Throws MediaProbeError.
 [[nodiscard]] ProbedMedia probeMedia(const MovieBytes &bytes);

@@ -68,7 +68,7 @@ void readTrackHeader(BoxReader &boxes, const MovieBox &tkhd, MovieTrack &track)
     track.height = boxes.u32(tkhd, matrix + 40) / 65536.0;
 }
 
-void readEdits(BoxReader &boxes, const MovieBox &elst, MovieTrack &track)
+void readEdits(BoxReader &boxes, const MovieBox &elst, MovieDetail detail, MovieTrack &track)
 {
     const bool large = isLong(boxes, elst);
     const std::uint32_t count = boxes.u32(elst, 4);
@@ -78,6 +78,10 @@ void readEdits(BoxReader &boxes, const MovieBox &elst, MovieTrack &track)
             large ? fieldOf<std::uint64_t>(entry, 0) : fieldOf<std::uint32_t>(entry, 0);
         const std::int64_t start =
             large ? fieldOf<std::int64_t>(entry, 8) : fieldOf<std::int32_t>(entry, 4);
+        const auto rate = fieldOf<std::uint32_t>(entry, large ? 16 : 8); // 16.16
+        if (detail == MovieDetail::timing)
+            track.edits.push_back(
+                {.units = length, .mediaStart = start, .isPlain = rate >> 16 == 1});
         track.editUnits = boxes.sum(track.editUnits, length);
         if (length == 0 && start >= 0)
             track.openEditStart = std::uint64_t(start);
@@ -96,6 +100,71 @@ void readSampleDurations(BoxReader &boxes, const MovieBox &stts, MovieTrack &tra
     });
     track.mediaEnd = track.sampleUnits;
     track.shownEnd = track.sampleUnits;
+}
+
+void addPictureTime(BoxReader &boxes, std::uint64_t units, std::int64_t offset, MovieHeaders &movie,
+                    MovieTrack &track)
+{
+    // Beyond what a sum of such offsets can spoil.
+    constexpr std::uint64_t latest = std::uint64_t(1) << 62;
+    if (++movie.timedPictures > maximumTimedPictures || units > latest)
+        boxes.refuse(u"it has too many pictures."_s);
+    track.pictureTimes.push_back(std::int64_t(units) + offset);
+}
+
+void readPictureTimes(BoxReader &boxes, const MovieBox &stbl, MovieHeaders &movie,
+                      MovieTrack &track)
+{
+    const auto stts = boxes.find(stbl, {"stts"_box});
+    if (!stts)
+        return;
+    std::uint64_t time = 0;
+    boxes.forEachEntry(*stts, 8, boxes.u32(*stts, 4), 8, [&](Entry entry) {
+        for (auto samples = fieldOf<std::uint32_t>(entry, 0); samples > 0; --samples) {
+            addPictureTime(boxes, time, 0, movie, track);
+            time += fieldOf<std::uint32_t>(entry, 4);
+        }
+    });
+    const auto ctts = boxes.find(stbl, {"ctts"_box});
+    if (!ctts)
+        return;
+    auto next = track.pictureTimes.begin();
+    boxes.forEachEntry(*ctts, 8, boxes.u32(*ctts, 4), 8, [&](Entry entry) {
+        auto samples = fieldOf<std::uint32_t>(entry, 0);
+        for (; samples > 0 && next != track.pictureTimes.end(); --samples)
+            *next++ += fieldOf<std::int32_t>(entry, 4);
+    });
+}
+
+/// True unless the first sample entry says that its pictures have 8 bits a sample (ISO/IEC 14496-15
+/// 5.3.3 and 8.3.3).
+bool mayBeDeep(BoxReader &boxes, const MovieBox &stsd)
+{
+    auto entry = boxes.boxAt(stsd.begin + 8, stsd.end);
+    constexpr std::uint64_t fixedBytes = 78; // of a picture's entry, before its boxes
+    if (!entry || entry->end > stsd.end || entry->size() < fixedBytes)
+        boxes.refuseDamaged();
+    entry->begin += fixedBytes;
+    if (const auto avcC = boxes.find(*entry, {"avcC"_box})) {
+        const std::uint32_t profile = boxes.u16(*avcC, 0) & 0xFF;
+        return profile != 66 && profile != 77 && profile != 88 && profile != 100;
+    }
+    const auto hvcC = boxes.find(*entry, {"hvcC"_box});
+    return !hvcC || (boxes.u16(*hvcC, 16) & 0x7) > 0;
+}
+
+void readForms(BoxReader &boxes, const MovieBox &stbl, MovieHeaders &movie, MovieTrack &track)
+{
+    const auto stsd = boxes.find(stbl, {"stsd"_box});
+    if (!stsd || boxes.u32(*stsd, 4) == 0)
+        return;
+    if (track.handler == "vide"_box) {
+        track.mayBeDeep = mayBeDeep(boxes, *stsd);
+        readPictureTimes(boxes, stbl, movie, track);
+    } else if (track.handler == "soun"_box) {
+        track.channels = boxes.u16(*stsd, 32);
+        track.soundRate = boxes.u32(*stsd, 40) >> 16;
+    }
 }
 
 /// Notes which tracks hold the chapters of this one.
@@ -123,7 +192,7 @@ void readTrack(BoxReader &boxes, const MovieBox &trak, MovieHeaders &movie)
     track.timescale = boxes.u32(*mdhd, isLong(boxes, *mdhd) ? 20 : 12);
     track.handler = boxes.u32(*hdlr, 8);
     if (const auto elst = boxes.find(trak, {"edts"_box, "elst"_box}))
-        readEdits(boxes, *elst, track);
+        readEdits(boxes, *elst, movie.detail, track);
     if (const auto chap = boxes.find(trak, {"tref"_box, "chap"_box}))
         readChapterReferences(boxes, *chap, movie);
     const auto stbl = boxes.find(trak, {"mdia"_box, "minf"_box, "stbl"_box});
@@ -140,6 +209,8 @@ void readTrack(BoxReader &boxes, const MovieBox &trak, MovieHeaders &movie)
         track.codedWidth = boxes.u16(*stsd, 40);
         track.codedHeight = boxes.u16(*stsd, 42);
     }
+    if (movie.detail == MovieDetail::timing)
+        readForms(boxes, *stbl, movie, track);
 }
 
 MovieTrack &trackWithId(BoxReader &boxes, MovieHeaders &movie, std::uint32_t id)
@@ -174,6 +245,7 @@ struct TrackFragment {
     MovieTrack *track = nullptr;
     std::uint32_t sampleUnits = 0; ///< of samples that state none
     std::uint64_t end = 0;         ///< where the samples that were read end
+    bool isTimed = false;          ///< each sample's time is kept
 };
 
 TrackFragment readFragmentHeader(BoxReader &boxes, const MovieBox &tfhd, MovieHeaders &movie)
@@ -184,10 +256,11 @@ TrackFragment readFragmentHeader(BoxReader &boxes, const MovieBox &tfhd, MovieHe
     const std::uint64_t duration = 8u + (flags & 0x1 ? 8u : 0u) + (flags & 0x2 ? 4u : 0u);
     return {.track = &track,
             .sampleUnits = flags & 0x8 ? boxes.u32(tfhd, duration) : track.defaultSampleUnits,
-            .end = track.mediaEnd};
+            .end = track.mediaEnd,
+            .isTimed = movie.detail == MovieDetail::timing && track.handler == "vide"_box};
 }
 
-void readRun(BoxReader &boxes, const MovieBox &trun, TrackFragment &fragment)
+void readRun(BoxReader &boxes, const MovieBox &trun, MovieHeaders &movie, TrackFragment &fragment)
 {
     const std::uint32_t flags = boxes.u32(trun, 0);
     const std::uint32_t count = boxes.u32(trun, 4);
@@ -197,6 +270,8 @@ void readRun(BoxReader &boxes, const MovieBox &trun, TrackFragment &fragment)
     boxes.checkTable(trun, table, count, entryBytes);
     MovieTrack &track = *fragment.track;
     const auto add = [&](std::uint64_t units, std::int64_t offset) {
+        if (fragment.isTimed)
+            addPictureTime(boxes, fragment.end, offset, movie, track);
         track.sampleUnits = boxes.sum(track.sampleUnits, units);
         fragment.end = boxes.sum(fragment.end, units);
         track.mediaEnd = std::max(track.mediaEnd, fragment.end);
@@ -210,6 +285,10 @@ void readRun(BoxReader &boxes, const MovieBox &trun, TrackFragment &fragment)
     const bool statesOffset = flags & 0x800;
     if (!statesDuration && !statesOffset) {
         track.pace.add(count, fragment.sampleUnits);
+        for (std::uint32_t sample = 0; fragment.isTimed && sample < count; ++sample)
+            add(fragment.sampleUnits, 0);
+        if (fragment.isTimed)
+            return;
         add(std::uint64_t{count} * fragment.sampleUnits, 0);
         return;
     }
@@ -233,7 +312,7 @@ void readTrackFragment(BoxReader &boxes, const MovieBox &traf, MovieHeaders &mov
         else if (isTime)
             fragment.end = isLong(boxes, box) ? boxes.u64(box, 4) : boxes.u32(box, 4);
         else if (isRun)
-            readRun(boxes, box, fragment);
+            readRun(boxes, box, movie, fragment);
     });
 }
 
@@ -254,12 +333,13 @@ void SamplePace::add(std::uint32_t samples, std::uint32_t units)
     last = units;
 }
 
-MovieHeaders readMovieHeaders(const MovieBytes &bytes)
+MovieHeaders readMovieHeaders(const MovieBytes &bytes, MovieDetail detail)
 {
     BoxReader boxes(bytes);
     if (bytes.size == 0)
         boxes.refuse(u"the file is empty."_s);
     MovieHeaders movie;
+    movie.detail = detail;
     bool hasMovie = false;
     for (std::uint64_t position = 0; !hasMovie || movie.mayHaveFragments;) {
         const auto box = boxes.boxAt(position, bytes.size);

@@ -21,6 +21,22 @@ struct SamplePace {
     void add(std::uint32_t samples, std::uint32_t units);
 };
 
+/// How much is kept of what the headers say.
+enum class MovieDetail {
+    summary,
+    timing, ///< also each picture's time, each edit, and the forms of picture and sound
+};
+
+/// A piece of a track's media, as it is played.
+struct MovieEdit {
+    std::uint64_t units = 0;     ///< length, in units of the movie; 0 for all there is
+    std::int64_t mediaStart = 0; ///< in units of the media; -1 where nothing is played
+    bool isPlain = true;         ///< at the speed of its recording
+};
+
+/// Of a whole movie: more than a day has at 60 a second. Each costs eight bytes.
+constexpr std::size_t maximumTimedPictures = 6'000'000;
+
 /// What the headers of a movie say of one of its tracks.
 struct MovieTrack {
     std::uint32_t id = 0;
@@ -41,20 +57,30 @@ struct MovieTrack {
     double a = 0, b = 0, c = 0, d = 0;             ///< linear part of the matrix
     std::uint32_t codec = 0;                       ///< type of the first sample entry
     SamplePace pace;
+
+    // With MovieDetail::timing alone.
+    std::vector<MovieEdit> edits;
+    std::vector<std::int64_t> pictureTimes; ///< units of the media, in decoding order
+    bool mayBeDeep = false;                 ///< nothing says that its pictures have 8 bits a sample
+    std::uint32_t soundRate = 0;
+    std::uint16_t channels = 0;
 };
 
 /// What the headers of a movie say, as plain values.
 struct MovieHeaders {
+    MovieDetail detail = MovieDetail::summary;
     std::uint32_t timescale = 0;
     std::optional<std::uint64_t> units; ///< the stated duration; absent where it is all ones
     std::vector<MovieTrack> tracks;
     std::vector<std::uint32_t> chapterTrackIds; ///< tracks that hold the chapters of others
     bool mayHaveFragments = false;
     bool hasFragments = false;
+    std::size_t timedPictures = 0; ///< whose times are kept, of all tracks
 };
 
 /// Reads the boxes of ISO/IEC 14496-12 clause 8 that say these things, and no others. Throws
 /// MediaProbeError, and what `bytes.readAt` throws.
-[[nodiscard]] MovieHeaders readMovieHeaders(const MovieBytes &bytes);
+[[nodiscard]] MovieHeaders readMovieHeaders(const MovieBytes &bytes,
+                                            MovieDetail detail = MovieDetail::summary);
 
 } // namespace vorn
