@@ -99,6 +99,8 @@ private Q_SLOTS:
         make(u"base.mp4"_s, picture + sound + u" -c:v libx264 -preset fast -bf 2 -c:a aac -t 4"_s);
     }
 
+    void init() { m_samples.renewParent(); }
+
     /// Times, pictures, turning and sound are those of the recording.
     void isTheRecordingInAnotherForm_data()
     {
@@ -179,7 +181,151 @@ private Q_SLOTS:
         QVERIFY(heard.front() < firstClick + 0.51);
     }
 
+    /// The package without copies is in the one with copies, byte by byte.
+    void liesInThePackage()
+    {
+        const VORNTake take = longTake();
+        std::vector<ExportProgress> told;
+        const QDir with(exported(take, EditingCopies::make, [&](const ExportProgress &now) {
+            if (now.stage == ExportProgress::Stage::copying)
+                told.push_back(now);
+        }));
+        const QDir package(m_samples.parent() + u"/with"_s);
+        QVERIFY(QDir().rename(with.path(), package.path()));
+        const QDir plain(exported(take, EditingCopies::none, {}));
+        const QStringList names = plain.entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+        QCOMPARE(names.size(), 3);
+        for (const QString &name : names)
+            QCOMPARE(readFile(package.filePath(name), 100'000),
+                     readFile(plain.filePath(name), 100'000));
+        QCOMPARE(package.entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
+                 QStringList({u"alignment-report.json"_s, u"media"_s, u"source-manifest.json"_s,
+                              u"timeline-editing-copies.fcpxml"_s, u"timeline.fcpxml"_s}));
+        QByteArray expected = readFile(package.filePath(u"timeline.fcpxml"_s), 100'000);
+        const QStringList copies{u"01-wide.mov"_s, u"02-b--c.mov"_s};
+        for (const qsizetype at : {0, 1})
+            expected.replace(take.clips[at].localPath->toUtf8(),
+                             (with.path() + u"/media/"_s + copies[at]).toUtf8());
+        QCOMPARE(readFile(package.filePath(u"timeline-editing-copies.fcpxml"_s), 100'000),
+                 expected);
+        QCOMPARE(QDir(package.filePath(u"media"_s)).entryList(QDir::Files), copies);
+
+        QCOMPARE(told.front().cameraId, u"Wide"_s);
+        QCOMPARE(told.back().cameraId, u"B/\u00A0c"_s);
+        QCOMPARE(told.back().clipCount, std::size_t(2));
+        QVERIFY(std::ranges::is_sorted(told, {}, &ExportProgress::completedBytes));
+        const EditingCopyForecast forecast = EditingCopy::forecast(take, {});
+        QCOMPARE(told.back().totalBytes, forecast.bytes);
+        std::int64_t bytes = 0;
+        for (const QString &name : copies)
+            bytes += QFileInfo(package.filePath(u"media/"_s + name)).size();
+        QVERIFY2(std::abs(bytes - forecast.bytes) < bytes / 20, qPrintable(QString::number(bytes)));
+        QVERIFY(forecast.seconds > 0.1 && forecast.seconds < 300);
+    }
+
+    void leavesNothingWhereItEnds()
+    {
+        const VORNTake take = longTake();
+        const auto cancel = [](const ExportProgress &now) {
+            if (now.completedBytes > 0 && now.stage == ExportProgress::Stage::copying)
+                throw std::runtime_error("cancelled");
+        };
+        QCOMPARE(thrownText([&] { (void)exported(take, EditingCopies::make, cancel); }),
+                 u"cancelled"_s);
+        QCOMPARE(m_samples.inParent(), QStringList());
+
+        // Killed with a part of a copy on the disk: its ffmpeg ends too, and the next export clears
+        // all of it that can be its own.
+        const pid_t process = ::fork();
+        if (process == 0) {
+            (void)exported(take, EditingCopies::make, {});
+            ::_exit(0);
+        }
+        const auto part = [&] {
+            const QStringList left = m_samples.inParent().filter(u".vorn-export-"_s);
+            return left.isEmpty() ? QString()
+                                  : m_samples.parent() + u'/' + left.first() + u"/media"_s;
+        };
+        const auto hasBegun = [&] {
+            return !part().isEmpty() && QFileInfo(part() + u"/01-wide.mov"_s).size() > 0;
+        };
+        QVERIFY(QTest::qWaitFor(hasBegun, 60'000));
+        ::kill(process, SIGKILL);
+        ::waitpid(process, nullptr, 0);
+        const QString folder = part();
+        const auto isWritten = [&] {
+            for (const QString &id : QDir(u"/proc"_s).entryList({u"[0-9]*"_s}, QDir::Dirs)) {
+                QFile words(u"/proc/"_s + id + u"/cmdline"_s);
+                if (words.open(QFile::ReadOnly) && words.readAll().contains(folder.toUtf8()))
+                    return true;
+            }
+            return false;
+        };
+        QVERIFY(QTest::qWaitFor([&] { return !isWritten(); }, 60'000));
+        writePlain(folder + u"/notes.txt"_s, "precious");
+        VORNTake other = take;
+        other.clips.resize(1);
+        (void)exported(other, EditingCopies::none, {});
+        QCOMPARE(QDir(folder).entryList(QDir::Files), QStringList{u"notes.txt"_s});
+        QVERIFY(QFile::remove(folder + u"/notes.txt"_s));
+        other.id = u"another"_s;
+        (void)exported(other, EditingCopies::none, {});
+        QVERIFY(!QFile::exists(folder));
+    }
+
+    void saysWhyItCannot()
+    {
+        const auto refused = [&](const QString &movie) {
+            VORNTake take = longTake();
+            take.clips.resize(1);
+            take.clips[0].localPath = movie;
+            take.clips[0].sha256 = sha256OfFile(movie);
+            return thrownText([&] { (void)exported(take, EditingCopies::make, {}); });
+        };
+        const QString end = u" Switch editing copies off to export without them."_s;
+        QCOMPARE(
+            refused(m_samples.movie(u"wide.mov"_s)),
+            u"No editing copy of Wide can be made: a picture of 160 by 90 pixels is too small."_s
+                + end);
+        QByteArray damaged = readFile(m_folder.filePath(u"base.mp4"_s), 10'000'000);
+        const qsizetype pictures = damaged.indexOf("mdat") + 4'000;
+        damaged.replace(pictures, 100'000, QByteArray(100'000, '\xFF'));
+        writePlain(m_folder.filePath(u"damaged.mp4"_s), damaged);
+        const QString text = refused(m_folder.filePath(u"damaged.mp4"_s));
+        QVERIFY2(text.startsWith(u"No editing copy of Wide can be made: "_s), qPrintable(text));
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", "/nowhere");
+        const QString missing = refused(m_folder.filePath(u"base.mp4"_s));
+        qputenv("PATH", path);
+        QCOMPARE(missing, u"Install ffmpeg to make editing copies."_s);
+        QCOMPARE(m_samples.inParent(), QStringList());
+    }
+
 private:
+    [[nodiscard]] VORNTake longTake()
+    {
+        if (!QFile::exists(m_folder.filePath(u"long.mp4"_s)))
+            make(u"long.mp4"_s, u"-f lavfi -i testsrc2=s=1280x720:r=10"_s + sound
+                                    + u" -c:v libx264 -preset ultrafast -c:a aac -t 8"_s);
+        (void)QFile::copy(m_folder.filePath(u"long.mp4"_s), m_folder.filePath(u"b.mp4"_s));
+        VORNTake take = m_samples.take();
+        take.clips.resize(2);
+        take.clips[1].cameraId = u"B/\u00A0c"_s;
+        take.clips[0].localPath = m_folder.filePath(u"long.mp4"_s);
+        take.clips[1].localPath = m_folder.filePath(u"b.mp4"_s);
+        for (VORNClip &clip : take.clips) {
+            clip.sha256 = sha256OfFile(*clip.localPath);
+        }
+        return take;
+    }
+
+    [[nodiscard]] QString exported(const VORNTake &take, EditingCopies copies,
+                                   const std::function<void(const ExportProgress &)> &onProgress)
+    {
+        return DriftEngine::exportPackage(ExportSamples::project(), take, m_samples.parent(),
+                                          onProgress, {}, copies);
+    }
+
     void make(const QString &name, const QString &arguments) const
     {
         makeMovie(m_folder.path(), name, arguments);
@@ -197,8 +343,9 @@ private:
     }
 
     QTemporaryDir m_folder;
+    ExportSamples m_samples;
     const QString picture = u"-f lavfi -i testsrc2=s=320x180:r=30"_s;
-    const QString sound = u" -f lavfi -i aevalsrc=0.8*eq(mod(n\\,24000)\\,0):s=48000:d=4"_s;
+    const QString sound = u" -f lavfi -i aevalsrc=0.8*eq(mod(n\\,24000)\\,0):s=48000:d=9"_s;
 };
 
 QTEST_GUILESS_MAIN(EditingCopyTest)
