@@ -39,7 +39,7 @@ AppStore::~AppStore()
 {
     m_ui.assertCurrent();
     m_stop.request_stop();
-    m_exportCheckStop.request_stop();
+    m_exportStop.request_stop();
 }
 
 void AppStore::load()

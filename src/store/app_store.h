@@ -126,13 +126,15 @@ public:
     /// Exports the selected take into a new folder under `parentFolder` and shows it. The decisions
     /// of its director's cut are what `readDecisions` gives, on another thread; what it throws ends
     /// the export.
-    QCoro::Task<> exportSelectedTake(
-        QString parentFolder,
-        std::function<std::vector<CutDecision>(const VORNTake &)> readDecisions = {});
+    QCoro::Task<>
+    exportSelectedTake(QString parentFolder,
+                       std::function<std::vector<CutDecision>(const VORNTake &)> readDecisions = {},
+                       EditingCopies copies = EditingCopies::none);
     /// Finds out what an export of the selected take would come to, without making one.
     QCoro::Task<> checkSelectedTake();
-    /// Ends a running check of an export without a result.
-    void cancelExportCheck();
+    /// Ends the running export, which leaves nothing behind, or the check of one, which then has no
+    /// result. Without one nothing happens.
+    void cancelExport();
     /// Reads the recordings of the selected take that are on this computer anew and says which no
     /// longer match. The library stays as it is.
     QCoro::Task<> verifySelectedTake();
@@ -249,8 +251,8 @@ private:
     std::optional<DownloadProgress> m_downloadProgress VORN_OWNED_BY(m_ui);
     /// Asked when the store ends: sessions close, and what runs on other threads stops.
     std::stop_source m_stop;
-    /// Of the check of an export alone, asked then too.
-    std::stop_source m_exportCheckStop;
+    /// Of the running export, or the check of one, alone; asked when the store ends, too.
+    std::stop_source m_exportStop;
 };
 
 } // namespace vorn

@@ -10,8 +10,10 @@
 using namespace Qt::StringLiterals;
 
 namespace vorn {
+
 QCoro::Task<> AppStore::exportSelectedTake(
-    QString parentFolder, std::function<std::vector<CutDecision>(const VORNTake &)> readDecisions)
+    QString parentFolder, std::function<std::vector<CutDecision>(const VORNTake &)> readDecisions,
+    EditingCopies copies)
 {
     m_ui.assertCurrent();
     if (m_longWork || !selectedProject() || !selectedTake())
@@ -21,20 +23,24 @@ QCoro::Task<> AppStore::exportSelectedTake(
     const VORNTake take = *selectedTake();
 
     const QPointer<AppStore> self(this);
+    m_exportStop = {};
     const auto report =
-        progressReport<ExportProgress>(m_stop.get_token(), [self](const ExportProgress &now) {
+        progressReport<ExportProgress>(m_exportStop.get_token(), [self](const ExportProgress &now) {
             if (self && self->isBusy())
                 self->setExportProgress(now);
         });
 
     setLongWork(LongWork::exporting);
+    // Copies take as long as the recordings are.
+    const SleepInhibitor awake(u"A take is being exported."_s);
     QString failure;
     try {
         const QString folder =
-            co_await offThread([project, take, parentFolder, report, readDecisions] {
+            co_await offThread([project, take, parentFolder, report, readDecisions, copies] {
                 const auto decisions =
                     readDecisions ? readDecisions(take) : std::vector<CutDecision>();
-                return DriftEngine::exportPackage(project, take, parentFolder, report, decisions);
+                return DriftEngine::exportPackage(project, take, parentFolder, report, decisions,
+                                                  copies);
             });
         if (!self)
             co_return;
@@ -44,6 +50,9 @@ QCoro::Task<> AppStore::exportSelectedTake(
         else if (readDecisions)
             log(u"It has no director's cut: no decision has a place on its timeline."_s, true);
         Q_EMIT exportCreated(folder + u'/' + timelineFileName);
+    } catch (const StoreEnded &) {
+        if (self)
+            log(u"The Resolve export was cancelled. Nothing of it is left."_s);
     } catch (const std::exception &error) {
         failure = u"Resolve export failed: "_s + QString::fromUtf8(error.what());
     }
@@ -53,6 +62,12 @@ QCoro::Task<> AppStore::exportSelectedTake(
     setLongWork({});
     if (!failure.isEmpty())
         fail(failure);
+}
+
+void AppStore::cancelExport()
+{
+    m_ui.assertCurrent();
+    m_exportStop.request_stop();
 }
 
 } // namespace vorn

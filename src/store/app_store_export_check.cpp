@@ -38,12 +38,12 @@ QCoro::Task<> AppStore::checkSelectedTake()
     const VORNProject project = *selectedProject();
     ExportCheckOutcome outcome{project.id, project.name, *selectedTake(), {}};
     const QPointer<AppStore> self(this);
-    m_exportCheckStop = std::stop_source();
-    const auto report = progressReport<ExportProgress>(m_exportCheckStop.get_token(),
-                                                       [self](const ExportProgress &now) {
-                                                           if (self && self->isBusy())
-                                                               self->setExportProgress(now);
-                                                       });
+    m_exportStop = std::stop_source();
+    const auto report =
+        progressReport<ExportProgress>(m_exportStop.get_token(), [self](const ExportProgress &now) {
+            if (self && self->isBusy())
+                self->setExportProgress(now);
+        });
     setExportCheck({});
     setLongWork(LongWork::checkingExport);
     QString failure;
@@ -67,12 +67,6 @@ QCoro::Task<> AppStore::checkSelectedTake()
     log(u"Checked the export of take %1: %2"_s.arg(outcome.take.id, summaryOf(outcome.check)),
         !outcome.check.findings.empty());
     setExportCheck(std::move(outcome));
-}
-
-void AppStore::cancelExportCheck()
-{
-    m_ui.assertCurrent();
-    m_exportCheckStop.request_stop();
 }
 
 } // namespace vorn

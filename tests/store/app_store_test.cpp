@@ -318,7 +318,7 @@ private Q_SLOTS:
         store.checkSelectedTake();
         QTRY_VERIFY(store.exportProgress());
         QVERIFY(store.longWork() == LongWork::checkingExport);
-        store.cancelExportCheck();
+        store.cancelExport();
         QTRY_VERIFY(!store.isBusy());
         QVERIFY(!store.exportProgress() && !store.selectedExportCheck() && !store.errorMessage());
         QCOMPARE(messages(store).last(), u"! The check of the export was cancelled."_s);

@@ -261,7 +261,7 @@ private Q_SLOTS:
                 QTRY_VERIFY_WITH_TIMEOUT(program.store().exportProgress(), limitMs);
             }},
         });
-        program.store().cancelExportCheck();
+        program.store().cancelExport();
         QTRY_VERIFY_WITH_TIMEOUT(!program.store().isBusy(), limitMs);
     }
 

@@ -9,6 +9,8 @@ Rectangle {
 
     required property WorkProgressViewModel progress
     property int inset: Theme.between
+    property bool cancellable
+    signal cancelled
 
     implicitHeight: 72
     color: Theme.panel
@@ -23,7 +25,7 @@ Rectangle {
     ColumnLayout {
         anchors.fill: parent
         anchors.leftMargin: root.inset
-        anchors.rightMargin: root.inset
+        anchors.rightMargin: root.inset + (cancel.visible ? cancel.width + Theme.between : 0)
         anchors.topMargin: Theme.row
         anchors.bottomMargin: Theme.row + 2
         spacing: Theme.row
@@ -55,5 +57,16 @@ Rectangle {
                 text: root.progress.rateText
             }
         }
+    }
+    HelpedButton {
+        id: cancel
+
+        anchors.right: parent.right
+        anchors.rightMargin: root.inset
+        anchors.verticalCenter: parent.verticalCenter
+        visible: root.cancellable
+        text: qsTr("Cancel")
+        help: qsTr("Stop and leave nothing behind")
+        onClicked: root.cancelled()
     }
 }

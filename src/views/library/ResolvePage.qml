@@ -80,4 +80,8 @@ ScrollPage {
         Layout.fillWidth: true
         cut: root.dashboard.cut
     }
+    EditingCopiesPanel {
+        Layout.fillWidth: true
+        copies: root.dashboard.copies
+    }
 }

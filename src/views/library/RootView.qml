@@ -105,6 +105,8 @@ Item {
                 Layout.fillWidth: true
                 visible: progress.running
                 progress: root.library.exportProgress
+                cancellable: true
+                onCancelled: root.library.cancelExport()
             }
             ExportNotice {
                 Layout.fillWidth: true

@@ -83,7 +83,7 @@ void ExportCheckViewModel::check()
 
 void ExportCheckViewModel::cancel()
 {
-    m_store.cancelExportCheck();
+    m_store.cancelExport();
 }
 
 void ExportCheckViewModel::copyReport()

@@ -37,8 +37,10 @@ std::optional<WorkProgress> exportWork(const AppStore &store)
     const auto &progress = store.exportProgress();
     if (!progress)
         return std::nullopt;
-    return WorkProgress{workTitle(u"Verifying"_s, *progress), progress->completedBytes,
-                        progress->totalBytes};
+    const bool isCopying = progress->stage == ExportProgress::Stage::copying;
+    return WorkProgress{
+        workTitle(isCopying ? u"Making editing copy of"_s : u"Verifying"_s, *progress),
+        progress->completedBytes, progress->totalBytes, int(progress->stage)};
 }
 
 std::optional<WorkProgress> downloadWork(const AppStore &store)
@@ -179,7 +181,14 @@ QCoro::Task<> LibraryViewModel::exportTo(QString folder)
     if (!self || !canExport() || m_store.selectedTakeID() != take)
         co_return;
     setPackageFile({});
-    co_await m_store.exportSelectedTake(folder, m_dashboard.cut()->decisions());
+    co_await m_store.exportSelectedTake(folder, m_dashboard.cut()->decisions(),
+                                        m_dashboard.copies()->isWanted() ? EditingCopies::make
+                                                                         : EditingCopies::none);
+}
+
+void LibraryViewModel::cancelExport()
+{
+    m_store.cancelExport();
 }
 
 void LibraryViewModel::download()

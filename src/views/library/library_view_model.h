@@ -75,6 +75,7 @@ public:
     /// Opens the panel that asks for a folder; the selected take is exported into what the user
     /// confirms.
     Q_INVOKABLE void chooseExportFolder(QWindow *window);
+    Q_INVOKABLE void cancelExport();
     /// Starts the download of the selected take.
     Q_INVOKABLE void download();
     /// Asks the desktop to show the package.

@@ -104,7 +104,8 @@ TakeDashboardViewModel::TakeDashboardViewModel(AppStore &store)
                    {"isRunning", &TransferRow::isRunning}}),
       m_runningTransfer([&store] { return runningTransferOf(store); }),
       m_check(store),
-      m_cut(store)
+      m_cut(store),
+      m_copies(store)
 {
     connect(&store, &AppStore::downloadProgressChanged, &m_runningTransfer,
             &WorkProgressViewModel::startOrStop);

@@ -3,6 +3,7 @@
 
 #include "views/controls/row_list_model.h"
 #include "views/library/director_cut_view_model.h"
+#include "views/library/editing_copies_view_model.h"
 #include "views/library/take_check_view_model.h"
 
 #include <QObject>
@@ -80,6 +81,7 @@ class TakeDashboardViewModel : public QObject {
     Q_PROPERTY(vorn::WorkProgressViewModel *runningTransfer READ runningTransfer CONSTANT)
     Q_PROPERTY(vorn::TakeCheckViewModel *check READ check CONSTANT)
     Q_PROPERTY(vorn::DirectorCutViewModel *cut READ cut CONSTANT)
+    Q_PROPERTY(vorn::EditingCopiesViewModel *copies READ copies CONSTANT)
 public:
     explicit TakeDashboardViewModel(AppStore &store);
 
@@ -103,6 +105,7 @@ public:
     [[nodiscard]] WorkProgressViewModel *runningTransfer() { return &m_runningTransfer; }
     [[nodiscard]] TakeCheckViewModel *check() { return &m_check; }
     [[nodiscard]] DirectorCutViewModel *cut() { return &m_cut; }
+    [[nodiscard]] EditingCopiesViewModel *copies() { return &m_copies; }
 
     /// Makes the camera of this clip's row the one that the others are aligned to.
     Q_INVOKABLE void makeReference(int row);
@@ -122,6 +125,7 @@ private:
     WorkProgressViewModel m_runningTransfer;
     TakeCheckViewModel m_check;
     DirectorCutViewModel m_cut;
+    EditingCopiesViewModel m_copies;
 };
 
 } // namespace vorn
