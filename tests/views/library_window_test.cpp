@@ -338,6 +338,47 @@ private Q_SLOTS:
         QVERIFY(QFile::exists(idle));
     }
 
+    void makesEditingCopiesUntilCancelled()
+    {
+        const QTemporaryDir media;
+        makeMovie(media.path(), u"Camera A.mov"_s,
+                  u"-f lavfi -i testsrc2=s=1920x1080:r=30 -t 20 X264"_s);
+        VORNTake filmed = take(u"take-1"_s, 1);
+        filmed.referenceCameraId = u"Camera A"_s;
+        filmed.clips[0].localPath = media.filePath(u"Camera A.mov"_s);
+        filmed.clips[0].sha256 = sha256OfFile(*filmed.clips[0].localPath);
+        VORNTake other = filmed;
+        other.id = u"take-2"_s;
+        WindowProbe probe({{u"p"_s, u"Now"_s, 1, {filmed, other}}});
+        probe.press(Qt::Key_3, Qt::ControlModifier);
+        QTRY_VERIFY(probe.shows(u"The export will have no copies."_s));
+        probe.named(u"Export with editing copies"_s)->forceActiveFocus(Qt::TabFocusReason);
+        probe.press(Qt::Key_Space);
+        EditingCopiesViewModel &copies = *probe.view().dashboard()->copies();
+        // 600 pictures of 917,504 bytes.
+        QTRY_VERIFY_WITH_TIMEOUT(
+            copies.summary().startsWith(u"The copies take about 551 MB, and to make them about "_s),
+            limitMs);
+
+        probe.press(Qt::Key_E, Qt::ControlModifier);
+        answerPanel(u"Choose Parent Folder for Resolve Export"_s, QFileDialog::Directory,
+                    media.path());
+        QTRY_VERIFY_WITH_TIMEOUT(probe.shows(u"Making editing copy of Camera A  \u2022  1 of 1"_s),
+                                 limitMs);
+        probe.takeUp(probe.window());
+        probe.click(probe.named(u"Cancel"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(!probe.store().isBusy(), limitMs);
+        QCOMPARE(probe.store().activities().front().message,
+                 u"The Resolve export was cancelled. Nothing of it is left."_s);
+        QVERIFY(!probe.store().errorMessage() && !probe.shows(u"Cancel"_s));
+        QCOMPARE(
+            QDir(media.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+            QStringList{u"Camera A.mov"_s});
+
+        probe.store().setSelectedTakeID(u"take-2"_s); // nobody has asked for copies of this one
+        QVERIFY(!copies.isWanted());
+    }
+
     void verifiesAndSavesChecksumsInSight()
     {
         constexpr auto longEnoughToSee = qint64{512} * 1024 * 1024;

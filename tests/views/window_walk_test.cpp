@@ -198,6 +198,11 @@ private Q_SLOTS:
                 program.press(Qt::Key_Space);
                 program.awaitFocus(u"Keep"_s);
             }},
+            {u"Library, editing copies"_s, [&] {
+                program.focus(u"Export with editing copies"_s);
+                program.press(Qt::Key_Space);
+                program.await(u"What the copies take is known when all recordings are on this computer."_s);
+            }},
             {u"Library, no activity"_s, [&] {
                 store.setSelectedTakeID(u"take-3"_s);
                 program.control(Qt::Key_4);

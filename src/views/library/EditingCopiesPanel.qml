@@ -3,7 +3,8 @@ import QtQuick
 import QtQuick.Layouts
 import Vorn
 
-// Copies of the recordings for an editor that cannot read them, in the export.
+// Copies of the recordings for an editor that cannot read them, in the export. What they take stands over the check box:
+// who comes to that by keyboard sees it.
 LibraryPanel {
     id: root
 
@@ -22,16 +23,6 @@ LibraryPanel {
         text: qsTr("DaVinci Resolve on Linux reads no AAC sound, and no H.264 or H.265 in its free edition. Copies in DNxHR and PCM, with a timeline of their own, go into the package beside timeline.fcpxml.")
         color: Theme.secondary
     }
-    AppCheckBox {
-        Layout.fillWidth: true
-        visible: root.visible && root.copies.available
-        text: qsTr("Export with editing copies")
-        checked: root.copies.wanted
-        onToggled: {
-            root.copies.setWanted(checked);
-            checked = Qt.binding(() => root.copies.wanted);
-        }
-    }
     StatusLine {
         Layout.fillWidth: true
         visible: root.visible && text.length > 0
@@ -45,5 +36,15 @@ LibraryPanel {
         text: root.copies.problem
         icon: "warning"
         iconColor: Theme.warning
+    }
+    AppCheckBox {
+        Layout.fillWidth: true
+        visible: root.visible && root.copies.available
+        text: qsTr("Export with editing copies")
+        checked: root.copies.wanted
+        onToggled: {
+            root.copies.setWanted(checked);
+            checked = Qt.binding(() => root.copies.wanted);
+        }
     }
 }
