@@ -11,7 +11,10 @@
 #include <QXmlStreamReader>
 #include <QtTest>
 
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstring>
@@ -164,10 +167,8 @@ private Q_SLOTS:
         QCOMPARE(look(copy, u"stream=profile,width,height,pix_fmt"_s), form);
         QCOMPARE(look(copy, u"stream_side_data=rotation"_s),
                  look(original, u"stream_side_data=rotation"_s));
-        const bool areTimesAlike = expected == shownTimes(original);
-        if (areTimesAlike) // the next picture of this scene is at 25
-            QVERIFY2(likeness(original, copy) > 35,
-                     qPrintable(QString::number(likeness(original, copy))));
+        if (expected == shownTimes(original)) // the next picture of this scene is at 25
+            QVERIFY(likeness(original, copy) > 35);
         if (firstClick < 0) {
             QVERIFY(std::abs(QFileInfo(copy).size() - source.bytes) < source.bytes / 20);
             return;
@@ -210,9 +211,7 @@ private Q_SLOTS:
                  expected);
         QCOMPARE(QDir(package.filePath(u"media"_s)).entryList(QDir::Files), copies);
 
-        QCOMPARE(told.front().cameraId, u"Wide"_s);
         QCOMPARE(told.back().cameraId, u"B/\u00A0c"_s);
-        QCOMPARE(told.back().clipCount, std::size_t(2));
         QVERIFY(std::ranges::is_sorted(told, {}, &ExportProgress::completedBytes));
         const EditingCopyForecast forecast = EditingCopy::forecast(take, {});
         QCOMPARE(told.back().totalBytes, forecast.bytes);
@@ -271,6 +270,55 @@ private Q_SLOTS:
         other.id = u"another"_s;
         (void)exported(other, EditingCopies::none, {});
         QVERIFY(!QFile::exists(folder));
+    }
+
+    /// In a mount namespace of its own: a small disk comes over the parent folder.
+    void leavesNothingOnAFullDisk_data()
+    {
+        QTest::addColumn<QByteArray>("disk");
+        QTest::addColumn<QString>("told");
+        QTest::newRow("from the start")
+            << QByteArray("size=8m") << u"The editing copies take about 0.1 GB, and "_s;
+        QTest::newRow("meanwhile") << QByteArray("size=100m") << u"Cannot write "_s;
+    }
+
+    void leavesNothingOnAFullDisk()
+    {
+        QFETCH(const QByteArray, disk);
+        QFETCH(const QString, told);
+        const VORNTake take = longTake();
+        const pid_t process = ::fork();
+        if (process == 0) {
+            const QString parent = m_samples.parent();
+            const QByteArray user = QByteArray::number(::getuid());
+            const QByteArray group = QByteArray::number(::getgid());
+            if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
+                ::_exit(2);
+            writePlain(u"/proc/self/uid_map"_s, user + ' ' + user + " 1");
+            writePlain(u"/proc/self/setgroups"_s, "deny");
+            writePlain(u"/proc/self/gid_map"_s, group + ' ' + group + " 1");
+            if (::mount("tmpfs", QFile::encodeName(parent).constData(), "tmpfs", 0, disk.data())
+                != 0)
+                ::_exit(2);
+            const auto fill = [&](const ExportProgress &now) {
+                if (now.stage == ExportProgress::Stage::copying && now.completedBytes > 0) {
+                    QFile filler(parent + u"/filler"_s);
+                    if (filler.open(QFile::WriteOnly | QFile::Unbuffered))
+                        while (filler.write(QByteArray(4'096, 'x')) == 4'096) {
+                        }
+                }
+            };
+            const QString text =
+                thrownText([&] { (void)exported(take, EditingCopies::make, fill); });
+            QStringList left = m_samples.inParent();
+            left.removeOne(u"filler"_s);
+            ::_exit(text.startsWith(told) && left.isEmpty() ? 0 : 1);
+        }
+        int status = 0;
+        ::waitpid(process, &status, 0);
+        if (WIFEXITED(status) && WEXITSTATUS(status) == 2)
+            QSKIP("This machine forbids user namespaces.");
+        QCOMPARE(status, 0);
     }
 
     void saysWhyItCannot()
