@@ -25,8 +25,11 @@ struct TimingPoint {
 
 /// What a witness other than the anchors says of a clip's line.
 struct TimingWitness {
+    enum class Verdict { cannotTell, holds, doubts };
+
     std::vector<TimingPoint> points;
     QString sentence; ///< what they come to
+    Verdict verdict = Verdict::cannotTell;
 
     bool operator==(const TimingWitness &) const = default;
 };

@@ -69,10 +69,19 @@ QString counted(std::size_t count, const QString &one, const QString &many)
 
 QString summaryOf(const ExportCheck &check)
 {
+    const auto doubted = std::ranges::count_if(check.clips, [](const ClipCheck &clip) {
+        return clip.sound && clip.sound->verdict == TimingWitness::Verdict::doubts;
+    });
+    const QString doubts = doubted == 0
+                               ? QString()
+                               : counted(std::size_t(doubted),
+                                         u" By ear, one recording does not lie where it should."_s,
+                                         u" By ear, %1 recordings do not lie where they should."_s);
     if (check.findings.empty())
-        return u"Nothing stands in the way of an export."_s;
+        return u"Nothing stands in the way of an export."_s + doubts;
     return counted(check.findings.size(), u"One thing stands in the way of an export."_s,
-                   u"%1 things stand in the way of an export."_s);
+                   u"%1 things stand in the way of an export."_s)
+           + doubts;
 }
 
 QStringList findingsOf(const ExportCheck &check, std::optional<std::size_t> clip)
@@ -112,8 +121,9 @@ QString pictureInWords(const ClipCheck &clip)
             number(clip.anchors.back().referenceSeconds, 1), number(earliest.ms, 2),
             number(latest.ms, 2));
     }
-    if (clip.sound)
-        sentences += clip.sound->sentence;
+    if (clip.sound && !clip.sound->points.empty())
+        sentences += counted(clip.sound->points.size(), u"One place was heard."_s,
+                             u"%1 places were heard."_s);
     return sentences.join(u' ');
 }
 

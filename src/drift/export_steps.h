@@ -14,13 +14,14 @@ namespace vorn {
 /// How far an export or its check is: which clip's file is being verified or copied, and how many
 /// bytes are done.
 struct ExportProgress {
-    enum class Stage { verifying, copying };
+    enum class Stage { verifying, copying, listening };
 
     QString cameraId;
     std::size_t clipIndex = 0; ///< from 0
     std::size_t clipCount = 0;
     std::int64_t completedBytes = 0; ///< of all files together
     std::int64_t totalBytes = 0;     ///< of all files together; a forecast for copies
+    // While listening, places of this clip in both.
     Stage stage = Stage::verifying;
 
     bool operator==(const ExportProgress &) const = default;

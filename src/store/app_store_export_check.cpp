@@ -3,6 +3,7 @@
 #include "base/off_thread.h"
 #include "drift/export_check_text.h"
 #include "store/app_store.h"
+#include "store/export_listening.h"
 #include "store/progress_report.h"
 
 #include <QPointer>
@@ -48,9 +49,13 @@ QCoro::Task<> AppStore::checkSelectedTake()
     setLongWork(LongWork::checkingExport);
     QString failure;
     try {
-        outcome.check = co_await offThread([project, take = outcome.take, report] {
-            return DriftEngine::checkExport(project, take, report);
-        });
+        outcome.check = co_await offThread(
+            [project, take = outcome.take, report, stop = m_exportStop.get_token()] {
+                ExportCheck check = DriftEngine::checkExport(project, take, report);
+                listenToExport(check, stop, report);
+                throwIfEnded(stop);
+                return check;
+            });
     } catch (const StoreEnded &) {
         failure = u"The check of the export was cancelled."_s;
     } catch (const std::exception &error) {

@@ -9,10 +9,14 @@ import fcntl
 import json
 import os
 import pathlib
+import re
 import subprocess
 import sys
 
-from desktop import Program, expect, fresh_folder, library, wait_for
+from desktop import Program, descendants, expect, fresh_folder, library, wait_for
+
+
+METRES = (6, 18, 2)  # from the voice, as library_journey has the take made
 
 
 def row_name(clip):
@@ -130,6 +134,19 @@ def leave_abandoned_save():
     return save
 
 
+def check_export(program):
+    """Distance is all that the ear finds, each metre 2.9 ms."""
+    program.press("Check export")
+    program.wait("Nothing stands in the way of an export.", seconds=60)
+    sentences = sorted({node.get_name() for node in descendants(program.root)  # some are out of sight
+                        if node.get_name().startswith("By ear: ")})
+    heard = [re.fullmatch(r"By ear: (\d+) ms late throughout, as from (\d+) m further away\.", one)
+             for one in sentences]
+    expect(all(heard) and sorted(int(one[2]) for one in heard) == sorted(METRES)
+           and all(abs(int(one[1]) - int(one[2]) / 0.343) <= 2 for one in heard), f"by ear: {sentences}")
+    program.picture("check-export")
+
+
 def main():
     path, take, out = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys.argv[3])
     abandoned = leave_abandoned_save()
@@ -146,6 +163,7 @@ def main():
         walk_through_tabs(program, manifest)
         choose_reference(program, manifest)
         say_why_nothing_is_to_download(program)
+        check_export(program)
         package = program.export(fresh_folder(out / "packages 100% #1"))
         check_network(program)
         raise_by_second_start(path, out)

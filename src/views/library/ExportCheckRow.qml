@@ -16,6 +16,8 @@ LibraryPanel {
     required property list<string> figures
     required property list<string> notes
     required property string picture
+    required property string heard
+    required property string heardIcon
     readonly property bool good: findings.length === 0
 
     title: cameraId
@@ -27,6 +29,12 @@ LibraryPanel {
         sentences: root.findings
         icon: "warning"
         iconColor: Theme.warning
+    }
+    StatusLines {
+        Layout.fillWidth: true
+        sentences: root.heard.length > 0 ? [root.heard] : []
+        icon: root.heardIcon
+        iconColor: root.heardIcon === "check" ? Theme.ready : root.heardIcon === "warning" ? Theme.warning : Theme.secondary
     }
     TimingPicture {
         Layout.fillWidth: true

@@ -14,13 +14,26 @@ using namespace Qt::StringLiterals;
 
 namespace vorn {
 
+namespace {
+
+QString heardIcon(const ClipCheck &clip)
+{
+    using enum TimingWitness::Verdict;
+    const auto verdict = clip.sound ? clip.sound->verdict : cannotTell;
+    return verdict == holds ? u"check"_s : verdict == doubts ? u"warning"_s : u"dashed-circle"_s;
+}
+
+} // namespace
+
 ExportCheckViewModel::ExportCheckViewModel(AppStore &store)
     : m_store(store),
       m_cameras({{"cameraId", &ExportCheckRow::cameraId},
                  {"findings", &ExportCheckRow::findings},
                  {"figures", &ExportCheckRow::figures},
                  {"notes", &ExportCheckRow::notes},
-                 {"picture", &ExportCheckRow::picture}})
+                 {"picture", &ExportCheckRow::picture},
+                 {"heard", &ExportCheckRow::heard},
+                 {"heardIcon", &ExportCheckRow::heardIcon}})
 {
     for (const auto signal : {&AppStore::libraryChanged, &AppStore::selectedProjectIDChanged,
                               &AppStore::selectedTakeIDChanged, &AppStore::isBusyChanged,
@@ -106,7 +119,9 @@ void ExportCheckViewModel::refresh()
                             .findings = findingsOf(*check, index),
                             .figures = figuresOf(clip, check->fps),
                             .notes = clip.media ? editorNotes(*clip.media) : QStringList(),
-                            .picture = pictureInWords(clip)});
+                            .picture = pictureInWords(clip),
+                            .heard = clip.sound ? clip.sound->sentence : QString(),
+                            .heardIcon = heardIcon(clip)});
         }
     }
     m_cameras.setRows(std::move(rows));

@@ -20,6 +20,8 @@ struct ExportCheckRow {
     QStringList figures;
     QStringList notes; ///< what an editor may stumble over
     QString picture;   ///< in words; empty where there is nothing to draw
+    QString heard;     ///< empty where nobody has listened
+    QString heardIcon;
 
     bool operator==(const ExportCheckRow &) const = default;
 };

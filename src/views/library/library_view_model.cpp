@@ -32,15 +32,30 @@ template <class Progress> QString workTitle(const QString &work, const Progress 
                                             QString::number(progress.clipCount));
 }
 
+QString exportWorkText(ExportProgress::Stage stage)
+{
+    switch (stage) {
+    case ExportProgress::Stage::verifying:
+        break;
+    case ExportProgress::Stage::copying:
+        return u"Making editing copy of"_s;
+    case ExportProgress::Stage::listening:
+        return u"Listening to"_s;
+    }
+    return u"Verifying"_s;
+}
+
 std::optional<WorkProgress> exportWork(const AppStore &store)
 {
     const auto &progress = store.exportProgress();
     if (!progress)
         return std::nullopt;
-    const bool isCopying = progress->stage == ExportProgress::Stage::copying;
-    return WorkProgress{
-        workTitle(isCopying ? u"Making editing copy of"_s : u"Verifying"_s, *progress),
-        progress->completedBytes, progress->totalBytes, int(progress->stage)};
+    const bool isListening = progress->stage == ExportProgress::Stage::listening;
+    return WorkProgress{workTitle(exportWorkText(progress->stage), *progress),
+                        progress->completedBytes, progress->totalBytes,
+                        // Each clip has its own places.
+                        int(progress->stage) + (isListening ? int(progress->clipIndex) : 0),
+                        isListening};
 }
 
 std::optional<WorkProgress> downloadWork(const AppStore &store)

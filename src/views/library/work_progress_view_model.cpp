@@ -40,8 +40,10 @@ void WorkProgressViewModel::refresh()
     const auto total = double(progress->totalBytes);
     m_title = progress->title;
     m_fraction = total > 0 ? std::clamp(done / total, 0.0, 1.0) : 0;
-    m_bytesText = u"%1 / %2"_s.arg(byteText(done), byteText(total));
-    m_rateText = vorn::rateText(m_meter.rate());
+    m_bytesText = progress->countsPlaces
+                      ? u"%1 of %2 places"_s.arg(progress->completedBytes).arg(progress->totalBytes)
+                      : u"%1 / %2"_s.arg(byteText(done), byteText(total));
+    m_rateText = progress->countsPlaces ? QString() : vorn::rateText(m_meter.rate());
     m_timeLeftText = vorn::timeLeftText(total - done, m_meter.rate());
     Q_EMIT changed();
 }

@@ -17,7 +17,8 @@ struct WorkProgress {
     QString title; ///< as shown
     std::int64_t completedBytes = 0;
     std::int64_t totalBytes = 0;
-    int stage = 0; ///< another one where the bytes jump
+    int stage = 0;             ///< another one where the bytes jump
+    bool countsPlaces = false; ///< they are places, not bytes
 };
 
 /// Running work in numbers. They change a few times a second, so that they can be read. Context: UI
