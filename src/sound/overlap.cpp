@@ -4,6 +4,7 @@
 
 #include "sound/coarse_search.h"
 #include "sound/lag.h"
+#include "sound/missing_tones.h"
 
 #include <algorithm>
 #include <array>
@@ -32,6 +33,12 @@ constexpr double secondGreatestLag = 0.1;
 constexpr double leastAgreement = 0.85;
 /// Chance reaches 4 in one of a thousand windows.
 constexpr double leastStandingInLine = 4.5;
+
+/// Of the tones that either recording has. Measured over music with talk 10 dB below it: at most
+/// 3.7 % in the recording that misses fewer of two of one moment, at least 9.8 % in both when the
+/// talk differs. Tens of thousands are expected of music, none of applause or wind.
+constexpr double mostMissing = 0.06;
+constexpr int leastExpected = 200;
 
 struct Range {
     double from = 0;
@@ -147,6 +154,22 @@ std::optional<SoundLine> firstLine(const HeardRecording &reference, const HeardR
     return best;
 }
 
+/// Both have in step something that the other has, and beside it each has what the other lacks.
+bool differBesides(const std::vector<Pair> &pairs, double slope)
+{
+    MissingTones there, here;
+    for (const Pair &pair : pairs) {
+        const std::vector<float> other = pair.thereAt(slope);
+        there += missingTones(pair.here, other);
+        here += missingTones(other, pair.here);
+    }
+    const auto lacks = [](const MissingTones &tones) {
+        return tones.expected >= leastExpected
+               && double(tones.missing) > mostMissing * double(tones.expected);
+    };
+    return lacks(there) && lacks(here);
+}
+
 std::variant<Overlap, NoOverlap> confirmed(const HeardRecording &reference,
                                            const HeardRecording &other, const CoarseLine &coarse)
 {
@@ -165,7 +188,7 @@ std::variant<Overlap, NoOverlap> confirmed(const HeardRecording &reference,
     if (!found)
         return NoOverlap::cannotTell;
     const int heard = told.agreeing + told.against;
-    if (double(told.agreeing) < leastAgreement * heard)
+    if (double(told.agreeing) < leastAgreement * heard || differBesides(pairs, line.slope))
         return NoOverlap::inPart;
     const Range range = sharedRange(reference, other, line);
     return Overlap{.line = *found,
