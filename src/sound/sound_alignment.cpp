@@ -73,10 +73,23 @@ std::vector<LagPoint> nearTo(const Line &line, std::span<const LagPoint> points)
     return near;
 }
 
-/// Of the lines through two points each, the one that most points lie on.
+/// How many points lie near a line, the closer the more: a line between two heaps, of a sound and
+/// its echo from a wall, is near to many and good for none.
+double agreement(const Line &line, std::span<const LagPoint> points)
+{
+    double sum = 0;
+    for (const LagPoint &point : points) {
+        const double away = line.residual(point) / greatestResidualSeconds;
+        sum += std::max(0.0, 1 - away * away);
+    }
+    return sum;
+}
+
+/// Of the lines through two points each, what lies near the one that agrees best.
 std::vector<LagPoint> largestAgreement(std::span<const LagPoint> points)
 {
-    std::vector<LagPoint> best;
+    double best = 0;
+    std::vector<LagPoint> near;
     for (std::size_t first = 0; first < points.size(); ++first) {
         for (std::size_t second = first + 1; second < points.size(); ++second) {
             const double apart = points[second].referenceSeconds - points[first].referenceSeconds;
@@ -86,12 +99,14 @@ std::vector<LagPoint> largestAgreement(std::span<const LagPoint> points)
             const Line line{.middle = points[first].referenceSeconds,
                             .lag = points[first].lagSeconds,
                             .slope = apart > 0 ? rise / apart : 0};
-            std::vector<LagPoint> near = nearTo(line, points);
-            if (near.size() > best.size())
-                best = std::move(near);
+            const double agreeing = agreement(line, points);
+            if (agreeing > best) {
+                best = agreeing;
+                near = nearTo(line, points);
+            }
         }
     }
-    return best;
+    return near;
 }
 
 double spanOf(std::span<const LagPoint> points)

@@ -201,6 +201,9 @@ private Q_SLOTS:
             << pointsAt({0, 120, 240, 360, 480, 600}) << no(NoLine::disagree) << 0.0;
         QTest::newRow("a step") << pointsAt({0, 0, 0, 0, 85, 85, 85, 85}) << no(NoLine::disagree)
                                 << 0.0;
+        QTest::newRow("a wall's echo in every other window")
+            << pointsAt({0, 9, 9, 9, 9, 9, 0, 0, 0, 0, 0, 0, 0, 9, 9, 9, 9, 9, 9, 0}, 5)
+            << no(NoLine::disagree) << 0.0;
         QTest::newRow("the beginning only")
             << pointsAt({0, 0, 0, 0, 0, 0, 85, -50, 33, 120}) << no(NoLine::bunched) << 0.0;
     }
