@@ -41,9 +41,11 @@ std::vector<float> faded(std::span<const float> window)
 {
     std::vector<float> result(window.begin(), window.end());
     const std::size_t fade = window.size() / 4;
-    for (std::size_t at = 0; at < fade; ++at) {
-        const double turn = std::numbers::pi * (double(at) + 0.5) / double(fade);
-        const auto share = float(0.5 - 0.5 * std::cos(turn));
+    // Turned on from sample to sample: a cosine of each took as long as the transforms.
+    const std::complex<double> step = std::polar(1.0, std::numbers::pi / double(fade));
+    std::complex<double> turned = std::polar(1.0, std::numbers::pi / double(fade) / 2);
+    for (std::size_t at = 0; at < fade; ++at, turned *= step) {
+        const auto share = float(0.5 - 0.5 * turned.real());
         result[at] *= share;
         result[result.size() - 1 - at] *= share;
     }
@@ -154,7 +156,7 @@ double level(std::span<const float> window)
 bool isTonal(std::span<const float> window)
 {
     std::vector<float> powers;
-    for (const std::complex<float> &value : RealTransform(window.size()).forward(faded(window)))
+    for (const std::complex<float> &value : transformFor(window.size()).forward(faded(window)))
         powers.push_back(std::norm(value));
     const auto few = std::ptrdiff_t(powers.size() / 100);
     std::ranges::nth_element(powers, powers.begin() + few, std::greater());
