@@ -35,7 +35,7 @@ struct Overlap {
 enum class NoOverlap {
     nothingAlike, ///< no several places of one are found in the other
     tooShort,     ///< what they seem to share is too short to be sure
-    inPart,       ///< some of it agrees, but not what lies between: music that was played twice
+    inPart,       ///< some of it agrees, but not what lies between or beside: music played twice
     severalFit,   ///< they fit at more than one place
     cannotTell,   ///< what they share tells no lag
 };
