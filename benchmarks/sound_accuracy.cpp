@@ -11,7 +11,7 @@
 #include "paired.h"
 #include "rig/base/ffmpeg.h"
 #include "rig/base/two_at_once.h"
-#include "rig/film/frame_rate.h"
+#include "rig/sound/sound_scene.h"
 #include "sound/overlap.h"
 #include "sound/sound_reader.h"
 
@@ -77,8 +77,8 @@ Recording recordingOf(const QJsonObject &object, const QJsonObject &hearing, con
         folder + u'/' + object[u"file"_s].toString(), object[u"offsetSeconds"_s].toDouble(),
         1 + object[u"driftPPM"_s].toDouble() / 1e6, hearing[u"soundDelaySeconds"_s].toDouble(),
         object[u"seconds"_s].toDouble()};
-    if (const auto rate = rig::frameRateFromText(object[u"rate"_s].toString()))
-        recording.seconds = rate->seconds(object[u"frames"_s].toInteger());
+    if (const auto samples = object[u"audioSamples"_s].toInteger())
+        recording.seconds = double(samples) / rig::audioSampleRate;
     return recording;
 }
 
