@@ -28,7 +28,7 @@ constexpr std::size_t besideBins = 12;
 constexpr float standsOut = 12;
 /// A tone is expected where it would stand out though a little were lost.
 constexpr float wouldStandOut = 15;
-/// Less than one of a hundred tones is weakened so much by walls alone.
+/// In the median of recordings walls alone weaken one of a hundred tones so much.
 constexpr float lost = 16;
 /// A gain control changes less in that many frames either way than tones differ.
 constexpr std::size_t steadyFrames = 2;
