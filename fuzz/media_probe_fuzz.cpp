@@ -29,9 +29,12 @@ void probe(std::span<const std::uint8_t> input, std::uint64_t size)
                         std::min<std::size_t>(count, input.size() - offset));
         return count;
     };
+    const MovieBytes bytes{.name = QStringLiteral("cam1.mov"), .size = size, .readAt = readAt};
+    check(filmingDevice(bytes).size() <= 256, "a name is short");
+    check(read <= std::uint64_t{64} * 1024 * 1024, "what is read for a name is bounded");
+    read = 0;
     try {
-        const ProbedMedia media =
-            probeMedia({.name = QStringLiteral("cam1.mov"), .size = size, .readAt = readAt});
+        const ProbedMedia media = probeMedia(bytes);
         check(std::isnan(media.durationSeconds)
                   || (media.durationSeconds > 0 && std::isfinite(media.durationSeconds)),
               "a duration is a length or none");

@@ -98,6 +98,16 @@ void BoxReader::checkTable(const MovieBox &box, std::uint64_t offset, std::uint3
         refuseDamaged();
 }
 
+QByteArray BoxReader::bytes(const MovieBox &box, std::uint64_t offset, std::uint64_t maximumBytes)
+{
+    if (offset > box.size())
+        refuseDamaged();
+    QByteArray content(qsizetype(std::min(box.size() - offset, maximumBytes)), Qt::Uninitialized);
+    read(box.begin + offset,
+         std::as_writable_bytes(std::span(content.data(), std::size_t(content.size()))));
+    return content;
+}
+
 void BoxReader::read(std::uint64_t offset, std::span<std::byte> into)
 {
     m_bytesRead += into.size();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 #include <algorithm>
@@ -73,6 +74,10 @@ public:
     [[nodiscard]] std::uint16_t u16(const MovieBox &box, std::uint64_t offset);
     [[nodiscard]] std::uint32_t u32(const MovieBox &box, std::uint64_t offset);
     [[nodiscard]] std::uint64_t u64(const MovieBox &box, std::uint64_t offset);
+
+    /// The rest of a box's content from `offset` on; of a longer one the first `maximumBytes`.
+    [[nodiscard]] QByteArray bytes(const MovieBox &box, std::uint64_t offset,
+                                   std::uint64_t maximumBytes);
 
     /// Refuses a table of `count` entries from `offset` on that does not fit into its box.
     void checkTable(const MovieBox &box, std::uint64_t offset, std::uint32_t count,

@@ -96,19 +96,8 @@ ProbedMedia probedMedia(const MovieHeaders &movie)
     return media;
 }
 
-} // namespace
-
-ProbedMedia probeMedia(const MovieBytes &bytes)
-{
-    return probedMedia(readMovieHeaders(bytes));
-}
-
-ProbedMedia probeMedia(const QString &path)
-{
-    return probedMedia(movieHeaders(path, MovieDetail::summary));
-}
-
-MovieHeaders movieHeaders(const QString &path, MovieDetail detail)
+/// What `read` makes of the bytes of a file.
+template <class Read> auto withMovie(const QString &path, Read read)
 {
     const FileDescriptor file = openRegularFile(path);
     const auto readAt = [&](std::uint64_t offset, std::span<std::byte> into) {
@@ -126,9 +115,31 @@ MovieHeaders movieHeaders(const QString &path, MovieDetail detail)
         }
         return filled;
     };
-    return readMovieHeaders(
-        {.name = fileNameOf(path), .size = std::uint64_t(fileSize(file, path)), .readAt = readAt},
-        detail);
+    return read(MovieBytes{
+        .name = fileNameOf(path), .size = std::uint64_t(fileSize(file, path)), .readAt = readAt});
+}
+
+} // namespace
+
+ProbedMedia probeMedia(const MovieBytes &bytes)
+{
+    return probedMedia(readMovieHeaders(bytes));
+}
+
+ProbedMedia probeMedia(const QString &path)
+{
+    return probedMedia(movieHeaders(path, MovieDetail::summary));
+}
+
+MovieHeaders movieHeaders(const QString &path, MovieDetail detail)
+{
+    return withMovie(path,
+                     [detail](const MovieBytes &bytes) { return readMovieHeaders(bytes, detail); });
+}
+
+QString filmingDevice(const QString &path)
+{
+    return withMovie(path, [](const MovieBytes &bytes) { return filmingDevice(bytes); });
 }
 
 } // namespace vorn

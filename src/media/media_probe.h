@@ -50,7 +50,12 @@ struct ProbedMedia {
 /// All that readMovieHeaders can tell of a file. Throws as probeMedia does.
 [[nodiscard]] MovieHeaders movieHeaders(const QString &path, MovieDetail detail);
 
-/// The same for bytes that lie elsewhere. Throws MediaProbeError.
+/// What a movie says it was filmed with, such as the model of a phone; empty where it says nothing
+/// that can be read. Throws FileError. Any thread; blocks as probeMedia does.
+[[nodiscard]] QString filmingDevice(const QString &path);
+
+/// The same for bytes that lie elsewhere. The former throws MediaProbeError.
 [[nodiscard]] ProbedMedia probeMedia(const MovieBytes &bytes);
+[[nodiscard]] QString filmingDevice(const MovieBytes &bytes);
 
 } // namespace vorn

@@ -122,6 +122,8 @@ private Q_SLOTS:
     void seesWhatAPlayerShows();
     void agreesWithAnotherReaderOnCodecsAndRate_data();
     void agreesWithAnotherReaderOnCodecsAndRate();
+    void readsWhatAMovieWasFilmedWith_data();
+    void readsWhatAMovieWasFilmedWith();
     void opensRegularFilesOnly();
     void readsHeadersAndNotTheMovie();
 
@@ -244,6 +246,31 @@ void MediaProbeTest::agreesWithAnotherReaderOnCodecsAndRate()
         longest = std::max(longest, times[i] - times[i - 1]);
     }
     QCOMPARE(longest > shortest * 1.2, text.contains(u"on average"));
+}
+
+void MediaProbeTest::readsWhatAMovieWasFilmedWith_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QString>("device");
+    const QString picture = u"PICTURE:30 -frames:v 6 X264 "_s;
+    const QString keys = picture + u"-movflags use_metadata_tags "_s;
+    QTest::newRow("user data.mov") << picture + u"-metadata model=Pocket-7"_s << u"Pocket-7"_s;
+    QTest::newRow("keys of a phone.mov")
+        << keys + u"-metadata org.example.make=Anybody -metadata org.example.model=Pocket-7é"_s
+        << u"Pocket-7é"_s;
+    QTest::newRow("keys in an ISO file.mp4")
+        << keys + u"-metadata model=Pocket-7"_s << u"Pocket-7"_s;
+    QTest::newRow("another key.mp4") << keys + u"-metadata remodel=Pocket-7"_s << QString();
+    QTest::newRow("nothing.mp4") << picture.trimmed() << QString();
+}
+
+void MediaProbeTest::readsWhatAMovieWasFilmedWith()
+{
+    QFETCH(const QString, arguments);
+    QFETCH(const QString, device);
+    const QString name = QString::fromLatin1(QTest::currentDataTag());
+    make(name, arguments);
+    QCOMPARE(filmingDevice(path(name)), device);
 }
 
 void MediaProbeTest::opensRegularFilesOnly()
