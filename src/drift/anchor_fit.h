@@ -24,6 +24,9 @@ struct DriftCorrection {
 
 namespace DriftEngine {
 
+/// Only anchors of this meaning say where a clip lies in the reference camera's media.
+inline constexpr QStringView alignableMeaning = u"same-event-reference-media-seconds";
+
 /// How far an anchor may be from the free linear fit.
 inline constexpr double maximumResidualMs = 5.0;
 

@@ -20,9 +20,6 @@ using namespace Qt::StringLiterals;
 namespace vorn {
 namespace {
 
-// Only anchors of this meaning say where a clip lies in the reference camera's media.
-constexpr QStringView alignableMeaning = u"same-event-reference-media-seconds";
-
 QString requiredReferenceCamera(const VORNTake &take)
 {
     if (take.clips.empty())
@@ -81,7 +78,7 @@ void requireDigest(const Prepared &item)
 
 void requireMeaning(const VORNClip &clip)
 {
-    if (clip.anchorMeaning != alignableMeaning)
+    if (clip.anchorMeaning != DriftEngine::alignableMeaning)
         throw DriftExportError::invalid(clip.cameraId
                                         + u" does not have same-event media anchors."_s);
 }

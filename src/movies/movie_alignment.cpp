@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "movies/movie_alignment.h"
+
+#include "drift/anchor_fit.h"
+#include "drift/drift_error.h"
+#include "sound/lag.h"
+
+#include <algorithm>
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+namespace {
+
+/// Enough for the head and the tail, a tenth each, to hold four, should some be silent.
+constexpr int mostWindows = 40;
+constexpr double hopSeconds = 4;
+/// Shorter ones where the middle of the first would lie beyond the first tenth.
+constexpr double longestWindowSeconds = 8;
+constexpr double shortestWindowSeconds = 4;
+constexpr double windowShare = 0.18;
+/// The line is known to a few milliseconds.
+constexpr double greatestLagSeconds = 0.1;
+
+/// What an export takes of an anchor.
+constexpr double greatestUncertaintyMs = 5;
+constexpr double leastConfidence = 0.8;
+/// Below this a window tells no lag.
+constexpr double leastUniqueness = 1.4;
+
+double wholeSample(double seconds)
+{
+    return std::round(seconds * soundRate) / soundRate;
+}
+
+/// `sound` at a clock that runs (1 + slope) times as fast, by its nearest samples.
+std::vector<float> atClock(const std::vector<float> &sound, double slope, std::size_t count)
+{
+    std::vector<float> result(count);
+    for (std::size_t at = 0; at < count; ++at) {
+        const auto from = std::size_t(std::llround(double(at) * (1 + slope)));
+        result[at] = from < sound.size() ? sound[from] : 0;
+    }
+    return result;
+}
+
+HeardRecording recordingOf(const HeardMovie &heard, const std::stop_token &stop,
+                           const OnSecondsHeard &onHeard)
+{
+    return {.features = *heard.features,
+            .soundAt = [path = heard.movie.path, stop, onHeard](double start, double seconds) {
+                std::vector<float> sound =
+                    readSound(path, {.startSeconds = start, .seconds = seconds}, stop);
+                onHeard(seconds);
+                return sound;
+            }};
+}
+
+/// Listens again where both recordings are, more densely than was needed to find that.
+std::vector<HeardWindow> windowsAlong(const HeardRecording &reference, const HeardRecording &other,
+                                      const Overlap &shared)
+{
+    const double slope = shared.line.driftPPM * 1e-6;
+    const double length = shared.toSeconds - shared.fromSeconds;
+    const double seconds =
+        std::clamp(windowShare * length, shortestWindowSeconds, longestWindowSeconds);
+    const double room = length - seconds;
+    const int count = std::clamp(int(room / hopSeconds) + 1, 2, mostWindows);
+    std::vector<HeardWindow> windows;
+    for (int window = 0; window < count; ++window) {
+        const double begin = wholeSample(shared.fromSeconds + room * window / (count - 1));
+        const double there = std::max(0.0, wholeSample(begin + shared.line.lagAt(begin)));
+        const std::vector<float> here = reference.soundAt(begin, seconds);
+        const std::vector<float> sound = other.soundAt(there, seconds * (1 + std::abs(slope)));
+        const Lag lag = lagBetween(here, atClock(sound, slope, here.size()), greatestLagSeconds);
+        const auto *estimate = std::get_if<LagEstimate>(&lag);
+        if (!estimate)
+            continue;
+        const double half = double(here.size()) / soundRate / 2;
+        windows.push_back({.point = {.referenceSeconds = begin + half,
+                                     .lagSeconds = there - begin + slope * half + estimate->seconds,
+                                     .uncertaintySeconds = estimate->uncertaintySeconds},
+                           .uniqueness = estimate->uniqueness});
+    }
+    return windows;
+}
+
+QString sentenceOf(NoOverlap reason)
+{
+    switch (reason) {
+    case NoOverlap::nothingAlike:
+        return u"Nothing in its sound is found in the reference's. It may be of another moment, or "
+               "from too far away."_s;
+    case NoOverlap::tooShort:
+        return u"What it shares with the reference is too short to be sure."_s;
+    case NoOverlap::inPart:
+        return u"Some of its sound is found in the reference's, but not what lies between, as with "
+               "music that was played twice."_s;
+    case NoOverlap::severalFit:
+        return u"It fits the reference at more than one place, as with music that repeats."_s;
+    case NoOverlap::cannotTell:
+        return u"It may be of the same moment, but its sound does not say exactly enough where it "
+               "lies."_s;
+    }
+    Q_UNREACHABLE();
+}
+
+QString timeText(double seconds)
+{
+    const auto whole = std::int64_t(std::round(seconds));
+    return u"%1:%2"_s.arg(whole / 60).arg(whole % 60, 2, 10, QLatin1Char('0'));
+}
+
+QString inPartText(double from, double to)
+{
+    return u"The reference has recorded only from %1 to %2 of it, and an export needs nine tenths. "
+           "Make the longest movie the reference, or leave this one out."_s.arg(timeText(from),
+                                                                                timeText(to));
+}
+
+/// No surer than the window, than the line, and than it is far from the line.
+TimingAnchor anchorOf(const HeardWindow &window, const SoundLine &line)
+{
+    const LagPoint &point = window.point;
+    const double residual = std::abs(point.lagSeconds - line.lagAt(point.referenceSeconds));
+    const double uncertainty =
+        std::max({point.uncertaintySeconds, line.uncertaintySeconds, residual});
+    return {.sourceSeconds = point.referenceSeconds + point.lagSeconds,
+            .referenceSeconds = point.referenceSeconds,
+            .confidence =
+                std::clamp(1 - (1 - leastConfidence) * leastUniqueness / window.uniqueness,
+                           leastConfidence, 1.0),
+            .uncertaintyMs = uncertainty * 1000};
+}
+
+} // namespace
+
+HeardMovie hearMovie(const Movie &movie, const std::stop_token &stop, const OnSecondsHeard &onHeard)
+{
+    auto features = std::make_shared<SoundFeatures>();
+    readSound(movie.path, {.startSeconds = 0, .seconds = movie.seconds}, stop,
+              [&](std::span<const float> samples) {
+                  features->add(samples);
+                  onHeard(double(samples.size()) / soundRate);
+              });
+    return {movie, std::move(features)};
+}
+
+AlignmentOrWhyNot alignMovies(const HeardMovie &reference, const HeardMovie &other,
+                              const std::stop_token &stop, const OnSecondsHeard &onHeard)
+{
+    const HeardRecording here = recordingOf(reference, stop, onHeard);
+    const HeardRecording there = recordingOf(other, stop, onHeard);
+    const std::variant<Overlap, NoOverlap> found = findOverlap(here, there);
+    if (const auto *reason = std::get_if<NoOverlap>(&found))
+        return sentenceOf(*reason);
+    const Overlap &shared = std::get<Overlap>(found);
+    return alignmentOf(windowsAlong(here, there, shared), shared, other.movie.seconds);
+}
+
+AlignmentOrWhyNot alignmentOf(const std::vector<HeardWindow> &windows, const Overlap &shared,
+                              double seconds)
+{
+    std::vector<LagPoint> points;
+    std::ranges::transform(windows, std::back_inserter(points), &HeardWindow::point);
+    const std::variant<SoundLine, NoLine> found = soundAlignment(points);
+    const auto *line = std::get_if<SoundLine>(&found);
+    if (!line)
+        return sentenceOf(NoOverlap::cannotTell);
+
+    MovieAlignment alignment{.line = *line, .anchors = {}};
+    for (const HeardWindow &window : windows) {
+        const TimingAnchor anchor = anchorOf(window, *line);
+        const bool isOnLine = std::ranges::find(line->points, window.point) != line->points.end();
+        const bool isWithin = anchor.sourceSeconds >= 0 && anchor.sourceSeconds <= seconds;
+        if (isOnLine && isWithin && anchor.uncertaintyMs <= greatestUncertaintyMs)
+            alignment.anchors.push_back(anchor);
+    }
+    try {
+        (void)DriftEngine::fit(alignment.anchors, seconds);
+    } catch (const DriftExportError &error) {
+        const double from = shared.fromSeconds + line->lagAt(shared.fromSeconds);
+        const double to = shared.toSeconds + line->lagAt(shared.toSeconds);
+        constexpr double share = 0.1; // at either end, where an export needs anchors
+        if (from > share * seconds || to < (1 - share) * seconds)
+            return inPartText(std::max(0.0, from), std::min(seconds, to));
+        return u"Too little of its sound says where it lies, as where head, tail or long stretches "
+               "are silent: %1"_s.arg(QString::fromUtf8(error.what()));
+    }
+    return alignment;
+}
+
+double distanceMs(double metres)
+{
+    return metres / soundMetresASecond * 1000;
+}
+
+std::vector<TimingAnchor> withDistance(std::vector<TimingAnchor> anchors, double metres)
+{
+    for (TimingAnchor &anchor : anchors)
+        anchor.uncertaintyMs =
+            std::min(greatestUncertaintyMs, anchor.uncertaintyMs + distanceMs(metres));
+    return anchors;
+}
+
+} // namespace vorn

@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "drift/anchor_fit.h"
+#include "drift/rate_text.h"
+#include "movies.h"
+#include "movies/movie_alignment.h"
+#include "movies/movie_take.h"
+#include "rig/film/take.h"
+#include "sound/sound_reader.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <cmath>
+
+using namespace vorn;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const auto notTold = [](double) {};
+
+/// Windows that lie `ms` beside a movie that began 2 s before the reference and runs 100 ppm fast.
+std::vector<HeardWindow> windowsFrom(double from, double to, double ms = 0)
+{
+    std::vector<HeardWindow> windows;
+    for (double at = from; at <= to; at += 4) {
+        const double beside = windows.size() % 2 == 0 ? ms / 1000 : -ms / 1000;
+        windows.push_back({.point = {at, 2 + 1e-4 * at + beside, 0.0003}, .uniqueness = 2.8});
+    }
+    return windows;
+}
+
+} // namespace
+
+class MovieImportTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(m_folder.isValid()); }
+
+    void saysWhatIsWrongWithAFile_data()
+    {
+        QTest::addColumn<QString>("arguments");
+        QTest::addColumn<QString>("refusal");
+        const QString picture = u"PICTURE:25 -t 1 "_s;
+        const QString sound = u"PICTURE:25 -f lavfi -i sine -t 1 "_s;
+        QTest::newRow("good.mov") << sound + u"X264"_s << QString();
+        QTest::newRow("silent.mov")
+            << picture + u"X264"_s << u"It has no sound, so nothing says where it belongs."_s;
+        QTest::newRow("two tracks.mov")
+            << sound + u"-map 0 -map 1 -map 1 X264"_s
+            << u"It has 2 sound tracks, and an export takes one. Keep one of them in a copy, and "
+               "import that."_s;
+        QTest::newRow("varies.mov")
+            << sound + u"-vf select=not(eq(mod(n\\,5)\\,3)) -fps_mode vfr X264"_s
+            << u"Its frame rate varies, which a timeline cannot follow. Convert it to a constant "
+               "rate, and import that."_s;
+        QTest::newRow("long.mov")
+            << u"-f lavfi -i testsrc2=s=32x32:r=1/60 -f lavfi -i anullsrc=r=8000:d=2 -t 28860 X264"_s
+            << u"It is longer than eight hours. Cut it, and import the part that you need."_s;
+        QTest::newRow("sound alone.mov")
+            << u"-f lavfi -i sine -t 1"_s << u"Each clip must contain exactly one video track."_s;
+        QTest::newRow("text.mov") << QString()
+                                  << u"text.mov is not a movie file that VORN can "
+                                     "read: the movie header is missing."_s;
+    }
+    void saysWhatIsWrongWithAFile()
+    {
+        QFETCH(const QString, arguments);
+        QFETCH(const QString, refusal);
+        const QString name = QString::fromLatin1(QTest::currentDataTag());
+        const QString path = m_folder.filePath(name);
+        if (arguments.isEmpty()) {
+            QFile text(path);
+            QVERIFY(text.open(QFile::WriteOnly) && text.write("not a movie, by any means") > 0);
+        } else {
+            makeMovie(m_folder.path(), name, arguments);
+        }
+        const Movie movie = lookAtMovie(path, {});
+        QCOMPARE(movie.refusal, refusal);
+        QCOMPARE(movie.sha256.isEmpty(), !refusal.isEmpty());
+        if (!refusal.isEmpty())
+            return;
+        Movie copy = movie;
+        copy.path = u"/elsewhere.mov"_s;
+        QCOMPARE(repeatedPath({movie, copy}, copy.path), movie.path);
+        QCOMPARE(repeatedPath({movie, copy}, movie.path), QString());
+    }
+
+    void namesAndRatesSuitWhatReadsThem()
+    {
+        const auto named = [](const QString &path, const QString &device,
+                              const QStringList &taken) {
+            Movie movie;
+            movie.path = path;
+            movie.device = device;
+            return cameraNameFor(movie, taken);
+        };
+        QCOMPARE(named(u"/a/IMG 0001.final.mov"_s, {}, {}), u"IMG 0001.final"_s);
+        QCOMPARE(named(u"/a/b.mov"_s, u" Pocket\u202E\n7 "_s, {}), u"Pocket 7"_s);
+        QCOMPARE(named(u"/a/b.mov"_s, u"Pocket"_s, {u"pocket"_s, u"Pocket 2"_s}), u"Pocket 3"_s);
+        QCOMPARE(named(u"/a/\n.mov"_s, {}, {}), u"Camera"_s);
+        QCOMPARE(plainName(QString(63, u'x') + u"\U0001F3A5"_s), QString(63, u'x'));
+        const std::vector<std::pair<double, QString>> rates{
+            {30, u"30"_s},
+            {double(30000.F / 1001), u"30000/1001"_s},
+            {23.976, u"24000/1001"_s},
+            {59.9402, u"60000/1001"_s},
+            {25.001, u"25"_s},
+            {29.5, u"29.500"_s}};
+        for (const auto &[fps, text] : rates) {
+            QCOMPARE(timelineRateText(fps), text);
+            QVERIFY(std::abs(DriftEngine::fpsValue(text) / fps - 1) < 2e-4);
+        }
+    }
+
+    void givesAnchorsForAnExportOrNone_data()
+    {
+        QTest::addColumn<double>("from");
+        QTest::addColumn<double>("to"); // of the windows that told a lag
+        QTest::addColumn<double>("ms");
+        QTest::addColumn<double>("seconds"); // of the movie
+        QTest::addColumn<QString>("reason"); // how it begins
+        QTest::newRow("throughout") << 0.0 << 100.0 << 0.0 << 104.0 << QString();
+        QTest::newRow("noisy") << 0.0 << 100.0 << 2.0 << 104.0 << QString();
+        QTest::newRow("jumps") << 0.0 << 100.0 << 30.0 << 104.0
+                               << u"It may be of the same moment"_s;
+        QTest::newRow("silent tail") << 0.0 << 60.0 << 0.0 << 104.0 << u"Too little of its sound"_s;
+        QTest::newRow("ran on after the reference")
+            << 0.0 << 100.0 << 0.0 << 180.0
+            << u"The reference has recorded only from 0:02 to 1:42 of it"_s;
+    }
+    void givesAnchorsForAnExportOrNone()
+    {
+        QFETCH(const double, from);
+        QFETCH(const double, to);
+        QFETCH(const double, ms);
+        QFETCH(const double, seconds);
+        QFETCH(const QString, reason);
+        const Overlap shared{.line = {}, .fromSeconds = 0, .toSeconds = 100};
+        const AlignmentOrWhyNot found = alignmentOf(windowsFrom(from, to, ms), shared, seconds);
+        if (const QString *sentence = std::get_if<QString>(&found)) {
+            QVERIFY2(!reason.isEmpty() && sentence->startsWith(reason), qPrintable(*sentence));
+            return;
+        }
+        QCOMPARE(QString(), reason);
+        const auto &anchors = std::get<MovieAlignment>(found).anchors;
+        for (const TimingAnchor &anchor : anchors) {
+            QVERIFY(anchor.uncertaintyMs >= std::max(0.3, ms * 0.8));
+            QVERIFY(std::abs(anchor.confidence - 0.9) < 1e-9);
+        }
+        for (const double metres : {1.0, 300.0}) {
+            const auto wider = withDistance(anchors, metres);
+            QCOMPARE(wider[0].uncertaintyMs,
+                     std::min(5.0, anchors[0].uncertaintyMs + metres / 343 * 1000));
+            (void)DriftEngine::fit(wider, seconds);
+        }
+    }
+
+    /// What the rig filmed is found to within what its phones' distances hide.
+    void findsWhatWasFilmedTogether()
+    {
+        rig::TakeOptions options;
+        options.cameras = 3;
+        options.seconds = 50;
+        options.driftPPM = 300;
+        options.pictureSize = {128, 72};
+        options.hasManifest = false;
+        options.sound.emplace().distancesMetres = {0, 4, 9};
+        const rig::TakePlan plan = rig::makeTake(options, m_folder.filePath(u"take"_s));
+        std::vector<HeardMovie> heard;
+        for (const rig::PhonePlan &phone : plan.phones) {
+            const Movie movie = lookAtMovie(m_folder.filePath(u"take/"_s + phone.fileName), {});
+            QCOMPARE(movie.refusal, QString());
+            heard.push_back(hearMovie(movie, {}, notTold));
+        }
+        for (std::size_t i = 1; i < heard.size(); ++i) {
+            const AlignmentOrWhyNot found = alignMovies(heard[0], heard[i], {}, notTold);
+            const auto *alignment = std::get_if<MovieAlignment>(&found);
+            QVERIFY2(alignment, alignment ? "" : qPrintable(std::get<QString>(found)));
+            const rig::PhonePlan &phone = plan.phones[i];
+            const double seconds = heard[i].movie.seconds;
+            const DriftCorrection line = DriftEngine::fit(alignment->anchors, seconds);
+            const double lateMs =
+                phone.sound->hearing.distanceMetres / soundMetresASecond * 1000; // heard later
+            for (const double at : {0.0, seconds / 2, seconds}) {
+                const double errorMs =
+                    1000
+                        * (line.offsetSeconds + line.referenceSecondsPerSourceSecond * at
+                           - phone.sceneSeconds(at))
+                    + lateMs;
+                QVERIFY2(std::abs(errorMs) < 2, qPrintable(QString::number(errorMs)));
+            }
+        }
+        std::stop_source stop;
+        stop.request_stop();
+        QVERIFY_THROWS_EXCEPTION(SoundError,
+                                 (void)alignMovies(heard[0], heard[1], stop.get_token(), notTold));
+    }
+
+private:
+    QTemporaryDir m_folder;
+};
+
+QTEST_MAIN(MovieImportTest)
+#include "movie_import_test.moc"
