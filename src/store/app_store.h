@@ -28,6 +28,7 @@
 namespace vorn {
 
 struct DeviceCatalog;
+struct SourceManifest;
 class PartialRecording;
 
 /// What takes its time and lets nothing of its kind begin beside it.
@@ -121,8 +122,12 @@ public:
     /// message, when it cannot be used.
     [[nodiscard]] bool prepareDirectorTake(const QString &id);
     void setReferenceCamera(const QString &cameraId);
-    /// Brings in the take that the manifest file at `path` describes. All or nothing.
-    QCoro::Task<> importManifest(QString path);
+    /// Brings in the take that the manifest file at `path` describes; true when it is in. All or
+    /// nothing.
+    QCoro::Task<bool> importManifest(QString path);
+    /// Brings in a take of movies by a manifest that is written into a folder of its own under the
+    /// recordings; true when it is in. Nothing is left otherwise.
+    QCoro::Task<bool> createMovieTake(SourceManifest manifest);
     /// Exports the selected take into a new folder under `parentFolder` and shows it. The decisions
     /// of its director's cut are what `readDecisions` gives, on another thread; what it throws ends
     /// the export.

@@ -2,6 +2,7 @@
 
 #include "base/files.h"
 #include "base/off_thread.h"
+#include "library/manifest_import.h"
 #include "messages.h"
 #include "store/library_file.h"
 #include "support.h"
@@ -240,6 +241,37 @@ private Q_SLOTS:
         QVERIFY(store.errorMessage()->contains(u"/dev/zero"_s));
         QCOMPARE(readFile(root() + u"/library.json"_s, 1 << 20), before);
         QCOMPARE(store.selectedTakeID(), u"T1"_s);
+    }
+
+    void createsATakeOfMoviesOrLeavesNothing()
+    {
+        const QString recordings = m_folder->filePath(u"recordings"_s);
+        AppStore store(root(), recordings);
+        SourceManifest manifest;
+        manifest.projectId = u"P"_s;
+        manifest.projectName = u"P"_s;
+        manifest.takeId = u"T: 1"_s;
+        manifest.referenceCameraId = u"A"_s;
+        manifest.clips.resize(1);
+        manifest.clips.front().cameraId = u"A"_s;
+        manifest.clips.front().path = u"/movies/a.mov"_s;
+        manifest.clips.front().sha256 = QString(64, u'a');
+        const bool isIn = QCoro::waitFor(store.createMovieTake(manifest));
+        QVERIFY2(isIn, qPrintable(store.errorMessage().value_or(QString())));
+        QCOMPARE(store.selectedTake()->sourceManifestPath, recordings + u"/t--1/manifest.json"_s);
+        QCOMPARE(readSourceManifest(*store.selectedTake()->sourceManifestPath), manifest);
+        QCOMPARE(store.selectedTake()->clips.front().localPath, u"/movies/a.mov"_s);
+
+        manifest.referenceCameraId = u"B"_s;
+        QVERIFY(!QCoro::waitFor(store.createMovieTake(manifest)));
+        QCOMPARE(store.errorMessage(),
+                 u"Manifest import failed: Take T: 1 has conflicting reference cameras."_s);
+        QCOMPARE(QDir(recordings).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                 QStringList{u"t--1"_s});
+
+        AppStore elsewhere(root(), u"/dev/null/recordings"_s);
+        QVERIFY(!QCoro::waitFor(elsewhere.createMovieTake(manifest)));
+        QVERIFY(elsewhere.errorMessage()->startsWith(u"The take was not created: "_s));
     }
 
     void logsTheLastHundred()
