@@ -36,7 +36,8 @@ int main(int argc, char *argv[])
     if (const auto fault = faultOfArguments(QApplication::arguments()))
         return endEarly(*fault);
 
-    const SingleInstance instance(applicationSupportFolder());
+    const QStringList movies = moviesOf(QApplication::arguments());
+    const SingleInstance instance(applicationSupportFolder(), std::chrono::seconds(10), movies);
     using Outcome = SingleInstance::Outcome;
     if (instance.outcome() == Outcome::handedOver)
         return 0;
@@ -56,7 +57,12 @@ int main(int argc, char *argv[])
     LiveCameraDiscovery cameras;
     QSettings settings;
     ProgramWindows windows(store, catalogs, cameras, settings);
-    windows.showDirector();
+    if (movies.isEmpty())
+        windows.showDirector();
+    else
+        windows.importMovies(movies);
+    QObject::connect(&instance, &SingleInstance::moviesRequested, &windows,
+                     &ProgramWindows::importMovies);
     QObject::connect(&instance, &SingleInstance::raiseRequested, &windows, &ProgramWindows::raise);
     return QApplication::exec();
 }

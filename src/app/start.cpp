@@ -2,7 +2,11 @@
 
 #include "app/start.h"
 
+#include "base/files.h"
+#include "desktop/single_instance.h"
+
 #include <QCoreApplication>
+#include <QDir>
 
 #include <cstdio>
 #include <cstdlib>
@@ -15,9 +19,11 @@ namespace vorn {
 namespace {
 
 constexpr QStringView usage =
-    u"Usage: vorn-desktop [--help | --version]\n"
+    u"Usage: vorn-desktop [--help | --version | --import-movies FILES]\n"
     "Shows the phone cameras of the local network, Preview and Program, and the library of\n"
-    "their recordings.\n";
+    "their recordings. --import-movies makes a take of movies of one moment, by their sound.\n";
+
+constexpr auto importMovies = "--import-movies"_L1;
 
 void meetNoDisplay(QtMsgType type, const QMessageLogContext & /*context*/, const QString &message)
 {
@@ -57,8 +63,26 @@ std::optional<EarlyEnd> faultOfArguments(const QStringList &arguments)
 {
     if (arguments.size() < 2)
         return std::nullopt;
+    if (arguments.at(1) == importMovies) {
+        const qsizetype movies = arguments.size() - 2;
+        if (movies > 0 && movies <= SingleInstance::mostMovies)
+            return std::nullopt;
+        return EarlyEnd{u"--import-movies takes 1 to %1 files.\n%2"_s.arg(
+                            QString::number(SingleInstance::mostMovies), usage),
+                        1};
+    }
     return EarlyEnd{
         u"VORN Desktop does not know what \"%1\" means.\n%2"_s.arg(arguments.at(1), usage), 1};
+}
+
+QStringList moviesOf(const QStringList &arguments)
+{
+    QStringList paths;
+    if (arguments.size() > 2 && arguments.at(1) == importMovies) {
+        for (const QString &path : arguments.sliced(2))
+            paths += resolvedPath(QDir::currentPath(), path);
+    }
+    return paths;
 }
 
 int endEarly(const EarlyEnd &end)

@@ -20,6 +20,9 @@ struct EarlyEnd {
 /// What is wrong with an argument that the toolkit has left.
 [[nodiscard]] std::optional<EarlyEnd> faultOfArguments(const QStringList &arguments);
 
+/// The movies that are to become a take, by absolute paths; empty where none are given.
+[[nodiscard]] QStringList moviesOf(const QStringList &arguments);
+
 /// Says it on the terminal, and gives the exit code.
 [[nodiscard]] int endEarly(const EarlyEnd &end);
 

@@ -2,32 +2,82 @@
 
 #include "desktop/single_instance.h"
 
+#include "base/text_form.h"
+
 #include <QDeadlineTimer>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QThread>
 #include <QTimer>
+#include <QtEndian>
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
 namespace vorn {
 namespace {
 
+// What a later start says, and what it is answered. Behind the second word follow a length of 32
+// bits, the highest first, and so many bytes: paths in UTF-8, each with a NUL behind it.
 constexpr QByteArrayView raiseMessage = "raise";
+constexpr QByteArrayView movieMessage = "movie";
+static_assert(raiseMessage.size() == movieMessage.size());
+constexpr qsizetype headBytes = movieMessage.size() + qsizetype(sizeof(quint32));
+constexpr qsizetype maximumPathBytes = SingleInstance::mostMovies * PATH_MAX;
 constexpr auto lockName = "vorn-desktop.lock";
 constexpr auto socketName = "vorn-desktop.socket";
 
+QByteArray messageFor(const QStringList &movies)
+{
+    if (movies.isEmpty())
+        return raiseMessage.toByteArray();
+    QByteArray paths;
+    for (const QString &path : movies)
+        paths += path.toUtf8() + '\0';
+    QByteArray length(sizeof(quint32), Qt::Uninitialized);
+    qToBigEndian(quint32(paths.size()), length.data());
+    return movieMessage.toByteArray() + length + paths;
+}
+
+/// Absolute paths; none where any of them is not.
+QStringList pathsIn(const QByteArray &bytes)
+{
+    const std::optional<QString> text = utf8Text(bytes);
+    if (!text || !text->endsWith(u'\0'))
+        return {};
+    const QStringList paths = text->chopped(1).split(u'\0');
+    const auto isAbsolute = [](const QString &path) { return path.startsWith(u'/'); };
+    return paths.size() <= SingleInstance::mostMovies && std::ranges::all_of(paths, isAbsolute)
+               ? paths
+               : QStringList();
+}
+
+/// The folder is for this user alone, unless somebody has opened it.
+bool isOfSameUser(const QLocalSocket &client)
+{
+    ucred credentials = {};
+    socklen_t size = sizeof(credentials);
+    return ::getsockopt(int(client.socketDescriptor()), SOL_SOCKET, SO_PEERCRED, &credentials,
+                        &size)
+               == 0
+           && credentials.uid == ::geteuid();
+}
+
 } // namespace
 
-SingleInstance::SingleInstance(const QString &folder, std::chrono::milliseconds patience)
-    : m_patience(patience), m_folderPath(folder)
+SingleInstance::SingleInstance(const QString &folder, std::chrono::milliseconds patience,
+                               const QStringList &movies)
+    : m_patience(patience), m_folderPath(folder), m_message(messageFor(movies))
 {
     try {
         openLock();
@@ -114,12 +164,12 @@ SingleInstance::Answer SingleInstance::raiseOther(const QDeadlineTimer &deadline
     socket.connectToServer(socketPath());
     if (!socket.waitForConnected(restMs()))
         return Answer::nobody;
-    socket.write(raiseMessage.data(), raiseMessage.size());
+    socket.write(m_message);
     while (socket.bytesAvailable() < raiseMessage.size()) {
         if (!socket.waitForReadyRead(restMs()))
             return Answer::none;
     }
-    return socket.readAll() == raiseMessage ? Answer::heard : Answer::none;
+    return m_message.startsWith(socket.readAll()) ? Answer::heard : Answer::none;
 }
 
 QString SingleInstance::lockPath() const
@@ -151,18 +201,38 @@ void SingleInstance::listen()
 
 void SingleInstance::hear(QLocalSocket *client)
 {
-    client->setReadBufferSize(raiseMessage.size());
+    client->setReadBufferSize(headBytes + maximumPathBytes);
     connect(client, &QLocalSocket::disconnected, client, &QObject::deleteLater);
     connect(client, &QLocalSocket::readyRead, this, [this, client] {
-        if (client->bytesAvailable() < raiseMessage.size())
-            return;
-        if (client->read(raiseMessage.size()) == raiseMessage) {
-            client->write(raiseMessage.data(), raiseMessage.size());
-            Q_EMIT raiseRequested();
-        }
-        client->disconnectFromServer();
+        if (answer(*client))
+            client->disconnectFromServer();
     });
     QTimer::singleShot(m_patience, client, [client] { client->abort(); });
+}
+
+bool SingleInstance::answer(QLocalSocket &client)
+{
+    const QByteArray said = client.peek(headBytes + maximumPathBytes);
+    if (said.size() < raiseMessage.size())
+        return false;
+    if (said.startsWith(raiseMessage)) {
+        client.write(raiseMessage.data(), raiseMessage.size());
+        Q_EMIT raiseRequested();
+        return true;
+    }
+    if (!said.startsWith(movieMessage) || !isOfSameUser(client))
+        return true;
+    if (said.size() < headBytes)
+        return false;
+    const qsizetype length = qFromBigEndian<quint32>(said.data() + movieMessage.size());
+    if (length <= maximumPathBytes && said.size() < headBytes + length)
+        return false;
+    const QStringList paths = pathsIn(said.mid(headBytes, length));
+    if (length <= maximumPathBytes && !paths.isEmpty()) {
+        client.write(movieMessage.data(), movieMessage.size());
+        Q_EMIT moviesRequested(paths);
+    }
+    return true;
 }
 
 } // namespace vorn

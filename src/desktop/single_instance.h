@@ -4,6 +4,7 @@
 #include "base/files.h"
 
 #include <QObject>
+#include <QStringList>
 
 #include <chrono>
 #include <cstdint>
@@ -30,10 +31,15 @@ public:
         noFolder    ///< the folder is not there and cannot be made, as sentence() says
     };
 
+    /// How many movies one start can hand over.
+    static constexpr qsizetype mostMovies = 64;
+
     /// `folder` is the library's, and is made if need be. `patience` is how long another one may
-    /// take to answer, and how long a connection may say nothing.
+    /// take to answer, and how long a connection may say nothing. `movies`, absolute paths, at most
+    /// so many, are handed over to another one that is there.
     explicit SingleInstance(const QString &folder,
-                            std::chrono::milliseconds patience = std::chrono::seconds(10));
+                            std::chrono::milliseconds patience = std::chrono::seconds(10),
+                            const QStringList &movies = {});
     ~SingleInstance() override;
 
     [[nodiscard]] Outcome outcome() const { return m_outcome; }
@@ -42,6 +48,8 @@ public:
 Q_SIGNALS:
     /// A later start asks for the windows.
     void raiseRequested();
+    /// A later start of the same user brings movies: absolute paths, at most mostMovies.
+    void moviesRequested(const QStringList &paths);
 
 private:
     enum class Answer : std::uint8_t { nobody, none, heard };
@@ -54,9 +62,12 @@ private:
     [[nodiscard]] QString socketPath() const;
     void listen();
     void hear(QLocalSocket *client);
+    /// Answers what a client has said so far; false while that is not all of it.
+    [[nodiscard]] bool answer(QLocalSocket &client);
 
     std::chrono::milliseconds m_patience;
     QString m_folderPath;
+    QByteArray m_message; ///< for another one
     Outcome m_outcome = Outcome::outOfReach;
     QString m_sentence;
     FileDescriptor m_folder;

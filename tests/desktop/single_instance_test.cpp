@@ -84,6 +84,20 @@ private Q_SLOTS:
         QTRY_COMPARE(third.state(), QProcess::NotRunning);
     }
 
+    void aSecondStartHandsItsMoviesOver()
+    {
+        const SingleInstance first(m_folder);
+        QSignalSpy brought(&first, &SingleInstance::moviesRequested);
+        QStringList movies{u"/a b/Zoë.mov"_s};
+        while (movies.size() < SingleInstance::mostMovies) // more than a socket takes at once
+            movies += u'/' + QString(4000, u'x') + QString::number(movies.size());
+        QProcess second;
+        start(second, 0, movies);
+        QCOMPARE(outcomeOf(second), QByteArray("handed over"));
+        QCOMPARE(brought.count(), 1);
+        QCOMPARE(brought.first().first().toStringList(), movies);
+    }
+
     void aKilledFirstLeavesTheWayFree()
     {
         QProcess killed;
@@ -188,6 +202,10 @@ private Q_SLOTS:
         QTest::newRow("another message") << QByteArray(1 << 20, 'x');
         QTest::newRow("a part of it") << QByteArray("rais");
         QTest::newRow("nothing") << QByteArray();
+        QTest::newRow("a path that is not absolute") << QByteArray("movie\0\0\0\5a.mov\0", 15);
+        QTest::newRow("paths without an end") << QByteArray("movie\0\0\0\5/a.mo", 14);
+        QTest::newRow("no UTF-8") << QByteArray("movie\0\0\0\3/\xff\0", 12);
+        QTest::newRow("more than there can be") << QByteArray("movie\xff\xff\xff\xff/", 10);
     }
     void strangersAreNotHeardAndNotKept()
     {
@@ -195,25 +213,26 @@ private Q_SLOTS:
         const QString folder = m_root->filePath(u"VORN"_s);
         const SingleInstance first(folder, shortPatience);
         QSignalSpy raised(&first, &SingleInstance::raiseRequested);
+        QSignalSpy brought(&first, &SingleInstance::moviesRequested);
         QLocalSocket stranger;
         stranger.connectToServer(folder + u"/vorn-desktop.socket"_s);
         QVERIFY(stranger.waitForConnected());
         stranger.write(words);
         QTRY_COMPARE(stranger.state(), QLocalSocket::UnconnectedState);
-        QCOMPARE(raised.count(), 0);
+        QCOMPARE(raised.count() + brought.count(), 0);
     }
 
 private:
     using Outcome = SingleInstance::Outcome;
 
-    void start(QProcess &process, int failure = 0) const
+    void start(QProcess &process, int failure = 0, const QStringList &movies = {}) const
     {
         auto surroundings = QProcessEnvironment::systemEnvironment();
         surroundings.remove(u"XDG_RUNTIME_DIR"_s);
         process.setProcessEnvironment(surroundings);
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         process.start(QCoreApplication::applicationFilePath(),
-                      {u"--instance"_s, m_folder, QString::number(failure)});
+                      QStringList{u"--instance"_s, m_folder, QString::number(failure)} + movies);
         QVERIFY(process.waitForStarted());
     }
 
@@ -235,7 +254,8 @@ int main(int argc, char **argv)
     const QStringList arguments = app.arguments();
     if (arguments.value(1) == u"--instance"_s) {
         lockFailure = arguments.value(3).toInt();
-        const SingleInstance instance(arguments.value(2));
+        const SingleInstance instance(arguments.value(2), std::chrono::seconds(10),
+                                      arguments.sliced(4));
         constexpr std::array names{"first", "unguarded", "handed over", "out of reach",
                                    "no folder"};
         std::printf("%s\n%s\n", names.at(std::size_t(instance.outcome())),
