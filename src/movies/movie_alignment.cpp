@@ -14,13 +14,13 @@ using namespace Qt::StringLiterals;
 namespace vorn {
 namespace {
 
-/// Enough for the head and the tail, a tenth each, to hold four, should some be silent.
+/// Enough for the head and the tail, a tenth each, to hold several, should some be silent.
 constexpr int mostWindows = 40;
-constexpr double hopSeconds = 4;
-/// Shorter ones where the middle of the first would lie beyond the first tenth.
+constexpr double leastHopSeconds = 1;
+/// Shorter ones where the middle of the first would lie beyond the first tenth, or near its end.
 constexpr double longestWindowSeconds = 8;
 constexpr double shortestWindowSeconds = 4;
-constexpr double windowShare = 0.18;
+constexpr double windowShare = 0.12;
 /// The line is known to a few milliseconds.
 constexpr double greatestLagSeconds = 0.1;
 
@@ -67,7 +67,7 @@ std::vector<HeardWindow> windowsAlong(const HeardRecording &reference, const Hea
     const double seconds =
         std::clamp(windowShare * length, shortestWindowSeconds, longestWindowSeconds);
     const double room = length - seconds;
-    const int count = std::clamp(int(room / hopSeconds) + 1, 2, mostWindows);
+    const int count = std::clamp(int(room / leastHopSeconds) + 1, 2, mostWindows);
     std::vector<HeardWindow> windows;
     for (int window = 0; window < count; ++window) {
         const double begin = wholeSample(shared.fromSeconds + room * window / (count - 1));

@@ -163,7 +163,7 @@ private Q_SLOTS:
     {
         rig::TakeOptions options;
         options.cameras = 3;
-        options.seconds = 50;
+        options.seconds = 40; // hardly more than is enough
         options.driftPPM = 300;
         options.pictureSize = {128, 72};
         options.hasManifest = false;
