@@ -125,6 +125,12 @@ std::unique_ptr<QWindow> makeExportCheckWindow(QQmlEngine &engine, LibraryViewMo
                       {{u"library"_s, QVariant::fromValue(&library)}});
 }
 
+std::unique_ptr<QWindow> makeMovieImportWindow(QQmlEngine &engine, LibraryViewModel &library)
+{
+    return makeWindow(engine, u"library/MovieImportWindow.qml"_s,
+                      {{u"library"_s, QVariant::fromValue(&library)}});
+}
+
 std::unique_ptr<QWindow> makeNetworkCheckWindow(QQmlEngine &engine, NetworkCheckViewModel &check)
 {
     return makeWindow(engine, u"network/NetworkCheckWindow.qml"_s,
@@ -153,6 +159,10 @@ ProgramWindows::ProgramWindows(AppStore &store, LANDiscovery &catalogs,
       m_help(store, settings)
 {
     connect(&m_engine, &QQmlEngine::quit, this, &ProgramWindows::quit);
+    connect(m_library.movieImport(), &MovieImportViewModel::requested, this,
+            &ProgramWindows::showMovieImport);
+    connect(m_library.movieImport(), &MovieImportViewModel::created, this,
+            &ProgramWindows::showLibrary);
     connect(&store, &AppStore::isBusyChanged, this, &ProgramWindows::updateQuestion);
     connect(&store, &AppStore::downloadsEnded, this, &ProgramWindows::updateQuestion);
 }
@@ -309,6 +319,21 @@ void ProgramWindows::showExportCheck()
     bringToFront(*m_exportCheckWindow);
 }
 
+void ProgramWindows::showMovieImport()
+{
+    if (!m_movieImportWindow) {
+        m_movieImportWindow = makeMovieImportWindow(m_engine, m_library);
+        listenTo(*m_movieImportWindow);
+    }
+    bringToFront(*m_movieImportWindow);
+}
+
+void ProgramWindows::importMovies(const QStringList &paths)
+{
+    showLibrary();
+    m_library.movieImport()->addPaths(paths);
+}
+
 void ProgramWindows::showNetworkCheck()
 {
     if (!m_networkCheckWindow) {
@@ -349,8 +374,8 @@ void ProgramWindows::raise()
 {
     for (const auto &window :
          {m_program ? &m_program->window() : nullptr, m_directorWindow.get(), m_libraryWindow.get(),
-          m_exportCheckWindow.get(), m_networkCheckWindow.get(), m_settingsWindow.get(),
-          m_helpWindow.get()}) {
+          m_exportCheckWindow.get(), m_movieImportWindow.get(), m_networkCheckWindow.get(),
+          m_settingsWindow.get(), m_helpWindow.get()}) {
         if (window && window->isVisible())
             bringToFront(*window);
     }

@@ -38,6 +38,9 @@ void applyLook();
 /// Makes the window of the check of an export, hidden like the next.
 [[nodiscard]] std::unique_ptr<QWindow> makeExportCheckWindow(QQmlEngine &engine,
                                                              LibraryViewModel &library);
+/// Makes the window of movies that are to become a take, likewise.
+[[nodiscard]] std::unique_ptr<QWindow> makeMovieImportWindow(QQmlEngine &engine,
+                                                             LibraryViewModel &library);
 /// Makes the window of the network check, which stays hidden until it is shown.
 [[nodiscard]] std::unique_ptr<QWindow> makeNetworkCheckWindow(QQmlEngine &engine,
                                                               NetworkCheckViewModel &check);
@@ -63,11 +66,14 @@ public Q_SLOTS:
     void showProgram();
     void showLibrary();
     void showExportCheck();
+    void showMovieImport();
     void showNetworkCheck();
     void showSettings();
     void showHelp();
     /// Ends the program, unless the user keeps a running session or running work.
     void quit();
+    /// Begins to make a take of the movies at these absolute paths.
+    void importMovies(const QStringList &paths);
     /// Brings all open windows to the front.
     void raise();
 
@@ -102,6 +108,7 @@ private:
     std::unique_ptr<QWindow> m_directorWindow;
     std::unique_ptr<ProgramDisplay> m_program;
     std::unique_ptr<QWindow> m_exportCheckWindow;
+    std::unique_ptr<QWindow> m_movieImportWindow;
     std::unique_ptr<QWindow> m_networkCheckWindow;
     std::unique_ptr<QWindow> m_settingsWindow;
     std::unique_ptr<QWindow> m_helpWindow;

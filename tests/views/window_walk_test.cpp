@@ -6,12 +6,14 @@
 #include "drift/checked_takes.h"
 #include "phones_side.h"
 #include "recorded_session.h"
+#include "rig/film/take.h"
 #include "rig_phones.h"
 #include "walked_item.h"
 #include "window_walker.h"
 
 #include <QApplication>
 #include <QClipboard>
+#include <QMimeData>
 #include <QWidget>
 #include <QtTest>
 
@@ -268,6 +270,62 @@ private Q_SLOTS:
         });
         program.store().cancelExport();
         QTRY_VERIFY_WITH_TIMEOUT(!program.store().isBusy(), limitMs);
+    }
+
+    void walksMoviesOnTheirWayToATake()
+    {
+        rig::TakeOptions options;
+        options.cameras = 2;
+        options.seconds = 40;
+        options.pictureSize = {128, 72};
+        options.hasManifest = false;
+        options.sound.emplace().distancesMetres = {0, 6};
+        const QTemporaryDir folder;
+        const rig::TakePlan plan = rig::makeTake(options, folder.filePath(u"take"_s));
+        QStringList paths;
+        for (const rig::PhonePlan &phone : plan.phones)
+            paths += folder.filePath(u"take/"_s + phone.fileName);
+        const QString copy = folder.filePath(u"copy.mov"_s);
+        QVERIFY(QFile::copy(paths.first(), copy));
+
+        Program program;
+        const auto import = [&](const QStringList &files) {
+            program.desk().windows.importMovies(files);
+            program.takeUp(u"Import Movies"_s);
+        };
+        walk(program, {
+            {u"Import Movies, listening"_s, [&] { import(paths); }},
+            {u"Import Movies, aligned"_s, [&] {
+                import({});
+                program.await(u"All movies are aligned."_s);
+            }},
+            {u"Import Movies, one too many"_s, [&] {
+                import({copy, folder.filePath(u"nowhere.mov"_s)});
+                program.await(u"It is the same recording as "_s + paths.first() + u'.');
+            }},
+            {u"Import Movies, smallest"_s, [&] {
+                import({});
+                program.shrink();
+            }},
+        });
+        import({});
+        program.choose(u"Cancel"_s);
+        program.takeUp(u"VORN Library"_s);
+        // Two movies are dropped on the Library window, and become a take.
+        QMimeData movies;
+        movies.setUrls({QUrl::fromLocalFile(paths[0]), QUrl::fromLocalFile(paths[1])});
+        QDragEnterEvent enters({600, 400}, Qt::CopyAction, &movies, Qt::LeftButton, Qt::NoModifier);
+        QDropEvent drops({600, 400}, Qt::CopyAction, &movies, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(program.window(), &enters);
+        QCoreApplication::sendEvent(program.window(), &drops);
+        program.takeUp(u"Import Movies"_s);
+        program.await(u"All movies are aligned."_s);
+        program.choose(u"Create Take"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(program.store().selectedTake(), limitMs);
+        const VORNTake &take = *program.store().selectedTake();
+        QCOMPARE(take.clips.size(), 2);
+        QVERIFY(take.sourceManifestPath->startsWith(program.store().recordingsDirectory()));
+        QVERIFY(take.clips[0].anchors.empty() != take.clips[1].anchors.empty());
     }
 
     void walksTheConnectSheet()

@@ -41,6 +41,7 @@ constexpr std::array table{
     Row{KeyTable::NewProject, Place::library, u"Ctrl+N", u"New project"},
     Row{KeyTable::Rename, Place::library, u"F2", u"Rename the project"},
     Row{KeyTable::ImportManifest, Place::library, u"Ctrl+O", u"Import a manifest"},
+    Row{KeyTable::ImportMovies, Place::library, u"Ctrl+Shift+O", u"Import movies"},
     Row{KeyTable::Download, Place::library, u"Ctrl+D", u"Download the take"},
     Row{KeyTable::Export, Place::library, u"Ctrl+E", u"Export for Resolve"},
     Row{KeyTable::Search, Place::library, u"Ctrl+F", u"Search projects"},

@@ -38,6 +38,7 @@ public:
         NewProject,
         Rename,
         ImportManifest,
+        ImportMovies,
         Download,
         Export,
         Search,

@@ -9,8 +9,8 @@ Item {
     required property LibraryViewModel library
     signal directorRequested
     signal exportCheckRequested
-    // Each button has an icon and margins beside its words. The words of the check go first.
-    readonly property real wordsWidth: labels.advanceWidth + 4 * 48 + Theme.hit + 4 * Theme.row
+    // Each button has an icon and margins beside its words. The words of the movies and of the check go first.
+    readonly property real wordsWidth: labels.advanceWidth + 4 * 48 + 2 * Theme.hit + 5 * Theme.row
                                        + 2 * Theme.between
     readonly property bool compact: width < wordsWidth
 
@@ -37,7 +37,7 @@ Item {
         id: checkLabel
 
         font: labels.font
-        text: checker.text
+        text: checker.text + qsTr("Import Movies…")
     }
     RowLayout {
         anchors.right: parent.right
@@ -64,6 +64,13 @@ Item {
             onClicked: root.library.chooseManifest(root.Window.window)
         }
         HelpedButton {
+            text: qsTr("Import Movies…")
+            icon.name: "film"
+            iconOnly: root.width < root.wordsWidth + checkLabel.advanceWidth + 2 * Theme.between
+            help: qsTr("Make a take of movies from any phones, by their sound")
+            onClicked: root.library.movieImport.begin(root.Window.window)
+        }
+        HelpedButton {
             id: download
 
             text: qsTr("Download Take")
@@ -79,7 +86,7 @@ Item {
 
             text: qsTr("Check export")
             icon.name: "search"
-            iconOnly: root.width < root.wordsWidth + checkLabel.advanceWidth + Theme.between
+            iconOnly: root.width < root.wordsWidth + checkLabel.advanceWidth + 2 * Theme.between
             help: qsTr("Find out what an export would refuse, without making one")
             available: root.library.exportCheck.offered
             obstacle: root.library.exportCheck.obstacle

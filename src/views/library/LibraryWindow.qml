@@ -27,6 +27,14 @@ ProgramWindow {
         onNetworkCheckRequested: root.networkCheckRequested()
         onExportCheckRequested: root.exportCheckRequested()
     }
+    DropArea {
+        anchors.fill: parent
+        keys: ["text/uri-list"]
+        onDropped: drop => {
+            drop.accept(Qt.CopyAction);
+            root.library.movieImport.addFiles(drop.urls);
+        }
+    }
     EndWorkSheet {
         work: root.endingWork
         onConfirmed: root.endConfirmed()

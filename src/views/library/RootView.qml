@@ -173,6 +173,10 @@ Item {
         onActivated: root.library.chooseManifest(root.Window.window)
     }
     ListedShortcut {
+        key: KeyTable.ImportMovies
+        onActivated: root.library.movieImport.begin(root.Window.window)
+    }
+    ListedShortcut {
         key: KeyTable.Export
         enabled: root.library.canExport
         onActivated: root.library.chooseExportFolder(root.Window.window)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 
@@ -21,5 +22,9 @@ void openExportPanel(QWindow *window, const QString &folder, const PathChosen &c
 /// Opens the panel for the file that will hold checksums, first showing `path`, likewise. It asks
 /// about a file that is there.
 void openChecksumPanel(QWindow *window, const QString &path, const PathChosen &chosen);
+
+/// Opens the panel for movies, any number of them, likewise.
+void openMoviePanel(QWindow *window, const QString &folder,
+                    const std::function<void(const QStringList &paths)> &chosen);
 
 } // namespace vorn

@@ -83,6 +83,7 @@ LibraryViewModel::LibraryViewModel(AppStore &store, LANDiscovery &discovery,
       m_activity(store),
       m_connection(store, discovery, live),
       m_exportCheck(store),
+      m_movieImport(store),
       m_exportProgress([&store] { return exportWork(store); }),
       m_downloadProgress([&store] { return downloadWork(store); }),
       m_downloadOutlook(store)

@@ -5,6 +5,7 @@
 #include "views/library/activity_view_model.h"
 #include "views/library/download_outlook_view_model.h"
 #include "views/library/export_check_view_model.h"
+#include "views/library/movie_import_view_model.h"
 #include "views/library/project_list_view_model.h"
 #include "views/library/take_dashboard_view_model.h"
 #include "views/library/take_list_view_model.h"
@@ -25,6 +26,7 @@ class LibraryViewModel : public QObject {
     Q_PROPERTY(vorn::ActivityViewModel *activity READ activity CONSTANT)
     Q_PROPERTY(vorn::SecureConnectViewModel *connection READ connection CONSTANT)
     Q_PROPERTY(vorn::ExportCheckViewModel *exportCheck READ exportCheck CONSTANT)
+    Q_PROPERTY(vorn::MovieImportViewModel *movieImport READ movieImport CONSTANT)
     Q_PROPERTY(vorn::WorkProgressViewModel *exportProgress READ exportProgress CONSTANT)
     Q_PROPERTY(vorn::WorkProgressViewModel *downloadProgress READ downloadProgress CONSTANT)
     Q_PROPERTY(vorn::DownloadOutlookViewModel *downloadOutlook READ downloadOutlook CONSTANT)
@@ -48,6 +50,7 @@ public:
     [[nodiscard]] ActivityViewModel *activity() { return &m_activity; }
     [[nodiscard]] SecureConnectViewModel *connection() { return &m_connection; }
     [[nodiscard]] ExportCheckViewModel *exportCheck() { return &m_exportCheck; }
+    [[nodiscard]] MovieImportViewModel *movieImport() { return &m_movieImport; }
     /// Of an export or of the check of one.
     [[nodiscard]] WorkProgressViewModel *exportProgress() { return &m_exportProgress; }
     [[nodiscard]] WorkProgressViewModel *downloadProgress() { return &m_downloadProgress; }
@@ -103,6 +106,7 @@ private:
     ActivityViewModel m_activity;
     SecureConnectViewModel m_connection;
     ExportCheckViewModel m_exportCheck;
+    MovieImportViewModel m_movieImport;
     WorkProgressViewModel m_exportProgress;
     WorkProgressViewModel m_downloadProgress;
     DownloadOutlookViewModel m_downloadOutlook;

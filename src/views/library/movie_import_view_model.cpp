@@ -1,0 +1,405 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "views/library/movie_import_view_model.h"
+
+#include "base/display_text.h"
+#include "base/files.h"
+#include "base/text_form.h"
+#include "store/app_store.h"
+#include "views/library/file_panels.h"
+
+#include <QDate>
+#include <QDir>
+#include <QFileInfo>
+#include <QLocale>
+#include <QPointer>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace vorn {
+namespace {
+
+constexpr std::size_t mostMovies = 64;
+constexpr double farthestMetres = 300;
+constexpr auto defaultProject = "Imported movies"_L1;
+
+QString beginText(double seconds)
+{
+    return u"Begins %1 s %2 the reference"_s.arg(QString::number(std::abs(seconds), 'f', 3),
+                                                 seconds < 0 ? u"before"_s : u"after"_s);
+}
+
+QString clockText(double ppm)
+{
+    return u"its clock runs %1 ppm %2"_s.arg(QString::number(std::abs(ppm), 'f', 1),
+                                             ppm < 0 ? u"slow"_s : u"fast"_s);
+}
+
+} // namespace
+
+MovieImportViewModel::MovieImportViewModel(AppStore &store)
+    : m_store(store),
+      m_folder(QDir::homePath()),
+      m_rows({{"cameraName", &MovieRow::cameraName},
+              {"fileText", &MovieRow::fileText},
+              {"stateText", &MovieRow::stateText},
+              {"stateIcon", &MovieRow::stateIcon},
+              {"problem", &MovieRow::problem},
+              {"reference", &MovieRow::reference},
+              {"leftOut", &MovieRow::leftOut},
+              {"referenceObstacle", &MovieRow::referenceObstacle},
+              {"picture", &MovieRow::picture}})
+{
+    connect(&store, &AppStore::libraryChanged, this, &MovieImportViewModel::changed);
+}
+
+MovieImportViewModel::~MovieImportViewModel()
+{
+    m_stop.request_stop();
+}
+
+QString MovieImportViewModel::summary() const
+{
+    if (isEmpty())
+        return u"Choose two or more movies of one moment, or drop them here."_s;
+    if (!m_failure.isEmpty())
+        return displayText(m_failure, longestMessage);
+    if (isRunning()) {
+        const auto heard = std::ranges::count_if(
+            m_entries, [](const Entry &entry) { return entry.features != nullptr; });
+        return u"Listening… %1 of %2 movies heard."_s.arg(heard).arg(m_entries.size());
+    }
+    const QString rest =
+        m_hasTooMany ? u" Only the first %1 files were taken."_s.arg(mostMovies) : QString();
+    const QString obstacle = movieObstacle();
+    return (obstacle.isEmpty() ? u"All movies are aligned."_s : obstacle) + rest;
+}
+
+QString MovieImportViewModel::distanceText() const
+{
+    const std::optional<double> distance = metres();
+    if (!distance || *distance == 0)
+        return {};
+    return u"Sound needs %1 ms for %2 m: so much later or earlier a movie may lie. Its anchors "
+           u"state "
+           "5 ms at most, since an export takes no more."_s.arg(
+               QString::number(distanceMs(*distance), 'f', 0), QString::number(*distance));
+}
+
+QString MovieImportViewModel::movieObstacle() const
+{
+    if (isRunning())
+        return u"Wait until all movies have been listened to."_s;
+    int taken = 0;
+    for (const Entry &entry : m_entries) {
+        if (entry.isLeftOut)
+            continue;
+        if (!problemOf(entry).isEmpty())
+            return u"Some movies cannot be aligned. Leave them out, or choose another reference."_s;
+        ++taken;
+    }
+    return taken < 2 ? u"A take needs two movies or more."_s : QString();
+}
+
+QString MovieImportViewModel::nameObstacle() const
+{
+    QStringList names;
+    for (const Entry &entry : m_entries) {
+        const QString name = plainName(entry.cameraName);
+        if (entry.isLeftOut)
+            continue;
+        if (name.isEmpty())
+            return u"Name all cameras."_s;
+        if (names.contains(name, Qt::CaseInsensitive))
+            return u"Two cameras have the same name."_s;
+        names += name;
+    }
+    const QString take = plainName(m_takeName);
+    if (plainName(m_projectName).isEmpty() || !isBoundedText(take, maximumTakeIdBytes))
+        return u"Name the project and the take, in a few words."_s;
+    for (const VORNProject &project : m_store.library().projects) {
+        if (findById(project.takes, take))
+            return u"There is a take of this name. Choose another."_s;
+    }
+    if (!metres())
+        return u"Give the distance in metres, from 0 to 300."_s;
+    return {};
+}
+
+QString MovieImportViewModel::obstacle() const
+{
+    if (m_isCreating)
+        return u"The take is being created."_s;
+    const QString movies = movieObstacle();
+    return movies.isEmpty() ? nameObstacle() : movies;
+}
+
+std::optional<double> MovieImportViewModel::metres() const
+{
+    const QString text = m_distance.trimmed().replace(u',', u'.');
+    if (text.isEmpty())
+        return 0;
+    bool isNumber = false;
+    const double number = QLocale::c().toDouble(text, &isNumber);
+    return isNumber && number >= 0 && number <= farthestMetres ? std::optional(number)
+                                                               : std::nullopt;
+}
+
+const MovieAlignment *MovieImportViewModel::alignmentAt(int row) const
+{
+    const MovieRow *shown = m_rows.at(row);
+    const auto entry = shown ? std::ranges::find(m_entries, shown->key,
+                                                 [](const Entry &one) { return one.movie.path; })
+                             : m_entries.end();
+    const AlignmentOrWhyNot *found = entry == m_entries.end() ? nullptr : alignmentOf(*entry);
+    return found ? std::get_if<MovieAlignment>(found) : nullptr;
+}
+
+double MovieImportViewModel::referenceSeconds() const
+{
+    const Entry *basis = reference();
+    return basis ? basis->movie.seconds : 0;
+}
+
+void MovieImportViewModel::setProjectName(const QString &name)
+{
+    m_projectName = name;
+    refresh();
+}
+
+void MovieImportViewModel::setTakeName(const QString &name)
+{
+    m_takeName = name;
+    refresh();
+}
+
+void MovieImportViewModel::setDistance(const QString &metres)
+{
+    m_distance = metres;
+    refresh();
+}
+
+void MovieImportViewModel::addPaths(const QStringList &paths)
+{
+    m_failure.clear();
+    for (const QString &path : paths) {
+        if (entryOf(path))
+            continue;
+        m_hasTooMany = m_hasTooMany || m_entries.size() >= mostMovies;
+        if (m_entries.size() >= mostMovies)
+            break;
+        m_entries.emplace_back().movie.path = path;
+    }
+    proposeNames();
+    startJobs();
+    Q_EMIT requested();
+}
+
+void MovieImportViewModel::addFiles(const QList<QUrl> &urls)
+{
+    QStringList paths;
+    for (const QUrl &url : urls) {
+        if (url.isLocalFile())
+            paths += QDir::cleanPath(url.toLocalFile());
+    }
+    if (!paths.isEmpty())
+        addPaths(paths);
+}
+
+void MovieImportViewModel::begin(QWindow *window)
+{
+    if (isEmpty())
+        chooseFiles(window);
+    else
+        Q_EMIT requested();
+}
+
+void MovieImportViewModel::chooseFiles(QWindow *window)
+{
+    openMoviePanel(window, m_folder, [self = QPointer(this)](const QStringList &paths) {
+        if (!self)
+            return;
+        self->m_folder = folderOf(paths.first());
+        self->addPaths(paths);
+    });
+}
+
+void MovieImportViewModel::rename(int row, const QString &cameraName)
+{
+    if (const MovieRow *shown = m_rows.at(row))
+        apply(shown->key, [&](Entry &entry) { entry.cameraName = cameraName; });
+}
+
+void MovieImportViewModel::makeReference(int row)
+{
+    if (const MovieRow *shown = m_rows.at(row))
+        m_chosenReference = shown->key;
+    startJobs();
+}
+
+void MovieImportViewModel::setLeftOut(int row, bool leftOut)
+{
+    if (const MovieRow *shown = m_rows.at(row))
+        apply(shown->key, [&](Entry &entry) { entry.isLeftOut = leftOut; });
+}
+
+void MovieImportViewModel::cancel()
+{
+    m_stop.request_stop();
+    m_stop = {};
+    m_entries.clear();
+    m_chosenReference.clear();
+    m_failure.clear();
+    m_projectName.clear();
+    m_takeName.clear();
+    m_hasTooMany = false;
+    refresh();
+}
+
+void MovieImportViewModel::create()
+{
+    if (!isAvailable())
+        return;
+    std::vector<MovieClip> clips;
+    std::size_t basis = 0;
+    for (const Entry &entry : m_entries) {
+        if (entry.isLeftOut)
+            continue;
+        if (&entry == reference())
+            basis = clips.size();
+        const AlignmentOrWhyNot *found = alignmentOf(entry);
+        clips.push_back({.cameraName = plainName(entry.cameraName),
+                         .movie = entry.movie,
+                         .anchors = found ? withDistance(std::get<MovieAlignment>(*found).anchors,
+                                                         metres().value_or(0))
+                                          : std::vector<TimingAnchor>()});
+    }
+    createTake(manifestOfMovies(place(), clips, basis));
+}
+
+QCoro::Task<> MovieImportViewModel::createTake(SourceManifest manifest)
+{
+    const QPointer<MovieImportViewModel> self(this);
+    m_isCreating = true;
+    refresh();
+    const bool isIn = co_await m_store.createMovieTake(std::move(manifest));
+    if (!self)
+        co_return;
+    m_isCreating = false;
+    if (isIn) {
+        cancel();
+        Q_EMIT created();
+    } else {
+        m_failure = m_store.errorMessage().value_or(QString());
+        refresh();
+    }
+}
+
+MovieTakePlace MovieImportViewModel::place() const
+{
+    const QString name = plainName(m_projectName);
+    const auto isMeant = [&](const VORNProject &project) {
+        return !isUnassignedProject(project.id) && project.name == name;
+    };
+    MovieTakePlace place{.projectId = {}, .newProjectName = {}, .takeId = plainName(m_takeName)};
+    const auto &projects = m_store.library().projects;
+    const VORNProject *selected = m_store.selectedProject();
+    const auto known = std::ranges::find_if(projects, isMeant);
+    if (selected && isMeant(*selected)) {
+        place.projectId = selected->id;
+    } else if (known != projects.end()) {
+        place.projectId = known->id;
+    } else {
+        place.projectId = QUuid::createUuid().toString(QUuid::WithoutBraces);
+        place.newProjectName = name;
+    }
+    return place;
+}
+
+void MovieImportViewModel::proposeNames()
+{
+    if (m_projectName.isEmpty()) {
+        const VORNProject *selected = m_store.selectedProject();
+        const bool isRegular = selected && !isUnassignedProject(selected->id);
+        m_projectName = isRegular ? selected->name : defaultProject;
+    }
+    if (m_takeName.isEmpty()) {
+        QStringList taken;
+        for (const VORNProject &project : m_store.library().projects) {
+            for (const VORNTake &take : project.takes)
+                taken += take.id;
+        }
+        m_takeName = nameBeside(u"movies-"_s + QDate::currentDate().toString(Qt::ISODate), taken);
+    }
+}
+
+QString MovieImportViewModel::alignedText(const MovieAlignment &alignment) const
+{
+    const SoundLine &line = alignment.line;
+    const double begin = -line.offsetSeconds / (1 + line.driftPPM * 1e-6);
+    double uncertain = 0;
+    for (const TimingAnchor &anchor : alignment.anchors)
+        uncertain = std::max(uncertain, anchor.uncertaintyMs);
+    const double distance = distanceMs(metres().value_or(0));
+    return u"%1; %2; known to within %3 ms%4."_s.arg(
+        beginText(begin), clockText(line.driftPPM), QString::number(uncertain + distance, 'f', 1),
+        distance > 0 ? u" with the distance"_s : QString());
+}
+
+QString MovieImportViewModel::stateText(const Entry &entry) const
+{
+    const QString problem = problemOf(entry);
+    if (!problem.isEmpty())
+        return problem;
+    if (entry.isLeftOut)
+        return u"Left out."_s;
+    if (!entry.isLookedAt)
+        return u"Reading…"_s;
+    if (&entry == reference())
+        return entry.features ? u"All others are laid on the time of this one."_s : u"Listening…"_s;
+    const AlignmentOrWhyNot *found = alignmentOf(entry);
+    return found ? alignedText(std::get<MovieAlignment>(*found)) : u"Listening…"_s;
+}
+
+MovieRow MovieImportViewModel::rowOf(const Entry &entry) const
+{
+    const QString problem = problemOf(entry);
+    const bool isReference = &entry == reference();
+    const AlignmentOrWhyNot *found = alignmentOf(entry);
+    const bool isAligned = found && std::holds_alternative<MovieAlignment>(*found);
+    MovieRow row{.key = entry.movie.path,
+                 .cameraName = entry.cameraName,
+                 .fileText = displayText(entry.movie.path, longestMessage),
+                 .stateText = displayText(stateText(entry), longestMessage),
+                 .stateIcon = !problem.isEmpty()                             ? u"warning"_s
+                              : isAligned || (isReference && entry.features) ? u"check"_s
+                                                                             : u"search"_s,
+                 .problem = !problem.isEmpty() && !entry.isLeftOut,
+                 .reference = isReference,
+                 .leftOut = entry.isLeftOut,
+                 .referenceObstacle = {},
+                 .picture = {}};
+    if (isReference)
+        row.referenceObstacle = u"It is the reference."_s;
+    else if (!isUsable(entry))
+        row.referenceObstacle = u"It cannot be used, or is left out."_s;
+    if (isAligned)
+        row.picture = u"%1 places heard, each within %2 ms of one line."_s.arg(
+            QString::number(std::get<MovieAlignment>(*found).line.points.size()),
+            QString::number(std::get<MovieAlignment>(*found).line.largestResidualSeconds * 1000,
+                            'f', 1));
+    return row;
+}
+
+void MovieImportViewModel::refresh()
+{
+    std::vector<MovieRow> rows;
+    std::ranges::transform(m_entries, std::back_inserter(rows),
+                           [this](const Entry &entry) { return rowOf(entry); });
+    m_rows.setRows(std::move(rows));
+    Q_EMIT changed();
+}
+
+} // namespace vorn

@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "movies/movie_alignment.h"
+#include "movies/movie_take.h"
+#include "views/controls/row_list_model.h"
+
+#include <QCoroTask>
+#include <QObject>
+#include <QUrl>
+#include <QWindow>
+#include <QtQml/qqmlregistration.h>
+
+#include <map>
+#include <stop_token>
+
+namespace vorn {
+
+class AppStore;
+
+/// One movie as the window shows it.
+struct MovieRow {
+    QString key; ///< the path
+    QString cameraName;
+    QString fileText;
+    QString stateText;
+    QString stateIcon;
+    bool problem = false; ///< it has to be left out before a take can be made
+    bool reference = false;
+    bool leftOut = false;
+    QString referenceObstacle; ///< why it cannot be made the reference
+    QString picture;           ///< what was heard, in words; empty where there is nothing to draw
+
+    bool operator==(const MovieRow &) const = default;
+};
+
+/// Movies on their way to a take: reads and listens to them, two at a time and on other threads,
+/// and proposes what the user may change. Context: UI thread.
+class MovieImportViewModel : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Part of the library view model.")
+    Q_PROPERTY(QAbstractItemModel *movies READ movies CONSTANT)
+    Q_PROPERTY(bool empty READ isEmpty NOTIFY changed)
+    Q_PROPERTY(bool running READ isRunning NOTIFY changed)
+    Q_PROPERTY(double fraction READ fraction NOTIFY changed)
+    Q_PROPERTY(QString summary READ summary NOTIFY changed)
+    Q_PROPERTY(QString distanceText READ distanceText NOTIFY changed)
+    Q_PROPERTY(QString projectName MEMBER m_projectName WRITE setProjectName NOTIFY changed)
+    Q_PROPERTY(QString takeName MEMBER m_takeName WRITE setTakeName NOTIFY changed)
+    Q_PROPERTY(QString distance MEMBER m_distance WRITE setDistance NOTIFY changed)
+    Q_PROPERTY(bool available READ isAvailable NOTIFY changed)
+    Q_PROPERTY(QString obstacle READ obstacle NOTIFY changed)
+public:
+    explicit MovieImportViewModel(AppStore &store);
+    ~MovieImportViewModel() override;
+
+    [[nodiscard]] QAbstractItemModel *movies() { return &m_rows; }
+    [[nodiscard]] bool isEmpty() const { return m_entries.empty(); }
+    [[nodiscard]] bool isRunning() const;
+    [[nodiscard]] double fraction() const; ///< 0 to 1, of all that is to be done
+    [[nodiscard]] QString summary() const;
+    /// What the distance means for the take; empty without one.
+    [[nodiscard]] QString distanceText() const;
+    [[nodiscard]] bool isAvailable() const { return obstacle().isEmpty(); }
+    /// Why no take can be created yet; empty when one can.
+    [[nodiscard]] QString obstacle() const;
+    /// What was heard of the movie in a row, against the reference; null where nothing was.
+    [[nodiscard]] const MovieAlignment *alignmentAt(int row) const;
+    [[nodiscard]] double referenceSeconds() const;
+
+    void setProjectName(const QString &name);
+    void setTakeName(const QString &name);
+    void setDistance(const QString &metres);
+
+    /// Takes in files that are not there yet, by absolute paths.
+    void addPaths(const QStringList &paths);
+    Q_INVOKABLE void addFiles(const QList<QUrl> &urls);
+    /// Goes on with movies that are there; otherwise asks for some.
+    Q_INVOKABLE void begin(QWindow *window);
+    Q_INVOKABLE void chooseFiles(QWindow *window);
+    Q_INVOKABLE void rename(int row, const QString &cameraName);
+    Q_INVOKABLE void makeReference(int row);
+    Q_INVOKABLE void setLeftOut(int row, bool leftOut);
+    Q_INVOKABLE void create();
+    /// Ends what runs and forgets the movies.
+    Q_INVOKABLE void cancel();
+
+Q_SIGNALS:
+    void changed();
+    /// The window is to be seen.
+    void requested();
+    void created();
+
+private:
+    /// A movie, what is known of it, and what is being done with it.
+    struct Entry {
+        Movie movie;
+        QString cameraName;
+        bool isLookedAt = false;
+        std::shared_ptr<const SoundFeatures> features;
+        std::map<QString, AlignmentOrWhyNot> alignments; ///< by the reference's path
+        bool isLeftOut = false;
+        bool isBusy = false;
+        double doneShare = 0; ///< of what is being done
+    };
+    using Change = std::function<void(Entry &)>;
+    using OnShare = std::function<void(double)>;
+    /// Work on a movie for another thread, and what comes of it.
+    struct Job {
+        QString path;
+        std::function<Change(const std::stop_token &, const OnShare &)> work;
+    };
+
+    [[nodiscard]] Entry *entryOf(const QString &path);
+    [[nodiscard]] QString problemOf(const Entry &entry) const;
+    [[nodiscard]] bool isUsable(const Entry &entry) const;
+    [[nodiscard]] const Entry *reference() const;
+    [[nodiscard]] const AlignmentOrWhyNot *alignmentOf(const Entry &entry) const;
+    [[nodiscard]] std::vector<Movie> movieList() const;
+    [[nodiscard]] std::optional<double> metres() const;
+    [[nodiscard]] QString stateText(const Entry &entry) const;
+    [[nodiscard]] QString alignedText(const MovieAlignment &alignment) const;
+    [[nodiscard]] MovieRow rowOf(const Entry &entry) const;
+    [[nodiscard]] QString movieObstacle() const;
+    [[nodiscard]] QString nameObstacle() const;
+    [[nodiscard]] QStringList cameraNames(const Entry *except) const;
+    [[nodiscard]] MovieTakePlace place() const;
+
+    [[nodiscard]] std::optional<Job> nextJob() const;
+    void startJobs();
+    QCoro::Task<> run(Job job, std::stop_token stop);
+    QCoro::Task<> createTake(SourceManifest manifest);
+    void apply(const QString &path, const Change &change);
+    void proposeNames();
+    void refresh();
+
+    AppStore &m_store;
+    std::vector<Entry> m_entries;
+    QString m_chosenReference; ///< path; empty while the longest is
+    QString m_projectName, m_takeName, m_distance;
+    QString m_folder; ///< that the panel shows first
+    std::stop_source m_stop;
+    int m_running = 0; ///< jobs, those that are to stop among them
+    bool m_isCreating = false;
+    QString m_failure; ///< why the take was not created
+    bool m_hasTooMany = false;
+    RowListModel<MovieRow> m_rows;
+};
+
+} // namespace vorn

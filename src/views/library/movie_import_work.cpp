@@ -1,0 +1,231 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "base/off_thread.h"
+#include "store/progress_report.h"
+#include "views/library/movie_import_view_model.h"
+
+#include <QFileInfo>
+#include <QPointer>
+
+using namespace Qt::StringLiterals;
+
+// What is read and heard of movies on their way to a take, in which order, and on which threads.
+
+namespace vorn {
+namespace {
+
+constexpr int mostJobs = 2;
+/// What finding a movie in another one and its windows come to, in seconds of sound.
+constexpr double secondsAnAlignment = 1300;
+
+} // namespace
+
+MovieImportViewModel::Entry *MovieImportViewModel::entryOf(const QString &path)
+{
+    const auto found =
+        std::ranges::find(m_entries, path, [](const Entry &entry) { return entry.movie.path; });
+    return found == m_entries.end() ? nullptr : &*found;
+}
+
+std::vector<Movie> MovieImportViewModel::movieList() const
+{
+    std::vector<Movie> movies;
+    for (const Entry &entry : m_entries) {
+        if (!entry.isLeftOut)
+            movies.push_back(entry.movie);
+    }
+    return movies;
+}
+
+QString MovieImportViewModel::problemOf(const Entry &entry) const
+{
+    if (!entry.movie.refusal.isEmpty())
+        return entry.movie.refusal;
+    const QString same = repeatedPath(movieList(), entry.movie.path);
+    if (!same.isEmpty())
+        return u"It is the same recording as %1."_s.arg(same);
+    const AlignmentOrWhyNot *found = alignmentOf(entry);
+    const QString *reason = found ? std::get_if<QString>(found) : nullptr;
+    return reason ? *reason : QString();
+}
+
+bool MovieImportViewModel::isUsable(const Entry &entry) const
+{
+    return entry.isLookedAt && !entry.isLeftOut && entry.movie.refusal.isEmpty()
+           && repeatedPath(movieList(), entry.movie.path).isEmpty();
+}
+
+const MovieImportViewModel::Entry *MovieImportViewModel::reference() const
+{
+    const Entry *longest = nullptr;
+    for (const Entry &entry : m_entries) {
+        if (!entry.isLookedAt)
+            return nullptr; // it may be the longest
+        if (!isUsable(entry))
+            continue;
+        if (entry.movie.path == m_chosenReference)
+            return &entry;
+        if (!longest || entry.movie.seconds > longest->movie.seconds)
+            longest = &entry;
+    }
+    return longest;
+}
+
+const AlignmentOrWhyNot *MovieImportViewModel::alignmentOf(const Entry &entry) const
+{
+    const Entry *basis = reference();
+    if (!basis || basis == &entry)
+        return nullptr;
+    const auto found = entry.alignments.find(basis->movie.path);
+    return found == entry.alignments.end() ? nullptr : &found->second;
+}
+
+bool MovieImportViewModel::isRunning() const
+{
+    return std::ranges::any_of(m_entries, &Entry::isBusy);
+}
+
+double MovieImportViewModel::fraction() const
+{
+    double all = 0;
+    double done = 0;
+    for (const Entry &entry : m_entries) {
+        const bool isRefused = entry.isLookedAt && !isUsable(entry);
+        all += isRefused ? 1 : 3; // read, heard, aligned
+        done +=
+            (entry.isLookedAt ? 1 : 0) + (entry.features && !isRefused ? 1 : 0)
+            + (!isRefused && (alignmentOf(entry) || (&entry == reference() && entry.features)) ? 1
+                                                                                               : 0)
+            + (entry.isBusy ? entry.doneShare : 0);
+    }
+    return all > 0 ? std::min(1.0, done / all) : 0;
+}
+
+std::optional<MovieImportViewModel::Job> MovieImportViewModel::nextJob() const
+{
+    const auto lookJob = [](const Entry &entry) {
+        return Job{entry.movie.path,
+                   [path = entry.movie.path](const std::stop_token &, const OnShare &onShare) {
+                       const auto size = double(std::max<qint64>(1, QFileInfo(path).size()));
+                       Movie movie = lookAtMovie(
+                           path, [&](std::int64_t bytes) { onShare(double(bytes) / size); });
+                       return Change([movie](Entry &changed) {
+                           changed.movie = movie;
+                           changed.isLookedAt = true;
+                       });
+                   }};
+    };
+    const auto hearJob = [](const Entry &entry) {
+        return Job{entry.movie.path,
+                   [movie = entry.movie](const std::stop_token &stop, const OnShare &onShare) {
+                       double heard = 0;
+                       const HeardMovie result = hearMovie(movie, stop, [&](double seconds) {
+                           onShare((heard += seconds) / movie.seconds);
+                       });
+                       return Change([features = result.features](Entry &changed) {
+                           changed.features = features;
+                       });
+                   }};
+    };
+    const auto alignJob = [](const Entry &basis, const Entry &entry) {
+        return Job{entry.movie.path, [here = HeardMovie{basis.movie, basis.features},
+                                      there = HeardMovie{entry.movie, entry.features}](
+                                         const std::stop_token &stop, const OnShare &onShare) {
+                       double heard = 0;
+                       AlignmentOrWhyNot found =
+                           alignMovies(here, there, stop, [&](double seconds) {
+                               onShare(std::min(1.0, (heard += seconds) / secondsAnAlignment));
+                           });
+                       return Change([found = std::move(found), path = here.movie.path](
+                                         Entry &changed) { changed.alignments[path] = found; });
+                   }};
+    };
+
+    for (const Entry &entry : m_entries) {
+        if (!entry.isLookedAt && !entry.isBusy)
+            return lookJob(entry);
+    }
+    const Entry *basis = reference();
+    if (!basis)
+        return std::nullopt;
+    if (!basis->features && !basis->isBusy)
+        return hearJob(*basis);
+    for (const Entry &entry : m_entries) {
+        if (entry.isBusy || !isUsable(entry) || &entry == basis || alignmentOf(entry))
+            continue;
+        if (!entry.features)
+            return hearJob(entry);
+        if (basis->features)
+            return alignJob(*basis, entry);
+    }
+    return std::nullopt;
+}
+
+void MovieImportViewModel::startJobs()
+{
+    while (m_running < mostJobs) {
+        std::optional<Job> job = nextJob();
+        if (!job)
+            break;
+        Entry *entry = entryOf(job->path);
+        entry->isBusy = true;
+        entry->doneShare = 0;
+        ++m_running;
+        run(std::move(*job), m_stop.get_token());
+    }
+    refresh();
+}
+
+QCoro::Task<> MovieImportViewModel::run(Job job, std::stop_token stop)
+{
+    const QPointer<MovieImportViewModel> self(this);
+    const auto report = progressReport<double>(stop, [self, stop, path = job.path](double share) {
+        if (!self || stop.stop_requested())
+            return;
+        if (Entry *entry = self->entryOf(path))
+            entry->doneShare = share;
+        Q_EMIT self->changed();
+    });
+    Change change;
+    try {
+        change = co_await offThread([work = job.work, stop, report] { return work(stop, report); });
+    } catch (const std::exception &error) {
+        change = [sentence = QString::fromUtf8(error.what())](Entry &entry) {
+            entry.movie.refusal = sentence;
+            entry.isLookedAt = true;
+        };
+    }
+    if (!self)
+        co_return;
+    --m_running;
+    if (stop.stop_requested()) {
+        startJobs();
+        co_return;
+    }
+    apply(job.path, [&](Entry &entry) {
+        change(entry);
+        entry.isBusy = false;
+        if (entry.cameraName.isEmpty() && entry.isLookedAt)
+            entry.cameraName = cameraNameFor(entry.movie, cameraNames(&entry));
+    });
+}
+
+QStringList MovieImportViewModel::cameraNames(const Entry *except) const
+{
+    QStringList names;
+    for (const Entry &entry : m_entries) {
+        if (&entry != except)
+            names += entry.cameraName;
+    }
+    return names;
+}
+
+void MovieImportViewModel::apply(const QString &path, const Change &change)
+{
+    m_failure.clear();
+    if (Entry *entry = entryOf(path))
+        change(*entry);
+    startJobs();
+}
+
+} // namespace vorn
