@@ -7,8 +7,6 @@
 #include "drift/media_info.h"
 #include "sound/sound_reader.h"
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 namespace vorn {
@@ -52,15 +50,6 @@ Movie lookAtMovie(const QString &path, const ByteReport &report)
         movie.refusal = QString::fromUtf8(error.what());
     }
     return movie;
-}
-
-QString repeatedPath(const std::vector<Movie> &movies, const QString &path)
-{
-    const auto self = std::ranges::find(movies, path, &Movie::path);
-    const auto first = self == movies.end() || self->sha256.isEmpty()
-                           ? self
-                           : std::ranges::find(movies, self->sha256, &Movie::sha256);
-    return first == self ? QString() : first->path;
 }
 
 } // namespace vorn

@@ -6,8 +6,6 @@
 
 #include <QString>
 
-#include <vector>
-
 namespace vorn {
 
 /// A movie file that is to become a clip of a take, as far as it can be told without listening.
@@ -30,9 +28,5 @@ struct Movie {
 /// Reads headers and digest. What the file is at fault for is its refusal; throws only what
 /// `report` does, which gets the bytes read. Any thread; blocks.
 [[nodiscard]] Movie lookAtMovie(const QString &path, const ByteReport &report);
-
-/// The path of the first of `movies` that has the same bytes as the one at `path`; empty where that
-/// is the first itself.
-[[nodiscard]] QString repeatedPath(const std::vector<Movie> &movies, const QString &path);
 
 } // namespace vorn

@@ -16,6 +16,7 @@ LibraryPanel {
     required property string stateText
     required property string stateIcon
     required property string referenceObstacle
+    required property string picture
     required property bool problem
     required property bool reference
     required property bool leftOut
@@ -35,6 +36,16 @@ LibraryPanel {
         text: root.stateText
         icon: root.stateIcon
         iconColor: root.problem ? Theme.warning : root.stateIcon === "check" ? Theme.ready : Theme.secondary
+    }
+    TimingPicture {
+        Layout.fillWidth: true
+        implicitHeight: 120
+        visible: root.picture.length > 0
+        movies: root.movies
+        row: root.index
+        Accessible.role: Accessible.Graphic
+        Accessible.name: qsTr("What was heard of movie %1").arg(root.index + 1)
+        Accessible.description: root.picture
     }
     RowLayout {
         spacing: Theme.row

@@ -8,7 +8,6 @@
 #include "store/app_store.h"
 #include "views/library/file_panels.h"
 
-#include <QDate>
 #include <QDir>
 #include <QFileInfo>
 #include <QLocale>
@@ -23,7 +22,12 @@ namespace {
 
 constexpr std::size_t mostMovies = 64;
 constexpr double farthestMetres = 300;
-constexpr auto defaultProject = "Imported movies"_L1;
+
+/// Where a movie begins in the reference's time.
+double beginOf(const SoundLine &line)
+{
+    return -line.offsetSeconds / (1 + line.driftPPM * 1e-6);
+}
 
 QString beginText(double seconds)
 {
@@ -147,14 +151,30 @@ std::optional<double> MovieImportViewModel::metres() const
                                                                : std::nullopt;
 }
 
-const MovieAlignment *MovieImportViewModel::alignmentAt(int row) const
+ClipCheck MovieImportViewModel::timingAt(int row) const
 {
+    ClipCheck timing;
     const MovieRow *shown = m_rows.at(row);
     const auto entry = shown ? std::ranges::find(m_entries, shown->key,
                                                  [](const Entry &one) { return one.movie.path; })
                              : m_entries.end();
     const AlignmentOrWhyNot *found = entry == m_entries.end() ? nullptr : alignmentOf(*entry);
-    return found ? std::get_if<MovieAlignment>(found) : nullptr;
+    const auto *alignment = found ? std::get_if<MovieAlignment>(found) : nullptr;
+    if (!alignment)
+        return timing;
+    const SoundLine &line = alignment->line;
+    for (const LagPoint &point : line.points)
+        timing.anchors.push_back(
+            {.referenceSeconds = point.referenceSeconds,
+             .ms = (point.lagSeconds - line.lagAt(point.referenceSeconds)) * 1000});
+    const double begin = beginOf(line);
+    const double end = begin + entry->movie.seconds;
+    timing.place.emplace();
+    timing.place->start = std::max(0.0, begin);
+    timing.place->headCut = std::max(0.0, -begin);
+    timing.place->tailCut = std::max(0.0, end - referenceSeconds());
+    timing.place->duration = entry->movie.seconds - timing.place->headCut - timing.place->tailCut;
+    return timing;
 }
 
 double MovieImportViewModel::referenceSeconds() const
@@ -258,94 +278,17 @@ void MovieImportViewModel::cancel()
     refresh();
 }
 
-void MovieImportViewModel::create()
-{
-    if (!isAvailable())
-        return;
-    std::vector<MovieClip> clips;
-    std::size_t basis = 0;
-    for (const Entry &entry : m_entries) {
-        if (entry.isLeftOut)
-            continue;
-        if (&entry == reference())
-            basis = clips.size();
-        const AlignmentOrWhyNot *found = alignmentOf(entry);
-        clips.push_back({.cameraName = plainName(entry.cameraName),
-                         .movie = entry.movie,
-                         .anchors = found ? withDistance(std::get<MovieAlignment>(*found).anchors,
-                                                         metres().value_or(0))
-                                          : std::vector<TimingAnchor>()});
-    }
-    createTake(manifestOfMovies(place(), clips, basis));
-}
-
-QCoro::Task<> MovieImportViewModel::createTake(SourceManifest manifest)
-{
-    const QPointer<MovieImportViewModel> self(this);
-    m_isCreating = true;
-    refresh();
-    const bool isIn = co_await m_store.createMovieTake(std::move(manifest));
-    if (!self)
-        co_return;
-    m_isCreating = false;
-    if (isIn) {
-        cancel();
-        Q_EMIT created();
-    } else {
-        m_failure = m_store.errorMessage().value_or(QString());
-        refresh();
-    }
-}
-
-MovieTakePlace MovieImportViewModel::place() const
-{
-    const QString name = plainName(m_projectName);
-    const auto isMeant = [&](const VORNProject &project) {
-        return !isUnassignedProject(project.id) && project.name == name;
-    };
-    MovieTakePlace place{.projectId = {}, .newProjectName = {}, .takeId = plainName(m_takeName)};
-    const auto &projects = m_store.library().projects;
-    const VORNProject *selected = m_store.selectedProject();
-    const auto known = std::ranges::find_if(projects, isMeant);
-    if (selected && isMeant(*selected)) {
-        place.projectId = selected->id;
-    } else if (known != projects.end()) {
-        place.projectId = known->id;
-    } else {
-        place.projectId = QUuid::createUuid().toString(QUuid::WithoutBraces);
-        place.newProjectName = name;
-    }
-    return place;
-}
-
-void MovieImportViewModel::proposeNames()
-{
-    if (m_projectName.isEmpty()) {
-        const VORNProject *selected = m_store.selectedProject();
-        const bool isRegular = selected && !isUnassignedProject(selected->id);
-        m_projectName = isRegular ? selected->name : defaultProject;
-    }
-    if (m_takeName.isEmpty()) {
-        QStringList taken;
-        for (const VORNProject &project : m_store.library().projects) {
-            for (const VORNTake &take : project.takes)
-                taken += take.id;
-        }
-        m_takeName = nameBeside(u"movies-"_s + QDate::currentDate().toString(Qt::ISODate), taken);
-    }
-}
-
 QString MovieImportViewModel::alignedText(const MovieAlignment &alignment) const
 {
     const SoundLine &line = alignment.line;
-    const double begin = -line.offsetSeconds / (1 + line.driftPPM * 1e-6);
     double uncertain = 0;
     for (const TimingAnchor &anchor : alignment.anchors)
         uncertain = std::max(uncertain, anchor.uncertaintyMs);
     const double distance = distanceMs(metres().value_or(0));
     return u"%1; %2; known to within %3 ms%4."_s.arg(
-        beginText(begin), clockText(line.driftPPM), QString::number(uncertain + distance, 'f', 1),
-        distance > 0 ? u" with the distance"_s : QString());
+        beginText(beginOf(line)), clockText(line.driftPPM),
+        QString::number(uncertain + distance, 'f', 1),
+        distance > 0 ? u" with the distance"_s : u", distance aside"_s);
 }
 
 QString MovieImportViewModel::stateText(const Entry &entry) const

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "drift/export_check.h"
 #include "movies/movie_alignment.h"
 #include "movies/movie_take.h"
 #include "views/controls/row_list_model.h"
@@ -65,8 +66,8 @@ public:
     [[nodiscard]] bool isAvailable() const { return obstacle().isEmpty(); }
     /// Why no take can be created yet; empty when one can.
     [[nodiscard]] QString obstacle() const;
-    /// What was heard of the movie in a row, against the reference; null where nothing was.
-    [[nodiscard]] const MovieAlignment *alignmentAt(int row) const;
+    /// What was heard of the movie in a row against its line, and where that lies in the reference.
+    [[nodiscard]] ClipCheck timingAt(int row) const;
     [[nodiscard]] double referenceSeconds() const;
 
     void setProjectName(const QString &name);
@@ -117,7 +118,8 @@ private:
     [[nodiscard]] bool isUsable(const Entry &entry) const;
     [[nodiscard]] const Entry *reference() const;
     [[nodiscard]] const AlignmentOrWhyNot *alignmentOf(const Entry &entry) const;
-    [[nodiscard]] std::vector<Movie> movieList() const;
+    /// The first of those that are taken with the same bytes; null where that is the entry itself.
+    [[nodiscard]] const Entry *repeatedBy(const Entry &entry) const;
     [[nodiscard]] std::optional<double> metres() const;
     [[nodiscard]] QString stateText(const Entry &entry) const;
     [[nodiscard]] QString alignedText(const MovieAlignment &alignment) const;

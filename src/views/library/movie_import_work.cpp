@@ -27,23 +27,25 @@ MovieImportViewModel::Entry *MovieImportViewModel::entryOf(const QString &path)
     return found == m_entries.end() ? nullptr : &*found;
 }
 
-std::vector<Movie> MovieImportViewModel::movieList() const
+const MovieImportViewModel::Entry *MovieImportViewModel::repeatedBy(const Entry &entry) const
 {
-    std::vector<Movie> movies;
-    for (const Entry &entry : m_entries) {
-        if (!entry.isLeftOut)
-            movies.push_back(entry.movie);
+    if (entry.isLeftOut || entry.movie.sha256.isEmpty())
+        return nullptr;
+    for (const Entry &other : m_entries) {
+        if (&other == &entry)
+            break;
+        if (!other.isLeftOut && other.movie.sha256 == entry.movie.sha256)
+            return &other;
     }
-    return movies;
+    return nullptr;
 }
 
 QString MovieImportViewModel::problemOf(const Entry &entry) const
 {
     if (!entry.movie.refusal.isEmpty())
         return entry.movie.refusal;
-    const QString same = repeatedPath(movieList(), entry.movie.path);
-    if (!same.isEmpty())
-        return u"It is the same recording as %1."_s.arg(same);
+    if (const Entry *same = repeatedBy(entry))
+        return u"It is the same recording as %1."_s.arg(same->movie.path);
     const AlignmentOrWhyNot *found = alignmentOf(entry);
     const QString *reason = found ? std::get_if<QString>(found) : nullptr;
     return reason ? *reason : QString();
@@ -52,7 +54,7 @@ QString MovieImportViewModel::problemOf(const Entry &entry) const
 bool MovieImportViewModel::isUsable(const Entry &entry) const
 {
     return entry.isLookedAt && !entry.isLeftOut && entry.movie.refusal.isEmpty()
-           && repeatedPath(movieList(), entry.movie.path).isEmpty();
+           && !repeatedBy(entry);
 }
 
 const MovieImportViewModel::Entry *MovieImportViewModel::reference() const

@@ -176,6 +176,19 @@ void TimingPicture::setCheck(ExportCheckViewModel *check)
     refresh();
 }
 
+void TimingPicture::setMovies(MovieImportViewModel *movies)
+{
+    if (movies == m_movies)
+        return;
+    if (m_movies)
+        m_movies->disconnect(this);
+    m_movies = movies;
+    if (movies)
+        connect(movies, &MovieImportViewModel::changed, this, &TimingPicture::refresh);
+    Q_EMIT moviesChanged();
+    refresh();
+}
+
 void TimingPicture::setRow(int row)
 {
     if (row == m_row)
@@ -186,6 +199,16 @@ void TimingPicture::setRow(int row)
 
 void TimingPicture::refresh()
 {
+    if (m_movies) {
+        ClipCheck timing = m_movies->timingAt(m_row);
+        if (timing == m_clip && m_seconds == m_movies->referenceSeconds())
+            return; // it only goes on listening
+        m_clip = std::move(timing);
+        m_seconds = m_movies->referenceSeconds();
+        m_reference = ClipPlace{.start = 0, .duration = m_seconds};
+        update();
+        return;
+    }
     const ExportCheck *result = m_check ? m_check->result() : nullptr;
     const bool isThere = result && m_row >= 0 && std::size_t(m_row) < result->clips.size();
     m_clip = isThere ? result->clips[std::size_t(m_row)] : ClipCheck();

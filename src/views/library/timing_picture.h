@@ -2,6 +2,7 @@
 #pragma once
 
 #include "views/library/export_check_view_model.h"
+#include "views/library/movie_import_view_model.h"
 
 #include <QPointer>
 #include <QQuickPaintedItem>
@@ -14,15 +15,18 @@ namespace vorn {
 class TimingPicture : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(
-        vorn::ExportCheckViewModel *check READ check WRITE setCheck NOTIFY checkChanged REQUIRED)
-    /// The row of the clip in the list of cameras.
+    /// What is drawn is a clip of the one or a movie of the other.
+    Q_PROPERTY(vorn::ExportCheckViewModel *check READ check WRITE setCheck NOTIFY checkChanged)
+    Q_PROPERTY(vorn::MovieImportViewModel *movies READ movies WRITE setMovies NOTIFY moviesChanged)
+    /// Its row in the list there.
     Q_PROPERTY(int row READ row WRITE setRow NOTIFY rowChanged REQUIRED)
 public:
     explicit TimingPicture(QQuickItem *parent = nullptr);
 
     [[nodiscard]] ExportCheckViewModel *check() const { return m_check; }
     void setCheck(ExportCheckViewModel *check);
+    [[nodiscard]] MovieImportViewModel *movies() const { return m_movies; }
+    void setMovies(MovieImportViewModel *movies);
     [[nodiscard]] int row() const { return m_row; }
     void setRow(int row);
 
@@ -30,12 +34,14 @@ public:
 
 Q_SIGNALS:
     void checkChanged();
+    void moviesChanged();
     void rowChanged();
 
 private:
     void refresh();
 
     QPointer<ExportCheckViewModel> m_check;
+    QPointer<MovieImportViewModel> m_movies;
     int m_row = -1;
     ClipCheck m_clip; ///< a copy, for whoever draws
     std::optional<ClipPlace> m_reference;
