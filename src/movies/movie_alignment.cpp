@@ -46,15 +46,37 @@ std::vector<float> atClock(const std::vector<float> &sound, double slope, std::s
     return result;
 }
 
+/// What is no longer is read as a whole: 38 MB, against a process for each window.
+constexpr double longestWholeSeconds = 600;
+
+std::vector<float> stretchOf(const std::vector<float> &sound, double start, double seconds)
+{
+    const auto sample = [&](double at) {
+        return std::min(sound.size(), std::size_t(std::llround(at * soundRate)));
+    };
+    const auto from = sound.begin() + std::ptrdiff_t(sample(start));
+    return {from, sound.begin() + std::ptrdiff_t(sample(start + seconds))};
+}
+
 HeardRecording recordingOf(const HeardMovie &heard, const std::stop_token &stop,
                            const OnSecondsHeard &onHeard)
 {
+    const QString path = heard.movie.path;
+    if (heard.movie.seconds > longestWholeSeconds)
+        return {.features = *heard.features,
+                .soundAt = [path, stop, onHeard](double start, double seconds) {
+                    auto sound = readSound(path, {.startSeconds = start, .seconds = seconds}, stop);
+                    onHeard(seconds);
+                    return sound;
+                }};
+    const auto whole = std::make_shared<const std::vector<float>>(
+        readSound(path, {.startSeconds = 0, .seconds = heard.movie.seconds}, stop));
     return {.features = *heard.features,
-            .soundAt = [path = heard.movie.path, stop, onHeard](double start, double seconds) {
-                std::vector<float> sound =
-                    readSound(path, {.startSeconds = start, .seconds = seconds}, stop);
+            .soundAt = [whole, stop, onHeard](double start, double seconds) {
+                if (stop.stop_requested())
+                    throw SoundError(SoundError::Case::stopped, u"Listening was stopped."_s);
                 onHeard(seconds);
-                return sound;
+                return stretchOf(*whole, start, seconds);
             }};
 }
 
