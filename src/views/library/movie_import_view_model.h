@@ -129,6 +129,9 @@ private:
     [[nodiscard]] QStringList cameraNames(const Entry *except) const;
     [[nodiscard]] MovieTakePlace place() const;
 
+    [[nodiscard]] static Job lookJob(const Entry &entry);
+    [[nodiscard]] static Job hearJob(const Entry &entry);
+    [[nodiscard]] static Job alignJob(const Entry &basis, const Entry &entry);
     [[nodiscard]] std::optional<Job> nextJob() const;
     void startJobs();
     QCoro::Task<> run(Job job, std::stop_token stop);

@@ -103,46 +103,50 @@ double MovieImportViewModel::fraction() const
     return all > 0 ? std::min(1.0, done / all) : 0;
 }
 
+MovieImportViewModel::Job MovieImportViewModel::lookJob(const Entry &entry)
+{
+    return Job{entry.movie.path,
+               [path = entry.movie.path](const std::stop_token &, const OnShare &onShare) {
+                   const auto size = double(std::max<qint64>(1, QFileInfo(path).size()));
+                   Movie movie = lookAtMovie(
+                       path, [&](std::int64_t bytes) { onShare(double(bytes) / size); });
+                   return Change([movie](Entry &changed) {
+                       changed.movie = movie;
+                       changed.isLookedAt = true;
+                   });
+               }};
+}
+
+MovieImportViewModel::Job MovieImportViewModel::hearJob(const Entry &entry)
+{
+    return Job{entry.movie.path,
+               [movie = entry.movie](const std::stop_token &stop, const OnShare &onShare) {
+                   double heard = 0;
+                   const HeardMovie result = hearMovie(movie, stop, [&](double seconds) {
+                       onShare((heard += seconds) / movie.seconds);
+                   });
+                   return Change([features = result.features](Entry &changed) {
+                       changed.features = features;
+                   });
+               }};
+}
+
+MovieImportViewModel::Job MovieImportViewModel::alignJob(const Entry &basis, const Entry &entry)
+{
+    return Job{entry.movie.path, [here = HeardMovie{basis.movie, basis.features},
+                                  there = HeardMovie{entry.movie, entry.features}](
+                                     const std::stop_token &stop, const OnShare &onShare) {
+                   double heard = 0;
+                   AlignmentOrWhyNot found = alignMovies(here, there, stop, [&](double seconds) {
+                       onShare(std::min(1.0, (heard += seconds) / secondsAnAlignment));
+                   });
+                   return Change([found = std::move(found), path = here.movie.path](
+                                     Entry &changed) { changed.alignments[path] = found; });
+               }};
+}
+
 std::optional<MovieImportViewModel::Job> MovieImportViewModel::nextJob() const
 {
-    const auto lookJob = [](const Entry &entry) {
-        return Job{entry.movie.path,
-                   [path = entry.movie.path](const std::stop_token &, const OnShare &onShare) {
-                       const auto size = double(std::max<qint64>(1, QFileInfo(path).size()));
-                       Movie movie = lookAtMovie(
-                           path, [&](std::int64_t bytes) { onShare(double(bytes) / size); });
-                       return Change([movie](Entry &changed) {
-                           changed.movie = movie;
-                           changed.isLookedAt = true;
-                       });
-                   }};
-    };
-    const auto hearJob = [](const Entry &entry) {
-        return Job{entry.movie.path,
-                   [movie = entry.movie](const std::stop_token &stop, const OnShare &onShare) {
-                       double heard = 0;
-                       const HeardMovie result = hearMovie(movie, stop, [&](double seconds) {
-                           onShare((heard += seconds) / movie.seconds);
-                       });
-                       return Change([features = result.features](Entry &changed) {
-                           changed.features = features;
-                       });
-                   }};
-    };
-    const auto alignJob = [](const Entry &basis, const Entry &entry) {
-        return Job{entry.movie.path, [here = HeardMovie{basis.movie, basis.features},
-                                      there = HeardMovie{entry.movie, entry.features}](
-                                         const std::stop_token &stop, const OnShare &onShare) {
-                       double heard = 0;
-                       AlignmentOrWhyNot found =
-                           alignMovies(here, there, stop, [&](double seconds) {
-                               onShare(std::min(1.0, (heard += seconds) / secondsAnAlignment));
-                           });
-                       return Change([found = std::move(found), path = here.movie.path](
-                                         Entry &changed) { changed.alignments[path] = found; });
-                   }};
-    };
-
     for (const Entry &entry : m_entries) {
         if (!entry.isLookedAt && !entry.isBusy)
             return lookJob(entry);
