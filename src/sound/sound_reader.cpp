@@ -98,6 +98,8 @@ void readSound(const QString &path, const SoundStretch &stretch, const std::stop
             throw SoundError(SoundError::Case::stopped, u"Listening was stopped."_s);
         bytes += listener.read();
         samples.resize(std::min(missing, std::size_t(bytes.size()) / sizeof(float)));
+        if (samples.empty()) // less than a sample has come
+            continue;
         std::memcpy(samples.data(), bytes.constData(), samples.size() * sizeof(float));
         bytes.remove(0, qsizetype(samples.size() * sizeof(float)));
         // A decoder of floats may hand out what is no number, and a file can make it do so.
