@@ -4,6 +4,7 @@
 
 #include "drift/anchor_fit.h"
 #include "drift/drift_error.h"
+#include "sound/at_clock.h"
 #include "sound/lag.h"
 
 #include <algorithm>
@@ -33,17 +34,6 @@ constexpr double leastUniqueness = 1.4;
 double wholeSample(double seconds)
 {
     return std::round(seconds * soundRate) / soundRate;
-}
-
-/// `sound` at a clock that runs (1 + slope) times as fast, by its nearest samples.
-std::vector<float> atClock(const std::vector<float> &sound, double slope, std::size_t count)
-{
-    std::vector<float> result(count);
-    for (std::size_t at = 0; at < count; ++at) {
-        const auto from = std::size_t(std::llround(double(at) * (1 + slope)));
-        result[at] = from < sound.size() ? sound[from] : 0;
-    }
-    return result;
 }
 
 /// What is no longer is read as a whole: 38 MB, against a process for each window.

@@ -2,6 +2,7 @@
 
 #include "sound/overlap.h"
 
+#include "sound/at_clock.h"
 #include "sound/coarse_search.h"
 #include "sound/lag.h"
 #include "sound/missing_tones.h"
@@ -53,18 +54,6 @@ Range sharedRange(const HeardRecording &reference, const HeardRecording &other,
     const double end = (other.features.seconds() - line.offsetSeconds) / (1 + line.slope);
     return {.from = std::max(0.0, -line.offsetSeconds / (1 + line.slope)),
             .to = std::min(reference.features.seconds(), end)};
-}
-
-/// `sound` at a clock that runs (1 + slope) times as fast, by its nearest samples: half of one is
-/// off by chance, and small against the waves that count.
-std::vector<float> atClock(const std::vector<float> &sound, double slope, std::size_t count)
-{
-    std::vector<float> result(count);
-    for (std::size_t at = 0; at < count; ++at) {
-        const auto from = std::size_t(std::llround(double(at) * (1 + slope)));
-        result[at] = from < sound.size() ? sound[from] : 0;
-    }
-    return result;
 }
 
 /// One window of both recordings, the other's begun where a line says.
