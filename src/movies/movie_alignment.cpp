@@ -4,7 +4,6 @@
 
 #include "drift/anchor_fit.h"
 #include "drift/drift_error.h"
-#include "sound/at_clock.h"
 #include "sound/lag.h"
 
 #include <algorithm>
@@ -15,27 +14,9 @@ using namespace Qt::StringLiterals;
 namespace vorn {
 namespace {
 
-/// Enough for the head and the tail, a tenth each, to hold several, should some be silent.
-constexpr int mostWindows = 40;
-constexpr double leastHopSeconds = 1;
-/// Shorter ones where the middle of the first would lie beyond the first tenth, or near its end.
-constexpr double longestWindowSeconds = 8;
-constexpr double shortestWindowSeconds = 4;
-constexpr double windowShare = 0.12;
-/// The line is known to a few milliseconds.
-constexpr double greatestLagSeconds = 0.1;
-
 /// What an export takes of an anchor.
 constexpr double greatestUncertaintyMs = 5;
 constexpr double leastConfidence = 0.8;
-/// Below this a window tells no lag.
-constexpr double leastUniqueness = 1.4;
-
-double wholeSample(double seconds)
-{
-    return std::round(seconds * soundRate) / soundRate;
-}
-
 /// What is no longer is read as a whole: 38 MB, against a process for each window.
 constexpr double longestWholeSeconds = 600;
 
@@ -68,35 +49,6 @@ HeardRecording recordingOf(const HeardMovie &heard, const std::stop_token &stop,
                 onHeard(seconds);
                 return stretchOf(*whole, start, seconds);
             }};
-}
-
-/// Listens again where both recordings are, more densely than was needed to find that.
-std::vector<HeardWindow> windowsAlong(const HeardRecording &reference, const HeardRecording &other,
-                                      const Overlap &shared)
-{
-    const double slope = shared.line.driftPPM * 1e-6;
-    const double length = shared.toSeconds - shared.fromSeconds;
-    const double seconds =
-        std::clamp(windowShare * length, shortestWindowSeconds, longestWindowSeconds);
-    const double room = length - seconds;
-    const int count = std::clamp(int(room / leastHopSeconds) + 1, 2, mostWindows);
-    std::vector<HeardWindow> windows;
-    for (int window = 0; window < count; ++window) {
-        const double begin = wholeSample(shared.fromSeconds + room * window / (count - 1));
-        const double there = std::max(0.0, wholeSample(begin + shared.line.lagAt(begin)));
-        const std::vector<float> here = reference.soundAt(begin, seconds);
-        const std::vector<float> sound = other.soundAt(there, seconds * (1 + std::abs(slope)));
-        const Lag lag = lagBetween(here, atClock(sound, slope, here.size()), greatestLagSeconds);
-        const auto *estimate = std::get_if<LagEstimate>(&lag);
-        if (!estimate)
-            continue;
-        const double half = double(here.size()) / soundRate / 2;
-        windows.push_back({.point = {.referenceSeconds = begin + half,
-                                     .lagSeconds = there - begin + slope * half + estimate->seconds,
-                                     .uncertaintySeconds = estimate->uncertaintySeconds},
-                           .uniqueness = estimate->uniqueness});
-    }
-    return windows;
 }
 
 QString sentenceOf(NoOverlap reason)
@@ -147,6 +99,22 @@ TimingAnchor anchorOf(const HeardWindow &window, const SoundLine &line)
             .uncertaintyMs = uncertainty * 1000};
 }
 
+/// The alignment of a movie of `seconds`, of which the reference has recorded what lies between
+/// `from` and `to`, unless an export would refuse it.
+AlignmentOrWhyNot ifEnough(MovieAlignment alignment, double seconds, double from, double to)
+{
+    try {
+        (void)DriftEngine::fit(alignment.anchors, seconds);
+    } catch (const DriftExportError &error) {
+        constexpr double share = 0.1; // at either end, where an export needs anchors
+        if (from > share * seconds || to < (1 - share) * seconds)
+            return inPartText(std::max(0.0, from), std::min(seconds, to));
+        return u"Too little of its sound says where it lies, as where head, tail or long stretches "
+               "are silent: %1"_s.arg(QString::fromUtf8(error.what()));
+    }
+    return alignment;
+}
+
 } // namespace
 
 HeardMovie hearMovie(const Movie &movie, const std::stop_token &stop, const OnSecondsHeard &onHeard)
@@ -168,40 +136,60 @@ AlignmentOrWhyNot alignMovies(const HeardMovie &reference, const HeardMovie &oth
     const std::variant<Overlap, NoOverlap> found = findOverlap(here, there);
     if (const auto *reason = std::get_if<NoOverlap>(&found))
         return sentenceOf(*reason);
-    const Overlap &shared = std::get<Overlap>(found);
-    return alignmentOf(windowsAlong(here, there, shared), shared, other.movie.seconds);
+    return alignmentOf(std::get<Overlap>(found), other.movie.seconds);
 }
 
-AlignmentOrWhyNot alignmentOf(const std::vector<HeardWindow> &windows, const Overlap &shared,
-                              double seconds)
+AlignmentOrWhyNot alignmentOf(const Overlap &shared, double seconds)
 {
-    std::vector<LagPoint> points;
-    std::ranges::transform(windows, std::back_inserter(points), &HeardWindow::point);
-    const std::variant<SoundLine, NoLine> found = soundAlignment(points);
-    const auto *line = std::get_if<SoundLine>(&found);
-    if (!line)
-        return sentenceOf(NoOverlap::cannotTell);
-
-    MovieAlignment alignment{.line = *line, .anchors = {}};
-    for (const HeardWindow &window : windows) {
-        const TimingAnchor anchor = anchorOf(window, *line);
-        const bool isOnLine = std::ranges::find(line->points, window.point) != line->points.end();
+    const SoundLine &line = shared.line;
+    MovieAlignment alignment{.line = line, .anchors = {}};
+    for (const HeardWindow &window : shared.windows) {
+        const TimingAnchor anchor = anchorOf(window, line);
+        const bool isOnLine = std::ranges::find(line.points, window.point) != line.points.end();
         const bool isWithin = anchor.sourceSeconds >= 0 && anchor.sourceSeconds <= seconds;
         if (isOnLine && isWithin && anchor.uncertaintyMs <= greatestUncertaintyMs)
             alignment.anchors.push_back(anchor);
     }
-    try {
-        (void)DriftEngine::fit(alignment.anchors, seconds);
-    } catch (const DriftExportError &error) {
-        const double from = shared.fromSeconds + line->lagAt(shared.fromSeconds);
-        const double to = shared.toSeconds + line->lagAt(shared.toSeconds);
-        constexpr double share = 0.1; // at either end, where an export needs anchors
-        if (from > share * seconds || to < (1 - share) * seconds)
-            return inPartText(std::max(0.0, from), std::min(seconds, to));
-        return u"Too little of its sound says where it lies, as where head, tail or long stretches "
-               "are silent: %1"_s.arg(QString::fromUtf8(error.what()));
+    const double from = shared.fromSeconds + line.lagAt(shared.fromSeconds);
+    const double to = shared.toSeconds + line.lagAt(shared.toSeconds);
+    return ifEnough(std::move(alignment), seconds, from, to);
+}
+
+AlignmentOrWhyNot alignmentThrough(const MovieAlignment &between, const MovieAlignment &beyond,
+                                   double seconds)
+{
+    // From the reference's time to that of the movie between.
+    const SoundLine &first = between.line;
+    const SoundLine &second = beyond.line;
+    const double rate = 1 + first.driftPPM * 1e-6;
+    const double nextRate = 1 + second.driftPPM * 1e-6;
+    const auto inReference = [&](double there) { return (there - first.offsetSeconds) / rate; };
+    const double heardFrom = first.points.front().referenceSeconds;
+    const double heardTo = first.points.back().referenceSeconds;
+
+    MovieAlignment alignment;
+    SoundLine &line = alignment.line;
+    line = {.offsetSeconds = nextRate * first.offsetSeconds + second.offsetSeconds,
+            .driftPPM = (rate * nextRate - 1) * 1e6,
+            .points = {},
+            .largestResidualSeconds = second.largestResidualSeconds,
+            .uncertaintySeconds = first.uncertaintySeconds + second.uncertaintySeconds,
+            .driftUncertaintyPPM = first.driftUncertaintyPPM + second.driftUncertaintyPPM};
+    for (const TimingAnchor &anchor : beyond.anchors) {
+        const double at = inReference(anchor.referenceSeconds);
+        const double uncertaintyMs = anchor.uncertaintyMs + first.uncertaintySeconds * 1000;
+        if (at < heardFrom || at > heardTo || uncertaintyMs > greatestUncertaintyMs)
+            continue;
+        line.points.push_back({.referenceSeconds = at,
+                               .lagSeconds = anchor.sourceSeconds - at,
+                               .uncertaintySeconds = uncertaintyMs / 1000});
+        alignment.anchors.push_back({.sourceSeconds = anchor.sourceSeconds,
+                                     .referenceSeconds = at,
+                                     .confidence = anchor.confidence,
+                                     .uncertaintyMs = uncertaintyMs});
     }
-    return alignment;
+    return ifEnough(std::move(alignment), seconds, heardFrom + line.lagAt(heardFrom),
+                    heardTo + line.lagAt(heardTo));
 }
 
 double distanceMs(double metres)

@@ -26,14 +26,6 @@ using OnSecondsHeard = std::function<void(double seconds)>;
 [[nodiscard]] HeardMovie hearMovie(const Movie &movie, const std::stop_token &stop,
                                    const OnSecondsHeard &onHeard);
 
-/// What one window of two movies told.
-struct HeardWindow {
-    LagPoint point;
-    double uniqueness = 0; ///< as of LagEstimate
-
-    bool operator==(const HeardWindow &) const = default;
-};
-
 /// Where a movie lies in the reference's time, by sound.
 struct MovieAlignment {
     SoundLine line; ///< from the reference's time to the lag of the movie
@@ -51,10 +43,13 @@ using AlignmentOrWhyNot = std::variant<MovieAlignment, QString>;
                                             const std::stop_token &stop,
                                             const OnSecondsHeard &onHeard);
 
-/// What `windows` say of a movie of `seconds`, where they are enough for an export. `shared` is
-/// where both recordings are, in the reference's time. Pure.
-[[nodiscard]] AlignmentOrWhyNot alignmentOf(const std::vector<HeardWindow> &windows,
-                                            const Overlap &shared, double seconds);
+/// What was found of a movie of `seconds`, where that is enough for an export. Pure.
+[[nodiscard]] AlignmentOrWhyNot alignmentOf(const Overlap &shared, double seconds);
+
+/// Where a movie of `seconds` lies that was found in another one (`beyond`), which was found in the
+/// reference (`between`): as uncertain as both. Only where the reference was heard counts. Pure.
+[[nodiscard]] AlignmentOrWhyNot alignmentThrough(const MovieAlignment &between,
+                                                 const MovieAlignment &beyond, double seconds);
 
 /// Sound cannot tell a distance from an offset. What `metres` between two phones may hide.
 [[nodiscard]] double distanceMs(double metres);

@@ -3,13 +3,14 @@
 
 #include <cmath>
 #include <cstddef>
+#include <span>
 #include <vector>
 
 namespace vorn {
 
 /// `count` samples of `sound` at a clock that runs (1 + slope) times as fast, by its nearest
 /// samples: half of one is off by chance, and small against the waves that count.
-[[nodiscard]] inline std::vector<float> atClock(const std::vector<float> &sound, double slope,
+[[nodiscard]] inline std::vector<float> atClock(std::span<const float> sound, double slope,
                                                 std::size_t count)
 {
     std::vector<float> result(count);

@@ -7,6 +7,9 @@
 
 namespace vorn {
 
+/// A lag is told where its peak is higher than the next by so much.
+constexpr double leastUniqueness = 1.4;
+
 /// How much later one recording has what another has, too.
 struct LagEstimate {
     double seconds = 0;            ///< positive: the other is later than the reference

@@ -17,14 +17,18 @@ namespace {
 
 /// Less tells nothing that five windows could agree on.
 constexpr double shortestSeconds = 30;
-constexpr double secondsAWindow = 8;
-constexpr double hopSeconds = 4;
-constexpr int mostWindows = 20;
+/// Enough for the head and the tail, a tenth each, to hold several, should some be silent.
+constexpr int mostWindows = 40;
+constexpr double leastHopSeconds = 1;
+/// Shorter ones where the middle of the first would lie beyond the first tenth, or near its end.
+constexpr double longestWindowSeconds = 8;
+constexpr double shortestWindowSeconds = 4;
+constexpr double windowShare = 0.12;
 constexpr double greatestSlope = 0.0011;
 
 /// The line of the coarse search is off by a hundred ppm and more where it is short: short windows
 /// stand that, at one of these slopes beside its own, and long ones what is left after them.
-constexpr double firstWindowSeconds = 4;
+constexpr std::size_t mostFirstWindows = 20;
 constexpr double firstGreatestLag = 0.2;
 constexpr std::array slopesBeside{0.0, 120e-6, -120e-6, 250e-6, -250e-6};
 constexpr double secondGreatestLag = 0.1;
@@ -56,109 +60,175 @@ Range sharedRange(const HeardRecording &reference, const HeardRecording &other,
             .to = std::min(reference.features.seconds(), end)};
 }
 
-/// One window of both recordings, the other's begun where a line says.
-struct Pair {
-    double begin = 0; ///< in the reference
-    double lag = 0;   ///< of the begin
-    std::vector<float> here, there;
+/// On whole samples, as sound is read.
+double wholeSample(double seconds)
+{
+    return std::round(seconds * soundRate) / soundRate;
+}
 
-    [[nodiscard]] std::vector<float> thereAt(double slope) const
+/// Where windows lie.
+struct Places {
+    double from = 0; ///< begin of the first, in the reference
+    double hop = 0;
+    double seconds = 0; ///< of each
+    std::size_t count = 0;
+
+    explicit Places(const Range &range)
     {
-        return atClock(there, slope, here.size());
+        const double length = range.to - range.from;
+        seconds = std::clamp(windowShare * length, shortestWindowSeconds, longestWindowSeconds);
+        const double room = length - seconds;
+        count = std::size_t(std::clamp(int(room / leastHopSeconds) + 1, 2, mostWindows));
+        from = range.from;
+        hop = room / double(count - 1);
     }
 };
 
-std::vector<Pair> pairsAlong(const HeardRecording &reference, const HeardRecording &other,
-                             const CoarseLine &line, double windowSeconds)
+/// One window of both recordings, the other's with a margin.
+struct Pair {
+    double begin = 0;      ///< in the reference
+    double otherBegin = 0; ///< in the other recording
+    std::vector<float> here, there;
+};
+
+/// What a line makes of a pair: what should be in step.
+struct InStep {
+    double lag = 0; ///< where it begins
+    std::span<const float> here;
+    std::vector<float> there;
+};
+
+InStep inStep(const Pair &pair, const CoarseLine &line, double slope, double seconds)
 {
-    const Range range = sharedRange(reference, other, line);
-    const int windows = std::clamp(int((range.to - range.from) / hopSeconds), 1, mostWindows);
-    const double room = range.to - range.from - windowSeconds;
-    std::vector<Pair> pairs;
-    for (int window = 0; window < windows; ++window) {
-        Pair pair;
-        // On whole samples, as sound is read.
-        const auto whole = [](double seconds) {
-            return std::round(seconds * soundRate) / soundRate;
-        };
-        pair.begin = whole(range.from + room * window / std::max(windows - 1, 1));
-        const double lag = line.offsetSeconds + line.slope * pair.begin;
-        const double begin = std::max(0.0, whole(pair.begin + lag));
-        pair.lag = begin - pair.begin;
-        pair.here = reference.soundAt(pair.begin, windowSeconds);
-        pair.there = other.soundAt(begin, windowSeconds * (1 + greatestSlope));
-        pairs.push_back(std::move(pair));
-    }
-    return pairs;
+    const double lag = line.offsetSeconds + line.slope * pair.begin;
+    const double before = std::max(0.0, pair.begin + lag - pair.otherBegin);
+    const auto from = std::min(pair.there.size(), std::size_t(std::llround(before * soundRate)));
+    const auto count = std::min(pair.here.size(), std::size_t(std::llround(seconds * soundRate)));
+    return {.lag = pair.otherBegin + double(from) / soundRate - pair.begin,
+            .here = std::span(pair.here).first(count),
+            .there = atClock(std::span(pair.there).subspan(from), slope, count)};
 }
 
-/// What windows told at one slope.
+/// Windows along a line that is known roughly, each read when it is first wanted.
+class Windows {
+public:
+    Windows(const HeardRecording &reference, const HeardRecording &other, const CoarseLine &line)
+        : m_reference(reference),
+          m_other(other),
+          m_line(line),
+          m_places(sharedRange(reference, other, line)),
+          m_pairs(m_places.count)
+    {
+    }
+
+    [[nodiscard]] std::size_t count() const { return m_pairs.size(); }
+    [[nodiscard]] double seconds() const { return m_places.seconds; }
+
+    [[nodiscard]] const Pair &at(std::size_t index)
+    {
+        std::optional<Pair> &pair = m_pairs[index];
+        if (!pair) {
+            const double begin = wholeSample(m_places.from + m_places.hop * double(index));
+            const double lag = m_line.offsetSeconds + m_line.slope * begin;
+            const double margin = firstGreatestLag + secondGreatestLag;
+            const double otherBegin = std::max(0.0, wholeSample(begin + lag - margin));
+            const double otherEnd = begin + lag + seconds() * (1 + greatestSlope) + margin;
+            pair = Pair{.begin = begin,
+                        .otherBegin = otherBegin,
+                        .here = m_reference.soundAt(begin, seconds()),
+                        .there = m_other.soundAt(otherBegin, otherEnd - otherBegin)};
+        }
+        return *pair;
+    }
+
+private:
+    const HeardRecording &m_reference, &m_other;
+    CoarseLine m_line;
+    Places m_places;
+    std::vector<std::optional<Pair>> m_pairs;
+};
+
+/// What windows told.
 struct Told {
-    std::vector<LagPoint> points;
+    std::vector<HeardWindow> windows;
     int agreeing = 0; ///< windows that tell lag 0, or stand out there
     int against = 0;  ///< windows that do not, and could
-};
 
-Told toldBy(const std::vector<Pair> &pairs, double slope, double greatestLag)
-{
-    Told told;
-    for (const Pair &pair : pairs) {
-        const std::vector<float> there = pair.thereAt(slope);
-        const Lag lag = lagBetween(pair.here, there, greatestLag);
+    void hear(const Pair &pair, const InStep &both, double slope, double greatestLag)
+    {
+        const Lag lag = lagBetween(both.here, both.there, greatestLag);
         const auto *estimate = std::get_if<LagEstimate>(&lag);
         if (estimate) {
-            const double half = double(pair.here.size()) / soundRate / 2;
-            told.points.push_back({.referenceSeconds = pair.begin + half,
-                                   .lagSeconds = pair.lag + slope * half + estimate->seconds,
-                                   .uncertaintySeconds = estimate->uncertaintySeconds});
+            const double half = double(both.here.size()) / soundRate / 2;
+            windows.push_back({.point = {.referenceSeconds = pair.begin + half,
+                                         .lagSeconds = both.lag + slope * half + estimate->seconds,
+                                         .uncertaintySeconds = estimate->uncertaintySeconds},
+                               .uniqueness = estimate->uniqueness});
         }
         if (estimate || lag == Lag(NoLag::noPeakStandsOut)) {
-            const bool agrees = standingInStep(pair.here, there) >= leastStandingInLine;
-            ++(agrees ? told.agreeing : told.against);
+            const bool agrees = standingInStep(both.here, both.there) >= leastStandingInLine;
+            ++(agrees ? agreeing : against);
         }
     }
-    return told;
-}
+
+    [[nodiscard]] int heard() const { return agreeing + against; }
+    /// The line on which the windows lie, if there is one.
+    [[nodiscard]] std::optional<SoundLine> line() const
+    {
+        std::vector<LagPoint> points;
+        std::ranges::transform(windows, std::back_inserter(points), &HeardWindow::point);
+        const auto found = soundAlignment(points);
+        const auto *line = std::get_if<SoundLine>(&found);
+        return line ? std::optional(*line) : std::nullopt;
+    }
+};
 
 /// The line to which the first, short windows lead.
-std::optional<SoundLine> firstLine(const HeardRecording &reference, const HeardRecording &other,
-                                   const CoarseLine &coarse)
+std::optional<SoundLine> firstLine(Windows &windows, const CoarseLine &coarse)
 {
-    const std::vector<Pair> pairs = pairsAlong(reference, other, coarse, firstWindowSeconds);
+    const std::size_t step = (windows.count() + mostFirstWindows - 1) / mostFirstWindows;
     std::optional<SoundLine> best;
     for (const double beside : slopesBeside) {
         const double slope = coarse.slope + beside;
         if (std::abs(slope) > greatestSlope)
             continue;
-        const Told told = toldBy(pairs, slope, firstGreatestLag);
-        const auto line = soundAlignment(told.points);
-        const auto *found = std::get_if<SoundLine>(&line);
+        Told told;
+        for (std::size_t index = 0; index < windows.count(); index += step) {
+            const Pair &pair = windows.at(index);
+            told.hear(pair, inStep(pair, coarse, slope, shortestWindowSeconds), slope,
+                      firstGreatestLag);
+        }
+        const std::optional<SoundLine> found = told.line();
         if (found && (!best || found->points.size() > best->points.size()))
-            best = *found;
-        const int heard = told.agreeing + told.against;
+            best = found;
         // Where hardly any window could tell a lag, no other slope helps.
-        if (heard < int(pairs.size()) / 4
-            || (found && double(found->points.size()) >= leastAgreement * heard))
+        if (told.heard() < int(windows.count() / step) / 4
+            || (found && double(found->points.size()) >= leastAgreement * told.heard()))
             break;
     }
     return best;
 }
 
-/// Both have in step something that the other has, and beside it each has what the other lacks.
-bool differBesides(const std::vector<Pair> &pairs, double slope)
-{
+/// What windows have of either recording and lack of the other.
+struct Differences {
     MissingTones there, here;
-    for (const Pair &pair : pairs) {
-        const std::vector<float> other = pair.thereAt(slope);
-        there += missingTones(pair.here, other);
-        here += missingTones(other, pair.here);
+
+    void hear(const InStep &both)
+    {
+        there += missingTones(both.here, both.there);
+        here += missingTones(both.there, both.here);
     }
-    const auto lacks = [](const MissingTones &tones) {
+
+    /// Both have in step something that the other has, and beside it each has what the other lacks.
+    [[nodiscard]] bool onBothSides() const { return lacks(there) && lacks(here); }
+
+private:
+    [[nodiscard]] static bool lacks(const MissingTones &tones)
+    {
         return tones.expected >= leastExpected
                && double(tones.missing) > mostMissing * double(tones.expected);
-    };
-    return lacks(there) && lacks(here);
-}
+    }
+};
 
 std::variant<Overlap, NoOverlap> confirmed(const HeardRecording &reference,
                                            const HeardRecording &other, const CoarseLine &coarse)
@@ -166,26 +236,32 @@ std::variant<Overlap, NoOverlap> confirmed(const HeardRecording &reference,
     const Range rough = sharedRange(reference, other, coarse);
     if (!(rough.to - rough.from >= shortestSeconds))
         return NoOverlap::tooShort;
-    const std::optional<SoundLine> first = firstLine(reference, other, coarse);
+    Windows windows(reference, other, coarse);
+    const std::optional<SoundLine> first = firstLine(windows, coarse);
     if (!first)
         return NoOverlap::cannotTell;
 
     const CoarseLine line{.offsetSeconds = first->offsetSeconds, .slope = first->driftPPM * 1e-6};
-    const std::vector<Pair> pairs = pairsAlong(reference, other, line, secondsAWindow);
-    const Told told = toldBy(pairs, line.slope, secondGreatestLag);
-    const auto second = soundAlignment(told.points);
-    const auto *found = std::get_if<SoundLine>(&second);
+    Told told;
+    Differences differences;
+    for (std::size_t index = 0; index < windows.count(); ++index) {
+        const Pair &pair = windows.at(index);
+        const InStep both = inStep(pair, line, line.slope, windows.seconds());
+        told.hear(pair, both, line.slope, secondGreatestLag);
+        differences.hear(both);
+    }
+    const std::optional<SoundLine> found = told.line();
     if (!found)
         return NoOverlap::cannotTell;
-    const int heard = told.agreeing + told.against;
-    if (double(told.agreeing) < leastAgreement * heard || differBesides(pairs, line.slope))
+    if (double(told.agreeing) < leastAgreement * told.heard() || differences.onBothSides())
         return NoOverlap::inPart;
     const Range range = sharedRange(reference, other, line);
     return Overlap{.line = *found,
                    .fromSeconds = range.from,
                    .toSeconds = range.to,
+                   .windows = std::move(told.windows),
                    .windowsAgreeing = told.agreeing,
-                   .windowsHeard = heard};
+                   .windowsHeard = told.heard()};
 }
 
 } // namespace

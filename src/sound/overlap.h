@@ -20,13 +20,22 @@ struct HeardRecording {
     SoundAt soundAt;
 };
 
+/// What one window of two recordings told.
+struct HeardWindow {
+    LagPoint point;
+    double uniqueness = 0; ///< as of LagEstimate
+
+    bool operator==(const HeardWindow &) const = default;
+};
+
 /// Where two recordings are of one moment.
 struct Overlap {
     SoundLine line;         ///< from the reference's time to the lag of the other
     double fromSeconds = 0; ///< in the reference
     double toSeconds = 0;
-    int windowsAgreeing = 0; ///< windows in it that have in step what the line says
-    int windowsHeard = 0;    ///< of so many that might have
+    std::vector<HeardWindow> windows; ///< all that told a lag, in the order of their time
+    int windowsAgreeing = 0;          ///< windows in it that have in step what the line says
+    int windowsHeard = 0;             ///< of so many that might have
 
     bool operator==(const Overlap &) const = default;
 };

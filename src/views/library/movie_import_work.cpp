@@ -15,8 +15,8 @@ namespace vorn {
 namespace {
 
 constexpr int mostJobs = 2;
-/// What finding a movie in another one and its windows come to, in seconds of sound.
-constexpr double secondsAnAlignment = 1300;
+/// What finding a movie in another one comes to, in seconds of sound.
+constexpr double secondsAnAlignment = 700;
 
 } // namespace
 
