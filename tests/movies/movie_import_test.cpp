@@ -3,7 +3,7 @@
 #include "drift/anchor_fit.h"
 #include "drift/rate_text.h"
 #include "movies.h"
-#include "movies/movie_alignment.h"
+#include "movies/movie_pairs.h"
 #include "movies/movie_take.h"
 #include "rig/film/take.h"
 #include "sound/sound_reader.h"
@@ -32,6 +32,14 @@ Overlap overlapFrom(double from, double to, double ms)
     }
     shared.line = std::get<SoundLine>(soundAlignment(points));
     return shared;
+}
+
+Movie film(const QString &path, double seconds)
+{
+    Movie movie;
+    movie.path = path;
+    movie.seconds = seconds;
+    return movie;
 }
 
 } // namespace
@@ -155,23 +163,33 @@ private Q_SLOTS:
     /// A movie that only another one has heard lies where both lines together say.
     void alignsThroughAnother()
     {
-        const auto aligned = [](double from, double to, double seconds) {
-            return std::get<MovieAlignment>(alignmentOf(overlapFrom(from, to, 1), seconds));
+        const std::vector<Movie> movies{film(u"a"_s, 120), film(u"b"_s, 104), film(u"c"_s, 104),
+                                        film(u"d"_s, 164)};
+        HeardPairs heard;
+        const auto toHear = [&] { return pairsToHear(u"a"_s, movies, heard); };
+        using Pairs = std::vector<MoviePair>;
+        QCOMPARE(toHear(), (Pairs{{u"a"_s, u"b"_s}, {u"a"_s, u"c"_s}, {u"a"_s, u"d"_s}}));
+        const auto found = [](double from, double to, double seconds) {
+            return alignmentOf(overlapFrom(from, to, 1), seconds);
         };
-        const MovieAlignment between = aligned(0, 100, 104);
-        const auto through = [&](const MovieAlignment &beyond, double seconds) {
-            return alignmentThrough(between, beyond, seconds);
-        };
-        const auto found = std::get<MovieAlignment>(through(aligned(4, 100, 104), 104));
-        const DriftCorrection line = DriftEngine::fit(found.anchors, 104);
+        heard[{u"a"_s, u"b"_s}] = found(0, 100, 104);
+        heard[{u"a"_s, u"c"_s}] = heard[{u"a"_s, u"d"_s}] = u"Not found."_s;
+        QCOMPARE(toHear(), (Pairs{{u"b"_s, u"c"_s}, {u"b"_s, u"d"_s}}));
+        heard[{u"b"_s, u"c"_s}] = found(4, 100, 104);
+        heard[{u"b"_s, u"d"_s}] = u"Not found there either."_s;
+        heard[{u"c"_s, u"d"_s}] = found(0, 160, 164); // of which the reference has a part only
+        QCOMPARE(toHear(), Pairs());
+
+        const auto lies = moviesLying(u"a"_s, movies, heard);
+        QCOMPARE(lies.at(u"c"_s).through, u"b"_s);
+        const auto &lie = std::get<MovieAlignment>(lies.at(u"c"_s).alignment);
+        const DriftCorrection line = DriftEngine::fit(lie.anchors, 104);
         QVERIFY(std::abs(line.offsetSeconds - -4 / 1.0002) < 0.001);
-        QVERIFY(std::abs(found.line.lagAt(50) - (4 + 50 * 2e-4)) < 0.001);
-        for (const TimingAnchor &anchor : found.anchors)
+        QVERIFY(std::abs(lie.line.lagAt(50) - (4 + 50 * 2e-4)) < 0.001);
+        for (const TimingAnchor &anchor : lie.anchors)
             QVERIFY(anchor.uncertaintyMs >= 2 * 0.8 && anchor.referenceSeconds >= 0);
-        QCOMPARE(found.line.points.size(), found.anchors.size());
-        // What the movie between has, but the reference has not, says nothing.
-        const auto late = through(aligned(0, 160, 164), 164);
-        QVERIFY(std::get<QString>(late).startsWith(u"The reference has recorded only from 0:0"_s));
+        QCOMPARE(lie.line.points.size(), lie.anchors.size());
+        QCOMPARE(std::get<QString>(lies.at(u"d"_s).alignment), u"Not found."_s);
     }
 
     /// What the rig filmed is found to within what its phones' distances hide.
