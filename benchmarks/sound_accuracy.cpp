@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Usage: sound_accuracy FOLDER
-// Listens to the recordings of a folder that vorn-rig has made (sounds, or take) and tells how they
-// lie, as the program would, two at a time. Prints for each kind of scene how far that is from the
+// Listens to the recordings of a folder that "vorn-rig sounds" has made and tells how they lie, as
+// the program would, two at a time. Prints for each kind of scene how far that is from the
 // truth, what was refused and why, and which recordings were aligned that do not belong together;
 // then what it took, and what decoding alone takes.
 
@@ -11,7 +11,6 @@
 #include "paired.h"
 #include "rig/base/ffmpeg.h"
 #include "rig/base/two_at_once.h"
-#include "rig/sound/sound_scene.h"
 #include "sound/overlap.h"
 #include "sound/sound_reader.h"
 
@@ -71,15 +70,11 @@ struct Outcome {
     double sharedSeconds = 0;
 };
 
-Recording recordingOf(const QJsonObject &object, const QJsonObject &hearing, const QString &folder)
+Recording recordingOf(const QJsonObject &object, const QString &folder)
 {
-    Recording recording{
-        folder + u'/' + object[u"file"_s].toString(), object[u"offsetSeconds"_s].toDouble(),
-        1 + object[u"driftPPM"_s].toDouble() / 1e6, hearing[u"soundDelaySeconds"_s].toDouble(),
-        object[u"seconds"_s].toDouble()};
-    if (const auto samples = object[u"audioSamples"_s].toInteger())
-        recording.seconds = double(samples) / rig::audioSampleRate;
-    return recording;
+    return {folder + u'/' + object[u"file"_s].toString(), object[u"offsetSeconds"_s].toDouble(),
+            1 + object[u"driftPPM"_s].toDouble() / 1e6, object[u"soundDelaySeconds"_s].toDouble(),
+            object[u"seconds"_s].toDouble()};
 }
 
 Material materialOf(const QString &folder)
@@ -88,20 +83,12 @@ Material materialOf(const QString &folder)
     const QJsonObject truth = parseJsonObject(readFile(path, maximumTruthBytes), path);
     Material material;
     for (const auto &recording : truth[u"recordings"_s].toArray())
-        material.recordings.push_back(
-            recordingOf(recording.toObject(), recording.toObject(), folder));
+        material.recordings.push_back(recordingOf(recording.toObject(), folder));
     for (const auto &belongsTogether : {true, false})
         for (const auto &pair : truth[belongsTogether ? u"together"_s : u"apart"_s].toArray())
             material.pairs.push_back({std::size_t(pair[u"first"_s].toInteger()),
                                       std::size_t(pair[u"second"_s].toInteger()),
                                       pair[u"kind"_s].toString(), belongsTogether});
-    // A take: all against the first.
-    for (const auto &camera : truth[u"cameras"_s].toArray()) {
-        const QJsonObject sound = camera[u"sound"_s].toObject();
-        if (!material.recordings.empty())
-            material.pairs.push_back({0, material.recordings.size(), sound[u"kind"_s].toString()});
-        material.recordings.push_back(recordingOf(camera.toObject(), sound, folder));
-    }
     return material;
 }
 

@@ -58,6 +58,7 @@ QJsonObject hearingJson(const Hearing &hearing)
     return {{u"distanceMetres"_s, hearing.distanceMetres},
             {u"soundDelaySeconds"_s, hearing.soundDelaySeconds()},
             {u"reverberationSeconds"_s, hearing.reverberationSeconds},
+            {u"wallsDB"_s, hearing.wallsDB},
             {u"signalToNoiseDB"_s, hearing.signalToNoiseDB},
             {u"hasGainControl"_s, hearing.gain == GainControl::automatic},
             {u"overdriveDB"_s, hearing.overdriveDB}};
@@ -167,12 +168,13 @@ QByteArray HeardSound::next(std::int64_t count)
 {
     const double level = levelAt(m_hearing);
     const double noise = level * sceneLevel * std::pow(10, -m_hearing.signalToNoiseDB / 20);
+    const double walls = std::pow(10, m_hearing.wallsDB / 20);
     const double overdrive = std::pow(10, m_hearing.overdriveDB / 20);
     QByteArray bytes(count * qsizetype(sizeof(std::int16_t)), Qt::Uninitialized);
     const std::span samples(reinterpret_cast<std::int16_t *>(bytes.data()), std::size_t(count));
     for (std::int16_t &sample : samples) {
         const double direct = level * arriving();
-        double heard = direct + m_walls(direct) + noise * m_dice.noise();
+        double heard = direct + walls * m_walls(direct) + noise * m_dice.noise();
         if (m_hearing.gain == GainControl::automatic)
             heard = controlled(heard);
         sample = std::int16_t(std::lround(std::clamp(heard * overdrive, -1.0, 1.0) * 32'767));

@@ -37,8 +37,8 @@ struct RecordingClock {
 /// Where a phone stands and how well it hears. What it hears arose soundDelaySeconds() earlier.
 struct Hearing {
     double distanceMetres = 0; ///< from the sound; it falls as 1 / distance from 1 m on
-    double reverberationSeconds =
-        0;                       ///< until it is 60 dB lower; as loud as the sound itself; 0: none
+    double reverberationSeconds = 0; ///< until it is 60 dB lower; 0: none
+    double wallsDB = 0;              ///< level of all that walls give back over the sound itself
     double signalToNoiseDB = 60; ///< the phone's own noise below the scene's average, there
     GainControl gain = GainControl::none;
     double overdriveDB = 0; ///< how much louder than it should it records; what is too loud is cut

@@ -56,11 +56,16 @@ bool repeatsItsTune(const SoundScene &scene)
     return scene.kind == SoundKind::loop || scene.kind == SoundKind::metronome || scene.isPlayback;
 }
 
+/// Where walls are as loud as the sound itself, in a hall of 10,000 m³ that rings for a second, and
+/// with who speaks or plays turned to the phones: 0.057 sqrt(Q V / T) m, with Q = 3.
+constexpr double hallMetres = 10;
+
 Hearing planHearing(std::int64_t seed, Dice &dice)
 {
     Hearing hearing;
     hearing.distanceMetres = dice.uniform(0, 30);
     hearing.reverberationSeconds = dice.uniform(0, 1);
+    hearing.wallsDB = std::clamp(20 * std::log10(hearing.distanceMetres / hallMetres), -20.0, 10.0);
     hearing.signalToNoiseDB = dice.uniform(0, 40);
     hearing.gain = dice.uniform(0, 1) < 0.5 ? GainControl::automatic : GainControl::none;
     // What is overdriven must be loud.
