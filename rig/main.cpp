@@ -27,20 +27,34 @@ ExitCode runCheck()
     QCommandLineParser parser;
     parser.setApplicationDescription(
         u"Measures by the pictures how well an exported package aligns the cameras of a take.\n"
-        "Ends with 0 when all lie within one frame at head, middle and tail, with 1 when not,\n"
-        "and with 2 when the files cannot be read."_s);
+        "Ends with 0 when all lie within one frame at head, middle and tail, or within a quarter "
+        "of\n"
+        "one by ear, with 1 when not, and with 2 when the files cannot be read."_s);
     parser.addOptions({
         {u"package"_s, u"Folder of the package, with its timeline.fcpxml."_s, u"DIR"_s},
         {u"truth"_s, u"The truth.json of the take."_s, u"FILE"_s},
+        {u"timeline"_s, u"Another timeline of the package (timeline.fcpxml)."_s, u"NAME"_s,
+         u"timeline.fcpxml"_s},
+        {u"within"_s, u"How far a camera may lie off, instead of one frame."_s, u"FRAMES"_s,
+         u"1"_s},
+        {u"by-ear"_s,
+         u"The cameras were aligned by their sound: takes away what their distances explain."_s},
         {u"json"_s, u"Print the figures as JSON."_s},
     });
     if (!parse(parser, u"check"_s))
         return done;
-    const AlignmentCheck check =
-        checkAlignment(required(parser, u"package"_s), required(parser, u"truth"_s));
+    AlignmentQuestion question{required(parser, u"package"_s), required(parser, u"truth"_s),
+                               parser.value(u"timeline"_s)};
+    if (parser.isSet(u"by-ear"_s))
+        question.by = AlignedBy::sound;
+    bool isNumber = false;
+    question.boundFrames = parser.value(u"within"_s).toDouble(&isNumber);
+    if (!isNumber || !(question.boundFrames > 0))
+        throw UsageError(u"--within must be frames, such as 0.5."_s);
+    const AlignmentCheck check = checkAlignment(question);
     print(stdout, parser.isSet(u"json"_s) ? QString::fromUtf8(prettyJson(alignmentJson(check)))
                                           : alignmentText(check));
-    return check.isWithinOneFrame() ? done : failed;
+    return check.isWithinBound() ? done : failed;
 }
 
 ExitCode runCut()

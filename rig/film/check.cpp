@@ -30,7 +30,7 @@ const TimelineClip &clipOf(const Timeline &timeline, const QString &cameraId)
 }
 
 CameraAlignment cameraAlignment(const Timeline &timeline, const TimelineClip &reference,
-                                const PhoneTruth &truth)
+                                const PhoneTruth &truth, double distanceSeconds)
 {
     const TimelineClip &clip = clipOf(timeline, truth.cameraId);
     const double fps = timeline.framesPerSecond;
@@ -40,14 +40,15 @@ CameraAlignment cameraAlignment(const Timeline &timeline, const TimelineClip &re
     const double last = std::ceil(end * fps - gridTolerance) - 1;
     if (!(first <= last))
         throw RigError(u"%1 and the reference camera share no frame."_s.arg(clip.cameraId));
-    CameraAlignment alignment{clip.cameraId, {}};
+    CameraAlignment alignment{clip.cameraId, distanceSeconds, {}};
     const std::array moments{first, std::floor((first + last) / 2), last};
     for (std::size_t index = 0; index < moments.size(); ++index) {
         const double timelineSeconds = moments[index] / fps;
         const ShownPicture shown = shownPicture(clip, truth, timelineSeconds);
         if (!shown.fault.isEmpty())
             throw RigError(shown.fault);
-        alignment.points[index] = {timelineSeconds, shown.sceneSeconds - timelineSeconds};
+        alignment.points[index] = {timelineSeconds,
+                                   shown.sceneSeconds - timelineSeconds - distanceSeconds};
     }
     return alignment;
 }
@@ -59,43 +60,58 @@ QString signedText(double value)
 
 } // namespace
 
-bool AlignmentCheck::isWithinOneFrame() const
+bool AlignmentCheck::isWithinBound() const
 {
     return std::ranges::all_of(cameras, [this](const CameraAlignment &camera) {
         return std::ranges::all_of(camera.points, [this](const AlignmentPoint &point) {
-            return std::abs(errorFrames(point)) <= 1;
+            return std::abs(errorFrames(point)) <= boundFrames;
         });
     });
 }
 
-AlignmentCheck checkAlignment(const QString &packageFolder, const QString &truthPath)
+AlignmentCheck checkAlignment(const AlignmentQuestion &question)
 {
-    const TakeTruth truth = takeTruth(truthPath);
-    const Timeline timeline =
-        readTimeline(readFile(packageFolder + u"/timeline.fcpxml"_s, maximumDocumentBytes));
+    const TakeTruth truth = takeTruth(question.truthPath);
+    const Timeline timeline = readTimeline(
+        readFile(question.packageFolder + u'/' + question.timelineName, maximumDocumentBytes));
     const TimelineClip &reference = clipOf(timeline, truth.referenceCameraId);
-    AlignmentCheck check{timeline.framesPerSecond, {}};
-    for (const PhoneTruth &phone : truth.phones)
-        check.cameras.push_back(cameraAlignment(timeline, reference, phone));
+    const auto basis =
+        std::ranges::find(truth.phones, truth.referenceCameraId, &PhoneTruth::cameraId);
+    if (basis == truth.phones.end())
+        throw RigError(u"The truth file lacks the reference camera."_s);
+    AlignmentCheck check{timeline.framesPerSecond, question.by, question.boundFrames, {}};
+    for (const PhoneTruth &phone : truth.phones) {
+        const double later = question.by == AlignedBy::sound
+                                 ? phone.soundDelaySeconds - basis->soundDelaySeconds
+                                 : 0;
+        check.cameras.push_back(cameraAlignment(timeline, reference, phone, later));
+    }
     return check;
 }
 
 QString alignmentText(const AlignmentCheck &check)
 {
-    QString text = u"%1 %2 %3 %4\n"_s.arg(u"camera"_s, -10)
+    const bool isBySound = check.by == AlignedBy::sound;
+    QString text = u"%1%2 %3 %4 %5\n"_s.arg(u"camera"_s, -10)
+                       .arg(isBySound ? u"  distance: ms"_s : QString())
                        .arg(u"head: ms, frames"_s, 18)
                        .arg(u"middle"_s, 18)
                        .arg(u"tail"_s, 18);
     for (const CameraAlignment &camera : check.cameras) {
         text += u"%1"_s.arg(camera.cameraId, -10);
+        if (isBySound)
+            text += u"%1"_s.arg(signedText(camera.distanceSeconds * 1000), 14);
         for (const AlignmentPoint &point : camera.points)
             text += u" %1 %2"_s.arg(signedText(point.errorSeconds * 1000), 10)
                         .arg(signedText(check.errorFrames(point)), 7);
         text += u'\n';
     }
-    return text
-           + (check.isWithinOneFrame() ? u"Every camera lies within one frame.\n"_s
-                                       : u"Not every camera lies within one frame.\n"_s);
+    text +=
+        check.isWithinBound() ? u"Every camera lies within "_s : u"Not every camera lies within "_s;
+    text += check.boundFrames == 1 ? u"one frame"_s : u"%1 frames"_s.arg(check.boundFrames);
+    if (isBySound)
+        text += u"; what its distance from the sound explains is taken away"_s;
+    return text + u".\n"_s;
 }
 
 QJsonObject alignmentJson(const AlignmentCheck &check)
@@ -103,7 +119,8 @@ QJsonObject alignmentJson(const AlignmentCheck &check)
     const std::array names{u"head"_s, u"middle"_s, u"tail"_s};
     QJsonArray cameras;
     for (const CameraAlignment &camera : check.cameras) {
-        QJsonObject entry{{u"cameraId"_s, camera.cameraId}};
+        QJsonObject entry{{u"cameraId"_s, camera.cameraId},
+                          {u"distanceMs"_s, camera.distanceSeconds * 1000}};
         for (std::size_t index = 0; index < names.size(); ++index) {
             const AlignmentPoint &point = camera.points[index];
             entry.insert(names[index], QJsonObject{{u"timelineSeconds"_s, point.timelineSeconds},
@@ -114,7 +131,8 @@ QJsonObject alignmentJson(const AlignmentCheck &check)
     }
     return {{u"framesPerSecond"_s, check.framesPerSecond},
             {u"cameras"_s, cameras},
-            {u"withinOneFrame"_s, check.isWithinOneFrame()}};
+            {u"boundFrames"_s, check.boundFrames},
+            {u"withinBound"_s, check.isWithinBound()}};
 }
 
 } // namespace vorn::rig

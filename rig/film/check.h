@@ -21,7 +21,17 @@
 ///
 /// above 0 when the camera runs ahead of the reference. The truth file gives rate and drift; the
 /// scene time comes from the picture, and must be the one that the truth promises for that frame.
+///
+/// What stands farther from the sound hears it later. Who aligns by sound cannot tell that from an
+/// offset, so there the error is what is left of it when the delay by the truth has been taken
+/// away.
 namespace vorn::rig {
+
+/// By what the cameras of a package were aligned.
+enum class AlignedBy {
+    anchors, ///< that phones noted
+    sound,   ///< that all heard
+};
 
 struct AlignmentPoint {
     double timelineSeconds = 0;
@@ -30,25 +40,36 @@ struct AlignmentPoint {
 
 struct CameraAlignment {
     QString cameraId;
+    double distanceSeconds = 0;           ///< that its errors had more, for its distance
     std::array<AlignmentPoint, 3> points; ///< head, middle, tail
+};
+
+/// What to measure, and by what to judge it.
+struct AlignmentQuestion {
+    QString packageFolder;
+    QString truthPath;
+    QString timelineName = QStringLiteral("timeline.fcpxml"); ///< in the package
+    AlignedBy by = AlignedBy::anchors;
+    double boundFrames = 1; ///< that a camera may lie off
 };
 
 struct AlignmentCheck {
     double framesPerSecond = 0; ///< of the timeline
+    AlignedBy by = AlignedBy::anchors;
+    double boundFrames = 1;
     std::vector<CameraAlignment> cameras;
 
     [[nodiscard]] double errorFrames(const AlignmentPoint &point) const
     {
         return point.errorSeconds * framesPerSecond;
     }
-    /// True when no error exceeds one frame of the timeline.
-    [[nodiscard]] bool isWithinOneFrame() const;
+    [[nodiscard]] bool isWithinBound() const;
 };
 
-/// Measures the package in `packageFolder` against a truth file. Throws RigError or FileError when
-/// either cannot be read, when they are not of one take, or when a camera is missing. Decodes three
+/// Measures a timeline of a package against a truth file. Throws RigError or FileError when either
+/// cannot be read, when they are not of one take, or when a camera is missing. Decodes three
 /// pictures for each camera.
-[[nodiscard]] AlignmentCheck checkAlignment(const QString &packageFolder, const QString &truthPath);
+[[nodiscard]] AlignmentCheck checkAlignment(const AlignmentQuestion &question);
 
 /// A table for the terminal.
 [[nodiscard]] QString alignmentText(const AlignmentCheck &check);

@@ -66,6 +66,9 @@ PhoneTruth phoneTruth(const QJsonObject &object)
         throw RigError(u"The truth of %1 is out of range."_s.arg(phone.cameraId));
     phone.rate = *rate;
     phone.frames = std::int64_t(frames);
+    if (object.contains(u"sound"_s))
+        phone.soundDelaySeconds =
+            numberOf(object.value(u"sound"_s).toObject(), u"soundDelaySeconds"_s);
     return phone;
 }
 

@@ -27,6 +27,7 @@ struct PhoneTruth {
     double driftPPM = 0;
     FrameRate rate;
     std::int64_t frames = 0;
+    double soundDelaySeconds = 0; ///< what it hears arose so much earlier
 
     [[nodiscard]] double sceneSecondsPerMediaSecond() const { return 1 + driftPPM / 1'000'000; }
     [[nodiscard]] double sceneSeconds(double mediaSeconds) const
