@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Drags files out of another program's window, and types, as a hand does."""
+"""Drags files out of another program's window, as a hand does."""
 
 import pathlib
 import subprocess
