@@ -1,16 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include "base/files.h"
 #include "drift/anchor_fit.h"
 #include "drift/rate_text.h"
+#include "hostile_movies.h"
 #include "movies.h"
 #include "movies/movie_pairs.h"
 #include "movies/movie_take.h"
 #include "rig/film/take.h"
 #include "sound/sound_reader.h"
+#include "support.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <cerrno>
 #include <cmath>
 
 using namespace vorn;
@@ -19,6 +27,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const auto notTold = [](double) {};
+
+constexpr double refusedSeconds = 10; ///< that are listened to nevertheless
+constexpr std::int64_t mostGrowthBytes = 32 << 20;
 
 /// Windows that lie `ms` beside a movie that began 2 s before the reference and runs 100 ppm fast.
 Overlap overlapFrom(double from, double to, double ms)
@@ -40,6 +51,37 @@ Movie film(const QString &path, double seconds)
     movie.path = path;
     movie.seconds = seconds;
     return movie;
+}
+
+struct Heard {
+    double seconds = 0;
+    QString sentence; ///< where it went wrong, as it may
+};
+
+/// A whole movie, as the import does it; some of one that the look refuses.
+Heard listenedTo(const QString &path)
+{
+    Heard heard;
+    const Movie movie = lookAtMovie(path, {});
+    const double seconds = movie.refusal.isEmpty() ? movie.seconds : refusedSeconds;
+    try {
+        readSound(path, {.startSeconds = 0, .seconds = seconds}, {},
+                  [&](std::span<const float> piece) {
+                      heard.seconds += double(piece.size()) / soundRate;
+                  });
+    } catch (const SoundError &error) {
+        heard.sentence = QString::fromUtf8(error.what());
+    } catch (const FileError &error) {
+        heard.sentence = QString::fromUtf8(error.what());
+    }
+    return heard;
+}
+
+std::int64_t largestMemoryBytes()
+{
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return std::int64_t(usage.ru_maxrss) * 1024;
 }
 
 } // namespace
@@ -233,7 +275,70 @@ private Q_SLOTS:
                                  (void)alignMovies(heard[0], heard[1], stop.get_token(), notTold));
     }
 
+    /// Whatever is in a movie, who listens to it hears something or gets a sentence.
+    void hostileMoviesCostASentence_data()
+    {
+        QTest::addColumn<QByteArrayList>("movies");
+        QTest::addColumn<bool>("mayBeHeard");
+        const QString both = u"PICTURE:25 -f lavfi -i sine -map 1 -map 0 -t 2 X264"_s;
+        const QByteArray aac = made(u"aac.mov"_s, both);
+        const QByteArray early = made(u"early.mp4"_s, both + u" -movflags +faststart"_s);
+        const QByteArray pcm = made(u"pcm.mov"_s, both + u" -c:a pcm_s16le"_s);
+        QTest::newRow("whole") << QByteArrayList{aac, early, pcm} << true;
+        QTest::newRow("cut off") << cutOff(aac) + cutOff(early) << true;
+        QTest::newRow("other bytes") << mutated(aac, 100) + mutated(pcm, 100) << true;
+        QTest::newRow("hours") << sayingHours(aac) + sayingHours(pcm) << true;
+        QTest::newRow("huge tables") << withHugeTables(pcm) << true;
+        QTest::newRow("absurd sound") << withAbsurdSound(pcm) << true;
+        QTest::newRow("the sound of another file")
+            << QByteArrayList{ledTo("pcm.mov", pcm)} << false;
+        const QString sound = u"-f lavfi -i sine -t 2"_s;
+        QTest::newRow("another kind of file")
+            << QByteArrayList{made(u"other.mkv"_s, sound), made(u"other.wav"_s, sound),
+                              "v=0\nm=audio 9 RTP/AVP 0\nc=IN IP4 127.0.0.1\n", "no movie", ""}
+            << false;
+    }
+    void hostileMoviesCostASentence()
+    {
+        QFETCH(const QByteArrayList, movies);
+        QFETCH(const bool, mayBeHeard);
+        const QString path = m_folder.filePath(u"hostile.mov"_s);
+        writePlain(path, {});
+        const QStringList files = QDir(m_folder.path()).entryList(QDir::Files);
+        const std::int64_t before = largestMemoryBytes();
+        for (qsizetype at = 0; at < movies.size(); ++at) {
+            writePlain(path, movies[at]);
+            const Heard heard = listenedTo(path);
+            const QByteArray which = QByteArray::number(at) + ": " + heard.sentence.toUtf8();
+            QVERIFY2(heard.sentence.isEmpty()
+                         || heard.sentence == u"The sound of hostile.mov cannot be read."_s,
+                     which.constData());
+            QVERIFY2(mayBeHeard || heard.seconds == 0, which.constData());
+            QCOMPARE(readAll(path), movies[at]);
+        }
+        QVERIFY(largestMemoryBytes() - before < mostGrowthBytes);
+        QVERIFY(::waitpid(-1, nullptr, WNOHANG) == -1 && errno == ECHILD);
+        QCOMPARE(QDir(m_folder.path()).entryList(QDir::Files), files);
+    }
+
+    void waitsForNothingThatIsNoFile()
+    {
+        const QString pipe = m_folder.filePath(u"pipe.mov"_s);
+        QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        for (const QString &path : {pipe, m_folder.path(), u"/dev/zero"_s}) {
+            const QString sentence = path + u" is not a regular file."_s;
+            QCOMPARE(lookAtMovie(path, {}).refusal, sentence);
+            QCOMPARE(listenedTo(path).sentence, sentence);
+        }
+    }
+
 private:
+    QByteArray made(const QString &name, const QString &arguments)
+    {
+        makeMovie(m_folder.path(), name, arguments);
+        return readAll(m_folder.filePath(name));
+    }
+
     QTemporaryDir m_folder;
 };
 
