@@ -51,15 +51,6 @@ struct Range {
     double to = 0;
 };
 
-/// Where both recordings are, by a line.
-Range sharedRange(const HeardRecording &reference, const HeardRecording &other,
-                  const CoarseLine &line)
-{
-    const double end = (other.features.seconds() - line.offsetSeconds) / (1 + line.slope);
-    return {.from = std::max(0.0, -line.offsetSeconds / (1 + line.slope)),
-            .to = std::min(reference.features.seconds(), end)};
-}
-
 /// On whole samples, as sound is read.
 double wholeSample(double seconds)
 {
@@ -77,7 +68,7 @@ struct Places {
     {
         const double length = range.to - range.from;
         seconds = std::clamp(windowShare * length, shortestWindowSeconds, longestWindowSeconds);
-        const double room = length - seconds;
+        const double room = std::max(0.0, length - seconds);
         count = std::size_t(std::clamp(int(room / leastHopSeconds) + 1, 2, mostWindows));
         from = range.from;
         hop = room / double(count - 1);
@@ -116,13 +107,20 @@ public:
         : m_reference(reference),
           m_other(other),
           m_line(line),
-          m_places(sharedRange(reference, other, line)),
+          m_range(rangeAlong(line)),
+          m_places(m_range),
           m_pairs(m_places.count)
     {
     }
 
+    [[nodiscard]] const Range &range() const { return m_range; }
     [[nodiscard]] std::size_t count() const { return m_pairs.size(); }
     [[nodiscard]] double seconds() const { return m_places.seconds; }
+    /// Between those that come first.
+    [[nodiscard]] std::size_t firstStep() const
+    {
+        return (count() + mostFirstWindows - 1) / mostFirstWindows;
+    }
 
     [[nodiscard]] const Pair &at(std::size_t index)
     {
@@ -141,9 +139,18 @@ public:
         return *pair;
     }
 
+    /// Where both recordings are, by a line.
+    [[nodiscard]] Range rangeAlong(const CoarseLine &line) const
+    {
+        const double end = (m_other.features.seconds() - line.offsetSeconds) / (1 + line.slope);
+        return {.from = std::max(0.0, -line.offsetSeconds / (1 + line.slope)),
+                .to = std::min(m_reference.features.seconds(), end)};
+    }
+
 private:
     const HeardRecording &m_reference, &m_other;
     CoarseLine m_line;
+    Range m_range;
     Places m_places;
     std::vector<std::optional<Pair>> m_pairs;
 };
@@ -151,8 +158,9 @@ private:
 /// What windows told.
 struct Told {
     std::vector<HeardWindow> windows;
-    int agreeing = 0; ///< windows that tell lag 0, or stand out there
-    int against = 0;  ///< windows that do not, and could
+    int agreeing = 0;  ///< windows that tell lag 0, or stand out there
+    int against = 0;   ///< windows that do not, and could
+    int repeating = 0; ///< windows that fit at more than one lag
 
     void hear(const Pair &pair, const InStep &both, double slope, double greatestLag)
     {
@@ -169,6 +177,7 @@ struct Told {
             const bool agrees = standingInStep(both.here, both.there) >= leastStandingInLine;
             ++(agrees ? agreeing : against);
         }
+        repeating += lag == Lag(NoLag::repeats) ? 1 : 0;
     }
 
     [[nodiscard]] int heard() const { return agreeing + against; }
@@ -186,7 +195,7 @@ struct Told {
 /// The line to which the first, short windows lead.
 std::optional<SoundLine> firstLine(Windows &windows, const CoarseLine &coarse)
 {
-    const std::size_t step = (windows.count() + mostFirstWindows - 1) / mostFirstWindows;
+    const std::size_t step = windows.firstStep();
     std::optional<SoundLine> best;
     for (const double beside : slopesBeside) {
         const double slope = coarse.slope + beside;
@@ -230,13 +239,10 @@ private:
     }
 };
 
-std::variant<Overlap, NoOverlap> confirmed(const HeardRecording &reference,
-                                           const HeardRecording &other, const CoarseLine &coarse)
+std::variant<Overlap, NoOverlap> confirmed(Windows &windows, const CoarseLine &coarse)
 {
-    const Range rough = sharedRange(reference, other, coarse);
-    if (!(rough.to - rough.from >= shortestSeconds))
+    if (!(windows.range().to - windows.range().from >= shortestSeconds))
         return NoOverlap::tooShort;
-    Windows windows(reference, other, coarse);
     const std::optional<SoundLine> first = firstLine(windows, coarse);
     if (!first)
         return NoOverlap::cannotTell;
@@ -251,11 +257,14 @@ std::variant<Overlap, NoOverlap> confirmed(const HeardRecording &reference,
         differences.hear(both);
     }
     const std::optional<SoundLine> found = told.line();
+    // What tells a lag here and there only, by luck, may tell another one at another line.
+    if (told.repeating > int(told.windows.size()))
+        return NoOverlap::severalFit;
     if (!found)
         return NoOverlap::cannotTell;
     if (double(told.agreeing) < leastAgreement * told.heard() || differences.onBothSides())
         return NoOverlap::inPart;
-    const Range range = sharedRange(reference, other, line);
+    const Range range = windows.rangeAlong(line);
     return Overlap{.line = *found,
                    .fromSeconds = range.from,
                    .toSeconds = range.to,
@@ -264,19 +273,56 @@ std::variant<Overlap, NoOverlap> confirmed(const HeardRecording &reference,
                    .windowsHeard = told.heard()};
 }
 
+/// Whether what repeats fits along another line, too, which a lag need not tell: hardly a window
+/// there finds nothing, and neither recording has what the other lacks. `slope` is the clocks'.
+bool fitsAlso(Windows &windows, const CoarseLine &rival, double slope)
+{
+    const double length = windows.range().to - windows.range().from;
+    if (!(length >= 2 * longestWindowSeconds))
+        return false;
+    const double middle = windows.range().from + length / 2;
+    const CoarseLine line{.offsetSeconds = rival.offsetSeconds + (rival.slope - slope) * middle,
+                          .slope = slope};
+    int fitting = 0;
+    int against = 0;
+    Differences differences;
+    const std::size_t step = windows.firstStep();
+    for (std::size_t index = 0; index < windows.count(); index += step) {
+        const Pair &pair = windows.at(index);
+        const InStep both = inStep(pair, line, slope, windows.seconds());
+        const Lag lag = lagBetween(both.here, both.there, firstGreatestLag);
+        fitting += std::holds_alternative<LagEstimate>(lag) || lag == Lag(NoLag::repeats) ? 1 : 0;
+        against += lag == Lag(NoLag::noPeakStandsOut) ? 1 : 0;
+        differences.hear(both);
+    }
+    return double(fitting) >= leastAgreement * (fitting + against) && fitting > 0
+           && !differences.onBothSides();
+}
+
 } // namespace
 
 std::variant<Overlap, NoOverlap> findOverlap(const HeardRecording &reference,
                                              const HeardRecording &other)
 {
     std::variant<Overlap, NoOverlap> result = NoOverlap::nothingAlike;
-    for (const CoarseLine &line : coarseSearch(reference.features, other.features)) {
-        const std::variant<Overlap, NoOverlap> one = confirmed(reference, other, line);
+    const std::vector<CoarseLine> lines = coarseSearch(reference.features, other.features);
+    std::vector<Windows> windows;
+    std::size_t best = 0;
+    for (std::size_t index = 0; index < lines.size(); ++index) {
+        windows.emplace_back(reference, other, lines[index]);
+        const std::variant<Overlap, NoOverlap> one = confirmed(windows[index], lines[index]);
         if (std::holds_alternative<Overlap>(one) && std::holds_alternative<Overlap>(result))
             return NoOverlap::severalFit;
         if (std::holds_alternative<Overlap>(one)
-            || result == std::variant<Overlap, NoOverlap>(NoOverlap::nothingAlike))
+            || result == std::variant<Overlap, NoOverlap>(NoOverlap::nothingAlike)) {
             result = one;
+            best = index;
+        }
+    }
+    const auto *found = std::get_if<Overlap>(&result);
+    for (std::size_t index = 0; found && index < lines.size(); ++index) {
+        if (index != best && fitsAlso(windows[index], lines[index], found->line.driftPPM * 1e-6))
+            return NoOverlap::severalFit;
     }
     return result;
 }

@@ -292,6 +292,10 @@ private Q_SLOTS:
         QTest::newRow("the same music under other voices")
             << heard(band, 5, 60, 0.01) << heard(sum(strings, tune(115), 0.32F), 15, 60, 0.01)
             << u"in part"_s;
+        // One period on, 21 s of it fit as well: too short to be believed, but not to raise a doubt.
+        const Sound loop = repeated(tune(14), 60);
+        QTest::newRow("a loop") << heard(loop, 0, 36, 0.01) << heard(loop, 15, 36, 0.01)
+                                << u"several fit"_s;
         // Behind talk that differs the same music is played, 40 s of it without.
         const auto played = [&](double begin) {
             Sound sound = murmur(100);
