@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Usage: sound_accuracy FOLDER
+// Usage: sound_accuracy FOLDER [KIND]
 // Listens to the recordings of a folder that "vorn-rig sounds" has made and tells how they lie, as
 // the program would, two at a time. Prints for each kind of scene how far that is from the
 // truth, what was refused and why, and which recordings were aligned that do not belong together;
-// then what it took, and what decoding alone takes.
+// then what it took, and what decoding alone takes. With KIND only the pairs whose kind holds it.
 
 #include "base/files.h"
 #include "base/json_text.h"
@@ -244,10 +244,10 @@ void printWrong(const Material &material, const std::vector<Outcome> &outcomes)
     }
 }
 
-double mebibytes(int who)
+double mebibytes()
 {
     rusage usage{};
-    getrusage(who, &usage);
+    getrusage(RUSAGE_SELF, &usage);
     return double(usage.ru_maxrss) / 1024;
 }
 
@@ -255,8 +255,13 @@ void measure(const Material &material)
 {
     std::vector<Heard> heard(material.recordings.size());
     const double reading = secondsOf([&] {
-        rig::twoAtOnce(heard.size(),
-                       [&](std::size_t index) { heard[index].read(material.recordings[index]); });
+        rig::twoAtOnce(heard.size(), [&](std::size_t index) {
+            const auto isIn = [&](const Pair &pair) {
+                return pair.reference == index || pair.other == index;
+            };
+            if (std::ranges::any_of(material.pairs, isIn))
+                heard[index].read(material.recordings[index]);
+        });
     });
     std::vector<Outcome> outcomes(material.pairs.size());
     std::size_t done = 0;
@@ -274,8 +279,6 @@ void measure(const Material &material)
                 std::fprintf(stderr, "%zu of %zu\n", done, outcomes.size());
         });
     });
-    const double ourMemory = mebibytes(RUSAGE_SELF);
-    const double readersMemory = mebibytes(RUSAGE_CHILDREN);
     const double decoding = secondsOf([&] {
         rig::twoAtOnce(material.recordings.size(), [&](std::size_t index) {
             rig::Ffmpeg(u"decode"_s, {u"-i"_s, material.recordings[index].path, u"-map"_s, u"0:a"_s,
@@ -287,19 +290,25 @@ void measure(const Material &material)
     printWrong(material, outcomes);
     std::printf("reading %.1f s, finding %.1f s, decoding alone %.1f s, two at a time\n", reading,
                 finding, decoding);
-    std::printf("memory %.0f MiB, of one reader's process %.0f MiB\n", ourMemory, readersMemory);
+    std::printf("memory %.0f MiB\n", mebibytes());
 }
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    if (argc != 2) {
-        std::fputs("Usage: sound_accuracy FOLDER\n", stderr);
+    if (argc < 2 || argc > 3) {
+        std::fputs("Usage: sound_accuracy FOLDER [KIND]\n", stderr);
         return 2;
     }
     try {
-        measure(materialOf(QString::fromLocal8Bit(argv[1])));
+        Material material = materialOf(QString::fromLocal8Bit(argv[1]));
+        if (argc == 3)
+            std::erase_if(material.pairs,
+                          [kind = QString::fromLocal8Bit(argv[2])](const Pair &pair) {
+                              return !pair.kind.contains(kind);
+                          });
+        measure(material);
     } catch (const std::exception &error) {
         std::fprintf(stderr, "sound_accuracy: %s\n", error.what());
         return 1;

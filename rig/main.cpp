@@ -27,9 +27,8 @@ ExitCode runCheck()
     QCommandLineParser parser;
     parser.setApplicationDescription(
         u"Measures by the pictures how well an exported package aligns the cameras of a take.\n"
-        "Ends with 0 when all lie within one frame at head, middle and tail, or within a quarter "
-        "of\n"
-        "one by ear, with 1 when not, and with 2 when the files cannot be read."_s);
+        "Ends with 0 when all lie within one frame at head, middle and tail, with 1 when not,\n"
+        "and with 2 when the files cannot be read."_s);
     parser.addOptions({
         {u"package"_s, u"Folder of the package, with its timeline.fcpxml."_s, u"DIR"_s},
         {u"truth"_s, u"The truth.json of the take."_s, u"FILE"_s},

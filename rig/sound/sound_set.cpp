@@ -60,11 +60,16 @@ bool repeatsItsTune(const SoundScene &scene)
 /// with who speaks or plays turned to the phones: 0.057 sqrt(Q V / T) m, with Q = 3.
 constexpr double hallMetres = 10;
 
+/// Below that the nearest wall alone would be heard: who films is outdoors.
+constexpr double shortestReverberation = 0.1;
+
 Hearing planHearing(std::int64_t seed, Dice &dice)
 {
     Hearing hearing;
     hearing.distanceMetres = dice.uniform(0, 30);
     hearing.reverberationSeconds = dice.uniform(0, 1);
+    if (hearing.reverberationSeconds < shortestReverberation)
+        hearing.reverberationSeconds = 0;
     hearing.wallsDB = std::clamp(20 * std::log10(hearing.distanceMetres / hallMetres), -20.0, 10.0);
     hearing.signalToNoiseDB = dice.uniform(0, 40);
     hearing.gain = dice.uniform(0, 1) < 0.5 ? GainControl::automatic : GainControl::none;

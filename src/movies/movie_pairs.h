@@ -23,14 +23,12 @@ struct MovieLie {
 
 /// What `heard` says of `movies` beside the reference, by their paths: those that were not found in
 /// the reference itself lie by way of one that was, where they were found in that. Pure.
-[[nodiscard]] std::map<QString, MovieLie> moviesLying(const QString &reference,
-                                                      const std::vector<Movie> &movies,
-                                                      const HeardPairs &heard);
+[[nodiscard]] std::map<QString, MovieLie>
+moviesLying(const QString &reference, const std::vector<Movie> &movies, const HeardPairs &heard);
 
 /// The pairs that may yet say where a movie lies, the most promising first: all with the reference,
 /// then those that were not found there with those that were. Pure.
-[[nodiscard]] std::vector<MoviePair> pairsToHear(const QString &reference,
-                                                 const std::vector<Movie> &movies,
-                                                 const HeardPairs &heard);
+[[nodiscard]] std::vector<MoviePair>
+pairsToHear(const QString &reference, const std::vector<Movie> &movies, const HeardPairs &heard);
 
 } // namespace vorn
