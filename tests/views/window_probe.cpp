@@ -227,6 +227,18 @@ QString descriptionOf(QQuickItem *item)
     return accessible ? accessible->text(QAccessible::Description) : QString();
 }
 
+QString texts(QAbstractItemModel *model, const QList<QByteArray> &names)
+{
+    QStringList rows;
+    for (int i = 0; i < model->rowCount(); ++i) {
+        QStringList fields;
+        for (const QByteArray &name : names)
+            fields += model->data(model->index(i, 0), model->roleNames().key(name)).toString();
+        rows += fields.join(u'|');
+    }
+    return rows.join(u'\n');
+}
+
 void pressAccessibly(QQuickItem *item)
 {
     QVERIFY(item);

@@ -115,6 +115,8 @@ private:
 [[nodiscard]] QString accessibleName(QQuickItem *item);
 /// What they tell of it besides.
 [[nodiscard]] QString descriptionOf(QQuickItem *item);
+/// The rows of a list, of each the texts by these names.
+[[nodiscard]] QString texts(QAbstractItemModel *model, const QList<QByteArray> &names);
 /// Presses it as they do.
 void pressAccessibly(QQuickItem *item);
 

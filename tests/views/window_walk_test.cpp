@@ -1,165 +1,25 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Every state of every window, walked by keyboard and by what a screen reader is given. Leaves a
-// picture of each state.
+// Every state of the windows that need no phone: Library, Settings, Help, and what stands beside
+// the Library.
 
 #include "drift/checked_takes.h"
-#include "phones_side.h"
 #include "recorded_session.h"
 #include "rig/film/take.h"
-#include "rig_phones.h"
-#include "walked_item.h"
-#include "window_walker.h"
+#include "walk_probe.h"
 
 #include <QApplication>
 #include <QClipboard>
 #include <QMimeData>
 #include <QWidget>
-#include <QtTest>
 
 using namespace vorn;
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-namespace {
-
-const auto toggle = u"This 128-bit fingerprint matches the fingerprint shown on the phone"_s;
-const auto programTitle = u"VORN Program"_s;
-const auto codeField = u"Six-digit code from phone"_s;
-
-/// The program's windows over a library of their own.
-class Program : public WindowHands {
-public:
-    explicit Program(const std::vector<VORNProject> &projects = {}) : m_desk(projects)
-    {
-        m_desk.windows.showLibrary();
-        takeUp(u"VORN Library"_s);
-    }
-
-    [[nodiscard]] AppStore &store() { return m_desk.store; }
-    [[nodiscard]] Desk &desk() { return m_desk; }
-
-    void control(Qt::Key key) { press(key, Qt::ControlModifier); }
-    void awaitFocus(const QString &name) { QTRY_COMPARE_WITH_TIMEOUT(focusName(), name, limitMs); }
-    /// Waits for a control, and for what is told of it.
-    void await(const QString &name, const QString &told = {})
-    {
-        const auto isSo = [&] { return shows(name) && descriptionOf(named(name)).contains(told); };
-        QVERIFY2(QTest::qWaitFor(isSo, limitMs), qPrintable(name + u": "_s + told));
-    }
-    void choose(const QString &name)
-    {
-        await(name);
-        click(named(name));
-    }
-    void focus(const QString &name)
-    {
-        await(name);
-        if (QQuickItem *item = named(name))
-            item->forceActiveFocus(Qt::TabFocusReason);
-    }
-    void open(Qt::Key key, const QString &focus)
-    {
-        control(key);
-        awaitFocus(focus);
-    }
-    void fail()
-    {
-        store().importManifest(u"/nowhere.json"_s);
-        awaitFocus(u"OK"_s);
-    }
-    void shrink()
-    {
-        window()->resize(window()->minimumSize());
-        QTRY_COMPARE(window()->contentItem()->size().toSize(), window()->minimumSize());
-    }
-    /// With a phone whose server is on: turned on again, it would be another record, in the middle
-    /// of the walk.
-    void pair(RigPhones &phones, const QString &camera)
-    {
-        phones.must(camera + u" code"_s);
-        const std::size_t before = store().transferSessions().size();
-        store().pairAndConnect(phones.shared(camera), phones.transfer(camera)[u"code"_s].toString(),
-                               true);
-        QTRY_COMPARE_WITH_TIMEOUT(store().transferSessions().size(), before + 1, limitMs);
-        QTRY_VERIFY_WITH_TIMEOUT(!store().isBusy(), limitMs);
-    }
-    /// The length of what verifyALongFile() verifies.
-    void resizeFile(qint64 bytes)
-    {
-        QVERIFY(QFile::resize(m_desk.folder.filePath(u"A.mov"_s), bytes));
-    }
-
-private:
-    Desk m_desk;
-};
-
-/// How a state comes about from the one before.
-struct State {
-    QString name;
-    std::function<void()> enter;
-};
-
-} // namespace
-
-class WindowWalkTest : public WindowTest {
+class WindowWalkTest : public WalkTest {
     Q_OBJECT
-private:
-    /// Walks one state after the other. Escape leads back from a sheet or another window, to where
-    /// the keyboard was.
-    void walk(Program &program, const std::vector<State> &states)
-    {
-        QStringList faults;
-        QQuickWindow *window = program.window();
-        std::map<QQuickItem *, QString> focus; // in the window and in each sheet
-        const auto remember = [&] {
-            QQuickItem *item = window->activeFocusItem();
-            if (item && item != window->contentItem())
-                focus[sheetOf(window)] = program.focusName();
-        };
-        for (const State &state : states) {
-            const auto watch =
-                connect(window, &QQuickWindow::activeFocusItemChanged, this, remember);
-            program.press(Qt::Key_Tab); // somewhere
-            state.enter();
-            if (QTest::currentTestFailed())
-                QFAIL(qPrintable(state.name));
-            faults += walkState(program, state.name);
-            disconnect(watch);
-            leave(program, window);
-            const QString left = focus[nullptr];
-            if (!QTest::qWaitFor([&] { return program.focusName() == left; }))
-                faults += state.name + u" | left by Escape, the keyboard is not at: "_s + left;
-        }
-        for (const QString &fault : faults)
-            qWarning("%s", qPrintable(fault));
-        QCOMPARE(faults.size(), 0);
-    }
-
-    void leave(Program &program, QQuickWindow *window)
-    {
-        while (QQuickItem *sheet = sheetOf(program.window())) {
-            program.press(Qt::Key_Escape);
-            const auto isLeft = [&] { return sheetOf(program.window()) != sheet; };
-            QVERIFY(QTest::qWaitFor(isLeft, limitMs));
-        }
-        if (program.window() == window)
-            return;
-        if (program.window()->title() == programTitle)
-            program.control(Qt::Key_W); // Escape does not take it off the air
-        else
-            program.press(Qt::Key_Escape);
-        QTRY_VERIFY_WITH_TIMEOUT(!program.window()->isVisible(), limitMs);
-        program.takeUp(window);
-    }
-
 private Q_SLOTS:
-    void init()
-    {
-        QTest::failOnWarning(QRegularExpression(u"^(?!This plugin does not)"_s));
-        m_phones.must(u"all reset"_s);
-    }
-
     // clang-format off
     void walksAnEmptyLibrary()
     {
@@ -308,14 +168,16 @@ private Q_SLOTS:
                 program.shrink();
             }},
         });
+        if (QTest::currentTestFailed())
+            return;
         import({});
         program.choose(u"Cancel"_s);
         program.takeUp(u"VORN Library"_s);
         // Two movies are dropped on the Library window, and become a take.
-        QMimeData movies;
-        movies.setUrls({QUrl::fromLocalFile(paths[0]), QUrl::fromLocalFile(paths[1])});
-        QDragEnterEvent enters({600, 400}, Qt::CopyAction, &movies, Qt::LeftButton, Qt::NoModifier);
-        QDropEvent drops({600, 400}, Qt::CopyAction, &movies, Qt::LeftButton, Qt::NoModifier);
+        QMimeData dragged;
+        dragged.setUrls({QUrl::fromLocalFile(paths[0]), QUrl::fromLocalFile(paths[1])});
+        QDragEnterEvent enters({600, 400}, Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
+        QDropEvent drops({600, 400}, Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
         QCoreApplication::sendEvent(program.window(), &enters);
         QCoreApplication::sendEvent(program.window(), &drops);
         program.takeUp(u"Import Movies"_s);
@@ -326,97 +188,6 @@ private Q_SLOTS:
         QCOMPARE(take.clips.size(), 2);
         QVERIFY(take.sourceManifestPath->startsWith(program.store().recordingsDirectory()));
         QVERIFY(take.clips[0].anchors.empty() != take.clips[1].anchors.empty());
-    }
-
-    void walksTheConnectSheet()
-    {
-        Program program;
-        PhonesSide others;
-        m_phones.must(u"all sleep"_s);
-        const auto open = [&] { program.open(Qt::Key_K, u"Scan Again"_s); };
-        walk(program, {
-            {u"Connect, waiting"_s, open},
-            {u"Connect, phones to ask"_s, [&] {
-                m_phones.must(u"all wake"_s);
-                m_phones.must(u"cam-b record take-1"_s);
-                open();
-                for (const QString &name : {u"Ada's phone"_s, u"Mara's phone"_s, u"Tarek's phone"_s})
-                    program.await(name, u"Ask"_s);
-                program.await(u"Jonas's phone"_s, u"recording"_s);
-            }},
-            {u"Connect, rows"_s, [&] {
-                m_phones.must(u"cam-a server on"_s);
-                m_phones.must(u"cam-d server on"_s);
-                others.announce(u"Incomplete"_s, transfer, 14, 8444, {});
-                open();
-                program.await(u"Mara's phone"_s, u"HTTPS"_s);
-                program.await(u"Tarek's phone"_s, u"HTTPS"_s);
-                program.await(u"Incomplete"_s, u"Incomplete"_s);
-            }},
-            {u"Connect, fingerprint"_s, [&] {
-                open();
-                program.choose(u"Mara's phone"_s);
-                program.await(codeField);
-            }},
-            {u"Connect, code"_s, [&] {
-                open();
-                program.choose(toggle);
-                program.choose(codeField);
-                program.type(u"123456"_s);
-            }},
-            {u"Connect, sessions"_s, [&] {
-                program.pair(m_phones, u"cam-a"_s);
-                program.pair(m_phones, u"cam-d"_s);
-                open();
-            }},
-            {u"Connect, another phone"_s, [&] {
-                open();
-                program.choose(u"Ask another phone…"_s);
-                program.await(u"Ada's phone"_s, u"Ask"_s);
-            }},
-            {u"Connect, smallest"_s, [&] {
-                program.shrink();
-                open();
-                program.focus(codeField);
-                program.press(Qt::Key_Escape);
-                QTRY_VERIFY(!program.shows(codeField));
-                open(); // not at what had the keyboard
-                QVERIFY(isInSight(program.named(u"ACTIVE SESSIONS"_s)));
-            }},
-            {u"Connect, fast hands"_s, [&] {
-                open();
-                program.choose(u"Scan Again"_s); // without a choice again
-                program.await(u"Tarek's phone"_s, u"HTTPS"_s);
-                program.focus(u"Tarek's phone"_s);
-                program.press(Qt::Key_Space);
-                // They are in the block of the choice before it has its place.
-                for (int i = 0; i < 12 && program.focusName() != toggle; ++i)
-                    program.press(Qt::Key_Tab);
-            }},
-        });
-    }
-
-    void walksADownload()
-    {
-        Program program;
-        walk(program, {
-            {u"Library, to download"_s, [&] {
-                m_phones.must(u"cam-a server on"_s);
-                program.pair(m_phones, u"cam-a"_s);
-            }},
-            {u"Library, downloading"_s, [&] {
-                m_phones.must(u"cam-a http files body slow 100000"_s);
-                program.choose(u"Download Take"_s);
-                program.control(Qt::Key_2);
-                QTRY_VERIFY_WITH_TIMEOUT(program.store().downloadProgress(), limitMs);
-            }},
-            {u"Library, smallest, downloading"_s, [&] { program.shrink(); }},
-            {u"Library, failed"_s, [&] {
-                m_phones.must(u"cam-a hang-up"_s);
-                program.awaitFocus(u"OK"_s);
-            }},
-            {u"Library, failed transfer"_s, [] {}},
-        });
     }
 
     void walksRunningWork()
@@ -452,77 +223,6 @@ private Q_SLOTS:
             }});
         walk(program, pages);
     }
-
-    void walksTheDirector()
-    {
-        Program program(fewProjects());
-        m_phones.must(u"all sleep"_s);
-        program.desk().windows.showDirector();
-        program.takeUp(u"VORN Director"_s);
-        const auto wake = [&](const QString &camera, const QString &count) {
-            m_phones.must(camera + u" wake"_s);
-            program.await(count + u" CAMERAS"_s);
-        };
-        const auto showProgram = [&] {
-            program.press(Qt::Key_P, Qt::ControlModifier | Qt::ShiftModifier);
-            program.takeUp(programTitle);
-        };
-        walk(program, {
-            {u"Director, no cameras"_s, [] {}},
-            {u"Program, black"_s, showProgram},
-            {u"Director, nothing heard"_s, [&] { program.await(u"Check network"_s); }},
-            {u"Check network"_s, [&] {
-                program.choose(u"Check network"_s);
-                program.takeUp(u"Check network"_s);
-                QTRY_VERIFY_WITH_TIMEOUT(!program.spokenRows(u"Findings"_s).isEmpty(), limitMs);
-            }},
-            {u"Director, one camera"_s, [&] { wake(u"cam-a"_s, u"1"_s); }},
-            {u"Director, two cameras"_s, [&] { wake(u"cam-b"_s, u"2"_s); }},
-            {u"Director, three cameras"_s, [&] { wake(u"cam-c"_s, u"3"_s); }},
-            {u"Director, four cameras"_s, [&] { wake(u"cam-d"_s, u"4"_s); }},
-            {u"Director, recording"_s, [&] {
-                m_phones.must(u"cam-b record tape-1"_s);
-                program.await(u"Jonas's phone"_s, u"REC"_s);
-            }},
-            {u"Director, audio"_s, [&] { program.choose(u"Audio"_s); }},
-            {u"Director, camera"_s, [&] { program.choose(u"Camera"_s); }},
-            {u"Director, no edits"_s, [&] { program.choose(u"Edits"_s); }},
-            {u"Director, session"_s, [&] {
-                program.choose(u"Session"_s);
-                program.choose(u"Start Director Session"_s);
-                program.await(u"Session Running"_s);
-            }},
-            {u"Director, edits"_s, [&] {
-                program.choose(u"Edits"_s);
-                program.press(Qt::Key_Space);
-                program.choose(u"Marker"_s);
-                program.await(u"2 events in this session"_s);
-            }},
-            {u"Director, many edits"_s, [&] {
-                for (int i = 0; i < 30; ++i)
-                    program.choose(u"Marker"_s);
-            }},
-            {u"Director, frozen"_s, [&] {
-                m_phones.must(u"cam-c preview silent"_s);
-                program.await(u"Ada's phone"_s, u"Picture"_s);
-            }},
-            {u"Program, frozen"_s, [&] {
-                m_phones.must(u"all preview silent"_s);
-                showProgram();
-                program.await(u"PROGRAM, Mara's phone"_s, u"Picture"_s);
-            }},
-            {u"Director, offline"_s, [&] {
-                m_phones.must(u"all preview ok"_s);
-                m_phones.must(u"cam-d sleep"_s);
-                program.await(u"Tarek's phone"_s, u"OFFLINE"_s);
-            }},
-            {u"Director, error"_s, [&] { program.fail(); }},
-            {u"End Session"_s, [&] { program.open(Qt::Key_W, u"Keep Working"_s); }},
-            {u"Director, smallest"_s, [&] { program.shrink(); program.choose(u"Camera"_s); }},
-            {u"Director, smallest, audio"_s, [&] { program.choose(u"Audio"_s); }},
-            {u"Director, folded"_s, [&] { program.choose(u"Hide Inspector"_s); }},
-        });
-    }
     // clang-format on
 
     void reachesTheFilePanels()
@@ -538,10 +238,6 @@ private Q_SLOTS:
             QCOMPARE(program.focusName(), opener);
         }
     }
-
-private:
-    RigPhones m_phones{
-        {.transfer = u"ask"_s, .clips = 1, .more = {u"--clip-bytes"_s, u"20000000"_s}}};
 };
 
 QTEST_MAIN(WindowWalkTest)
