@@ -72,8 +72,8 @@ std::unique_ptr<QWindow> makeWindow(QQmlEngine &engine, const QString &file,
     return std::unique_ptr<QWindow>(window);
 }
 
-/// What becomes of running work when the program ends; empty when none is running.
-QString fateOfWork(const AppStore &store)
+/// What becomes of unfinished work when the program ends; empty when there is none.
+QString fateOfWork(const AppStore &store, const MovieImportViewModel &movies)
 {
     QStringList sentences;
     if (store.isDownloading())
@@ -87,6 +87,9 @@ QString fateOfWork(const AppStore &store)
         sentences += u"The verification stops without a result."_s;
     if (store.longWork() == LongWork::savingChecksums)
         sentences += u"The checksums are not saved."_s;
+    if (movies.wouldBeLost())
+        sentences += u"The movies to import are forgotten, and what was heard of them. No take has "
+                     "been created."_s;
     return sentences.join(u'\n');
 }
 
@@ -163,6 +166,8 @@ ProgramWindows::ProgramWindows(AppStore &store, LANDiscovery &catalogs,
             &ProgramWindows::showMovieImport);
     connect(m_library.movieImport(), &MovieImportViewModel::created, this,
             &ProgramWindows::showLibrary);
+    connect(m_library.movieImport(), &MovieImportViewModel::changed, this,
+            &ProgramWindows::updateQuestion);
     connect(&store, &AppStore::isBusyChanged, this, &ProgramWindows::updateQuestion);
     connect(&store, &AppStore::downloadsEnded, this, &ProgramWindows::updateQuestion);
 }
@@ -186,7 +191,7 @@ bool ProgramWindows::eventFilter(QObject *watched, QEvent *event)
 {
     auto *window = qobject_cast<QWindow *>(watched);
     if (event->type() != QEvent::Close || !window || m_mayEndWork || !isLast(*window)
-        || fateOfWork(m_store).isEmpty())
+        || fateOfWork(m_store, *m_library.movieImport()).isEmpty())
         return QObject::eventFilter(watched, event);
     event->ignore();
     askAboutWork(window);
@@ -211,7 +216,7 @@ void ProgramWindows::updateQuestion()
 {
     if (!m_asking)
         return;
-    const QString work = fateOfWork(m_store);
+    const QString work = fateOfWork(m_store, *m_library.movieImport());
     m_asking->setProperty("endingWork", work);
     if (work.isEmpty())
         stay();
@@ -276,7 +281,7 @@ void ProgramWindows::endDirector()
 void ProgramWindows::quit()
 {
     m_isQuitting = true;
-    if (!m_mayEndWork && !fateOfWork(m_store).isEmpty()) {
+    if (!m_mayEndWork && !fateOfWork(m_store, *m_library.movieImport()).isEmpty()) {
         askAboutWork(QGuiApplication::focusWindow());
         return;
     }

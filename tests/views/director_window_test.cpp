@@ -245,7 +245,7 @@ private Q_SLOTS:
                 QTRY_COMPARE(asked.focusName(), u"Keep Working"_s);
                 QVERIFY(asked.shows(u"The verification stops without a result."_s));
                 asked.click(asked.named(answer));
-                QTRY_VERIFY(!asked.shows(u"Quit while work is running?"_s));
+                QTRY_VERIFY(!asked.shows(u"Quit while work is unfinished?"_s));
                 QVERIFY(desk.store.isBusy() && director.window()->isVisible());
                 QCOMPARE(director.shows(u"End Session"_s), answer == u"Quit"_s);
                 if (answer == u"Quit"_s && isSecond)
@@ -273,7 +273,7 @@ private Q_SLOTS:
         QTRY_COMPARE(library.focusName(), u"Keep Working"_s);
         // It ends by itself: there is nothing left to ask.
         QVERIFY(QFile::resize(desk.folder.filePath(u"A.mov"_s), 0));
-        QTRY_VERIFY_WITH_TIMEOUT(!library.shows(u"Quit while work is running?"_s), limitMs);
+        QTRY_VERIFY_WITH_TIMEOUT(!library.shows(u"Quit while work is unfinished?"_s), limitMs);
         QVERIFY(library.window()->isVisible() && !desk.store.isBusy());
     }
 

@@ -4,6 +4,7 @@
 
 #include "base/digest.h"
 #include "base/files.h"
+#include "base/off_thread.h"
 #include "movies.h"
 #include "recorded_session.h"
 #include "window_probe.h"
@@ -60,6 +61,19 @@ VORNTake filmedTake(const QTemporaryDir &media, const QString &arguments)
 QStringList allIn(const QTemporaryDir &folder)
 {
     return QDir(folder.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+}
+
+/// Processes of ffmpeg that this one has started.
+qsizetype helpers()
+{
+    return std::ranges::count_if(
+        QDir(u"/proc"_s).entryList({u"[0-9]*"_s}, QDir::Dirs), [](const QString &process) {
+            QFile file(u"/proc/%1/stat"_s.arg(process));
+            const QByteArray line = file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+            // "42 (ffmpeg) S 7 ...": its state, and who has started it.
+            return line.contains("(ffmpeg) ")
+                   && line.split(' ').value(3).toLongLong() == QCoreApplication::applicationPid();
+        });
 }
 
 } // namespace
@@ -187,6 +201,59 @@ private Q_SLOTS:
 
         probe.store().setSelectedTakeID(u"take-2"_s); // nobody has asked for copies of this one
         QVERIFY(!copies.isWanted());
+    }
+
+    void asksBeforeWorkEnds_data()
+    {
+        QTest::addColumn<QString>("work");
+        QTest::addColumn<QString>("fate");
+        QTest::newRow("check") << u"check"_s
+                               << u"The check of the export stops without a result."_s;
+        QTest::newRow("copies") << u"copies"_s << u"The export stops and leaves nothing behind."_s;
+        QTest::newRow("movies") << u"movies"_s
+                                << u"The movies to import are forgotten, and what was heard of "
+                                   "them. No take has been created."_s;
+    }
+
+    void asksBeforeWorkEnds()
+    {
+        QFETCH(const QString, work);
+        QFETCH(const QString, fate);
+        const QTemporaryDir media;
+        const VORNTake filmed = filmedTake(
+            media, work == u"copies" ? longToCopy : u"PICTURE:30 -f lavfi -i sine -t 2 X264"_s);
+        const QString movie = *filmed.clips[0].localPath;
+        {
+            Desk desk({{u"p"_s, u"Now"_s, 1, {filmed}}});
+            const int code = runProgram([&] {
+                desk.windows.showLibrary();
+                WindowHands library(u"VORN Library"_s);
+                if (work == u"check") {
+                    QVERIFY(QFile::resize(movie, qint64{1} << 40)); // takes longer than any test
+                    desk.store.checkSelectedTake();
+                    QTRY_VERIFY(desk.store.exportProgress());
+                } else if (work == u"copies") {
+                    desk.store.exportSelectedTake(media.path(), {}, EditingCopies::make);
+                    QTRY_VERIFY_WITH_TIMEOUT(helpers() > 0, limitMs);
+                } else {
+                    desk.windows.importMovies({movie});
+                    WindowHands import(u"Import Movies"_s);
+                    QTRY_VERIFY_WITH_TIMEOUT(import.shows(u"A take needs two movies or more."_s),
+                                             limitMs);
+                    import.press(Qt::Key_W, Qt::ControlModifier); // what was heard is kept
+                    QTRY_VERIFY(!import.window()->isVisible());
+                    library.takeUp(library.window());
+                }
+                library.press(Qt::Key_Q, Qt::ControlModifier);
+                QTRY_COMPARE(library.focusName(), u"Keep Working"_s);
+                QVERIFY(library.shows(fate));
+                library.click(library.named(u"Quit"_s));
+            });
+            QCOMPARE(code, 0);
+        }
+        QVERIFY(fileWorkPool()->waitForDone(limitMs));
+        QCOMPARE(helpers(), 0);
+        QCOMPARE(allIn(media), QStringList{u"Camera A.mov"_s});
     }
 
     void verifiesAndSavesChecksumsInSight()

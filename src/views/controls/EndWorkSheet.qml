@@ -2,13 +2,13 @@
 import QtQuick
 import QtQuick.Layouts
 
-// Asks before running work ends with the program; while `work` says what that would come to.
+// Asks before unfinished work ends with the program; while `work` says what that would come to.
 Sheet {
     id: root
 
     required property string work
 
-    title: qsTr("Quit while work is running?")
+    title: qsTr("Quit while work is unfinished?")
     visible: work.length > 0
     onOpened: {
         stay.forceActiveFocus();

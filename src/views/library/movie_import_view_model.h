@@ -59,6 +59,8 @@ public:
     [[nodiscard]] QAbstractItemModel *movies() { return &m_rows; }
     [[nodiscard]] bool isEmpty() const { return m_entries.empty(); }
     [[nodiscard]] bool isRunning() const;
+    /// Movies are listened to, or have been, and are no take yet.
+    [[nodiscard]] bool wouldBeLost() const;
     [[nodiscard]] double fraction() const; ///< 0 to 1, of all that is to be done
     [[nodiscard]] QString summary() const;
     /// What the distance means for the take; empty without one.

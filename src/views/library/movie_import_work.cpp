@@ -87,6 +87,12 @@ bool MovieImportViewModel::isRunning() const
     return std::ranges::any_of(m_entries, &Entry::isBusy);
 }
 
+bool MovieImportViewModel::wouldBeLost() const
+{
+    return isRunning()
+           || std::ranges::any_of(m_entries, [](const Entry &entry) { return !!entry.features; });
+}
+
 double MovieImportViewModel::fraction() const
 {
     double all = 0;
