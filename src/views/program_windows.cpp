@@ -14,6 +14,8 @@
 #include <QStyleFactory>
 #include <QWindow>
 
+#include <algorithm>
+#include <array>
 #include <utility>
 
 // Made by the build from the types that are marked QML_ELEMENT.
@@ -59,8 +61,9 @@ void applyLook()
 
 namespace {
 
-std::unique_ptr<QWindow> makeWindow(QQmlEngine &engine, const QString &file,
-                                    const QVariantMap &properties)
+/// Of the view model `model`, which its file knows by this name.
+std::unique_ptr<QWindow> makeWindow(QQmlEngine &engine, const QString &file, const QString &name,
+                                    QObject &model)
 {
     // The linker takes a registration out of a static library only when something asks for it.
     [[maybe_unused]] volatile const auto registration = &qml_register_types_Vorn;
@@ -68,7 +71,8 @@ std::unique_ptr<QWindow> makeWindow(QQmlEngine &engine, const QString &file,
     QQmlComponent component(&engine, QUrl(u"qrc:/qt/qml/Vorn/"_s + file));
     if (!component.isReady())
         qFatal("%s", qPrintable(component.errorString()));
-    auto *window = qobject_cast<QWindow *>(component.createWithInitialProperties(properties));
+    auto *window = qobject_cast<QWindow *>(
+        component.createWithInitialProperties({{name, QVariant::fromValue(&model)}}));
     return std::unique_ptr<QWindow>(window);
 }
 
@@ -106,49 +110,17 @@ void bringToFront(QWindow &window)
 
 std::unique_ptr<QWindow> makeLibraryWindow(QQmlEngine &engine, LibraryViewModel &library)
 {
-    return makeWindow(engine, u"library/LibraryWindow.qml"_s,
-                      {{u"library"_s, QVariant::fromValue(&library)}});
+    return makeWindow(engine, u"library/LibraryWindow.qml"_s, u"library"_s, library);
 }
 
 std::unique_ptr<QWindow> makeDirectorWindow(QQmlEngine &engine, DirectorViewModel &director)
 {
-    return makeWindow(engine, u"director/DirectorWindow.qml"_s,
-                      {{u"director"_s, QVariant::fromValue(&director)}});
+    return makeWindow(engine, u"director/DirectorWindow.qml"_s, u"director"_s, director);
 }
 
 std::unique_ptr<QWindow> makeProgramPictureWindow(QQmlEngine &engine, DirectorViewModel &director)
 {
-    return makeWindow(engine, u"director/ProgramPictureWindow.qml"_s,
-                      {{u"director"_s, QVariant::fromValue(&director)}});
-}
-
-std::unique_ptr<QWindow> makeExportCheckWindow(QQmlEngine &engine, LibraryViewModel &library)
-{
-    return makeWindow(engine, u"library/ExportCheckWindow.qml"_s,
-                      {{u"library"_s, QVariant::fromValue(&library)}});
-}
-
-std::unique_ptr<QWindow> makeMovieImportWindow(QQmlEngine &engine, LibraryViewModel &library)
-{
-    return makeWindow(engine, u"library/MovieImportWindow.qml"_s,
-                      {{u"library"_s, QVariant::fromValue(&library)}});
-}
-
-std::unique_ptr<QWindow> makeNetworkCheckWindow(QQmlEngine &engine, NetworkCheckViewModel &check)
-{
-    return makeWindow(engine, u"network/NetworkCheckWindow.qml"_s,
-                      {{u"check"_s, QVariant::fromValue(&check)}});
-}
-
-std::unique_ptr<QWindow> makeSettingsWindow(QQmlEngine &engine, HelpViewModel &help)
-{
-    return makeWindow(engine, u"help/SettingsWindow.qml"_s,
-                      {{u"help"_s, QVariant::fromValue(&help)}});
-}
-
-std::unique_ptr<QWindow> makeHelpWindow(QQmlEngine &engine, HelpViewModel &help)
-{
-    return makeWindow(engine, u"help/HelpWindow.qml"_s, {{u"help"_s, QVariant::fromValue(&help)}});
+    return makeWindow(engine, u"director/ProgramPictureWindow.qml"_s, u"director"_s, director);
 }
 
 ProgramWindows::ProgramWindows(AppStore &store, LANDiscovery &catalogs,
@@ -179,18 +151,18 @@ void ProgramWindows::watch(QWindow &window)
     connect(&window, SIGNAL(endDeclined()), this, SLOT(stay()));
 }
 
-bool ProgramWindows::isLast(const QWindow &window) const
+bool ProgramWindows::isKeptRunning(const QWindow *apart) const
 {
-    const auto remains = [&](const std::unique_ptr<QWindow> &other) {
-        return other && other.get() != &window && other->isVisible();
-    };
-    return !remains(m_directorWindow) && !remains(m_libraryWindow);
+    return std::ranges::any_of(std::array{m_directorWindow.get(), m_libraryWindow.get()},
+                               [apart](const QWindow *window) {
+                                   return window && window != apart && window->isVisible();
+                               });
 }
 
 bool ProgramWindows::eventFilter(QObject *watched, QEvent *event)
 {
     auto *window = qobject_cast<QWindow *>(watched);
-    if (event->type() != QEvent::Close || !window || m_mayEndWork || !isLast(*window)
+    if (event->type() != QEvent::Close || !window || m_mayEndWork || isKeptRunning(window)
         || fateOfWork(m_store, *m_library.movieImport()).isEmpty())
         return QObject::eventFilter(watched, event);
     event->ignore();
@@ -315,22 +287,40 @@ void ProgramWindows::showLibrary()
     bringToFront(*m_libraryWindow);
 }
 
+void ProgramWindows::showHelper(std::unique_ptr<QWindow> &window, const QString &file,
+                                const QString &name, QObject &model)
+{
+    if (!window) {
+        window = makeWindow(m_engine, file, name, model);
+        listenTo(*window);
+    }
+    bringToFront(*window);
+}
+
 void ProgramWindows::showExportCheck()
 {
-    if (!m_exportCheckWindow) {
-        m_exportCheckWindow = makeExportCheckWindow(m_engine, m_library);
-        listenTo(*m_exportCheckWindow);
-    }
-    bringToFront(*m_exportCheckWindow);
+    showHelper(m_exportCheckWindow, u"library/ExportCheckWindow.qml"_s, u"library"_s, m_library);
 }
 
 void ProgramWindows::showMovieImport()
 {
-    if (!m_movieImportWindow) {
-        m_movieImportWindow = makeMovieImportWindow(m_engine, m_library);
-        listenTo(*m_movieImportWindow);
-    }
-    bringToFront(*m_movieImportWindow);
+    showHelper(m_movieImportWindow, u"library/MovieImportWindow.qml"_s, u"library"_s, m_library);
+}
+
+void ProgramWindows::showNetworkCheck()
+{
+    showHelper(m_networkCheckWindow, u"network/NetworkCheckWindow.qml"_s, u"check"_s,
+               m_networkCheck);
+}
+
+void ProgramWindows::showSettings()
+{
+    showHelper(m_settingsWindow, u"help/SettingsWindow.qml"_s, u"help"_s, m_help);
+}
+
+void ProgramWindows::showHelp()
+{
+    showHelper(m_helpWindow, u"help/HelpWindow.qml"_s, u"help"_s, m_help);
 }
 
 void ProgramWindows::importMovies(const QStringList &paths)
@@ -339,39 +329,9 @@ void ProgramWindows::importMovies(const QStringList &paths)
     m_library.movieImport()->addPaths(paths);
 }
 
-void ProgramWindows::showNetworkCheck()
-{
-    if (!m_networkCheckWindow) {
-        m_networkCheckWindow = makeNetworkCheckWindow(m_engine, m_networkCheck);
-        listenTo(*m_networkCheckWindow);
-    }
-    bringToFront(*m_networkCheckWindow);
-}
-
-void ProgramWindows::showSettings()
-{
-    if (!m_settingsWindow) {
-        m_settingsWindow = makeSettingsWindow(m_engine, m_help);
-        listenTo(*m_settingsWindow);
-    }
-    bringToFront(*m_settingsWindow);
-}
-
-void ProgramWindows::showHelp()
-{
-    if (!m_helpWindow) {
-        m_helpWindow = makeHelpWindow(m_engine, m_help);
-        listenTo(*m_helpWindow);
-    }
-    bringToFront(*m_helpWindow);
-}
-
 void ProgramWindows::endWithTheLastWindow()
 {
-    const auto isOpen = [](const std::unique_ptr<QWindow> &window) {
-        return window && window->isVisible();
-    };
-    if (!isOpen(m_directorWindow) && !isOpen(m_libraryWindow))
+    if (!isKeptRunning())
         quit();
 }
 

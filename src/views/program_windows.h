@@ -32,25 +32,13 @@ void applyLook();
 /// Makes the Director window.
 [[nodiscard]] std::unique_ptr<QWindow> makeDirectorWindow(QQmlEngine &engine,
                                                           DirectorViewModel &director);
-/// Makes the window of Program alone, hidden like the next.
+/// Makes the window of Program alone, which stays hidden until it is shown.
 [[nodiscard]] std::unique_ptr<QWindow> makeProgramPictureWindow(QQmlEngine &engine,
                                                                 DirectorViewModel &director);
-/// Makes the window of the check of an export, hidden like the next.
-[[nodiscard]] std::unique_ptr<QWindow> makeExportCheckWindow(QQmlEngine &engine,
-                                                             LibraryViewModel &library);
-/// Makes the window of movies that are to become a take, likewise.
-[[nodiscard]] std::unique_ptr<QWindow> makeMovieImportWindow(QQmlEngine &engine,
-                                                             LibraryViewModel &library);
-/// Makes the window of the network check, which stays hidden until it is shown.
-[[nodiscard]] std::unique_ptr<QWindow> makeNetworkCheckWindow(QQmlEngine &engine,
-                                                              NetworkCheckViewModel &check);
-[[nodiscard]] std::unique_ptr<QWindow> makeSettingsWindow(QQmlEngine &engine, HelpViewModel &help);
-[[nodiscard]] std::unique_ptr<QWindow> makeHelpWindow(QQmlEngine &engine, HelpViewModel &help);
-
 /// The program's windows, each opened on request: a window that is there comes to the front
 /// instead. They are kept when they close; the Director window starts fresh, and takes Program's
-/// along. The program ends with
-/// the last of Director and Library window. Context: UI thread.
+/// along. The program ends with the last of Director and Library window, the others being their
+/// helpers. Context: UI thread.
 class ProgramWindows : public QObject {
     Q_OBJECT
 public:
@@ -84,12 +72,15 @@ private Q_SLOTS:
     void endWithTheLastWindow();
 
 private:
+    /// One that does not keep the program running, made at the first time as makeWindow does it.
+    void showHelper(std::unique_ptr<QWindow> &window, const QString &file, const QString &name,
+                    QObject &model);
     /// Answers what any window asks for.
     void listenTo(QWindow &window);
     /// From then on it asks.
     void watch(QWindow &window);
-    /// With it the program ends: the others are helpers of the Director and the Library window.
-    [[nodiscard]] bool isLast(const QWindow &window) const;
+    /// The Director or the Library window is open, beside this one.
+    [[nodiscard]] bool isKeptRunning(const QWindow *apart = nullptr) const;
     /// Over `window` where it can ask, otherwise over one that can.
     void askAboutWork(QWindow *window);
     /// Follows the work while the question stands.
