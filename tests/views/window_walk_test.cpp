@@ -153,6 +153,9 @@ private Q_SLOTS:
             program.desk().windows.importMovies(files);
             program.takeUp(u"Import Movies"_s);
         };
+        const auto movies = [&]() -> MovieImportViewModel & {
+            return *program.window()->property("movies").value<MovieImportViewModel *>();
+        };
         walk(program, {
             {u"Import Movies, listening"_s, [&] { import(paths); }},
             {u"Import Movies, aligned"_s, [&] {
@@ -162,6 +165,12 @@ private Q_SLOTS:
             {u"Import Movies, one too many"_s, [&] {
                 import({copy, folder.filePath(u"nowhere.mov"_s)});
                 program.await(u"It is the same recording as "_s + paths.first() + u'.');
+            }},
+            {u"Import Movies, left out"_s, [&] {
+                import({});
+                for (const int row : {2, 3})
+                    movies().setLeftOut(row, true);
+                program.await(u"All movies are aligned."_s);
             }},
             {u"Import Movies, smallest"_s, [&] {
                 import({});

@@ -21,7 +21,7 @@ LibraryPanel {
     required property bool reference
     required property bool leftOut
 
-    title: reference ? qsTr("Reference") : leftOut ? qsTr("Left out") : qsTr("Movie %1").arg(index + 1)
+    title: reference ? qsTr("Reference") : leftOut ? qsTr("Movie %1, left out").arg(index + 1) : qsTr("Movie %1").arg(index + 1)
     icon: reference ? "flag" : "film"
     iconColor: reference ? Theme.accent : Theme.secondary
 
