@@ -256,6 +256,37 @@ private Q_SLOTS:
         QCOMPARE(allIn(media), QStringList{u"Camera A.mov"_s});
     }
 
+    void importsNoMovieUnheard()
+    {
+        const QTemporaryDir media;
+        // Large for its length: it takes a while to read.
+        makeMovie(media.path(), u"a.mov"_s,
+                  u"PICTURE:10 -f lavfi -i sine=r=96000 -t 100 X264 -c:a pcm_s32le -ac 2"_s);
+        const QStringList paths{media.filePath(u"a.mov"_s), media.filePath(u"b.mov"_s)};
+        QVERIFY(QFile::copy(paths[0], paths[1]));
+        WindowProbe probe;
+        MovieImportViewModel &movies = *probe.view().movieImport();
+        movies.addFiles({QUrl(u"https://somewhere/a.mov"_s)});
+        QCOMPARE(movies.summary(),
+                 u"Only files of this computer can be imported. Save the others first."_s);
+        movies.addPaths(paths);
+        movies.cancel();
+        movies.addPaths(paths); // the threads are still with what was cancelled
+        QCOMPARE(movies.obstacle(), u"Wait until all movies have been listened to."_s);
+
+        // What could not be used is looked at anew when it comes again.
+        movies.cancel();
+        QVERIFY(QFile::remove(paths[1]));
+        movies.addPaths(paths);
+        const auto second = [&] { return texts(movies.movies(), {"stateText"}).section(u'\n', 1); };
+        QTRY_COMPARE_WITH_TIMEOUT(
+            second(), u"Cannot open %1: No such file or directory."_s.arg(paths[1]), limitMs);
+        QVERIFY(QFile::copy(paths[0], paths[1]));
+        movies.addPaths(paths);
+        QTRY_COMPARE_WITH_TIMEOUT(second(), u"It is the same recording as %1."_s.arg(paths[0]),
+                                  limitMs);
+    }
+
     void verifiesAndSavesChecksumsInSight()
     {
         constexpr auto longEnoughToSee = qint64{512} * 1024 * 1024;

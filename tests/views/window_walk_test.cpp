@@ -148,7 +148,9 @@ private Q_SLOTS:
         const QString copy = folder.filePath(u"copy.mov"_s);
         QVERIFY(QFile::copy(paths.first(), copy));
 
-        Program program;
+        // A take goes into the project whose name is proposed, even where it is cut short.
+        Program program({{u"p"_s, u"A name that is longer than what names of takes may have, by "
+                                  "far\u202E"_s, 1, {}}});
         const auto import = [&](const QStringList &files) {
             program.desk().windows.importMovies(files);
             program.takeUp(u"Import Movies"_s);
@@ -191,12 +193,29 @@ private Q_SLOTS:
         QCoreApplication::sendEvent(program.window(), &drops);
         program.takeUp(u"Import Movies"_s);
         program.await(u"All movies are aligned."_s);
+        // What may go wrong in between, one after the other.
+        const QString recordings = program.store().recordingsDirectory();
+        writePlain(recordings, {});
+        program.choose(u"Create Take"_s);
+        program.await(u"The take was not created: Cannot create the folder %1: Not a directory."_s.arg(
+            recordings));
+        QCOMPARE(movies().summaryIcon(), u"warning"_s);
+        program.store().clearErrorMessage();
+        QVERIFY(QFile::remove(recordings));
+        QFile changed(paths[1]);
+        QVERIFY(changed.open(QFile::ReadWrite)
+                && changed.setFileTime(QDateTime::currentDateTime().addDays(1),
+                                       QFile::FileModificationTime));
+        program.choose(u"Create Take"_s);
+        program.await(u"Some movies have changed since they were listened to. They are listened to again."_s);
+        QTRY_VERIFY_WITH_TIMEOUT(movies().isAvailable(), limitMs);
         program.choose(u"Create Take"_s);
         QTRY_VERIFY_WITH_TIMEOUT(program.store().selectedTake(), limitMs);
         const VORNTake &take = *program.store().selectedTake();
         QCOMPARE(take.clips.size(), 2);
         QVERIFY(take.sourceManifestPath->startsWith(program.store().recordingsDirectory()));
         QVERIFY(take.clips[0].anchors.empty() != take.clips[1].anchors.empty());
+        QCOMPARE(program.store().selectedProjectID(), u"p"_s);
     }
 
     void walksRunningWork()

@@ -31,9 +31,8 @@ ProgramWindow {
         StatusLine {
             Layout.fillWidth: true
             text: root.movies.summary
-            icon: root.movies.running || root.movies.empty ? "search" : root.movies.available ? "check" : "warning"
-            iconColor: root.movies.running || root.movies.empty ? Theme.secondary
-                     : root.movies.available ? Theme.ready : Theme.warning
+            icon: root.movies.summaryIcon
+            iconColor: icon === "check" ? Theme.ready : icon === "warning" ? Theme.warning : Theme.secondary
         }
         FlatProgressBar {
             Layout.fillWidth: true

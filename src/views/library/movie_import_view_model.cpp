@@ -14,6 +14,7 @@
 #include <QPointer>
 
 #include <cmath>
+#include <ranges>
 
 using namespace Qt::StringLiterals;
 
@@ -66,19 +67,31 @@ MovieImportViewModel::~MovieImportViewModel()
 
 QString MovieImportViewModel::summary() const
 {
-    if (isEmpty())
-        return u"Choose two or more movies of one moment, or drop them here."_s;
     if (!m_failure.isEmpty())
         return displayText(m_failure, longestMessage);
+    if (isEmpty())
+        return u"Choose two or more movies of one moment, or drop them here."_s;
     if (isRunning()) {
-        const auto heard = std::ranges::count_if(
-            m_entries, [](const Entry &entry) { return entry.features != nullptr; });
-        return u"Listening… %1 of %2 movies heard."_s.arg(heard).arg(m_entries.size());
+        const auto isHeard = [](const Entry &entry) { return entry.features != nullptr; };
+        const auto isToHear = [this](const Entry &entry) {
+            return !entry.isLookedAt || isUsable(entry);
+        };
+        return u"Listening… %1 of %2 movies heard."_s
+            .arg(std::ranges::count_if(m_entries | std::views::filter(isToHear), isHeard))
+            .arg(std::ranges::count_if(m_entries, isToHear));
     }
     const QString rest =
         m_hasTooMany ? u" Only the first %1 files were taken."_s.arg(mostMovies) : QString();
-    const QString obstacle = movieObstacle();
-    return (obstacle.isEmpty() ? u"All movies are aligned."_s : obstacle) + rest;
+    const QString movies = movieObstacle();
+    return (movies.isEmpty() ? u"All movies are aligned. "_s + obstacle() : movies).trimmed()
+           + rest;
+}
+
+QString MovieImportViewModel::summaryIcon() const
+{
+    if (m_failure.isEmpty() && (isEmpty() || isRunning() || m_isCreating))
+        return u"search"_s;
+    return m_failure.isEmpty() && isAvailable() ? u"check"_s : u"warning"_s;
 }
 
 QString MovieImportViewModel::distanceText() const
@@ -185,19 +198,23 @@ double MovieImportViewModel::referenceSeconds() const
 
 void MovieImportViewModel::setProjectName(const QString &name)
 {
-    m_projectName = name;
-    refresh();
+    changeText(m_projectName, name);
 }
 
 void MovieImportViewModel::setTakeName(const QString &name)
 {
-    m_takeName = name;
-    refresh();
+    changeText(m_takeName, name);
 }
 
 void MovieImportViewModel::setDistance(const QString &metres)
 {
-    m_distance = metres;
+    changeText(m_distance, metres);
+}
+
+void MovieImportViewModel::changeText(QString &text, const QString &to)
+{
+    m_failure.clear();
+    text = to;
     refresh();
 }
 
@@ -205,8 +222,11 @@ void MovieImportViewModel::addPaths(const QStringList &paths)
 {
     m_failure.clear();
     for (const QString &path : paths) {
-        if (entryOf(path))
+        if (Entry *known = entryOf(path)) {
+            if (!known->movie.refusal.isEmpty() && !known->isBusy)
+                startAnew(*known);
             continue;
+        }
         m_hasTooMany = m_hasTooMany || m_entries.size() >= mostMovies;
         if (m_entries.size() >= mostMovies)
             break;
@@ -224,8 +244,11 @@ void MovieImportViewModel::addFiles(const QList<QUrl> &urls)
         if (url.isLocalFile())
             paths += QDir::cleanPath(url.toLocalFile());
     }
-    if (!paths.isEmpty())
-        addPaths(paths);
+    addPaths(paths);
+    if (paths.size() == urls.size())
+        return;
+    m_failure = u"Only files of this computer can be imported. Save the others first."_s;
+    refresh();
 }
 
 void MovieImportViewModel::begin(QWindow *window)
@@ -246,23 +269,26 @@ void MovieImportViewModel::chooseFiles(QWindow *window)
     });
 }
 
+void MovieImportViewModel::changeRow(int row, const Change &change)
+{
+    m_failure.clear();
+    if (const MovieRow *shown = m_rows.at(row))
+        apply(shown->key, change);
+}
+
 void MovieImportViewModel::rename(int row, const QString &cameraName)
 {
-    if (const MovieRow *shown = m_rows.at(row))
-        apply(shown->key, [&](Entry &entry) { entry.cameraName = cameraName; });
+    changeRow(row, [&](Entry &entry) { entry.cameraName = cameraName; });
 }
 
 void MovieImportViewModel::makeReference(int row)
 {
-    if (const MovieRow *shown = m_rows.at(row))
-        m_chosenReference = shown->key;
-    startJobs();
+    changeRow(row, [this](const Entry &entry) { m_chosenReference = entry.movie.path; });
 }
 
 void MovieImportViewModel::setLeftOut(int row, bool leftOut)
 {
-    if (const MovieRow *shown = m_rows.at(row))
-        apply(shown->key, [&](Entry &entry) { entry.isLeftOut = leftOut; });
+    changeRow(row, [&](Entry &entry) { entry.isLeftOut = leftOut; });
 }
 
 void MovieImportViewModel::cancel()
@@ -274,6 +300,7 @@ void MovieImportViewModel::cancel()
     m_failure.clear();
     m_projectName.clear();
     m_takeName.clear();
+    m_distance.clear();
     m_hasTooMany = false;
     refresh();
 }
@@ -317,6 +344,7 @@ MovieRow MovieImportViewModel::rowOf(const Entry &entry) const
                  .fileText = displayText(entry.movie.path, longestMessage),
                  .stateText = displayText(stateText(entry), longestMessage),
                  .stateIcon = !problem.isEmpty()                             ? u"warning"_s
+                              : entry.isLeftOut                              ? u"dashed-circle"_s
                               : isAligned || (isReference && entry.features) ? u"check"_s
                                                                              : u"search"_s,
                  .problem = !problem.isEmpty() && !entry.isLeftOut,

@@ -7,6 +7,7 @@
 #include "views/controls/row_list_model.h"
 
 #include <QCoroTask>
+#include <QDateTime>
 #include <QObject>
 #include <QUrl>
 #include <QWindow>
@@ -46,6 +47,7 @@ class MovieImportViewModel : public QObject {
     Q_PROPERTY(bool running READ isRunning NOTIFY changed)
     Q_PROPERTY(double fraction READ fraction NOTIFY changed)
     Q_PROPERTY(QString summary READ summary NOTIFY changed)
+    Q_PROPERTY(QString summaryIcon READ summaryIcon NOTIFY changed)
     Q_PROPERTY(QString distanceText READ distanceText NOTIFY changed)
     Q_PROPERTY(QString projectName MEMBER m_projectName WRITE setProjectName NOTIFY changed)
     Q_PROPERTY(QString takeName MEMBER m_takeName WRITE setTakeName NOTIFY changed)
@@ -63,6 +65,7 @@ public:
     [[nodiscard]] bool wouldBeLost() const;
     [[nodiscard]] double fraction() const; ///< 0 to 1, of all that is to be done
     [[nodiscard]] QString summary() const;
+    [[nodiscard]] QString summaryIcon() const;
     /// What the distance means for the take; empty without one.
     [[nodiscard]] QString distanceText() const;
     [[nodiscard]] bool isAvailable() const { return obstacle().isEmpty(); }
@@ -76,7 +79,8 @@ public:
     void setTakeName(const QString &name);
     void setDistance(const QString &metres);
 
-    /// Takes in files that are not there yet, by absolute paths.
+    /// Takes in files that are not there yet, by absolute paths, and looks anew at those that could
+    /// not be used.
     void addPaths(const QStringList &paths);
     Q_INVOKABLE void addFiles(const QList<QUrl> &urls);
     /// Goes on with movies that are there; otherwise asks for some.
@@ -96,9 +100,17 @@ Q_SIGNALS:
     void created();
 
 private:
+    /// By which a file is known to be what it was.
+    struct FileStamp {
+        std::int64_t bytes = 0;
+        QDateTime modified;
+
+        bool operator==(const FileStamp &) const = default;
+    };
     /// A movie, what is known of it, and what is being done with it.
     struct Entry {
         Movie movie;
+        FileStamp stamp; ///< of before it was looked at
         QString cameraName;
         bool isLookedAt = false;
         std::shared_ptr<const SoundFeatures> features;
@@ -131,14 +143,25 @@ private:
     [[nodiscard]] QStringList cameraNames(const Entry *except) const;
     [[nodiscard]] MovieTakePlace place() const;
 
+    [[nodiscard]] static FileStamp stampOf(const QString &path);
     [[nodiscard]] static Job lookJob(const Entry &entry);
     [[nodiscard]] static Job hearJob(const Entry &entry);
     [[nodiscard]] static Job alignJob(const Entry &basis, const Entry &entry);
     [[nodiscard]] std::optional<Job> nextJob() const;
     void startJobs();
     QCoro::Task<> run(Job job, std::stop_token stop);
-    QCoro::Task<> createTake(SourceManifest manifest);
+    /// Of these movies, provided that they are what was listened to.
+    QCoro::Task<> createTake(SourceManifest manifest, std::map<QString, FileStamp> movies);
+    /// Which of these are no longer what they were. Any thread; blocks.
+    [[nodiscard]] static QStringList changedOf(const std::map<QString, FileStamp> &movies);
+    /// These have become a take.
+    void endWith(const std::map<QString, FileStamp> &taken);
     void apply(const QString &path, const Change &change);
+    /// What the user changes.
+    void changeRow(int row, const Change &change);
+    void changeText(QString &text, const QString &to);
+    /// Forgets all but its name.
+    void startAnew(Entry &entry);
     void proposeNames();
     void refresh();
 
@@ -150,7 +173,7 @@ private:
     std::stop_source m_stop;
     int m_running = 0; ///< jobs, those that are to stop among them
     bool m_isCreating = false;
-    QString m_failure; ///< why the take was not created
+    QString m_failure; ///< of what the user last did; until the next time
     bool m_hasTooMany = false;
     RowListModel<MovieRow> m_rows;
 };

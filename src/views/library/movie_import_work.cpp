@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "base/off_thread.h"
+#include "base/sentence_error.h"
 #include "store/progress_report.h"
 #include "views/library/movie_import_view_model.h"
 
@@ -84,7 +85,8 @@ const AlignmentOrWhyNot *MovieImportViewModel::alignmentOf(const Entry &entry) c
 
 bool MovieImportViewModel::isRunning() const
 {
-    return std::ranges::any_of(m_entries, &Entry::isBusy);
+    // What waits for a thread runs, too.
+    return std::ranges::any_of(m_entries, &Entry::isBusy) || nextJob();
 }
 
 bool MovieImportViewModel::wouldBeLost() const
@@ -109,15 +111,34 @@ double MovieImportViewModel::fraction() const
     return all > 0 ? std::min(1.0, done / all) : 0;
 }
 
+void MovieImportViewModel::startAnew(Entry &entry)
+{
+    Entry fresh;
+    fresh.movie.path = entry.movie.path;
+    fresh.cameraName = entry.cameraName;
+    fresh.isLeftOut = entry.isLeftOut;
+    entry = fresh;
+    for (Entry &other : m_entries)
+        other.alignments.erase(fresh.movie.path);
+}
+
+MovieImportViewModel::FileStamp MovieImportViewModel::stampOf(const QString &path)
+{
+    const QFileInfo file(path);
+    return {.bytes = file.size(), .modified = file.lastModified()};
+}
+
 MovieImportViewModel::Job MovieImportViewModel::lookJob(const Entry &entry)
 {
     return Job{entry.movie.path,
                [path = entry.movie.path](const std::stop_token &, const OnShare &onShare) {
-                   const auto size = double(std::max<qint64>(1, QFileInfo(path).size()));
+                   const FileStamp stamp = stampOf(path);
+                   const auto size = double(std::max<std::int64_t>(1, stamp.bytes));
                    Movie movie = lookAtMovie(
                        path, [&](std::int64_t bytes) { onShare(double(bytes) / size); });
-                   return Change([movie](Entry &changed) {
+                   return Change([movie, stamp](Entry &changed) {
                        changed.movie = movie;
+                       changed.stamp = stamp;
                        changed.isLookedAt = true;
                    });
                }};
@@ -143,9 +164,14 @@ MovieImportViewModel::Job MovieImportViewModel::alignJob(const Entry &basis, con
                                   there = HeardMovie{entry.movie, entry.features}](
                                      const std::stop_token &stop, const OnShare &onShare) {
                    double heard = 0;
-                   AlignmentOrWhyNot found = alignMovies(here, there, stop, [&](double seconds) {
-                       onShare(std::min(1.0, (heard += seconds) / secondsAnAlignment));
-                   });
+                   AlignmentOrWhyNot found;
+                   try {
+                       found = alignMovies(here, there, stop, [&](double seconds) {
+                           onShare(std::min(1.0, (heard += seconds) / secondsAnAlignment));
+                       });
+                   } catch (const SentenceError &error) { // it may be the reference that is gone
+                       found = QString::fromUtf8(error.what());
+                   }
                    return Change([found = std::move(found), path = here.movie.path](
                                      Entry &changed) { changed.alignments[path] = found; });
                }};
@@ -234,7 +260,6 @@ QStringList MovieImportViewModel::cameraNames(const Entry *except) const
 
 void MovieImportViewModel::apply(const QString &path, const Change &change)
 {
-    m_failure.clear();
     if (Entry *entry = entryOf(path))
         change(*entry);
     startJobs();
