@@ -2,8 +2,8 @@
 
 #include "store/export_listening.h"
 
+#include "base/sentence_error.h"
 #include "sound/listening.h"
-#include "sound/sound_error.h"
 #include "store/store_ended.h"
 
 #include <algorithm>
@@ -80,7 +80,7 @@ void listenToExport(ExportCheck &check, const std::stop_token &stop,
                 clip.sound =
                     heard(listen(laid(*reference).value_or(LaidRecording()), *other, stop, onPlace),
                           check.fps.value_or(0));
-            } catch (const SoundError &error) {
+            } catch (const SentenceError &error) { // its disk may have gone since
                 throwIfEnded(stop);
                 clip.sound = silent(QString::fromUtf8(error.what()));
             }

@@ -117,6 +117,22 @@ private Q_SLOTS:
         QVERIFY(fileWorkPool()->waitForDone(20'000));
     }
 
+    void keepsTheFindingsWhereNothingIsHeard()
+    {
+        ClipCheck clip;
+        clip.path = u"/nowhere/a.mov"_s; // its disk has gone since it was hashed
+        clip.media.emplace().audioTracks.emplace_back();
+        clip.line.emplace();
+        clip.place.emplace().duration = 60;
+        clip.isAligned = true;
+        ExportCheck check;
+        check.clips = {clip, clip};
+        check.clips[0].isReference = true;
+        listenToExport(check, {}, {});
+        QCOMPARE(check.clips[1].sound->sentence, u"By ear: cannot tell: Cannot open "
+                                                 "/nowhere/a.mov: No such file or directory."_s);
+    }
+
     void savesChecksumsForOthersToCheck()
     {
         const QString list = m_folder->filePath(u"list.sha256"_s);
