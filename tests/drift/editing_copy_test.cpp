@@ -33,20 +33,6 @@ QByteArray outputOf(const QString &program, const QStringList &arguments)
     return process.readAllStandardOutput();
 }
 
-/// When a player shows each picture.
-std::vector<double> shownTimes(const QString &movie)
-{
-    std::vector<double> times;
-    const QByteArray text =
-        outputOf(u"ffprobe"_s,
-                 {u"-select_streams"_s, u"v:0"_s, u"-show_entries"_s,
-                  u"frame=best_effort_timestamp_time"_s, u"-of"_s, u"default=nw=1:nk=1"_s, movie});
-    for (const QByteArray &line : text.split('\n'))
-        if (bool isNumber = false; line.toDouble(&isNumber), isNumber)
-            times.push_back(line.toDouble());
-    return times;
-}
-
 /// What ffprobe says of the movie's pictures, in its words.
 QString look(const QString &movie, const QString &entries)
 {
@@ -54,6 +40,16 @@ QString look(const QString &movie, const QString &entries)
         outputOf(u"ffprobe"_s, {u"-select_streams"_s, u"v:0"_s, u"-show_entries"_s, entries,
                                 u"-of"_s, u"default=nw=1:nk=1"_s, movie}));
     return text.trimmed().replace(u'\n', u' ');
+}
+
+/// When a player shows each picture.
+std::vector<double> shownTimes(const QString &movie)
+{
+    std::vector<double> times;
+    for (const QString &word : look(movie, u"frame=best_effort_timestamp_time"_s).split(u' '))
+        if (bool isNumber = false; word.toDouble(&isNumber), isNumber)
+            times.push_back(word.toDouble());
+    return times;
 }
 
 /// When the sound is loud, in seconds, to the sample.
@@ -194,21 +190,22 @@ private Q_SLOTS:
         const QDir package(m_samples.parent() + u"/with"_s);
         QVERIFY(QDir().rename(with.path(), package.path()));
         const QDir plain(exported(take, EditingCopies::none, {}));
+        const auto textOf = [](const QDir &folder, const QString &name) {
+            return readFile(folder.filePath(name), 100'000);
+        };
         const QStringList names = plain.entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
         QCOMPARE(names.size(), 3);
         for (const QString &name : names)
-            QCOMPARE(readFile(package.filePath(name), 100'000),
-                     readFile(plain.filePath(name), 100'000));
+            QCOMPARE(textOf(package, name), textOf(plain, name));
         QCOMPARE(package.entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
                  QStringList({u"alignment-report.json"_s, u"media"_s, u"source-manifest.json"_s,
                               u"timeline-editing-copies.fcpxml"_s, u"timeline.fcpxml"_s}));
-        QByteArray expected = readFile(package.filePath(u"timeline.fcpxml"_s), 100'000);
+        QByteArray expected = textOf(package, u"timeline.fcpxml"_s);
         const QStringList copies{u"01-wide.mov"_s, u"02-b--c.mov"_s};
         for (const qsizetype at : {0, 1})
             expected.replace(take.clips[at].localPath->toUtf8(),
                              (with.path() + u"/media/"_s + copies[at]).toUtf8());
-        QCOMPARE(readFile(package.filePath(u"timeline-editing-copies.fcpxml"_s), 100'000),
-                 expected);
+        QCOMPARE(textOf(package, u"timeline-editing-copies.fcpxml"_s), expected);
         QCOMPARE(QDir(package.filePath(u"media"_s)).entryList(QDir::Files), copies);
 
         QCOMPARE(told.back().cameraId, u"B/\u00A0c"_s);
@@ -361,9 +358,8 @@ private:
         take.clips[1].cameraId = u"B/\u00A0c"_s;
         take.clips[0].localPath = m_folder.filePath(u"long.mp4"_s);
         take.clips[1].localPath = m_folder.filePath(u"b.mp4"_s);
-        for (VORNClip &clip : take.clips) {
+        for (VORNClip &clip : take.clips)
             clip.sha256 = sha256OfFile(*clip.localPath);
-        }
         return take;
     }
 
