@@ -320,7 +320,7 @@ QString MovieImportViewModel::alignedText(const MovieAlignment &alignment) const
 
 QString MovieImportViewModel::stateText(const Entry &entry) const
 {
-    const QString problem = problemOf(entry);
+    QString problem = problemOf(entry);
     if (!problem.isEmpty())
         return problem;
     if (entry.isLeftOut)
