@@ -285,6 +285,18 @@ private Q_SLOTS:
         movies.addPaths(paths);
         QTRY_COMPARE_WITH_TIMEOUT(second(), u"It is the same recording as %1."_s.arg(paths[0]),
                                   limitMs);
+
+        // Nobody waits for what is left out.
+        QFile large(paths[1]);
+        QVERIFY(large.open(QFile::Append));
+        large.write(QByteArray("\0\0\0\1free\0\0\1\0\0\0\0\0", 16)); // 2^40 bytes
+        QVERIFY(large.flush() && large.resize(large.size() - 16 + (qint64{1} << 40)));
+        movies.cancel();
+        movies.addPaths(paths);
+        QTRY_VERIFY_WITH_TIMEOUT(movies.fraction() > 0, limitMs);
+        movies.setLeftOut(1, true);
+        QTRY_COMPARE_WITH_TIMEOUT(movies.obstacle(), u"A take needs two movies or more."_s,
+                                  limitMs);
     }
 
     void verifiesAndSavesChecksumsInSight()

@@ -62,7 +62,7 @@ MovieImportViewModel::MovieImportViewModel(AppStore &store)
 
 MovieImportViewModel::~MovieImportViewModel()
 {
-    m_stop.request_stop();
+    std::ranges::for_each(m_entries, stop);
 }
 
 QString MovieImportViewModel::summary() const
@@ -74,7 +74,7 @@ QString MovieImportViewModel::summary() const
     if (isRunning()) {
         const auto isHeard = [](const Entry &entry) { return entry.features != nullptr; };
         const auto isToHear = [this](const Entry &entry) {
-            return !entry.isLookedAt || isUsable(entry);
+            return !entry.isLeftOut && (!entry.isLookedAt || isUsable(entry));
         };
         return u"Listening… %1 of %2 movies heard."_s
             .arg(std::ranges::count_if(m_entries | std::views::filter(isToHear), isHeard))
@@ -288,13 +288,16 @@ void MovieImportViewModel::makeReference(int row)
 
 void MovieImportViewModel::setLeftOut(int row, bool leftOut)
 {
-    changeRow(row, [&](Entry &entry) { entry.isLeftOut = leftOut; });
+    changeRow(row, [&](Entry &entry) {
+        entry.isLeftOut = leftOut;
+        if (leftOut)
+            stop(entry);
+    });
 }
 
 void MovieImportViewModel::cancel()
 {
-    m_stop.request_stop();
-    m_stop = {};
+    std::ranges::for_each(m_entries, stop);
     m_entries.clear();
     m_chosenReference.clear();
     m_failure.clear();

@@ -117,7 +117,8 @@ private:
         std::map<QString, AlignmentOrWhyNot> alignments; ///< by the reference's path
         bool isLeftOut = false;
         bool isBusy = false;
-        double doneShare = 0; ///< of what is being done
+        double doneShare = 0;  ///< of what is being done
+        std::stop_source stop; ///< of that
     };
     using Change = std::function<void(Entry &)>;
     using OnShare = std::function<void(double)>;
@@ -160,6 +161,7 @@ private:
     /// What the user changes.
     void changeRow(int row, const Change &change);
     void changeText(QString &text, const QString &to);
+    static void stop(Entry &entry);
     /// Forgets all but its name.
     void startAnew(Entry &entry);
     void proposeNames();
@@ -169,8 +171,7 @@ private:
     std::vector<Entry> m_entries;
     QString m_chosenReference; ///< path; empty while the longest is
     QString m_projectName, m_takeName, m_distance;
-    QString m_folder; ///< that the panel shows first
-    std::stop_source m_stop;
+    QString m_folder;  ///< that the panel shows first
     int m_running = 0; ///< jobs, those that are to stop among them
     bool m_isCreating = false;
     QString m_failure; ///< of what the user last did; until the next time

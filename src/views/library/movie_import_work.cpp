@@ -62,7 +62,7 @@ const MovieImportViewModel::Entry *MovieImportViewModel::reference() const
 {
     const Entry *longest = nullptr;
     for (const Entry &entry : m_entries) {
-        if (!entry.isLookedAt)
+        if (!entry.isLookedAt && !entry.isLeftOut)
             return nullptr; // it may be the longest
         if (!isUsable(entry))
             continue;
@@ -100,6 +100,8 @@ double MovieImportViewModel::fraction() const
     double all = 0;
     double done = 0;
     for (const Entry &entry : m_entries) {
+        if (entry.isLeftOut)
+            continue;
         const bool isRefused = entry.isLookedAt && !isUsable(entry);
         all += isRefused ? 1 : 3; // read, heard, aligned
         done +=
@@ -109,6 +111,12 @@ double MovieImportViewModel::fraction() const
             + (entry.isBusy ? entry.doneShare : 0);
     }
     return all > 0 ? std::min(1.0, done / all) : 0;
+}
+
+void MovieImportViewModel::stop(Entry &entry)
+{
+    entry.stop.request_stop();
+    entry.isBusy = false;
 }
 
 void MovieImportViewModel::startAnew(Entry &entry)
@@ -180,7 +188,7 @@ MovieImportViewModel::Job MovieImportViewModel::alignJob(const Entry &basis, con
 std::optional<MovieImportViewModel::Job> MovieImportViewModel::nextJob() const
 {
     for (const Entry &entry : m_entries) {
-        if (!entry.isLookedAt && !entry.isBusy)
+        if (!entry.isLookedAt && !entry.isBusy && !entry.isLeftOut)
             return lookJob(entry);
     }
     const Entry *basis = reference();
@@ -208,8 +216,9 @@ void MovieImportViewModel::startJobs()
         Entry *entry = entryOf(job->path);
         entry->isBusy = true;
         entry->doneShare = 0;
+        entry->stop = std::stop_source();
         ++m_running;
-        run(std::move(*job), m_stop.get_token());
+        run(std::move(*job), entry->stop.get_token());
     }
     refresh();
 }
