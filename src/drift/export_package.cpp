@@ -18,6 +18,8 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
+#include <stdexcept>
 
 using namespace Qt::StringLiterals;
 
@@ -36,11 +38,18 @@ QString packageName(const VORNProject &project, const VORNTake &take, const QDat
     return name.replace(u'/', u'-');
 }
 
+/// What a step found: where it did not, it has thrown.
+template <class Found> Found foundBy(const std::optional<Found> &step)
+{
+    if (!step)
+        throw std::logic_error("A step refused and did not end the export.");
+    return *step;
+}
+
 std::vector<Placement> allOf(const std::vector<std::optional<Placement>> &placements)
 {
     std::vector<Placement> result;
-    for (const auto &placement : placements)
-        result.push_back(placement.value());
+    std::ranges::transform(placements, std::back_inserter(result), foundBy<Placement>);
     return result;
 }
 
@@ -174,8 +183,8 @@ QString DriftEngine::exportPackage(const VORNProject &project, const VORNTake &t
                                    const std::vector<CutDecision> &decisions, EditingCopies copies)
 {
     const auto [reference, rate] = takeBasis(take, stopAtRefusal);
-    const QString &referenceCameraId = reference.value();
-    const double fps = rate.value();
+    const QString referenceCameraId = foundBy(reference);
+    const double fps = foundBy(rate);
     requireXmlNames(project, take, stopAtRefusal);
 
     const QString folder = parent + u'/' + packageName(project, take, QDateTime::currentDateTime());
@@ -217,7 +226,7 @@ std::optional<CutOutlook> DriftEngine::outlookOfCut(const VORNTake &take,
                                                     const std::vector<CutDecision> &decisions)
 {
     const auto [reference, rate] = takeBasis(take, stopAtRefusal);
-    const double fps = rate.value();
+    const double fps = foundBy(rate);
     const auto prepared = preparations(take, reference, FileBytes::trust, {}, stopAtRefusal);
     const auto cut = directorCut(decisions, allOf(placements(prepared, fps, stopAtRefusal)), fps);
     return cut ? std::optional(cutOutlook(*cut, fps)) : std::nullopt;
