@@ -197,12 +197,4 @@ double distanceMs(double metres)
     return metres / soundMetresASecond * 1000;
 }
 
-std::vector<TimingAnchor> withDistance(std::vector<TimingAnchor> anchors, double metres)
-{
-    for (TimingAnchor &anchor : anchors)
-        anchor.uncertaintyMs =
-            std::min(greatestUncertaintyMs, anchor.uncertaintyMs + distanceMs(metres));
-    return anchors;
-}
-
 } // namespace vorn

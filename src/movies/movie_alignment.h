@@ -51,12 +51,8 @@ using AlignmentOrWhyNot = std::variant<MovieAlignment, QString>;
 [[nodiscard]] AlignmentOrWhyNot alignmentThrough(const MovieAlignment &between,
                                                  const MovieAlignment &beyond, double seconds);
 
-/// Sound cannot tell a distance from an offset. What `metres` between two phones may hide.
+/// What `metres` between two phones may hide: sound cannot tell a distance from an offset. It is
+/// the same throughout, and so says nothing against a drift that was measured.
 [[nodiscard]] double distanceMs(double metres);
-
-/// The anchors when phones may stand `metres` apart: less certain by that, as far as an export
-/// takes it.
-[[nodiscard]] std::vector<TimingAnchor> withDistance(std::vector<TimingAnchor> anchors,
-                                                     double metres);
 
 } // namespace vorn

@@ -99,9 +99,6 @@ def expect_an_ordinary_import(movies, cameras):
     manifests = list(pathlib.Path(os.environ["HOME"]).rglob("Videos/**/manifest.json"))
     expect(len(manifests) == 1 and [file.name for file in manifests[0].parent.iterdir()] == ["manifest.json"]
            and manifests[0].parent.parent.name != "Videos", f"manifests: {manifests}")
-    told = json.loads(manifests[0].read_text())
-    least = [min(anchor["uncertainty_ms"] for anchor in clip["anchors"]) for clip in told["clips"] if clip["anchors"]]
-    expect(least == [5] * (len(cameras) - 1), f"uncertain by {least} ms at least, beside {METRES} m")
 
 
 def export_with_copies(program, parent):

@@ -299,6 +299,32 @@ private Q_SLOTS:
                                   limitMs);
     }
 
+    /// A movie that shares nothing with the reference lies by way of one that shares with both.
+    void findsAMovieThroughAnother()
+    {
+        const QTemporaryDir media;
+        const auto scene = [](int seed) { // noise that comes and goes
+            return u"-f lavfi -i anoisesrc=r=48000:seed=%1:d=52,volume=eval=frame:volume='if(eq(n\\,0)\\,st(0\\,%1)\\,0)+gt(random(0)\\,0.5)' "_s
+                .arg(seed);
+        };
+        makeMovie(media.path(), u"near.mov"_s, u"PICTURE:10 "_s + scene(1) + u"-t 52 X264"_s);
+        makeMovie(media.path(), u"between.mov"_s,
+                  u"PICTURE:10 "_s + scene(1) + scene(2)
+                      + u"-filter_complex [1][2]amix -t 50 X264"_s);
+        makeMovie(media.path(), u"far.mov"_s, u"PICTURE:10 "_s + scene(2) + u"-t 50 X264"_s);
+        WindowProbe probe;
+        MovieImportViewModel &movies = *probe.view().movieImport();
+        movies.addPaths({media.filePath(u"near.mov"_s), media.filePath(u"far.mov"_s),
+                         media.filePath(u"between.mov"_s)});
+        QTRY_COMPARE_WITH_TIMEOUT(movies.obstacle(), QString(), limitMs);
+        const QStringList states = texts(movies.movies(), {"stateText"}).split(u'\n');
+        QVERIFY(states[1].contains(u" Found through between, not in the reference itself."_s));
+        QVERIFY(states[2].endsWith(u", distance aside."_s));
+        // What is left out still says where others lie.
+        movies.setLeftOut(2, true);
+        QCOMPARE(movies.obstacle(), QString());
+    }
+
     void verifiesAndSavesChecksumsInSight()
     {
         constexpr auto longEnoughToSee = qint64{512} * 1024 * 1024;

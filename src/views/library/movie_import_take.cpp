@@ -33,12 +33,10 @@ void MovieImportViewModel::create()
         if (&entry == reference())
             basis = clips.size();
         movies[entry.movie.path] = entry.stamp;
-        const AlignmentOrWhyNot *found = alignmentOf(entry);
+        const MovieAlignment *alignment = alignmentOf(entry);
         clips.push_back({.cameraName = plainName(entry.cameraName),
                          .movie = entry.movie,
-                         .anchors = found ? withDistance(std::get<MovieAlignment>(*found).anchors,
-                                                         metres().value_or(0))
-                                          : std::vector<TimingAnchor>()});
+                         .anchors = alignment ? alignment->anchors : std::vector<TimingAnchor>()});
     }
     createTake(manifestOfMovies(place(), clips, basis), std::move(movies));
 }

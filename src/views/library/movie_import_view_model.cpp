@@ -99,10 +99,8 @@ QString MovieImportViewModel::distanceText() const
     const std::optional<double> distance = metres();
     if (!distance || *distance == 0)
         return {};
-    return u"Sound needs %1 ms for %2 m: so much later or earlier a movie may lie. Its anchors "
-           u"state "
-           "5 ms at most, since an export takes no more."_s.arg(
-               QString::number(distanceMs(*distance), 'f', 0), QString::number(*distance));
+    return u"Sound needs %1 ms for %2 m: so much later or earlier a movie may lie, throughout."_s
+        .arg(QString::number(distanceMs(*distance), 'f', 0), QString::number(*distance));
 }
 
 QString MovieImportViewModel::movieObstacle() const
@@ -168,11 +166,8 @@ ClipCheck MovieImportViewModel::timingAt(int row) const
 {
     ClipCheck timing;
     const MovieRow *shown = m_rows.at(row);
-    const auto entry = shown ? std::ranges::find(m_entries, shown->key,
-                                                 [](const Entry &one) { return one.movie.path; })
-                             : m_entries.end();
-    const AlignmentOrWhyNot *found = entry == m_entries.end() ? nullptr : alignmentOf(*entry);
-    const auto *alignment = found ? std::get_if<MovieAlignment>(found) : nullptr;
+    const Entry *entry = shown ? entryOf(shown->key) : nullptr;
+    const MovieAlignment *alignment = entry ? alignmentOf(*entry) : nullptr;
     if (!alignment)
         return timing;
     const SoundLine &line = alignment->line;
@@ -308,7 +303,7 @@ void MovieImportViewModel::cancel()
     refresh();
 }
 
-QString MovieImportViewModel::alignedText(const MovieAlignment &alignment) const
+QString MovieImportViewModel::alignedText(const Entry &entry, const MovieAlignment &alignment) const
 {
     const SoundLine &line = alignment.line;
     double uncertain = 0;
@@ -316,9 +311,18 @@ QString MovieImportViewModel::alignedText(const MovieAlignment &alignment) const
         uncertain = std::max(uncertain, anchor.uncertaintyMs);
     const double distance = distanceMs(metres().value_or(0));
     return u"%1; %2; known to within %3 ms%4."_s.arg(
-        beginText(beginOf(line)), clockText(line.driftPPM),
-        QString::number(uncertain + distance, 'f', 1),
-        distance > 0 ? u" with the distance"_s : u", distance aside"_s);
+               beginText(beginOf(line)), clockText(line.driftPPM),
+               QString::number(uncertain + distance, 'f', 1),
+               distance > 0 ? u" with the distance"_s : u", distance aside"_s)
+           + throughText(entry);
+}
+
+QString MovieImportViewModel::throughText(const Entry &entry) const
+{
+    const MovieLie *lie = lieOf(entry);
+    const Entry *between = lie ? entryOf(lie->through) : nullptr;
+    return between ? u" Found through %1, not in the reference itself."_s.arg(between->cameraName)
+                   : QString();
 }
 
 QString MovieImportViewModel::stateText(const Entry &entry) const
@@ -332,23 +336,22 @@ QString MovieImportViewModel::stateText(const Entry &entry) const
         return u"Reading…"_s;
     if (&entry == reference())
         return entry.features ? u"All others are laid on the time of this one."_s : u"Listening…"_s;
-    const AlignmentOrWhyNot *found = alignmentOf(entry);
-    return found ? alignedText(std::get<MovieAlignment>(*found)) : u"Listening…"_s;
+    const MovieAlignment *alignment = alignmentOf(entry);
+    return alignment ? alignedText(entry, *alignment) : u"Listening…"_s;
 }
 
 MovieRow MovieImportViewModel::rowOf(const Entry &entry) const
 {
     const QString problem = problemOf(entry);
     const bool isReference = &entry == reference();
-    const AlignmentOrWhyNot *found = alignmentOf(entry);
-    const bool isAligned = found && std::holds_alternative<MovieAlignment>(*found);
+    const MovieAlignment *alignment = alignmentOf(entry);
     MovieRow row{.key = entry.movie.path,
                  .cameraName = entry.cameraName,
                  .fileText = displayText(entry.movie.path, longestMessage),
                  .stateText = displayText(stateText(entry), longestMessage),
                  .stateIcon = !problem.isEmpty()                             ? u"warning"_s
                               : entry.isLeftOut                              ? u"dashed-circle"_s
-                              : isAligned || (isReference && entry.features) ? u"check"_s
+                              : alignment || (isReference && entry.features) ? u"check"_s
                                                                              : u"search"_s,
                  .problem = !problem.isEmpty() && !entry.isLeftOut,
                  .reference = isReference,
@@ -359,11 +362,10 @@ MovieRow MovieImportViewModel::rowOf(const Entry &entry) const
         row.referenceObstacle = u"It is the reference."_s;
     else if (!isUsable(entry))
         row.referenceObstacle = u"It cannot be used, or is left out."_s;
-    if (isAligned)
+    if (alignment)
         row.picture = u"%1 places heard, each within %2 ms of one line."_s.arg(
-            QString::number(std::get<MovieAlignment>(*found).line.points.size()),
-            QString::number(std::get<MovieAlignment>(*found).line.largestResidualSeconds * 1000,
-                            'f', 1));
+            QString::number(alignment->line.points.size()),
+            QString::number(alignment->line.largestResidualSeconds * 1000, 'f', 1));
     return row;
 }
 

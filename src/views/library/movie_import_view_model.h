@@ -2,7 +2,7 @@
 #pragma once
 
 #include "drift/export_check.h"
-#include "movies/movie_alignment.h"
+#include "movies/movie_pairs.h"
 #include "movies/movie_take.h"
 #include "views/controls/row_list_model.h"
 
@@ -114,7 +114,7 @@ private:
         QString cameraName;
         bool isLookedAt = false;
         std::shared_ptr<const SoundFeatures> features;
-        std::map<QString, AlignmentOrWhyNot> alignments; ///< by the reference's path
+        std::map<QString, AlignmentOrWhyNot> alignments; ///< by where it was sought
         bool isLeftOut = false;
         bool isBusy = false;
         double doneShare = 0;  ///< of what is being done
@@ -128,16 +128,21 @@ private:
         std::function<Change(const std::stop_token &, const OnShare &)> work;
     };
 
+    [[nodiscard]] const Entry *entryOf(const QString &path) const;
     [[nodiscard]] Entry *entryOf(const QString &path);
     [[nodiscard]] QString problemOf(const Entry &entry) const;
     [[nodiscard]] bool isUsable(const Entry &entry) const;
     [[nodiscard]] const Entry *reference() const;
-    [[nodiscard]] const AlignmentOrWhyNot *alignmentOf(const Entry &entry) const;
+    /// Where an entry lies, or why not, once all has been tried; null until then.
+    [[nodiscard]] const MovieLie *lieOf(const Entry &entry) const;
+    [[nodiscard]] const MovieAlignment *alignmentOf(const Entry &entry) const;
+    [[nodiscard]] double alignedShare(const Entry &entry) const;
     /// The first of those that are taken with the same bytes; null where that is the entry itself.
     [[nodiscard]] const Entry *repeatedBy(const Entry &entry) const;
     [[nodiscard]] std::optional<double> metres() const;
     [[nodiscard]] QString stateText(const Entry &entry) const;
-    [[nodiscard]] QString alignedText(const MovieAlignment &alignment) const;
+    [[nodiscard]] QString alignedText(const Entry &entry, const MovieAlignment &alignment) const;
+    [[nodiscard]] QString throughText(const Entry &entry) const;
     [[nodiscard]] MovieRow rowOf(const Entry &entry) const;
     [[nodiscard]] QString movieObstacle() const;
     [[nodiscard]] QString nameObstacle() const;
@@ -147,9 +152,11 @@ private:
     [[nodiscard]] static FileStamp stampOf(const QString &path);
     [[nodiscard]] static Job lookJob(const Entry &entry);
     [[nodiscard]] static Job hearJob(const Entry &entry);
-    [[nodiscard]] static Job alignJob(const Entry &basis, const Entry &entry);
+    [[nodiscard]] static Job alignJob(const Entry &there, const Entry &entry);
     [[nodiscard]] std::optional<Job> nextJob() const;
     void startJobs();
+    /// What follows from all that was heard.
+    void reckon();
     QCoro::Task<> run(Job job, std::stop_token stop);
     /// Of these movies, provided that they are what was listened to.
     QCoro::Task<> createTake(SourceManifest manifest, std::map<QString, FileStamp> movies);
@@ -169,6 +176,8 @@ private:
 
     AppStore &m_store;
     std::vector<Entry> m_entries;
+    std::map<QString, MovieLie> m_lies; ///< by path
+    std::vector<MoviePair> m_toHear;
     QString m_chosenReference; ///< path; empty while the longest is
     QString m_projectName, m_takeName, m_distance;
     QString m_folder;  ///< that the panel shows first

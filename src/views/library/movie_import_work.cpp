@@ -19,13 +19,24 @@ constexpr int mostJobs = 2;
 /// What finding a movie in another one comes to, in seconds of sound.
 constexpr double secondsAnAlignment = 700;
 
+/// The entry of that path; null where there is none.
+auto *entryIn(auto &entries, const QString &path)
+{
+    const auto found =
+        std::ranges::find(entries, path, [](const auto &entry) { return entry.movie.path; });
+    return found == entries.end() ? nullptr : &*found;
+}
+
 } // namespace
+
+const MovieImportViewModel::Entry *MovieImportViewModel::entryOf(const QString &path) const
+{
+    return entryIn(m_entries, path);
+}
 
 MovieImportViewModel::Entry *MovieImportViewModel::entryOf(const QString &path)
 {
-    const auto found =
-        std::ranges::find(m_entries, path, [](const Entry &entry) { return entry.movie.path; });
-    return found == m_entries.end() ? nullptr : &*found;
+    return entryIn(m_entries, path);
 }
 
 const MovieImportViewModel::Entry *MovieImportViewModel::repeatedBy(const Entry &entry) const
@@ -47,8 +58,8 @@ QString MovieImportViewModel::problemOf(const Entry &entry) const
         return entry.movie.refusal;
     if (const Entry *same = repeatedBy(entry))
         return u"It is the same recording as %1."_s.arg(same->movie.path);
-    const AlignmentOrWhyNot *found = alignmentOf(entry);
-    const QString *reason = found ? std::get_if<QString>(found) : nullptr;
+    const MovieLie *lie = lieOf(entry);
+    const QString *reason = lie ? std::get_if<QString>(&lie->alignment) : nullptr;
     return reason ? *reason : QString();
 }
 
@@ -74,13 +85,41 @@ const MovieImportViewModel::Entry *MovieImportViewModel::reference() const
     return longest;
 }
 
-const AlignmentOrWhyNot *MovieImportViewModel::alignmentOf(const Entry &entry) const
+void MovieImportViewModel::reckon()
 {
+    m_lies.clear();
+    m_toHear.clear();
     const Entry *basis = reference();
-    if (!basis || basis == &entry)
+    if (!basis)
+        return;
+    std::vector<Movie> movies;
+    HeardPairs heard;
+    for (const Entry &entry : m_entries) {
+        // What is left out may still be the way to another one.
+        if (!isUsable(entry) && !(entry.isLeftOut && entry.features))
+            continue;
+        movies.push_back(entry.movie);
+        for (const auto &[path, alignment] : entry.alignments)
+            heard[{path, entry.movie.path}] = alignment;
+    }
+    m_lies = moviesLying(basis->movie.path, movies, heard);
+    m_toHear = pairsToHear(basis->movie.path, movies, heard);
+}
+
+const MovieLie *MovieImportViewModel::lieOf(const Entry &entry) const
+{
+    const auto found = m_lies.find(entry.movie.path);
+    if (found == m_lies.end())
         return nullptr;
-    const auto found = entry.alignments.find(basis->movie.path);
-    return found == entry.alignments.end() ? nullptr : &found->second;
+    const bool isSought = std::ranges::count(m_toHear, entry.movie.path, &MoviePair::second) > 0;
+    const bool isFound = std::holds_alternative<MovieAlignment>(found->second.alignment);
+    return isFound || !isSought ? &found->second : nullptr;
+}
+
+const MovieAlignment *MovieImportViewModel::alignmentOf(const Entry &entry) const
+{
+    const MovieLie *lie = lieOf(entry);
+    return lie ? std::get_if<MovieAlignment>(&lie->alignment) : nullptr;
 }
 
 bool MovieImportViewModel::isRunning() const
@@ -104,13 +143,23 @@ double MovieImportViewModel::fraction() const
             continue;
         const bool isRefused = entry.isLookedAt && !isUsable(entry);
         all += isRefused ? 1 : 3; // read, heard, aligned
-        done +=
-            (entry.isLookedAt ? 1 : 0) + (entry.features && !isRefused ? 1 : 0)
-            + (!isRefused && (alignmentOf(entry) || (&entry == reference() && entry.features)) ? 1
-                                                                                               : 0)
-            + (entry.isBusy ? entry.doneShare : 0);
+        done += entry.isLookedAt ? 1 : 0;
+        if (entry.features && !isRefused)
+            done += 1 + alignedShare(entry);
+        else if (entry.isBusy)
+            done += entry.doneShare;
     }
     return all > 0 ? std::min(1.0, done / all) : 0;
+}
+
+double MovieImportViewModel::alignedShare(const Entry &entry) const
+{
+    if (lieOf(entry) || &entry == reference())
+        return 1;
+    const auto left = std::ranges::count(m_toHear, entry.movie.path, &MoviePair::second);
+    const auto all = double(left) + double(entry.alignments.size());
+    return (double(entry.alignments.size()) + (entry.isBusy ? entry.doneShare : 0))
+           / std::max(1.0, all);
 }
 
 void MovieImportViewModel::stop(Entry &entry)
@@ -166,21 +215,21 @@ MovieImportViewModel::Job MovieImportViewModel::hearJob(const Entry &entry)
                }};
 }
 
-MovieImportViewModel::Job MovieImportViewModel::alignJob(const Entry &basis, const Entry &entry)
+MovieImportViewModel::Job MovieImportViewModel::alignJob(const Entry &there, const Entry &entry)
 {
-    return Job{entry.movie.path, [here = HeardMovie{basis.movie, basis.features},
-                                  there = HeardMovie{entry.movie, entry.features}](
+    return Job{entry.movie.path, [basis = HeardMovie{there.movie, there.features},
+                                  other = HeardMovie{entry.movie, entry.features}](
                                      const std::stop_token &stop, const OnShare &onShare) {
                    double heard = 0;
                    AlignmentOrWhyNot found;
                    try {
-                       found = alignMovies(here, there, stop, [&](double seconds) {
+                       found = alignMovies(basis, other, stop, [&](double seconds) {
                            onShare(std::min(1.0, (heard += seconds) / secondsAnAlignment));
                        });
-                   } catch (const SentenceError &error) { // it may be the reference that is gone
+                   } catch (const SentenceError &error) { // it may be the other one that is gone
                        found = QString::fromUtf8(error.what());
                    }
-                   return Change([found = std::move(found), path = here.movie.path](
+                   return Change([found = std::move(found), path = basis.movie.path](
                                      Entry &changed) { changed.alignments[path] = found; });
                }};
 }
@@ -197,18 +246,21 @@ std::optional<MovieImportViewModel::Job> MovieImportViewModel::nextJob() const
     if (!basis->features && !basis->isBusy)
         return hearJob(*basis);
     for (const Entry &entry : m_entries) {
-        if (entry.isBusy || !isUsable(entry) || &entry == basis || alignmentOf(entry))
-            continue;
-        if (!entry.features)
+        if (isUsable(entry) && !entry.features && !entry.isBusy)
             return hearJob(entry);
-        if (basis->features)
-            return alignJob(*basis, entry);
+    }
+    for (const auto &[path, sought] : m_toHear) {
+        const Entry *there = entryOf(path);
+        const Entry *entry = entryOf(sought);
+        if (isUsable(*entry) && !entry->isBusy && entry->features && there->features)
+            return alignJob(*there, *entry);
     }
     return std::nullopt;
 }
 
 void MovieImportViewModel::startJobs()
 {
+    reckon();
     while (m_running < mostJobs) {
         std::optional<Job> job = nextJob();
         if (!job)
