@@ -71,6 +71,12 @@ Reverberation::Reverberation(double seconds, std::int64_t seed)
         return;
     }
     Dice dice(seed * 2 + 1);
+    double apart = 0.0023; // seconds
+    for (Path &scatterer : m_scatterers) {
+        scatterer.line.assign(std::size_t(apart * dice.uniform(1, 1.3) * audioSampleRate), 0.0F);
+        scatterer.gain = 0.7;
+        apart *= 1.6;
+    }
     double from = 0.007; // seconds: a wall a metre and a half away
     for (Path &path : m_paths) {
         const double length = from * dice.uniform(1, 1.3);
@@ -85,14 +91,31 @@ Reverberation::Reverberation(double seconds, std::int64_t seed)
         energy += back * back;
     }
     m_gain = 1 / std::sqrt(energy);
+    for (Path &path : m_scatterers)
+        std::ranges::fill(path.line, 0.0F);
     for (Path &path : m_paths)
         std::ranges::fill(path.line, 0.0F);
+}
+
+double Reverberation::scattered(double input)
+{
+    // All-passes in a row, by Schroeder.
+    for (Path &path : m_scatterers) {
+        float &place = path.line[path.at];
+        const double late = double(place);
+        const double output = late - path.gain * input;
+        place = float(input + path.gain * output);
+        path.step();
+        input = output;
+    }
+    return input;
 }
 
 double Reverberation::operator()(double input)
 {
     if (m_gain == 0)
         return 0;
+    input = scattered(input);
     std::array<double, 8> back{};
     double output = 0;
     for (std::size_t index = 0; index < back.size(); ++index) {
@@ -113,8 +136,7 @@ double Reverberation::operator()(double input)
     for (std::size_t index = 0; index < back.size(); ++index) {
         Path &path = m_paths[index];
         path.line[path.at] = float(path.sign * input + kept * back[index]);
-        if (++path.at == path.line.size())
-            path.at = 0;
+        path.step();
     }
     return m_gain * output;
 }

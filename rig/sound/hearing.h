@@ -36,10 +36,10 @@ struct RecordingClock {
 
 /// Where a phone stands and how well it hears. What it hears arose soundDelaySeconds() earlier.
 struct Hearing {
-    double distanceMetres = 0; ///< from the sound; it falls as 1 / distance from 1 m on
+    double distanceMetres = 0;       ///< from the sound; it falls as 1 / distance from 1 m on
     double reverberationSeconds = 0; ///< until it is 60 dB lower; 0: none
     double wallsDB = 0;              ///< level of all that walls give back over the sound itself
-    double signalToNoiseDB = 60; ///< the phone's own noise below the scene's average, there
+    double signalToNoiseDB = 60;     ///< the phone's own noise below the scene's average, there
     GainControl gain = GainControl::none;
     double overdriveDB = 0; ///< how much louder than it should it records; what is too loud is cut
     std::int64_t seed = 1;  ///< of its noise and its walls
@@ -52,7 +52,8 @@ struct Hearing {
 /// It in a truth file, with the delay that the distance makes.
 [[nodiscard]] QJsonObject hearingJson(const Hearing &hearing);
 
-/// What walls give back: eight paths that feed each other.
+/// What walls give back: eight paths that feed each other. No single path stands out, as from walls
+/// that are not smooth.
 class Reverberation {
 public:
     /// Of one click, what comes back has the click's energy.
@@ -66,8 +67,13 @@ private:
         std::size_t at = 0;
         double gain = 0;
         double sign = 1;
+
+        void step() { at = at + 1 == line.size() ? 0 : at + 1; }
     };
 
+    double scattered(double input);
+
+    std::array<Path, 4> m_scatterers; ///< each lets all frequencies pass, spread in time
     std::array<Path, 8> m_paths;
     double m_gain = 1;
 };
