@@ -22,6 +22,13 @@ namespace {
 constexpr auto manifestName = "manifest.json"_L1;
 constexpr qsizetype longestName = 64;
 
+/// Its first `length` UTF-16 units, or one less where that would be half a character.
+QString beginning(const QString &text, qsizetype length)
+{
+    const bool isHalf = text.size() > length && text.at(length - 1).isHighSurrogate();
+    return text.left(isHalf ? length - 1 : length).trimmed();
+}
+
 } // namespace
 
 QString plainName(const QString &text)
@@ -29,17 +36,16 @@ QString plainName(const QString &text)
     QString name;
     for (const char32_t point : text.toUcs4())
         name += QChar::isPrint(point) ? QString::fromUcs4(&point, 1) : u" "_s;
-    name = name.simplified();
-    if (name.size() > longestName)
-        name.truncate(name.at(longestName - 1).isHighSurrogate() ? longestName - 1 : longestName);
-    return name.trimmed();
+    return beginning(name.simplified(), longestName);
 }
 
 QString nameBeside(const QString &name, const QStringList &taken)
 {
     QString candidate = name;
-    for (int number = 2; taken.contains(candidate, Qt::CaseInsensitive); ++number)
-        candidate = name + u' ' + QString::number(number);
+    for (int number = 2; taken.contains(candidate, Qt::CaseInsensitive); ++number) {
+        const QString suffix = u' ' + QString::number(number);
+        candidate = beginning(name, longestName - suffix.size()) + suffix;
+    }
     return candidate;
 }
 

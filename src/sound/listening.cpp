@@ -60,9 +60,10 @@ public:
     {
         std::vector<float> result;
         const auto count = std::int64_t(m_seconds * soundRate);
+        const std::int64_t half = count / 2;
         const double step = 1 / (m_rate * (1 + slope));
         for (std::int64_t index = 0; index < count; ++index) {
-            const double place = m_middle + double(index - count / 2) * step;
+            const double place = m_middle + double(index - half) * step;
             const auto before = std::size_t(std::max(0.0, place));
             const bool isThere = place >= 0 && before + 1 < m_sound.size();
             const auto share = float(place - double(before));

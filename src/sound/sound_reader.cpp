@@ -101,7 +101,7 @@ void readSound(const QString &path, const SoundStretch &stretch, const std::stop
         if (samples.empty()) // less than a sample has come
             continue;
         std::memcpy(samples.data(), bytes.constData(), samples.size() * sizeof(float));
-        bytes.remove(0, qsizetype(samples.size() * sizeof(float)));
+        bytes.remove(0, qsizetype(samples.size()) * qsizetype(sizeof(float)));
         // A decoder of floats may hand out what is no number, and a file can make it do so.
         for (float &sample : samples)
             sample = std::isfinite(sample) ? std::clamp(sample, -8.0F, 8.0F) : 0;

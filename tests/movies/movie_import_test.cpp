@@ -149,6 +149,8 @@ private Q_SLOTS:
         QCOMPARE(named(u"/a/b.mov"_s, u"Pocket"_s, {u"pocket"_s, u"Pocket 2"_s}), u"Pocket 3"_s);
         QCOMPARE(named(u"/a/\n.mov"_s, {}, {}), u"Camera"_s);
         QCOMPARE(plainName(QString(63, u'x') + u"\U0001F3A5"_s), QString(63, u'x'));
+        const QString longest(64, u'x');
+        QCOMPARE(nameBeside(longest, {longest}), longest.left(62) + u" 2"_s);
         const std::vector<std::pair<double, QString>> rates{
             {30, u"30"_s},
             {double(30000.F / 1001), u"30000/1001"_s},

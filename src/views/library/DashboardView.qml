@@ -30,7 +30,8 @@ Item {
             steps: [
                 qsTr("Press New and name a project."),
                 qsTr("Press Connect, ask a phone to share its files, and its takes appear here."),
-                qsTr("Or press Import Manifest and choose the manifest that lies beside a take's movies.")
+                qsTr("Or press Import Manifest and choose the manifest that lies beside a take's movies."),
+                qsTr("Or drop movies of one moment here, from any phones: their sound tells how they belong together.")
             ]
         }
     }
