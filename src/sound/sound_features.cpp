@@ -27,12 +27,14 @@ std::size_t firstBin(std::size_t band, std::size_t size)
 
 } // namespace
 
-SoundFeatures::SoundFeatures() : m_transform(frameSamples), m_taper(frameSamples)
+SoundFeatures::SoundFeatures() : m_transform(frameSamples), m_taper(frameSamples), m_firstBins{}
 {
     for (std::size_t at = 0; at < frameSamples; ++at) {
         const double turn = 2 * std::numbers::pi * (double(at) + 0.5) / double(frameSamples);
         m_taper[at] = float(0.5 - 0.5 * std::cos(turn));
     }
+    for (std::size_t band = 0; band <= bandCount; ++band)
+        m_firstBins[band] = firstBin(band, m_transform.size());
 }
 
 void SoundFeatures::add(std::span<const float> samples)
@@ -53,10 +55,8 @@ void SoundFeatures::addFrame(std::span<const float> samples)
 
     Frame frame{};
     for (std::size_t band = 0; band < bandCount; ++band) {
-        const std::size_t begin = firstBin(band, m_transform.size());
-        const std::size_t end = std::max(begin + 1, firstBin(band + 1, m_transform.size()));
         float power = floorPower;
-        for (std::size_t bin = begin; bin < end; ++bin)
+        for (std::size_t bin = m_firstBins[band]; bin < m_firstBins[band + 1]; ++bin)
             power += std::norm(spectrum[bin]);
         const float now = std::log(power);
         // Against the frame before the last: neighbours share most of their samples.

@@ -35,6 +35,7 @@ private:
 
     RealTransform m_transform;
     std::vector<float> m_taper;
+    std::array<std::size_t, bandCount + 1> m_firstBins; ///< of each band, and the end
     std::vector<float> m_rest; ///< what has come since the begin of the next frame
     std::array<float, bandCount> m_before{}, m_last{};
     std::vector<Frame> m_frames;
