@@ -2,6 +2,7 @@
 
 #include "sound/lag.h"
 #include "sound/overlap.h"
+#include "sound/repetition.h"
 #include "sound/sound_alignment.h"
 #include "sound/sound_reader.h"
 
@@ -276,6 +277,24 @@ private Q_SLOTS:
             QVERIFY(std::abs(judgement.metres - 3.98) < 0.01);
     }
 
+    void knowsWhatRepeats()
+    {
+        const auto repetitions = [](const Sound &sound) {
+            const Recording recording(heard(sound, 0, 60, 0.02));
+            return repetitionsIn(recording.features, 4, 56);
+        };
+        const Sound loop = repeated(tune(8), 60);
+        const auto alone = repetitions(loop);
+        QCOMPARE(alone.size(), std::size_t{2});
+        QVERIFY(alone[0].likeness > 0.85 && alone[1].likeness > 0.85);
+        QVERIFY(std::abs(std::remainder(alone[0].seconds, 8)) <= 0.02);
+        for (const Sound &other : {sum(murmur(60), loop, 0.3F), murmur(60), tune(60)}) {
+            for (const Repetition &repetition : repetitions(other))
+                QVERIFY2(repetition.likeness < 0.65,
+                         qPrintable(QString::number(repetition.likeness)));
+        }
+    }
+
     void findsWhereRecordingsOverlap_data()
     {
         QTest::addColumn<Sound>("reference");
@@ -292,7 +311,8 @@ private Q_SLOTS:
         QTest::newRow("the same music under other voices")
             << heard(band, 5, 60, 0.01) << heard(sum(strings, tune(115), 0.32F), 15, 60, 0.01)
             << u"in part"_s;
-        // One period on, 21 s of it fit as well: too short to be believed, but not to raise a doubt.
+        // One period on, 21 s of it fit as well: too short to be believed, but not to raise a
+        // doubt.
         const Sound loop = repeated(tune(14), 60);
         QTest::newRow("a loop") << heard(loop, 0, 36, 0.01) << heard(loop, 15, 36, 0.01)
                                 << u"several fit"_s;
