@@ -14,6 +14,7 @@ using namespace Qt::StringLiterals;
 // Sound between two samples is a sum of 32 of them, weighed by a windowed sinc. Its place is
 // rounded to a thousandth of a sample: 10 ns.
 constexpr int taps = 32;
+constexpr int middleTap = taps / 2 - 1;
 constexpr int phases = 1024;
 constexpr int blockSamples = audioSampleRate;
 
@@ -24,7 +25,7 @@ std::vector<Weights> sincTable()
     std::vector<Weights> table(phases + 1);
     for (int phase = 0; phase <= phases; ++phase)
         for (int tap = 0; tap < taps; ++tap) {
-            const double away = tap - (taps / 2 - 1) - double(phase) / phases;
+            const double away = tap - middleTap - double(phase) / phases;
             const double turn = std::numbers::pi * away;
             const double sinc = away == 0 ? 1 : std::sin(turn) / turn;
             const double place = 2 * std::numbers::pi * (away / taps + 0.5);
@@ -162,7 +163,7 @@ double HeardSound::arriving()
     static const std::vector<Weights> table = sincTable();
     const double position = scenePosition(m_index++);
     const double whole = std::floor(position);
-    const auto first = std::int64_t(whole) - (taps / 2 - 1);
+    const auto first = std::int64_t(whole) - middleTap;
     if (first + taps > m_windowBegin + std::int64_t(m_window.size())) {
         const auto done =
             std::clamp<std::int64_t>(first - m_windowBegin, 0, std::int64_t(m_window.size()));

@@ -291,7 +291,8 @@ bool fitsAlso(Windows &windows, const CoarseLine &rival, double slope)
     int against = 0;
     Differences differences;
     const std::size_t step = windows.firstStep();
-    const double most = (1 - leastAgreement) * double(windows.count() / step);
+    const std::size_t planned = windows.count() / step;
+    const double most = (1 - leastAgreement) * double(planned);
     for (std::size_t index = 0; index < windows.count() && against <= most; index += step) {
         const Pair &pair = windows.at(index);
         const InStep both = inStep(pair, line, slope, windows.seconds());
