@@ -96,6 +96,12 @@ std::optional<QByteArray> possiblePath(const QString &path)
     }
 }
 
+/// Of an answer to a look; others say that nobody can look.
+bool saysNothingIsThere(int errorNumber)
+{
+    return errorNumber == ENOENT || errorNumber == ENOTDIR || errorNumber == ENAMETOOLONG;
+}
+
 bool isFolder(const QString &path)
 {
     struct stat status = {};
@@ -115,7 +121,7 @@ bool fileExists(const QString &path)
 {
     struct stat status = {};
     const auto native = possiblePath(path);
-    return native && ::stat(native->constData(), &status) == 0;
+    return native && (::stat(native->constData(), &status) == 0 || !saysNothingIsThere(errno));
 }
 
 FileDescriptor openRegularFile(const QString &path)
@@ -199,11 +205,15 @@ void createFolder(const QString &path, FolderMode mode)
 
 void createFolders(const QString &path, FolderMode mode)
 {
-    if (fileExists(path)) {
-        if (!isFolder(path))
-            throw FileError(u"Cannot create the folder"_s, path, ENOTDIR);
+    const QString action = u"Cannot create the folder"_s;
+    struct stat status = {};
+    if (::stat(nativePath(path).constData(), &status) == 0) {
+        if (!S_ISDIR(status.st_mode))
+            throw FileError(action, path, ENOTDIR);
         return;
     }
+    if (!saysNothingIsThere(errno))
+        throw FileError(action, path, errno);
     const qsizetype slash = path.lastIndexOf(u'/');
     if (slash > 0)
         createFolders(path.first(slash), mode);

@@ -75,7 +75,8 @@ private:
 /// True when anything is seen at `path`, a dangling link included.
 [[nodiscard]] bool somethingExistsAt(const QString &path);
 
-/// True when `path` leads, through links if need be, to something that exists.
+/// False when `path` leads, through links if need be, to nothing. What cannot be looked at may be
+/// there: who opens it is told why it cannot be.
 [[nodiscard]] bool fileExists(const QString &path);
 
 /// Opens a regular file for reading, through links. Throws FileError for anything else: a folder,
