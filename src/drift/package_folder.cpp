@@ -59,12 +59,14 @@ void clearMediaFolder(const FileDescriptor &package, const QString &path)
 /// programs that it is in use.
 class UnfinishedPackage {
 public:
-    explicit UnfinishedPackage(const QString &path) : m_path(path)
+    UnfinishedPackage(const QString &path, const QString &action) : UnfinishedPackage(path)
     {
         do {
             createFolder(path);
             m_folder = openFolder(path);
-        } while (!isHeld());
+            if (!m_folder.isOpen() && errno != ENOENT)
+                throw FileError(action, path, errno);
+        } while (!isHeld(action));
     }
     UnfinishedPackage(const UnfinishedPackage &) = delete;
     UnfinishedPackage &operator=(const UnfinishedPackage &) = delete;
@@ -84,6 +86,8 @@ public:
         const QStringList folders = QDir(parent).entryList(
             {unfinishedPrefix + u"*"_s}, QDir::Dirs | QDir::Hidden | QDir::NoSymLinks);
         for (const QString &name : folders) {
+            if (parent + name == m_path) // its lock may have failed
+                continue;
             const FileDescriptor folder = openFolder(parent + name);
             if (form.match(name).hasMatch() && ownerOf(folder) == ownerOf(m_folder)
                 && ::flock(folder.get(), LOCK_EX | LOCK_NB) == 0)
@@ -98,14 +102,19 @@ public:
     }
 
 private:
+    explicit UnfinishedPackage(const QString &path) : m_path(path) {}
+
     /// False when another program has taken it for a left one, in the moment before it was locked.
     /// Where there are no locks nobody clears anything.
-    [[nodiscard]] bool isHeld() const
+    [[nodiscard]] bool isHeld(const QString &action) const
     {
+        if (!m_folder.isOpen()
+            || (::flock(m_folder.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK))
+            return false;
         struct stat status = {};
-        return m_folder.isOpen()
-               && (::flock(m_folder.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK)
-               && ::fstat(m_folder.get(), &status) == 0 && status.st_nlink > 0;
+        if (::fstat(m_folder.get(), &status) != 0)
+            throw FileError(action, m_path, errno);
+        return status.st_nlink > 0;
     }
 
     static std::optional<uid_t> ownerOf(const FileDescriptor &folder)
@@ -144,7 +153,7 @@ void writePackage(const QString &path, std::span<const PackageFile> files,
         return QString::fromUtf8(error.what()).replace(unfinished, path);
     };
     try {
-        UnfinishedPackage package(unfinished);
+        UnfinishedPackage package(unfinished, action);
         package.clearOthers(possibleNames);
         for (const PackageFile &file : files)
             writeFileAtomically(unfinished + u'/' + file.name, file.bytes, FileMode::followUmask);
