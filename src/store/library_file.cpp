@@ -104,12 +104,15 @@ Place placeOf(const QString &path)
     return {path, true};
 }
 
+/// Absent where no folder is. Throws FileError for one that cannot be looked at.
 std::optional<std::uint64_t> deviceOf(const QString &folder)
 {
     struct stat status = {};
-    if (::stat(nativePath(folder).constData(), &status) != 0)
-        return std::nullopt;
-    return status.st_dev;
+    if (::stat(nativePath(folder).constData(), &status) == 0)
+        return status.st_dev;
+    if (errno != ENOENT && errno != ENOTDIR)
+        throw FileError(u"Cannot open"_s, folder, errno);
+    return std::nullopt;
 }
 
 /// Whether both are names of one thing.
@@ -216,7 +219,8 @@ std::optional<QString> LibraryFile::save(const VORNLibrary &library)
 {
     createFolders(m_folder, FolderMode::ownerOnly);
     const auto [file, isThere] = placeOf(path());
-    const bool isSamePlace = !m_device || m_device == deviceOf(folderOf(file));
+    const auto device = deviceOf(folderOf(file));
+    const bool isSamePlace = !m_device || m_device == device;
     if (isThere && (m_known == Known::nothing || !isSamePlace))
         throw FileError(u"%1 was not there when VORN Desktop started, and is not replaced. Start "
                         "it again to work with that library."_s.arg(file));
@@ -227,10 +231,10 @@ std::optional<QString> LibraryFile::save(const VORNLibrary &library)
     try {
         writeFileAtomically(file, encode(library), FileMode::ownerOnly);
     } catch (const NotDurableError &) {
-        wasSaved(file);
+        wasSaved(device);
         throw;
     }
-    wasSaved(file);
+    wasSaved(device);
     return std::exchange(m_kept, std::nullopt);
 }
 
@@ -243,10 +247,10 @@ void LibraryFile::removeAbandonedSaves() const
     }
 }
 
-void LibraryFile::wasSaved(const QString &file)
+void LibraryFile::wasSaved(std::optional<std::uint64_t> device)
 {
     m_known = Known::library;
-    m_device = deviceOf(folderOf(file));
+    m_device = device;
 }
 
 std::vector<QByteArray> LibraryFile::encode(const VORNLibrary &library)

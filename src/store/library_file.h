@@ -55,7 +55,7 @@ private:
 
     [[nodiscard]] QString path() const;
     [[nodiscard]] std::vector<QByteArray> encode(const VORNLibrary &library);
-    void wasSaved(const QString &file);
+    void wasSaved(std::optional<std::uint64_t> device);
 
     QString m_folder;
     Known m_known = Known::library;        ///< what was there when we last looked or wrote
