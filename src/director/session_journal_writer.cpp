@@ -35,6 +35,9 @@ void SessionJournalWriter::append(const std::vector<JournalEntry> &entries)
         write();
     } catch (const FileError &error) {
         problem = QString::fromUtf8(error.what());
+        // Nothing is on the disk: a file without a line would be taken for a damaged journal.
+        if (m_file.isOpen() && m_written == 0 && ::unlink(nativePath(m_path).constData()) == 0)
+            m_file = {};
     }
     Q_EMIT appended(entries.size(), problem);
 }
