@@ -1,0 +1,218 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Usage: file_faults.py [--full] [--only OPERATION[:NUMBER:KIND]] BUILD FOLDER
+Lets every file call of every operation fail, one at a time, and judges what the program says and leaves: it neither
+crashes nor hangs, tells why it has not come to its end, loses nothing that it has acknowledged, calls nothing local or
+whole that is not, writes nothing elsewhere, and does it all when it is asked again. BUILD is a build folder; FOLDER is
+made anew. Each call fails in one of five ways, which take turns; with --full in each of the five. Every fault is told with
+the point that --only takes, which shows the calls and leaves the folder to be looked at."""
+
+import argparse
+import collections
+import itertools
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import sys
+import threading
+import time
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "journey"))
+from judge import Judge, Run, packages  # noqa: E402
+from phones import Phones  # noqa: E402
+
+KINDS = ("space", "io", "permission", "interrupted", "short")
+MOVING = ("read", "pread", "write", "pwrite", "writev")  # the calls that can do less than they are asked for
+CAMERA = "cam-a"
+CLIP_BYTES = 300_000
+PATIENCE_SECONDS = 60
+
+# What each operation finds: what has been done there before.
+OPERATIONS = {
+    "start": (),
+    "save": ("save",),
+    "import": ("save",),
+    "pair": ("save",),
+    "download": ("save", "pair"),
+    "export": ("import",),
+    "copies": ("import",),
+    "journal": ("journal",),
+}
+# Each run of it makes movies: one in so many of its calls is let fail, all of them in the full campaign.
+COPIES_STRIDE = 5
+
+
+class Campaign:
+    def __init__(self, build, folder):
+        self.driver = build / "tests/faults/fault_driver"
+        self.shim = build / "tests/faults/libfile_faults.so"
+        self.rig = build / "bin/vorn-rig"
+        self.prepared = folder / "prepared"
+        self.work = folder / "work"  # always the same path, since packages name it
+        self.log = folder / "calls"
+        self.home = folder / "home"
+        self.source = self.prepared / "source"
+        shutil.rmtree(folder, ignore_errors=True)
+        self.home.mkdir(parents=True)
+        self.prepared.mkdir()
+
+    def __enter__(self):
+        subprocess.run([self.rig, "take", "--out", self.source, "--cameras", "2", "--seconds", "4", "--size", "320x180",
+                        "--fps", "10"], check=True, stdout=subprocess.DEVNULL)
+        control = self.home.parent / "control"
+        self.server = subprocess.Popen(
+            [self.rig, "phones", "--count", "1", "--address", "127.0.0.2", "--port", "0", "--preview-port", "0",
+             "--desktop", "none", "--transfer", "approve", "--clips", "2", "--clip-bytes", str(CLIP_BYTES),
+             "--control", control], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
+        while self.server.stdout.readline().strip() != b"ready":
+            if self.server.poll() is not None:
+                sys.exit("the simulated phone did not start")
+        # What else it says goes to nobody, but must not fill the pipe.
+        threading.Thread(target=self.server.stdout.read, daemon=True).start()
+        self.phones = Phones(control)
+        self.phones.do(f"{CAMERA} server on")
+        return self
+
+    def __exit__(self, *error):
+        self.server.terminate()
+        self.server.wait()
+
+    def run(self, operation, point=0, kind=""):
+        """The operation on the working folder as it is, where the call of that number fails."""
+        arguments = []
+        if operation in ("pair", "download"):
+            self.phones.do(f"{CAMERA} code")
+            shown = self.phones.state()["phones"][CAMERA]["transfer"]
+            arguments = [shown[key] for key in ("catalogURL", "fingerprint", "sessionId", "code")]
+        environment = dict(os.environ, HOME=str(self.home), XDG_DATA_HOME=str(self.home), LC_ALL="C.UTF-8")
+        watched = point is not None
+        if watched:
+            self.log.unlink(missing_ok=True)
+            environment |= {"LD_PRELOAD": str(self.shim), "VORN_FAULT_ROOT": str(self.work),
+                            "VORN_FAULT_LOG": str(self.log), "VORN_FAULT_POINT": str(point), "VORN_FAULT_KIND": kind}
+        try:
+            done = subprocess.run([self.driver, operation, self.work, *arguments], env=environment, text=True,
+                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=PATIENCE_SECONDS)
+            code, output = done.returncode, done.stdout
+        except subprocess.TimeoutExpired as late:
+            code, output = "hang", (late.stdout or b"").decode()
+        return Run(code, output, self.log.read_text().splitlines() if watched else ())
+
+    def must(self, operation, point=None):
+        run = self.run(operation, point)
+        if run.code != 0:
+            sys.exit(f"{operation} ends with {run.code} where nothing fails, and tells {run.told}")
+        return run
+
+    def prepare(self, operation):
+        """Makes the folder that the operation finds. Gives its calls and who judges it."""
+        place = self.prepared / operation
+        shutil.rmtree(self.work, ignore_errors=True)
+        (self.work / "export").mkdir(parents=True)
+        shutil.copytree(self.source, self.work / "source")
+        for before in OPERATIONS[operation]:
+            self.must(before)
+        if operation == "download":
+            self.leave_partial(place)
+        shutil.copytree(self.work, place)
+        started = self.must("journal" if operation == "journal" else "start").found()
+        self.renew(operation)
+        calls = self.must(operation, 0).calls
+        return calls, Judge(place, started, self.work)
+
+    def leave_partial(self, place):
+        """A download that was cut short: half of one recording."""
+        shutil.copytree(self.work, place)
+        self.must("download")
+        whole = min(path for path in (self.work / "recordings").rglob("*") if path.is_file())
+        part = place / whole.relative_to(self.work).with_name(whole.name + ".part")
+        part.parent.mkdir(parents=True)
+        part.write_bytes(whole.read_bytes()[:CLIP_BYTES // 2])
+        shutil.rmtree(self.work)
+        shutil.move(place, self.work)
+
+    def renew(self, operation):
+        shutil.rmtree(self.work)
+        shutil.copytree(self.prepared / operation, self.work)
+
+    def faults(self, operation, judge, point, kind):
+        """What is wrong when that call fails so, and whether it has been reached."""
+        self.renew(operation)
+        first = self.run(operation, point, kind)
+        failed = [call for call in first.calls if " failed " in call]
+        faults = judge.faults(self.work, first, failed)
+        if not failed:
+            faults.append("the call was not reached")
+        if faults:
+            return faults
+        for package in packages(self.work):
+            shutil.rmtree(package)  # two of one second would have one name
+        second = self.run(operation, None)
+        return judge.faults_later(self.work, first, second, failed)
+
+
+def kinds_of(call, point, is_full):
+    """In which ways the call is let fail."""
+    possible = KINDS if call.split()[1].removesuffix("64") in MOVING else KINDS[:-1]
+    return possible if is_full else (possible[point % len(possible)],)
+
+
+def points_of(operation, calls, is_full):
+    """The numbers of the calls that are let fail. Where they are not all, or movies are made, a row of calls that are
+    alike, such as the reads of a movie's headers, is told by its first, its middle and its last."""
+    points = []
+    for _, row in itertools.groupby(range(1, len(calls) + 1), lambda point: calls[point - 1].split(maxsplit=1)[1]):
+        row = list(row)
+        is_whole = len(row) <= 3 or (is_full and operation != "copies")
+        points += row if is_whole else [row[0], row[len(row) // 2], row[-1]]
+    return points if is_full or operation != "copies" else points[::COPIES_STRIDE]
+
+
+def campaign(build, folder, operations, is_full):
+    all_calls, all_runs, faults = 0, 0, 0
+    with Campaign(build, folder) as files:
+        for operation in operations:
+            start = time.monotonic()
+            calls, judge = files.prepare(operation)
+            runs = collections.Counter()
+            for point in points_of(operation, calls, is_full):
+                for kind in kinds_of(calls[point - 1], point, is_full):
+                    runs[kind] += 1
+                    for fault in files.faults(operation, judge, point, kind):
+                        faults += 1
+                        print(f"FAULT --only {operation}:{point}:{kind} ({calls[point - 1]}): {fault}", flush=True)
+            all_calls += len(calls)
+            all_runs += runs.total()
+            print(f"{operation}: {len(calls)} calls, {runs.total()} failures ("
+                  + ", ".join(f"{kind} {runs[kind]}" for kind in KINDS)
+                  + f"), {time.monotonic() - start:.0f} s", flush=True)
+    print(f"{len(operations)} operations, {all_calls} file calls, {all_runs} failures, {faults} faults")
+    return faults == 0
+
+
+def one_point(build, folder, operation, number, kind):
+    with Campaign(build, folder) as files:
+        calls, judge = files.prepare(operation)
+        found = files.faults(operation, judge, int(number), kind)
+        print("\n".join(files.log.read_text().splitlines()))
+        print("\n".join(found) or "nothing is wrong")
+    return not found
+
+
+if __name__ == "__main__":
+    parser = argparse.ArgumentParser(usage=__doc__)
+    parser.add_argument("--full", action="store_true")
+    parser.add_argument("--only", default="")
+    parser.add_argument("build", type=pathlib.Path)
+    parser.add_argument("folder", type=pathlib.Path)
+    options = parser.parse_args()
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit("ended before its time"))  # and the phone with it
+    places = options.build.resolve(), options.folder.resolve()
+    operation, _, point = options.only.partition(":")
+    if operation not in ("", *OPERATIONS):
+        parser.error(f"the operations are {', '.join(OPERATIONS)}")
+    good = one_point(*places, operation, *point.split(":")) if point else campaign(
+        *places, [operation] if operation else OPERATIONS, options.full)
+    sys.exit(0 if good else 1)
