@@ -20,6 +20,13 @@ void wipe(QByteArray &bytes) noexcept
     bytes = {};
 }
 
+void wipeShared(QString &text) noexcept
+{
+    if (text.capacity() > 0)
+        wipe(const_cast<QChar *>(text.constData()), std::size_t(text.size()) * sizeof(QChar));
+    text = QString();
+}
+
 [[gnu::noinline]] void wipeStack() noexcept
 {
     // Requests take about a tenth of this.

@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
+#include <QString>
 
 #include <cstddef>
 #include <initializer_list>
@@ -17,6 +18,10 @@ void wipe(void *memory, std::size_t bytes) noexcept;
 /// Overwrites what `bytes` holds and leaves it empty. The array must be the only one that holds
 /// them: an implicitly shared one would overwrite another's, and so is only let go.
 void wipe(QByteArray &bytes) noexcept;
+
+/// Overwrites a text for all who share it, the toolkit and JavaScript included, and lets go of it:
+/// for a secret that has had its day everywhere. A literal is only let go.
+void wipeShared(QString &text) noexcept;
 
 /// Overwrites what deeper calls of this thread have left on its stack: locals, and the vector
 /// registers that the dynamic linker saves there when a function is called for the first time,

@@ -4,6 +4,7 @@
 
 #include "base/resolved_url.h"
 #include "base/text_form.h"
+#include "https/secret_bytes.h"
 
 #include <QList>
 
@@ -67,9 +68,12 @@ QString shortFingerprint(QStringView value)
 
 bool isValidPairingCode(QStringView value)
 {
-    const QList<uint> characters = value.toUcs4();
-    return characters.size() == pairingCodeLength
-           && std::ranges::all_of(characters, [](uint c) { return QChar::isNumber(c); });
+    QList<uint> characters = value.toUcs4();
+    const bool isValid =
+        characters.size() == pairingCodeLength
+        && std::ranges::all_of(characters, [](uint c) { return QChar::isNumber(c); });
+    wipe(characters.data(), std::size_t(characters.size()) * sizeof(uint));
+    return isValid;
 }
 
 std::optional<QString> origin(const QUrl &url)

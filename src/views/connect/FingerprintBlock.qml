@@ -10,7 +10,6 @@ ColumnLayout {
     id: root
 
     required property SecureConnectViewModel connection
-    readonly property alias codeField: code
 
     spacing: Theme.inside
 
@@ -58,20 +57,12 @@ ColumnLayout {
 
         Layout.fillWidth: true
         label: qsTr("Six-digit code from phone")
-        font.family: text.length > 0 ? Theme.mono : Theme.sans
+        font.family: length > 0 ? Theme.mono : Theme.sans
         inputMethodHints: Qt.ImhDigitsOnly | Qt.ImhSensitiveData | Qt.ImhNoPredictiveText
-        onTextChanged: {
-            root.connection.pairingCode = text;
-            // What was kept of it.
-            text = root.connection.pairingCode;
-        }
-        Component.onCompleted: text = root.connection.pairingCode
 
-        Connections {
-            target: root.connection
-            function onPairingCodeChanged() {
-                code.text = root.connection.pairingCode;
-            }
+        CodeEntry {
+            field: code
+            connection: root.connection
         }
     }
     SmallLabel {

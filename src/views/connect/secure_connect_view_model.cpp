@@ -4,6 +4,7 @@
 
 #include "base/display_text.h"
 #include "base/host_name.h"
+#include "https/secret_bytes.h"
 #include "live/live_camera_discovery.h"
 #include "store/app_store.h"
 #include "transfer/lan_discovery.h"
@@ -24,6 +25,25 @@ namespace {
 /// While nobody is listed: as many as the multiview has places.
 constexpr std::size_t camerasToBeginWith = 4;
 constexpr qsizetype groupsInLine = 4;
+
+/// As many numeric characters as a pairing code has, in memory of their own.
+QString numericStart(const QString &text)
+{
+    QList<uint> characters = text.toUcs4();
+    QString start;
+    start.reserve(2 * TransferProtocol::pairingCodeLength);
+    qsizetype kept = 0;
+    for (const char32_t character : std::as_const(characters)) {
+        if (kept == TransferProtocol::pairingCodeLength)
+            break;
+        if (!QChar::isNumber(character))
+            continue;
+        start += QString::fromUcs4(&character, 1);
+        ++kept;
+    }
+    wipe(characters.data(), std::size_t(characters.size()) * sizeof(uint));
+    return start;
+}
 
 } // namespace
 
@@ -109,18 +129,18 @@ void SecureConnectViewModel::setFingerprintConfirmed(bool isConfirmed)
 
 void SecureConnectViewModel::setPairingCode(const QString &text)
 {
-    QString code;
-    qsizetype kept = 0;
-    for (const char32_t character : text.toUcs4()) {
-        if (kept == TransferProtocol::pairingCodeLength)
-            break;
-        if (!QChar::isNumber(character))
-            continue;
-        code += QString::fromUcs4(&character, 1);
-        ++kept;
+    QString code = numericStart(text);
+    if (code != m_pairingCode) {
+        if (code == text) { // one copy, which ends for the field as well
+            wipeShared(code);
+            code = text;
+        }
+        wipeShared(m_pairingCode);
+        m_pairingCode = code;
+    } else {
+        wipeShared(code);
     }
     // Also when nothing changed: a field that shows more than was kept has to be told.
-    m_pairingCode = code;
     Q_EMIT pairingCodeChanged();
     Q_EMIT changed();
 }

@@ -65,7 +65,6 @@ class SecureConnectViewModel : public QObject {
     Q_PROPERTY(QString fingerprint READ fingerprint NOTIFY changed)
     Q_PROPERTY(bool fingerprintConfirmed READ isFingerprintConfirmed WRITE setFingerprintConfirmed
                    NOTIFY changed)
-    Q_PROPERTY(QString pairingCode READ pairingCode WRITE setPairingCode NOTIFY pairingCodeChanged)
     Q_PROPERTY(bool busy READ isBusy NOTIFY changed)
     Q_PROPERTY(bool canPair READ canPair NOTIFY changed)
     Q_PROPERTY(QString pairObstacle READ pairObstacle NOTIFY changed)
