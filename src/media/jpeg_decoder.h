@@ -30,7 +30,8 @@ struct JPEGPicture {
 /// else holds any more takes the next picture.
 class JPEGDecoder {
 public:
-    /// The picture; none when readJPEGHeader gives none or the data is damaged. Encoders of phones
+    /// The picture; none when readJPEGHeader gives none, decoding takes more memory than JPEGHeader
+    /// allows, or the data is damaged. Encoders of phones
     /// are granted two slips, by which at most a corner is guessed:
     /// - zero bytes, and no others, between the data and the end mark;
     /// - in a picture of one scan, data that ends early by a byte, or by whatever its last two

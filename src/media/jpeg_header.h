@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 namespace vorn {
@@ -19,6 +20,10 @@ struct JPEGHeader {
     static constexpr int maximumSide = 8192;
     static constexpr int maximumPixels = 4096 * 4096;
     static constexpr int maximumScans = 64;
+    /// Of memory, for the picture (4 bytes a pixel) and what is kept of it until its last scan (up
+    /// to 6 more). Together with the bytes that came it stays below 80 MiB: room for the largest
+    /// picture of one scan, and for a 4K picture of several with the usual sampling of colour.
+    static constexpr std::int64_t maximumBytes = std::int64_t{77} * 1024 * 1024;
 };
 
 } // namespace vorn

@@ -108,6 +108,7 @@ bool StrictJPEG::decode(std::span<const std::byte> jpeg, const JPEGHeader &heade
     jpeg_read_header(&info, TRUE);
     if (int(info.image_width) != image.width() || int(info.image_height) != image.height())
         std::longjmp(library.refusal, 1);
+    info.mem->max_memory_to_use = long(JPEGHeader::maximumBytes - image.sizeInBytes());
     info.out_color_space = JCS_EXT_BGRA; // as Format_RGB32 lies in memory
     jpeg_start_decompress(&info);
     library.countUnits();

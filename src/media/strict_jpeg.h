@@ -22,7 +22,8 @@ public:
     StrictJPEG &operator=(const StrictJPEG &) = delete;
 
     /// Decodes into `image`, which is of the header's size and Format_RGB32; false when the picture
-    /// is damaged, and then half of it may be drawn. `header` is what the walk over `jpeg` found.
+    /// is damaged or takes more than JPEGHeader::maximumBytes, and then half of it may be drawn.
+    /// `header` is what the walk over `jpeg` found.
     [[nodiscard]] bool decode(std::span<const std::byte> jpeg, const JPEGHeader &header,
                               QImage &image);
 

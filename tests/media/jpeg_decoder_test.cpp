@@ -4,6 +4,7 @@
 #include "media/jpeg_decoder.h"
 #include "support.h"
 
+#include <QFile>
 #include <QtTest>
 
 using namespace vorn;
@@ -44,6 +45,29 @@ QByteArray headers(int width, int height, int scans = 1)
 QByteArray withBeforeEnd(const QByteArray &jpeg, const QByteArray &more)
 {
     return jpeg.chopped(end.size()) + more + end;
+}
+
+/// What the system says of this process's memory.
+qint64 kibibytes(const QByteArray &key)
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QFile::ReadOnly))
+        qFatal("the system does not tell how much memory is used");
+    const QByteArray text = status.readAll();
+    return text.sliced(text.indexOf(key) + key.size() + 1)
+        .simplified()
+        .split(' ')
+        .front()
+        .toLongLong();
+}
+
+/// Has the system count the peak from here on, and gives it.
+qint64 peakAfresh()
+{
+    QFile counter(QStringLiteral("/proc/self/clear_refs"));
+    if (!counter.open(QFile::WriteOnly | QFile::Unbuffered) || counter.write("5") != 1)
+        qFatal("the peak of memory cannot be set back");
+    return kibibytes("VmHWM");
 }
 
 } // namespace
@@ -128,6 +152,38 @@ private Q_SLOTS:
         QCOMPARE(header ? QSize(header->width, header->height) : QSize(), size);
         // Whatever the headers say, their data is no picture.
         QVERIFY(!JPEGDecoder().decode(bytesOf(jpeg)));
+    }
+
+    void boundsItsMemory_data()
+    {
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<QImage::Format>("format");
+        QTest::addColumn<JPEGCoding>("coding");
+        QTest::addColumn<bool>("isDrawn");
+        const QSize largest(4096, 4096);
+        const auto grey = QImage::Format_Grayscale8;
+        const auto colour = QImage::Format_RGB32;
+        QTest::newRow("largest") << largest << colour << JPEGCoding::baseline << true;
+        QTest::newRow("largest, scans") << largest << colour << JPEGCoding::progressive << false;
+        QTest::newRow("largest, grey scans") << largest << grey << JPEGCoding::progressive << false;
+        QTest::newRow("4K, scans")
+            << QSize(3840, 2160) << colour << JPEGCoding::progressive << true;
+    }
+    void boundsItsMemory()
+    {
+        QFETCH(const QSize, size);
+        QFETCH(const QImage::Format, format);
+        QFETCH(const JPEGCoding, coding);
+        QImage picture(size, format);
+        picture.fill(Qt::darkCyan);
+        const QByteArray jpeg = jpegOf(picture, coding);
+        picture = {};
+        const qint64 before = peakAfresh();
+        QTEST(JPEGDecoder().decode(bytesOf(jpeg)).has_value(), "isDrawn");
+        const qint64 taken = kibibytes("VmHWM") - before;
+        constexpr qint64 most = qint64{80} * 1024;
+        QVERIFY2(taken < most + most / 8, // which a sanitizer adds
+                 qPrintable(QString::number(taken)));
     }
 
     void drawsWhatIsMerelyPadded_data()
