@@ -52,8 +52,14 @@ bool isInvisible(char32_t c)
 bool isPictograph(char32_t c)
 {
     const auto category = QChar::category(c);
-    return category == QChar::Symbol_Other || category == QChar::Symbol_Math || c == 0x203C
-           || c == 0x2049 || (c >= 0x1F000 && c <= 0x1FAFF);
+    return !isInvisible(c)
+           && (category == QChar::Symbol_Other || category == QChar::Symbol_Math || c == 0x203C
+               || c == 0x2049 || (c >= 0x1F000 && c <= 0x1FAFF));
+}
+
+bool isOnKeypad(char32_t c)
+{
+    return (c >= '0' && c <= '9') || c == '#' || c == '*';
 }
 
 bool isEmojiVariation(char32_t c)
@@ -76,7 +82,7 @@ bool joinsLetters(char32_t before, char32_t joiner, char32_t after)
 bool belongs(char32_t before, char32_t c, char32_t after)
 {
     if (isEmojiVariation(c))
-        return isPictograph(before) || (after == 0x20E3 && before < 0x80);
+        return isPictograph(before) || (after == 0x20E3 && isOnKeypad(before));
     if (c == zeroWidthJoiner && (isPictograph(before) || isEmojiVariation(before))
         && isPictograph(after))
         return true;
@@ -115,11 +121,12 @@ QString displayText(const QString &text, qsizetype maximum)
             return shown + u'\u2026';
         const char32_t c = codePoints[i];
         const char32_t after = i + 1 < codePoints.size() ? codePoints[i + 1] : 0;
-        if (isInvisible(c) && !belongs(before, c, after))
+        const bool isMarked = isInvisible(c) && !belongs(before, c, after);
+        if (isMarked)
             shown += visibleMark(c);
         else
             shown += QChar::fromUcs4(c);
-        before = c;
+        before = isMarked ? 0 : c; // nothing belongs to what is not drawn
     }
     return shown;
 }
