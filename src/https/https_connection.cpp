@@ -168,7 +168,7 @@ void HttpsConnection::Exchange::takeHead()
     HttpsHead &head = m_answer.head;
     curl_header *header = nullptr;
     while ((header = curl_easy_nextheader(m_handle, CURLH_HEADER, lastAnswer, header)))
-        head.headers.push_back({header->name, header->value});
+        head.headers.push_back({header->name, QByteArray(header->value).trimmed()});
     m_hasHead = true;
     if (m_request.checkHead)
         m_request.checkHead(head);
