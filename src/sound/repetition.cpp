@@ -18,6 +18,8 @@ constexpr std::size_t leastCommon = 10 * SoundFeatures::framesASecond;
 /// Speech, and music without a beat, reach 0.19; a metronome 20 dB below talk 0.27.
 constexpr double leastLikeness = 0.2;
 constexpr std::size_t mostRepetitions = 2;
+/// From the middle of the stretch: what repeats does so within ten minutes, and hours take memory.
+constexpr std::size_t mostFrames = 600 * SoundFeatures::framesASecond;
 
 /// Sums of the squares up to each frame.
 std::vector<double> powersUpTo(std::span<const SoundFeatures::Frame> frames,
@@ -44,8 +46,10 @@ std::vector<Repetition> repetitionsIn(const SoundFeatures &features, double from
         const double frame = std::max(0.0, seconds) * SoundFeatures::framesASecond;
         return std::min(features.frames().size(), std::size_t(frame));
     };
-    const std::size_t begin = frameAt(fromSeconds);
-    const std::size_t count = std::max(begin, frameAt(toSeconds)) - begin;
+    const std::size_t first = frameAt(fromSeconds);
+    const std::size_t all = std::max(first, frameAt(toSeconds)) - first;
+    const std::size_t count = std::min(all, mostFrames);
+    const std::size_t begin = first + (all - count) / 2;
     if (count < leastShift + leastCommon)
         return {};
     const auto frames = std::span(features.frames()).subspan(begin, count);
