@@ -243,8 +243,10 @@ private:
     }
 };
 
-std::variant<Overlap, NoOverlap> confirmed(Windows &windows, const CoarseLine &coarse)
+std::variant<Overlap, NoOverlap> confirmed(const HeardRecording &reference,
+                                           const HeardRecording &other, const CoarseLine &coarse)
 {
+    Windows windows(reference, other, coarse);
     if (!(windows.range().to - windows.range().from >= shortestSeconds))
         return NoOverlap::tooShort;
     const std::optional<SoundLine> first = firstLine(windows, coarse);
@@ -279,8 +281,10 @@ std::variant<Overlap, NoOverlap> confirmed(Windows &windows, const CoarseLine &c
 
 /// Whether what repeats fits along another line, too, which a lag need not tell: hardly a window
 /// there finds nothing, and neither recording has what the other lacks. `slope` is the clocks'.
-bool fitsAlso(Windows &windows, const CoarseLine &rival, double slope)
+bool fitsAlso(const HeardRecording &reference, const HeardRecording &other, const CoarseLine &rival,
+              double slope)
 {
+    Windows windows(reference, other, rival);
     const double length = windows.range().to - windows.range().from;
     if (!(length >= 2 * longestWindowSeconds))
         return false;
@@ -322,8 +326,7 @@ bool fitsOnceMore(const HeardRecording &reference, const HeardRecording &other,
                       const CoarseLine rival{.offsetSeconds = overlap.line.offsetSeconds
                                                               + way * repetition.seconds,
                                              .slope = slope};
-                      Windows windows(reference, other, rival);
-                      return fitsAlso(windows, rival, slope);
+                      return fitsAlso(reference, other, rival, slope);
                   });
     });
 }
@@ -335,11 +338,9 @@ std::variant<Overlap, NoOverlap> findOverlap(const HeardRecording &reference,
 {
     std::variant<Overlap, NoOverlap> result = NoOverlap::nothingAlike;
     const std::vector<CoarseLine> lines = coarseSearch(reference.features, other.features);
-    std::vector<Windows> windows;
     std::size_t best = 0;
     for (std::size_t index = 0; index < lines.size(); ++index) {
-        windows.emplace_back(reference, other, lines[index]);
-        const std::variant<Overlap, NoOverlap> one = confirmed(windows[index], lines[index]);
+        const std::variant<Overlap, NoOverlap> one = confirmed(reference, other, lines[index]);
         if (std::holds_alternative<Overlap>(one) && std::holds_alternative<Overlap>(result))
             return NoOverlap::severalFit;
         if (std::holds_alternative<Overlap>(one)
@@ -350,7 +351,7 @@ std::variant<Overlap, NoOverlap> findOverlap(const HeardRecording &reference,
     }
     const auto *found = std::get_if<Overlap>(&result);
     for (std::size_t index = 0; found && index < lines.size(); ++index) {
-        if (index != best && fitsAlso(windows[index], lines[index], found->line.driftPPM * 1e-6))
+        if (index != best && fitsAlso(reference, other, lines[index], found->line.driftPPM * 1e-6))
             return NoOverlap::severalFit;
     }
     if (found && fitsOnceMore(reference, other, *found))
