@@ -7,8 +7,6 @@
 
 #include <QList>
 
-#include <cstring>
-
 using namespace vorn;
 
 namespace {
@@ -45,10 +43,6 @@ void checkText(const QString &text)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     checkText(QString::fromUtf8(inputBytes(data, size)));
-    // As UTF-16 lone surrogates occur too.
-    QString units(qsizetype(size / sizeof(QChar)), Qt::Uninitialized);
-    if (!units.isEmpty())
-        std::memcpy(units.data(), data, std::size_t(units.size()) * sizeof(QChar));
-    checkText(units);
+    checkText(inputUnits(data, size));
     return 0;
 }
