@@ -274,9 +274,7 @@ std::variant<Overlap, NoOverlap> confirmed(const HeardRecording &reference,
     return Overlap{.line = *found,
                    .fromSeconds = range.from,
                    .toSeconds = range.to,
-                   .windows = std::move(told.windows),
-                   .windowsAgreeing = told.agreeing,
-                   .windowsHeard = told.heard()};
+                   .windows = std::move(told.windows)};
 }
 
 /// Whether what repeats fits along another line, too, which a lag need not tell: hardly a window

@@ -34,8 +34,6 @@ struct Overlap {
     double fromSeconds = 0; ///< in the reference
     double toSeconds = 0;
     std::vector<HeardWindow> windows; ///< all that told a lag, in the order of their time
-    int windowsAgreeing = 0;          ///< windows in it that have in step what the line says
-    int windowsHeard = 0;             ///< of so many that might have
 
     bool operator==(const Overlap &) const = default;
 };
