@@ -47,6 +47,7 @@ int main(int argc, char *argv[])
     }
 
     applyLook();
+    WindowEngine engine;
     AppStore store;
     if (instance.outcome() == Outcome::first)
         store.removeAbandonedSaves();
@@ -56,7 +57,7 @@ int main(int argc, char *argv[])
     LANDiscovery catalogs;
     LiveCameraDiscovery cameras;
     QSettings settings;
-    ProgramWindows windows(store, catalogs, cameras, settings);
+    ProgramWindows windows(engine, store, catalogs, cameras, settings);
     if (movies.isEmpty())
         windows.showDirector();
     else

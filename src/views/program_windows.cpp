@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QFont>
+#include <QFontMetrics>
 #include <QPalette>
 #include <QQmlComponent>
 #include <QQuickStyle>
@@ -26,6 +27,8 @@ namespace vorn {
 using namespace Qt::StringLiterals;
 
 namespace {
+
+const QString directorFile = u"director/DirectorWindow.qml"_s;
 
 // For what is drawn by Qt Widgets.
 QPalette darkPalette(const ThemeBase &theme)
@@ -61,14 +64,25 @@ void applyLook()
 
 namespace {
 
-/// Of the view model `model`, which its file knows by this name.
-std::unique_ptr<QWindow> makeWindow(QQmlEngine &engine, const QString &file, const QString &name,
-                                    QObject &model)
+QUrl urlOf(const QString &file)
+{
+    return QUrl(u"qrc:/qt/qml/Vorn/"_s + file);
+}
+
+/// The engine finds our types.
+void teach(QQmlEngine &engine)
 {
     // The linker takes a registration out of a static library only when something asks for it.
     [[maybe_unused]] volatile const auto registration = &qml_register_types_Vorn;
     engine.addImportPath(u"qrc:/qt/qml"_s);
-    QQmlComponent component(&engine, QUrl(u"qrc:/qt/qml/Vorn/"_s + file));
+}
+
+/// Of the view model `model`, which its file knows by this name.
+std::unique_ptr<QWindow> makeWindow(QQmlEngine &engine, const QString &file, const QString &name,
+                                    QObject &model)
+{
+    teach(engine);
+    QQmlComponent component(&engine, urlOf(file)); // waits for what is being read
     if (!component.isReady())
         qFatal("%s", qPrintable(component.errorString()));
     auto *window = qobject_cast<QWindow *>(
@@ -115,7 +129,7 @@ std::unique_ptr<QWindow> makeLibraryWindow(QQmlEngine &engine, LibraryViewModel 
 
 std::unique_ptr<QWindow> makeDirectorWindow(QQmlEngine &engine, DirectorViewModel &director)
 {
-    return makeWindow(engine, u"director/DirectorWindow.qml"_s, u"director"_s, director);
+    return makeWindow(engine, directorFile, u"director"_s, director);
 }
 
 std::unique_ptr<QWindow> makeProgramPictureWindow(QQmlEngine &engine, DirectorViewModel &director)
@@ -123,15 +137,23 @@ std::unique_ptr<QWindow> makeProgramPictureWindow(QQmlEngine &engine, DirectorVi
     return makeWindow(engine, u"director/ProgramPictureWindow.qml"_s, u"director"_s, director);
 }
 
-ProgramWindows::ProgramWindows(AppStore &store, LANDiscovery &catalogs,
+WindowEngine::WindowEngine() : m_directorWindow(this)
+{
+    teach(*this);
+    m_directorWindow.loadUrl(urlOf(directorFile), QQmlComponent::Asynchronous);
+    // Meanwhile this thread reads the system's fonts, which the first text of a window asks for.
+    (void)QFontMetrics(QGuiApplication::font()).height();
+}
+
+ProgramWindows::ProgramWindows(WindowEngine &engine, AppStore &store, LANDiscovery &catalogs,
                                LiveCameraDiscovery &cameras, QSettings &settings)
-    : m_store(store),
+    : m_engine(engine),
+      m_store(store),
       m_catalogs(catalogs),
       m_cameras(cameras),
       m_settings(settings),
       m_library(store, catalogs, cameras),
-      m_networkCheck(catalogs, cameras),
-      m_help(store, settings)
+      m_networkCheck(catalogs, cameras)
 {
     connect(&m_engine, &QQmlEngine::quit, this, &ProgramWindows::quit);
     connect(m_library.movieImport(), &MovieImportViewModel::requested, this,
@@ -313,14 +335,21 @@ void ProgramWindows::showNetworkCheck()
                m_networkCheck);
 }
 
+HelpViewModel &ProgramWindows::help()
+{
+    if (!m_help)
+        m_help = std::make_unique<HelpViewModel>(m_store, m_settings);
+    return *m_help;
+}
+
 void ProgramWindows::showSettings()
 {
-    showHelper(m_settingsWindow, u"help/SettingsWindow.qml"_s, u"help"_s, m_help);
+    showHelper(m_settingsWindow, u"help/SettingsWindow.qml"_s, u"help"_s, help());
 }
 
 void ProgramWindows::showHelp()
 {
-    showHelper(m_helpWindow, u"help/HelpWindow.qml"_s, u"help"_s, m_help);
+    showHelper(m_helpWindow, u"help/HelpWindow.qml"_s, u"help"_s, help());
 }
 
 void ProgramWindows::importMovies(const QStringList &paths)

@@ -9,6 +9,7 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QWindow>
 
@@ -25,6 +26,16 @@ class LiveCameraDiscovery;
 /// Gives the application the look of its windows: type, and for the file panels a dark palette.
 /// Needs a QApplication, before the first window.
 void applyLook();
+
+/// The engine of the windows. As soon as it is made it reads what the Director window is made of,
+/// on a thread of its own, while the caller gets ready what that shows. Comes after applyLook().
+class WindowEngine : public QQmlEngine {
+public:
+    WindowEngine();
+
+private:
+    QQmlComponent m_directorWindow;
+};
 
 /// Makes the Library window. Engine and view model must outlive it, and so with the others.
 [[nodiscard]] std::unique_ptr<QWindow> makeLibraryWindow(QQmlEngine &engine,
@@ -43,8 +54,8 @@ class ProgramWindows : public QObject {
     Q_OBJECT
 public:
     /// All must outlive it.
-    ProgramWindows(AppStore &store, LANDiscovery &catalogs, LiveCameraDiscovery &cameras,
-                   QSettings &settings);
+    ProgramWindows(WindowEngine &engine, AppStore &store, LANDiscovery &catalogs,
+                   LiveCameraDiscovery &cameras, QSettings &settings);
 
     /// Asks before work ends with the last window.
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -86,15 +97,18 @@ private:
     /// Follows the work while the question stands.
     void updateQuestion();
 
+    /// Of the settings and the help, which most starts never open.
+    [[nodiscard]] HelpViewModel &help();
+
+    WindowEngine &m_engine;
     AppStore &m_store;
     LANDiscovery &m_catalogs;
     LiveCameraDiscovery &m_cameras;
     QSettings &m_settings;
     LibraryViewModel m_library;
     NetworkCheckViewModel m_networkCheck;
-    HelpViewModel m_help;
+    std::unique_ptr<HelpViewModel> m_help;
     std::unique_ptr<DirectorViewModel> m_director; ///< as long as its window is open
-    QQmlEngine m_engine;
     std::unique_ptr<QWindow> m_libraryWindow;
     std::unique_ptr<QWindow> m_directorWindow;
     std::unique_ptr<ProgramDisplay> m_program;

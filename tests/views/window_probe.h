@@ -51,7 +51,8 @@ struct Desk {
     LANDiscovery catalogs;
     LiveCameraDiscovery cameras;
     QSettings settings{folder.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat};
-    ProgramWindows windows{store, catalogs, cameras, settings};
+    WindowEngine engine;
+    ProgramWindows windows{engine, store, catalogs, cameras, settings};
 };
 
 /// Hands to work a window like a user.

@@ -37,25 +37,41 @@ StudioPanel {
         anchors.bottom: parent.bottom
         anchors.topMargin: Theme.between
 
-        SessionPage {
-            anchors.fill: parent
-            visible: tabs.current === 0
-            director: root.director
+        Later {
+            wanted: tabs.current === 0
+
+            SessionPage {
+                anchors.fill: parent
+                visible: tabs.current === 0
+                director: root.director
+            }
         }
-        AudioPage {
-            anchors.fill: parent
-            visible: tabs.current === 1
-            director: root.director
+        Later {
+            wanted: tabs.current === 1
+
+            AudioPage {
+                anchors.fill: parent
+                visible: tabs.current === 1
+                director: root.director
+            }
         }
-        CameraPage {
-            anchors.fill: parent
-            visible: tabs.current === 2
-            director: root.director
+        Later {
+            wanted: tabs.current === 2
+
+            CameraPage {
+                anchors.fill: parent
+                visible: tabs.current === 2
+                director: root.director
+            }
         }
-        EditsPage {
-            anchors.fill: parent
-            visible: tabs.current === 3
-            director: root.director
+        Later {
+            wanted: tabs.current === 3
+
+            EditsPage {
+                anchors.fill: parent
+                visible: tabs.current === 3
+                director: root.director
+            }
         }
     }
 }

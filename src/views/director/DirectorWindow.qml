@@ -12,6 +12,7 @@ ProgramWindow {
 
     required property DirectorViewModel director
     property bool mayClose
+    property bool asksAboutSession
     property string endingWork // what would end with the program, while that is asked
     signal programRequested
     signal closed
@@ -29,7 +30,7 @@ ProgramWindow {
     onClosing: event => {
         if (director.sessionRunning && !mayClose) {
             event.accepted = false;
-            closeSheet.open();
+            asksAboutSession = true;
         } else {
             closed();
         }
@@ -150,27 +151,46 @@ ProgramWindow {
             }
         }
     }
+    Later {
+        wanted: root.asksAboutSession
 
-    CloseSessionSheet {
-        id: closeSheet
-
-        closingText: root.director.editsPage.closingText
-        onConfirmed: {
-            root.mayClose = true;
-            close();
-            root.close();
+        Item {
+            CloseSessionSheet {
+                visible: root.asksAboutSession
+                closingText: root.director.editsPage.closingText
+                onConfirmed: {
+                    root.mayClose = true;
+                    close();
+                    root.close();
+                }
+                onClosed: {
+                    root.asksAboutSession = false;
+                    if (!root.mayClose)
+                        root.stayed();
+                }
+            }
         }
-        onClosed: if (!root.mayClose) root.stayed()
     }
-    ErrorAlert {
-        visible: root.director.hasError
-        message: root.director.errorMessage
-        onClosed: root.director.dismissError()
-    }
+    Later {
+        wanted: root.director.hasError
 
-    EndWorkSheet {
-        work: root.endingWork
-        onConfirmed: root.endConfirmed()
-        onClosed: if (root.endingWork) root.endDeclined()
+        Item {
+            ErrorAlert {
+                visible: root.director.hasError
+                message: root.director.errorMessage
+                onClosed: root.director.dismissError()
+            }
+        }
+    }
+    Later {
+        wanted: root.endingWork.length > 0
+
+        Item {
+            EndWorkSheet {
+                work: root.endingWork
+                onConfirmed: root.endConfirmed()
+                onClosed: if (root.endingWork) root.endDeclined()
+            }
+        }
     }
 }

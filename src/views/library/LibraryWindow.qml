@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Vorn
 
@@ -35,9 +37,15 @@ ProgramWindow {
             root.library.movieImport.addFiles(drop.urls);
         }
     }
-    EndWorkSheet {
-        work: root.endingWork
-        onConfirmed: root.endConfirmed()
-        onClosed: if (root.endingWork) root.endDeclined()
+    Later {
+        wanted: root.endingWork.length > 0
+
+        Item {
+            EndWorkSheet {
+                work: root.endingWork
+                onConfirmed: root.endConfirmed()
+                onClosed: if (root.endingWork) root.endDeclined()
+            }
+        }
     }
 }

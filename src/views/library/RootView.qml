@@ -129,30 +129,54 @@ Item {
         }
     }
 
-    NewProjectSheet {
-        visible: root.showNewProject
-        name: root.newProjectName
-        onNameChanged: root.newProjectName = name
-        onConfirmed: root.createProject()
-        onClosed: root.showNewProject = false
+    Later {
+        wanted: root.showNewProject
+
+        Item {
+            NewProjectSheet {
+                visible: root.showNewProject
+                name: root.newProjectName
+                onNameChanged: root.newProjectName = name
+                onConfirmed: root.createProject()
+                onClosed: root.showNewProject = false
+            }
+        }
     }
-    RenameProjectSheet {
-        visible: root.showRenameProject
-        name: root.renameProjectName
-        onNameChanged: root.renameProjectName = name
-        onConfirmed: root.renameProject()
-        onClosed: root.showRenameProject = false
+    Later {
+        wanted: root.showRenameProject
+
+        Item {
+            RenameProjectSheet {
+                visible: root.showRenameProject
+                name: root.renameProjectName
+                onNameChanged: root.renameProjectName = name
+                onConfirmed: root.renameProject()
+                onClosed: root.showRenameProject = false
+            }
+        }
     }
-    SecureCameraConnectView {
-        visible: root.showCatalog
-        connection: root.library.connection
-        onNetworkCheckRequested: root.networkCheckRequested()
-        onClosed: root.showCatalog = false
+    Later {
+        wanted: root.showCatalog
+
+        Item {
+            SecureCameraConnectView {
+                visible: root.showCatalog
+                connection: root.library.connection
+                onNetworkCheckRequested: root.networkCheckRequested()
+                onClosed: root.showCatalog = false
+            }
+        }
     }
-    ErrorAlert {
-        visible: root.library.hasError
-        message: root.library.errorMessage
-        onClosed: root.library.dismissError()
+    Later {
+        wanted: root.library.hasError
+
+        Item {
+            ErrorAlert {
+                visible: root.library.hasError
+                message: root.library.errorMessage
+                onClosed: root.library.dismissError()
+            }
+        }
     }
 
     ListedShortcut {
