@@ -31,7 +31,7 @@ struct JsonPlace {
 /// Reads the fields of one object. Throws JsonError that names the place.
 class JsonReader {
 public:
-    /// `place` must outlive the reader.
+    /// Both must outlive the reader.
     JsonReader(const QJsonObject &object, const JsonPlace &place) : m_object(object), m_place(place)
     {
     }
@@ -83,7 +83,7 @@ private:
             read(array.at(index), {&place, {}, index}, list.emplace_back());
     }
 
-    QJsonObject m_object;
+    const QJsonObject &m_object;
     const JsonPlace &m_place;
 };
 
