@@ -2,24 +2,26 @@
 """A verified download beside the same by other tools, in one run.
 
 download_timing.py RIG FETCHER FOLDER MEGABYTES: RIG is vorn-rig, whose phone serves four recordings of MEGABYTES
-each over loopback; FETCHER is take_fetcher. The others are curl, whole files, followed by `openssl dgst` or by
-`sha256sum`. Prints the medians of three rounds.
+each over loopback; FETCHER is take_fetcher. The others are curl, whole files, each flushed to the disk as ours are,
+followed by `openssl dgst` or by `sha256sum`. Prints the medians of seven rounds, in turn.
 """
 
 import json
+import os
 import pathlib
 import resource
 import shutil
 import statistics
 import subprocess
 import sys
+import threading
 import time
 import uuid
 
 sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "tests/journey"))
 from phones import Phones  # noqa: E402
 
-ROUNDS = 3
+ROUNDS = 7
 CLIPS = 4
 CAMERA = "cam-a"
 
@@ -41,6 +43,14 @@ def ours(phones, fetcher, folder):
         [fetcher, folder / "storage", folder / "recordings", shown["catalogURL"], shown["fingerprint"],
          shown["sessionId"], shown["code"]], check=True, stdout=subprocess.PIPE).stdout.split()
     return [float(word) for word in words]
+
+
+def flush(path):
+    """The file, and then its name."""
+    for what in (path, path.parent):
+        descriptor = os.open(what, os.O_RDONLY)
+        os.fsync(descriptor)
+        os.close(descriptor)
 
 
 def children_seconds():
@@ -68,6 +78,7 @@ def theirs(phones, digest, folder):
         path = folder / clip["fileName"]
         address = catalog_url.replace("/vorn/v1/catalog", "/vorn/v1/files/" + clip["clipId"])
         curl(*session, "-H", f"Range: bytes=0-{clip['sizeBytes'] - 1}", "-o", path, address)
+        flush(path)
         words = subprocess.run([*digest, path], check=True, stdout=subprocess.PIPE).stdout.decode()
         if clip["sha256"] not in words:
             sys.exit(f"{path} is not the recording")
@@ -88,6 +99,8 @@ def main():
         while server.stdout.readline().strip() != b"ready":
             if server.poll() is not None:
                 sys.exit("the simulated phone did not start")
+        # What else it says goes to nobody, but must not fill the pipe.
+        threading.Thread(target=server.stdout.read, daemon=True).start()
         phones = Phones(control)
         phones.do(f"{CAMERA} server on")
         contestants = {
