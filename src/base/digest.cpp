@@ -12,6 +12,8 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
+#include <future>
 #include <new>
 #include <vector>
 
@@ -55,7 +57,8 @@ QString Sha256::finish()
 
 QString sha256OfFile(const QString &path, const ByteReport &report)
 {
-    // One plain buffer: memory maps, direct input and a reader thread measured no faster.
+    // One plain buffer: of what is in memory, maps, direct input and a reader thread measured no
+    // faster.
     constexpr auto bufferBytes = std::size_t{1024} * 1024;
 
     const FileDescriptor file = openRegularFile(path);
@@ -73,6 +76,76 @@ QString sha256OfFile(const QString &path, const ByteReport &report)
             return digest.finish();
         digest.add(std::span(buffer).first(std::size_t(got)));
         total += got;
+        if (report)
+            report(total);
+    }
+}
+
+namespace {
+
+constexpr std::size_t pieceBytes = std::size_t{1} << 20;
+constexpr std::size_t alignment = 4096; // as much as any file system asks of direct input
+
+struct Free {
+    void operator()(std::byte *memory) const { std::free(memory); }
+};
+using Piece = std::unique_ptr<std::byte, Free>;
+
+Piece newPiece()
+{
+    Piece piece(static_cast<std::byte *>(std::aligned_alloc(alignment, pieceBytes)));
+    if (!piece)
+        throw std::bad_alloc();
+    return piece;
+}
+
+/// False when it was not read directly.
+bool endDirectInput(const FileDescriptor &file)
+{
+    const int flags = ::fcntl(file.get(), F_GETFL);
+    return (flags & O_DIRECT) != 0 && ::fcntl(file.get(), F_SETFL, flags & ~O_DIRECT) == 0;
+}
+
+/// The next bytes of the file; none at its end.
+std::size_t readPiece(const FileDescriptor &file, const QString &path, const Piece &to)
+{
+    for (;;) {
+        const ssize_t got = ::read(file.get(), to.get(), pieceBytes);
+        if (got >= 0)
+            return std::size_t(got);
+        // What a file system will not read directly, such as from the middle of a block, it reads.
+        const bool mayGoOn = errno == EINTR || (errno == EINVAL && endDirectInput(file));
+        if (!mayGoOn)
+            throw FileError(u"Cannot read"_s, path, errno);
+    }
+}
+
+} // namespace
+
+QString sha256OnDisk(const QString &path, const ByteReport &report)
+{
+    const FileDescriptor file = openRegularFile(path);
+    // Both are requests, which not every file system can grant. Direct input needs no pages of
+    // memory, which are cold: those cost more than the hashing.
+    ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_DONTNEED);
+    ::fcntl(file.get(), F_SETFL, ::fcntl(file.get(), F_GETFL) | O_DIRECT);
+
+    const std::array<Piece, 2> pieces{newPiece(), newPiece()};
+    const auto begin = [&](std::size_t turn) {
+        return std::async(std::launch::async, [&file, &path, &piece = pieces[turn]] {
+            return readPiece(file, path, piece);
+        });
+    };
+    Sha256 digest;
+    std::int64_t total = 0;
+    auto coming = begin(0);
+    for (std::size_t turn = 0;; turn = 1 - turn) {
+        const std::size_t got = coming.get();
+        if (got == 0)
+            return digest.finish();
+        coming = begin(1 - turn); // while these are hashed
+        digest.add(std::span(pieces[turn].get(), got));
+        total += std::int64_t(got);
         if (report)
             report(total);
     }

@@ -35,4 +35,9 @@ using ByteReport = std::function<void(std::int64_t)>;
 /// it has been given a report. Throws FileError. Blocks.
 [[nodiscard]] QString sha256OfFile(const QString &path, const ByteReport &report = {});
 
+/// The same of what the disk has, past what the system keeps of it in memory where the file system
+/// can: one piece of 1 MiB is read while the one before is hashed. What has not been flushed counts
+/// as well, but is not read back.
+[[nodiscard]] QString sha256OnDisk(const QString &path, const ByteReport &report = {});
+
 } // namespace vorn

@@ -106,14 +106,10 @@ FileDescriptor openedPartial(const QString &path)
     return found;
 }
 
-/// The bytes of `file` are on the disk, and the next to read them has them from there: the system
-/// lets go of what it has kept of them.
-void flushOutOfMemory(const FileDescriptor &file, const QString &path)
+void flushFile(const FileDescriptor &file, const QString &path)
 {
     if (::fsync(file.get()) != 0)
         throw FileError(u"Cannot write"_s, path, errno);
-    // A request, which file systems in memory cannot grant.
-    ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_DONTNEED);
 }
 
 } // namespace
@@ -144,8 +140,8 @@ bool isRecordingThere(const QString &destination, const QString &sha256, const B
     if (!S_ISREG(status.st_mode))
         throw notOurs(destination);
     // Who moved it there may have ended before it was on the disk.
-    flushOutOfMemory(openRegularFile(destination), destination);
-    if (sha256OfFile(destination, report).compare(sha256, Qt::CaseInsensitive) != 0)
+    flushFile(openRegularFile(destination), destination);
+    if (sha256OnDisk(destination, report).compare(sha256, Qt::CaseInsensitive) != 0)
         throw FileError(u"Existing destination hash differs; move it before retrying."_s);
     flushFolder(openParentFolder(destination, u"Cannot write"_s), destination);
     return true;
@@ -194,15 +190,14 @@ void PartialRecording::append(const QByteArray &bytes)
 
 void PartialRecording::flush()
 {
-    if (::fsync(m_file.get()) != 0)
-        throw FileError(u"Cannot write"_s, m_path, errno);
+    flushFile(m_file, m_path);
     m_unflushed = 0;
 }
 
 QString PartialRecording::sha256FromDisk(const ByteReport &report) const
 {
-    flushOutOfMemory(m_file, m_path);
-    return sha256OfFile(m_path, report);
+    flushFile(m_file, m_path);
+    return sha256OnDisk(m_path, report);
 }
 
 void PartialRecording::clear()

@@ -72,16 +72,14 @@ QString absenceOf(const QString &path)
                                    : u"%1 is not there."_s.arg(missing);
 }
 
-/// The next to read the file has it from the disk.
-void letGoOfMemory(const FileDescriptor &file, const QString &path)
+/// What was written is on the disk, as far as it can be.
+void flushAsFarAsPossible(const FileDescriptor &file, const QString &path)
 {
-    // Only what has been written can be let go of. A file system that cannot flush a file, or is
-    // read-only, has its own ways; an error of the disk means that the file is not what was read.
+    // A file system that cannot flush a file, or is read-only, has its own ways; an error of the
+    // disk means that the file is not what was read.
     if (::fsync(file.get()) != 0 && errno != EINVAL && errno != EROFS && errno != ENOTSUP
         && errno != ENOSYS)
         throw FileError(u"Cannot read"_s, path, errno);
-    // A request, which file systems in memory cannot grant.
-    ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_DONTNEED);
 }
 
 /// Empty when the file is what the library says it is.
@@ -97,8 +95,8 @@ QString faultOf(const VORNClip &clip, const QString &digest, const ByteReport &r
                                                        QString::number(*clip.sizeBytes));
     if (digest.isEmpty())
         return {};
-    letGoOfMemory(file, path);
-    if (sha256OfFile(path, report) != digest)
+    flushAsFarAsPossible(file, path);
+    if (sha256OnDisk(path, report) != digest)
         return u"%1 has changed: its checksum is another one."_s.arg(path);
     return {};
 }

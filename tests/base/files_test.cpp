@@ -10,6 +10,9 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <ranges>
+
 using namespace vorn;
 using namespace Qt::StringLiterals;
 
@@ -129,16 +132,22 @@ private Q_SLOTS:
 
     void digestsAcrossBufferBounds()
     {
-        QTemporaryDir folder;
-        for (const qsizetype size : {0, 1048576, 1048577}) {
-            const QByteArray bytes(size, 'v');
-            writePlain(folder.filePath(u"f"_s), bytes);
-            std::int64_t reported = 0;
-            const QString digest =
-                sha256OfFile(folder.filePath(u"f"_s), [&](std::int64_t done) { reported = done; });
-            const auto expected = QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
-            QCOMPARE(digest, QString::fromLatin1(expected.toHex()));
-            QCOMPARE(reported, size);
+        const QTemporaryDir onDisk;
+        const QTemporaryDir inMemory(u"/dev/shm/XXXXXX"_s); // which has other ways to be read
+        for (const QString &path : {onDisk.filePath(u"f"_s), inMemory.filePath(u"f"_s)}) {
+            for (const qsizetype size : {0, 1, 1048576, 1048577, 2097152, 5000000}) {
+                QByteArray bytes(size, 'v');
+                std::ranges::iota_view numbers(0, int(size));
+                std::ranges::transform(numbers, bytes.begin(), [](int n) { return char(n / 7); });
+                writePlain(path, bytes);
+                const auto hash = QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
+                const auto expected = QString::fromLatin1(hash.toHex());
+                for (const auto digestOf : {sha256OfFile, sha256OnDisk}) {
+                    std::int64_t reported = 0;
+                    QCOMPARE(digestOf(path, [&](std::int64_t done) { reported = done; }), expected);
+                    QCOMPARE(reported, size);
+                }
+            }
         }
     }
 
