@@ -56,7 +56,7 @@ int main(int argumentCount, char *arguments[])
                  pairedTimes(
                      rounds, [&] { return secondsToFirstFrame(program); },
                      [&] { return secondsToFirstFrame(yardstick); }),
-                 u"-"_s);
+                 u"<= 1.60"_s);
     } catch (const std::exception &error) {
         std::fprintf(stderr, "%s\n", error.what());
         return 1;

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Usage: director_timing SECONDS cameras|cuts|decisions|nobody
+// Usage: director_timing SECONDS cameras|cuts|decisions
 // The Director window with the cameras that are on the network: how soon it has their pictures,
 // what six streams cost, how fast a cut is seen, whether opening and closing leaves memory behind;
 // or only how fast a cut is seen; or what one more decision and one change of the cameras cost the
-// window when many decisions are listed, and a journal of many to read. With nobody there: what the
-// window costs when nothing happens. Needs a display, and the network of scripts/lab.
+// window when many decisions are listed, and a journal of many to read. Needs a display, and the
+// network of scripts/lab.
 
 #include "director/session_journal.h"
 #include "live/live_camera_discovery.h"
+#include "paired.h"
 #include "store/app_store.h"
 #include "transfer/lan_discovery.h"
 #include "views/program_windows.h"
@@ -118,16 +119,23 @@ private:
     int m_swaps = 0;
 };
 
+void printFigure(const QString &name, double figure, const QString &unit,
+                 const QString &aim = u"-"_s)
+{
+    printRow(name, u"%1 %2"_s.arg(figure, 0, 'f', 1).arg(unit), u"-"_s, u"-"_s, aim);
+}
+
 /// The share of one core that the program takes, in percent, and the frames a second.
-void printLoad(const char *name, Opening &opening, std::chrono::seconds time)
+void printLoad(const QString &name, Opening &opening, std::chrono::seconds time,
+               const QString &aim = u"-"_s)
 {
     const double cpu = cpuSeconds();
     const int swaps = opening.swaps();
     const auto start = Clock::now();
     workFor(time);
     const double wall = since(start);
-    std::printf("%-44s %6.1f %% of a core, %5.1f frames a second\n", name,
-                100 * (cpuSeconds() - cpu) / wall, (opening.swaps() - swaps) / wall);
+    printFigure(name + u", of a core"_s, 100 * (cpuSeconds() - cpu) / wall, u"%"_s, aim);
+    printFigure(name + u", frames"_s, (opening.swaps() - swaps) / wall, u"/s"_s);
 }
 
 /// With Preview and Program on cameras that send large pictures.
@@ -159,9 +167,9 @@ void measureCuts(Opening &opening, std::chrono::seconds time)
     const auto share = [&](std::size_t percent) {
         return milliseconds[(milliseconds.size() - 1) * percent / 100];
     };
-    std::printf("%-44s %6.1f ms median, 95 %% %.1f, 99 %% %.1f, %.1f at most, of %zu\n",
-                "key press to the changed monitors", share(50), share(95), share(99), share(100),
-                milliseconds.size());
+    printFigure(u"key press to the changed monitors, median"_s, share(50), u"ms"_s);
+    printFigure(u"key press to the changed monitors, 99 %"_s, share(99), u"ms"_s);
+    printFigure(u"key press to the changed monitors, at most"_s, share(100), u"ms"_s);
 }
 
 /// Of so many rounds.
@@ -195,8 +203,8 @@ void measureDecisions(Opening &opening, LiveCameraDiscovery &discovery)
             Q_EMIT discovery.camerasChanged();
             return since(start);
         });
-        std::printf("with %5d decisions %37.3f ms a decision, %.3f ms a change of cameras\n", count,
-                    decision, change);
+        printFigure(u"one more decision, of %1"_s.arg(count), decision, u"ms"_s);
+        printFigure(u"a change of cameras, with %1 decisions"_s.arg(count), change, u"ms"_s);
     }
     for (const std::size_t count : {3'000U, 30'000U}) {
         QByteArray text = journalLine(JournalHead{.sessionID = QUuid::createUuid(),
@@ -218,8 +226,8 @@ void measureDecisions(Opening &opening, LiveCameraDiscovery &discovery)
             (void)sessionJournalFromText(text, u"journal"_s);
             return since(begun);
         });
-        std::printf("journal of %6zu decisions %30.1f ms to form, %.1f ms to read, %.1f MB\n",
-                    count, written, read, double(text.size()) / 1e6);
+        printFigure(u"journal of %1 decisions, formed"_s.arg(count), written, u"ms"_s);
+        printFigure(u"journal of %1 decisions, read"_s.arg(count), read, u"ms"_s);
     }
 }
 
@@ -231,14 +239,13 @@ void measureProgramWindow(QQmlEngine &engine, Opening &opening, std::chrono::sec
     QObject::connect(qobject_cast<QQuickWindow *>(program.get()), &QQuickWindow::frameSwapped,
                      [&swaps] { ++swaps; });
     for (const auto &[name, size] :
-         {std::pair("the same, and Program's window", QSize(960, 540)),
-          std::pair("the same, that of 1920 by 1080", QSize(1920, 1080))}) {
+         {std::pair(u"six streams and Program's window of 960 by 540"_s, QSize(960, 540)),
+          std::pair(u"six streams and Program's window of 1920 by 1080"_s, QSize(1920, 1080))}) {
         program->resize(size);
         program->show();
         swaps = 0;
         printLoad(name, opening, time);
-        std::printf("%-44s %*.1f frames a second\n", "  in it", 26,
-                    double(swaps) / Seconds(time).count());
+        printFigure(name + u", frames in it"_s, double(swaps) / Seconds(time).count(), u"/s"_s);
     }
 }
 
@@ -249,7 +256,7 @@ try {
     QApplication application(argumentCount, arguments);
     applyLook();
     if (argumentCount != 3)
-        throw std::runtime_error("Usage: director_timing SECONDS cameras|cuts|decisions|nobody");
+        throw std::runtime_error("Usage: director_timing SECONDS cameras|cuts|decisions");
     const std::chrono::seconds time(std::atoi(arguments[1]));
     const QTemporaryDir folder;
     AppStore store(folder.path(), folder.path());
@@ -259,13 +266,6 @@ try {
     LANDiscovery catalogs;
     LiveCameraDiscovery discovery;
     QQmlEngine engine;
-
-    if (arguments[2] == "nobody"sv) {
-        Opening opening(store, catalogs, discovery, settings, engine);
-        printLoad("first seconds, with the scan", opening, 12s);
-        printLoad("nothing happens", opening, time);
-        return 0;
-    }
 
     workUntil([&] { return discovery.cameras().size() >= wallSlots; });
     if (arguments[2] != "cameras"sv) {
@@ -287,29 +287,24 @@ try {
         openings.push_back(since(start) * 1000);
     }
     std::ranges::sort(openings);
-    std::printf("%-44s %6.0f ms median, %.0f ms at most\n", "opening to four pictures shown",
-                openings[4], openings.back());
+    printFigure(u"opening to four pictures shown"_s, openings[4], u"ms"_s);
 
     {
         Opening opening(store, catalogs, discovery, settings, engine);
         workUntil([&] { return opening.pictures() == wallSlots; });
-        printLoad("four wall streams, one selected", opening, time);
+        printLoad(u"four wall streams, one selected"_s, opening, time);
         startShow(opening, discovery);
-        printLoad("four wall streams, two selected", opening, time);
+        printLoad(u"four wall streams, two selected"_s, opening, time, u"<= 35 %"_s);
         measureProgramWindow(engine, opening, time);
         measureCuts(opening, time);
     }
 
-    double memory = 0;
     for (int i = 1; i <= 100; ++i) {
         Opening opening(store, catalogs, discovery, settings, engine);
         workUntil([&] { return opening.pictures() == wallSlots; });
         opening.awaitFrame();
-        if (i == 10)
-            memory = residentMiB();
         if (i % 10 == 0)
-            std::printf("memory while open, opening %3d %20.1f MiB (%+.1f)\n", i, residentMiB(),
-                        residentMiB() - memory);
+            printFigure(u"memory while open, opening %1"_s.arg(i), residentMiB(), u"MiB"_s);
     }
     return 0;
 } catch (const std::exception &error) {

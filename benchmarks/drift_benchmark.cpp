@@ -3,7 +3,6 @@
 // The arithmetic of an export, each beside the least that touches the same data.
 
 #include "drift/anchor_fit.h"
-#include "drift/director_cut_document.h"
 #include "drift/timeline_document.h"
 
 #include <QStringList>
@@ -100,57 +99,10 @@ void plainAppend(benchmark::State &state)
     }
 }
 
-/// A decision a second, of four cameras.
-std::vector<CutDecision> decisions(int count)
-{
-    std::vector<CutDecision> list;
-    for (int i = 0; i < count; ++i) {
-        CutDecision decision;
-        decision.kind = CutDecision::Kind(i % 3);
-        decision.sessionSeconds = i;
-        decision.cameraId = u"Camera %1"_s.arg(i % 4);
-        decision.fadeSeconds = 0.5;
-        for (int camera = 0; camera < 4; ++camera)
-            decision.then.push_back({u"Camera %1"_s.arg(camera), i + 0.01 * camera, 0.03});
-        list.push_back(decision);
-    }
-    return list;
-}
-
-void layAndWriteCut(const std::vector<CutDecision> &list)
-{
-    std::vector<Placement> cameras = placements();
-    cameras.resize(4);
-    for (Placement &camera : cameras)
-        camera.duration = camera.item.media.duration = 40'000;
-    const auto cut = DriftEngine::directorCut(list, cameras, 30);
-    benchmark::DoNotOptimize(
-        DriftEngine::directorCutDocument(u"Project"_s, u"take-1"_s, 30, cameras, *cut, 0));
-}
-
-void longCut(benchmark::State &state)
-{
-    const auto list = decisions(30'000);
-    for (auto _ : state)
-        layAndWriteCut(list);
-}
-
-void shortCuts(benchmark::State &state)
-{
-    const auto list = decisions(300);
-    for (auto _ : state)
-        for (int i = 0; i < 100; ++i)
-            layAndWriteCut(list);
-}
-
 // A pair has one name; scripts/bench makes a row of it.
 BENCHMARK(fit)->Name("fit of 10000 anchors/ours")->Unit(benchmark::kMicrosecond);
 BENCHMARK(sortAndSum)->Name("fit of 10000 anchors/yardstick")->Unit(benchmark::kMicrosecond);
 BENCHMARK(timelineDocument)->Name("document of 100 clips/ours")->Unit(benchmark::kMicrosecond);
 BENCHMARK(plainAppend)->Name("document of 100 clips/yardstick")->Unit(benchmark::kMicrosecond);
-BENCHMARK(longCut)->Name("cut of 30000 decisions, 100 of 300/ours")->Unit(benchmark::kMicrosecond);
-BENCHMARK(shortCuts)
-    ->Name("cut of 30000 decisions, 100 of 300/yardstick")
-    ->Unit(benchmark::kMicrosecond);
 
 } // namespace

@@ -14,19 +14,19 @@ using namespace Qt::StringLiterals;
 namespace vorn {
 namespace {
 
-double median(std::vector<double> values)
-{
-    const auto middle = values.begin() + std::ssize(values) / 2;
-    std::ranges::nth_element(values, middle);
-    return *middle;
-}
-
 QString milliseconds(double seconds)
 {
     return u"%1 ms"_s.arg(seconds * 1000, 0, 'f', 1);
 }
 
 } // namespace
+
+double median(std::vector<double> values)
+{
+    const auto middle = values.begin() + std::ssize(values) / 2;
+    std::ranges::nth_element(values, middle);
+    return *middle;
+}
 
 double secondsOf(const std::function<void()> &work)
 {

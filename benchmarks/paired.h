@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <functional>
+#include <vector>
 
 namespace vorn {
 
@@ -13,6 +14,9 @@ struct PairedTimes {
     double yardstick = 0;
 };
 
+/// The middle one; of an even number the upper of two.
+[[nodiscard]] double median(std::vector<double> values);
+
 /// Wall time of one call, in seconds.
 [[nodiscard]] double secondsOf(const std::function<void()> &work);
 
@@ -21,7 +25,9 @@ struct PairedTimes {
 [[nodiscard]] PairedTimes pairedTimes(int rounds, const std::function<double()> &ours,
                                       const std::function<double()> &yardstick);
 
-/// Prints one row of the table: name, ours, yardstick, ratio, aim, with tabulators between.
+/// Prints one row of the table, with tabulators between: name, ours, yardstick, ratio, aim. An aim
+/// is
+/// "<= 1.05" or "<= n^1.14" for the ratio, "<= 40 MiB" or ">= 9 /s" for what is ours, or "-".
 void printRow(const QString &name, const QString &ours, const QString &yardstick,
               const QString &ratio, const QString &aim);
 
