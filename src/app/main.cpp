@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "app/start.h"
+#include "base/atomic_file.h"
 #include "base/folders.h"
 #include "desktop/desktop_notification.h"
 #include "desktop/file_reveal.h"
 #include "desktop/single_instance.h"
+#include "director/session_journal.h"
 #include "live/live_camera_discovery.h"
 #include "store/app_store.h"
 #include "transfer/lan_discovery.h"
@@ -49,10 +51,12 @@ int main(int argc, char *argv[])
     applyLook();
     WindowEngine engine;
     AppStore store;
-    if (instance.outcome() == Outcome::first)
+    if (instance.outcome() == Outcome::first) {
         store.removeAbandonedSaves();
-    else
+        removeAbandonedWrites(sessionJournalFolder(store.supportDirectory()));
+    } else {
         store.log(instance.sentence(), true);
+    }
     QObject::connect(&store, &AppStore::exportCreated, &revealFile);
     LANDiscovery catalogs;
     LiveCameraDiscovery cameras;

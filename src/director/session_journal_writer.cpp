@@ -31,30 +31,30 @@ void SessionJournalWriter::append(const std::vector<JournalEntry> &entries)
         m_waiting += journalLine(entry);
     std::optional<QString> problem;
     try {
-        open();
-        write();
+        if (m_file.isOpen())
+            write();
+        else
+            begin();
     } catch (const FileError &error) {
         problem = QString::fromUtf8(error.what());
-        // Nothing is on the disk: a file without a line would be taken for a damaged journal.
-        if (m_file.isOpen() && m_written == 0 && ::unlink(nativePath(m_path).constData()) == 0)
-            m_file = {};
     }
     Q_EMIT appended(entries.size(), problem);
 }
 
-void SessionJournalWriter::open()
+void SessionJournalWriter::begin()
 {
-    if (m_file.isOpen())
-        return;
     createFolders(m_folder, FolderMode::ownerOnly);
-    m_folderEntries = openParentFolder(m_path, u"Cannot write"_s);
-    m_file = FileDescriptor(::open(nativePath(m_path).constData(),
-                                   O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                                   mode_t(FileMode::ownerOnly)));
+    // It has its name when its lines are on the disk: one without a line is a damaged journal, and
+    // no power cut may leave it.
+    writeFileAtomically(m_path, m_waiting, FileMode::ownerOnly);
+    m_file =
+        FileDescriptor(::open(nativePath(m_path).constData(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC));
     if (!m_file.isOpen())
         throw FileError(u"Cannot write"_s, m_path, errno);
     // Tells whoever would delete it that the session runs.
     ::flock(m_file.get(), LOCK_EX | LOCK_NB);
+    m_written = m_waiting.size();
+    m_waiting.clear();
 }
 
 void SessionJournalWriter::write()
@@ -72,10 +72,6 @@ void SessionJournalWriter::write()
         throw FileError(u"Cannot write"_s, m_path, errno);
     m_written += done;
     m_waiting.clear();
-    if (m_folderEntries.isOpen()) {
-        flushFolder(m_folderEntries, m_path);
-        m_folderEntries = {};
-    }
 }
 
 } // namespace vorn

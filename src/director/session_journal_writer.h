@@ -34,13 +34,12 @@ Q_SIGNALS:
     void appended(std::size_t entries, const std::optional<QString> &problem);
 
 private:
-    void open() VORN_RUNS_ON(m_thread);
+    void begin() VORN_RUNS_ON(m_thread);
     void write() VORN_RUNS_ON(m_thread);
 
     ThreadContext m_thread;
     const QString m_folder;
     const QString m_path;
-    FileDescriptor m_folderEntries VORN_OWNED_BY(m_thread); ///< to be flushed
     FileDescriptor m_file VORN_OWNED_BY(m_thread);
     std::int64_t m_written VORN_OWNED_BY(m_thread) = 0; ///< bytes that are on the disk
     QByteArray m_waiting VORN_OWNED_BY(m_thread);       ///< what comes behind them
