@@ -9,6 +9,7 @@
 // what it does not know, and with 3 when it has not come to what was asked for and nothing tells
 // why.
 
+#include "base/atomic_file.h"
 #include "director/recorded_sessions.h"
 #include "director/session_journal_writer.h"
 #include "library/record_json.h"
@@ -19,7 +20,9 @@
 #include <QCoroTask>
 #include <QJsonDocument>
 
-#include <cstdio>
+#include <unistd.h>
+
+#include <cstdlib>
 #include <map>
 
 using namespace vorn;
@@ -36,11 +39,14 @@ public:
     {
         for (const ActivityEntry &entry : m_store.activities()) // what the start had to say
             tell(entry);
+        if (m_arguments[1] == u"journal")
+            readJournals();
         QObject::connect(&m_store, &AppStore::activitiesChanged, &m_store,
                          [this] { tell(m_store.activities().front()); });
         QObject::connect(&m_store, &AppStore::libraryChanged, &m_store, [this] { showState(); });
         showState();
         m_store.removeAbandonedSaves();
+        removeAbandonedWrites(sessionJournalFolder(path(u"storage"_s)));
         endStep(true);
     }
 
@@ -95,9 +101,6 @@ public:
 
     QCoro::Task<> journal()
     {
-        readJournals();
-        showState();
-        endStep(true);
         LiveEditTimeline session;
         session.selectPreview(u"cam-a"_s);
         session.start(sessionStart);
@@ -179,8 +182,10 @@ private:
 
     static void print(const char *word, const QByteArray &text)
     {
-        std::printf("%s %s\n", word, text.constData());
-        std::fflush(stdout);
+        // At once, and by a call that a preloaded library sees.
+        const QByteArray line = word + (' ' + text) + '\n';
+        if (::write(STDOUT_FILENO, line.constData(), std::size_t(line.size())) != line.size())
+            std::abort();
     }
 
     QStringList m_arguments;

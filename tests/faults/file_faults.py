@@ -20,7 +20,7 @@ import threading
 import time
 
 sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "journey"))
-from judge import Judge, Run, packages  # noqa: E402
+from judge import MISMATCH, Judge, Run, packages  # noqa: E402
 from phones import Phones  # noqa: E402
 
 KINDS = ("space", "io", "permission", "interrupted", "short")
@@ -40,12 +40,15 @@ OPERATIONS = {
     "copies": ("import",),
     "journal": ("journal",),
 }
+# The partial recording that it finds is as long as the recording, and has other bytes.
+BAD = "bad"
 # Each run of it makes movies: one in so many of its calls is let fail, all of them in the full campaign.
 COPIES_STRIDE = 5
 
 
 class Campaign:
-    def __init__(self, build, folder):
+    def __init__(self, build, folder, clip_bytes=CLIP_BYTES):
+        self.clip_bytes = clip_bytes
         self.driver = build / "tests/faults/fault_driver"
         self.shim = build / "tests/faults/libfile_faults.so"
         self.rig = build / "bin/vorn-rig"
@@ -64,7 +67,7 @@ class Campaign:
         control = self.home.parent / "control"
         self.server = subprocess.Popen(
             [self.rig, "phones", "--count", "1", "--address", "127.0.0.2", "--port", "0", "--preview-port", "0",
-             "--desktop", "none", "--transfer", "approve", "--clips", "2", "--clip-bytes", str(CLIP_BYTES),
+             "--desktop", "none", "--transfer", "approve", "--clips", "2", "--clip-bytes", str(self.clip_bytes),
              "--control", control], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
         while self.server.stdout.readline().strip() != b"ready":
             if self.server.poll() is not None:
@@ -79,57 +82,71 @@ class Campaign:
         self.server.terminate()
         self.server.wait()
 
-    def run(self, operation, point=0, kind=""):
-        """The operation on the working folder as it is, where the call of that number fails."""
+    def command(self, operation):
+        """What does the operation on the working folder, and in which environment."""
         arguments = []
+        operation = "download" if operation == BAD else operation
         if operation in ("pair", "download"):
             self.phones.do(f"{CAMERA} code")
             shown = self.phones.state()["phones"][CAMERA]["transfer"]
             arguments = [shown[key] for key in ("catalogURL", "fingerprint", "sessionId", "code")]
         environment = dict(os.environ, HOME=str(self.home), XDG_DATA_HOME=str(self.home), LC_ALL="C.UTF-8")
+        return [self.driver, operation, self.work, *arguments], environment
+
+    def watched(self, point=0, kind=""):
+        """The environment in which the call of that number fails."""
+        return {"LD_PRELOAD": str(self.shim), "VORN_FAULT_ROOT": str(self.work), "VORN_FAULT_LOG": str(self.log),
+                "VORN_FAULT_POINT": str(point), "VORN_FAULT_KIND": kind}
+
+    def run(self, operation, point=0, kind="", **more):
+        """The operation on the working folder as it is, where the call of that number fails."""
+        command, environment = self.command(operation)
         watched = point is not None
         if watched:
             self.log.unlink(missing_ok=True)
-            environment |= {"LD_PRELOAD": str(self.shim), "VORN_FAULT_ROOT": str(self.work),
-                            "VORN_FAULT_LOG": str(self.log), "VORN_FAULT_POINT": str(point), "VORN_FAULT_KIND": kind}
+            environment |= self.watched(point, kind) | more
         try:
-            done = subprocess.run([self.driver, operation, self.work, *arguments], env=environment, text=True,
-                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=PATIENCE_SECONDS)
+            done = subprocess.run(command, env=environment, text=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                  timeout=PATIENCE_SECONDS)
             code, output = done.returncode, done.stdout
         except subprocess.TimeoutExpired as late:
             code, output = "hang", (late.stdout or b"").decode()
         return Run(code, output, self.log.read_text().splitlines() if watched else ())
 
-    def must(self, operation, point=None):
-        run = self.run(operation, point)
+    def must(self, operation, point=None, **more):
+        run = self.run(operation, point, **more)
         if run.code != 0:
             sys.exit(f"{operation} ends with {run.code} where nothing fails, and tells {run.told}")
         return run
 
-    def prepare(self, operation):
-        """Makes the folder that the operation finds. Gives its calls and who judges it."""
+    def prepare(self, operation, is_first=False):
+        """Makes the folder that the operation finds, nothing but what it reads for the first of all. Gives its calls and
+        who judges it."""
         place = self.prepared / operation
-        shutil.rmtree(self.work, ignore_errors=True)
+        for folder in (place, self.work):
+            shutil.rmtree(folder, ignore_errors=True)
         (self.work / "export").mkdir(parents=True)
         shutil.copytree(self.source, self.work / "source")
-        for before in OPERATIONS[operation]:
+        for before in () if is_first else OPERATIONS["download" if operation == BAD else operation]:
             self.must(before)
-        if operation == "download":
-            self.leave_partial(place)
+        if operation in ("download", BAD) and not is_first:
+            self.leave_partial(place, operation)
         shutil.copytree(self.work, place)
-        started = self.must("journal" if operation == "journal" else "start").found()
+        started = self.must("journal" if operation == "journal" else "start").states[0]
         self.renew(operation)
+        if operation == BAD:
+            self.run(operation)  # is told, and empties it
         calls = self.must(operation, 0).calls
         return calls, Judge(place, started, self.work)
 
-    def leave_partial(self, place):
-        """A download that was cut short: half of one recording."""
+    def leave_partial(self, place, operation):
+        """A download that was cut short: half of one recording. Or one that has gone wrong: all of it, in zeros."""
         shutil.copytree(self.work, place)
         self.must("download")
         whole = min(path for path in (self.work / "recordings").rglob("*") if path.is_file())
         part = place / whole.relative_to(self.work).with_name(whole.name + ".part")
         part.parent.mkdir(parents=True)
-        part.write_bytes(whole.read_bytes()[:CLIP_BYTES // 2])
+        part.write_bytes(bytes(self.clip_bytes) if operation == BAD else whole.read_bytes()[:self.clip_bytes // 2])
         shutil.rmtree(self.work)
         shutil.move(place, self.work)
 
@@ -147,10 +164,22 @@ class Campaign:
             faults.append("the call was not reached")
         if faults:
             return faults
+        return self.recovers(operation, judge, first, failed)
+
+    def recovers(self, operation, judge, first, failed=()):
+        """What is wrong when the operation is done again and nothing fails."""
         for package in packages(self.work):
             shutil.rmtree(package)  # two of one second would have one name
+        was_damaged = judge.has_damaged_partial(self.work)
         second = self.run(operation, None)
+        if was_damaged and second.code == 1 and MISMATCH in "".join(second.told):
+            first, second = Run("killed", first.output + second.output), self.run(operation, None)
         return judge.faults_later(self.work, first, second, failed)
+
+
+def end_with_phones():
+    """Lets a signal that ends the campaign end its phone, too."""
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit("ended before its time"))
 
 
 def kinds_of(call, point, is_full):
@@ -208,7 +237,7 @@ if __name__ == "__main__":
     parser.add_argument("build", type=pathlib.Path)
     parser.add_argument("folder", type=pathlib.Path)
     options = parser.parse_args()
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit("ended before its time"))  # and the phone with it
+    end_with_phones()
     places = options.build.resolve(), options.folder.resolve()
     operation, _, point = options.only.partition(":")
     if operation not in ("", *OPERATIONS):

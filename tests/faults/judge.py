@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What may be true of the folder of an operation of which a file call has failed, and of what it said."""
+"""What may be true of the folder of an operation that was disturbed, and of what it said."""
 
 import hashlib
 import json
@@ -8,6 +8,8 @@ import re
 TEMPORARY = "vorn-desktop-*.tmp"
 UNFINISHED = ".vorn-export-*"
 KEPT = "library.json.unreadable-*"
+# Of a partial recording that holds other bytes; it is emptied, and is to be fetched anew.
+MISMATCH = "Downloaded SHA-256 does not match the phone catalog."
 # Everything is there that an operation needs, and nothing that is in its way: no failing call makes these true.
 UNTRUE = re.compile("No such file|Not a directory|File exists|not there|Missing source|already exists")
 
@@ -22,7 +24,8 @@ class Run:
     """What a driver said, and how it ended."""
 
     def __init__(self, code, output, calls=()):
-        self.code = code
+        self.code = code  # "killed" where it has not ended by itself
+        self.output = output
         self.calls = list(calls)
         self.told = []
         self.states = []
@@ -36,12 +39,10 @@ class Run:
             elif word == "done":
                 self.acknowledged = len(self.states) - 1
 
-    def found(self):
-        """The state that it began with, journals read."""
-        return next((state for state in self.states if state["found"] and not state["appended"]), self.states[0])
-
     def ending(self):
         """What is wrong with how it ended; empty when nothing is."""
+        if self.code == "killed":
+            return ""
         if self.code == "hang":
             return "it hangs"
         if self.code not in (0, 1):
@@ -73,15 +74,21 @@ class Judge:
         self.library = library.read_bytes() if library.exists() else b""
         self.started = started  # the state of a start on it
         self.identity = (before / "storage/collector-id.txt").exists()
-        self.recordings = {digest(path) for path in (clean / "recordings").rglob("*") if path.is_file()}
+        self.recordings = {str(path.relative_to(clean)): path.read_bytes()
+                           for path in (clean / "recordings").rglob("*") if path.is_file()}
         self.packages = [set(files.items()) for files in packages(clean).values()]
+
+    def has_damaged_partial(self, folder):
+        """Bytes have come, or stayed, that are not the recording's: that must be told, and fetched anew."""
+        return any(not self.recordings[str(path.relative_to(folder))[:-len(".part")]].startswith(path.read_bytes())
+                   for path in folder.rglob("*.part"))
 
     def faults(self, folder, first, calls):
         """Of the folder after the run in which `calls` have failed."""
         faults = [first.ending()]
         faults += [f"it writes elsewhere: {call}" for call in first.calls if call.startswith("outside")]
         faults += [f"it tells what is not so: {sentence}" for sentence in first.told if UNTRUE.search(sentence)]
-        faults += self._wrong_files(folder)
+        faults += self.wrong_files(folder)
         if first.states:
             faults += self._wrong_clips(first.states[-1])
         return [fault for fault in faults if fault]
@@ -90,11 +97,11 @@ class Judge:
         """Of what a second run has found and left, in which nothing failed."""
         if second.code != 0:
             return [f"the second run ends with {second.code} and tells {second.told}"]
-        found, last = second.found(), second.states[-1]
+        found, last = second.states[0], second.states[-1]
         faults = self._lost(folder, first, found)
         if self._identity_lost(first, found) and not any("collector-id.txt" in call for call in calls):
             faults.append("the identity is another")
-        faults += self._wrong_files(folder) + self._wrong_clips(found) + self._wrong_clips(last)
+        faults += self.wrong_files(folder) + self._wrong_clips(found) + self._wrong_clips(last)
         faults += [f"left behind: {path.name}" for pattern in (TEMPORARY, UNFINISHED, "*.part")
                    for path in folder.rglob(pattern)]
         library = folder / "storage/library.json"
@@ -108,7 +115,7 @@ class Judge:
         events = set(self.started["found"])
         possible = first.states[first.acknowledged:] if first.acknowledged is not None else (
             [self.started, *first.states])
-        if not any(found["library"] == state["library"] and set(found["found"]) == events | set(state["appended"])
+        if not any(found["library"] == state["library"] and set(found["found"]) == events.union(state["found"], state["appended"])
                    for state in possible):
             return ["the next start finds neither what was acknowledged nor what came after"]
         could_read = first.states and first.states[0]["library"] == self.started["library"]
@@ -121,9 +128,10 @@ class Judge:
         known = self.started if self.identity else first.states[0] if first.states and not first.told else None
         return known is not None and known["identity"] != found["identity"]
 
-    def _wrong_files(self, folder):
+    def wrong_files(self, folder):
         faults = [f"{path.name} bears its final name and is not right" for path in (folder / "recordings").rglob("*")
-                  if path.is_file() and path.suffix != ".part" and digest(path) not in self.recordings]
+                  if path.is_file() and path.suffix != ".part"
+                  and path.read_bytes() != self.recordings.get(str(path.relative_to(folder)))]
         faults += [f"the package {package.name} is not whole" for package, files in packages(folder).items()
                    if set(files.items()) not in self.packages]
         return faults
