@@ -2,7 +2,7 @@
 
 // Usage: take_fetcher STORAGE RECORDINGS CATALOG-URL FINGERPRINT SESSION CODE
 // Pairs with a phone and fetches every take of its catalog, as the program does, without a window.
-// A process of its own, so that it can be killed and measured. Prints the seconds that the download
+// A process of its own, so that it can be measured. Prints the seconds that the download
 // took, the processor seconds of it, and by how many MiB the memory grew; ends with 0 when all is
 // verified.
 
