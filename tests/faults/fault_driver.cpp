@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Usage: fault_driver OPERATION FOLDER [CATALOG-URL FINGERPRINT SESSION CODE]
+//        fault_driver script FOLDER
 // Starts on FOLDER/storage and FOLDER/recordings as the program does, and does one thing there with
 // the program's own objects. Prints a line for each state that it takes on ("state JSON"), for each
 // step that has ended without a complaint, so that the state before it must be on the disk
 // ("done"), and for each sentence that the user would read of a failure ("told TEXT"). Ends with 0
 // when nothing was told and all is as it was asked for, with 1 when something was told, with 2 for
 // what it does not know, and with 3 when it has not come to what was asked for and nothing tells
-// why.
+// why. "memory KIB" is the most that it has held at once. A script is read from standard input, an
+// operation a line, as a list of JSON: what it is, and its values ("beside" a download, another
+// operation); each ends with a "state" and an empty line.
 
 #include "base/atomic_file.h"
 #include "director/recorded_sessions.h"
@@ -23,7 +26,11 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <iostream>
 #include <map>
+#include <memory>
+#include <string>
 
 using namespace vorn;
 using namespace Qt::StringLiterals;
@@ -34,64 +41,56 @@ constexpr WallTime sessionStart{std::chrono::milliseconds{1795636800250}};
 
 class Driver {
 public:
-    explicit Driver(QStringList arguments)
-        : m_arguments(std::move(arguments)), m_store(path(u"storage"_s), path(u"recordings"_s))
+    explicit Driver(QStringList arguments) : m_arguments(std::move(arguments))
     {
-        for (const ActivityEntry &entry : m_store.activities()) // what the start had to say
-            tell(entry);
-        if (m_arguments[1] == u"journal")
-            readJournals();
-        QObject::connect(&m_store, &AppStore::activitiesChanged, &m_store,
-                         [this] { tell(m_store.activities().front()); });
-        QObject::connect(&m_store, &AppStore::libraryChanged, &m_store, [this] { showState(); });
-        showState();
-        m_store.removeAbandonedSaves();
-        removeAbandonedWrites(sessionJournalFolder(path(u"storage"_s)));
+        open();
         endStep(true);
     }
 
     [[nodiscard]] int result() const { return m_hasTold ? 1 : m_isComplete ? 0 : 3; }
+    void showMemory() const
+    {
+        std::ifstream status("/proc/self/status");
+        for (std::string word; status >> word;)
+            if (word == "VmHWM:" && status >> word)
+                print("memory", QByteArray::fromStdString(word));
+    }
 
     QCoro::Task<> start() { co_return; }
 
     QCoro::Task<> save()
     {
-        m_store.createProject(u"Night"_s);
+        m_store->createProject(u"Night"_s);
         endStep(true);
-        m_store.renameSelectedProject(u"Day"_s);
+        m_store->renameSelectedProject(u"Day"_s);
         endStep(true);
-        endStep(m_store.prepareDirectorTake(u"take-1"_s));
-        m_store.setReferenceCamera(u"cam-a"_s);
+        endStep(m_store->prepareDirectorTake(u"take-1"_s));
+        m_store->setReferenceCamera(u"cam-a"_s);
         endStep(true);
         co_return;
     }
 
     QCoro::Task<> importTake()
     {
-        endStep(co_await m_store.importManifest(path(u"source/manifest.json"_s)));
+        endStep(co_await m_store->importManifest(path(u"source/manifest.json"_s)));
     }
 
-    QCoro::Task<> pair()
-    {
-        const DiscoveredDevice phone =
-            sharedPhone(u"phone"_s, m_arguments[3], m_arguments[4], m_arguments[5]);
-        endStep(co_await m_store.pairAndConnect(phone, m_arguments[6], true));
-    }
+    QCoro::Task<> pair() { co_await pairWith(m_arguments.sliced(3)); }
 
     QCoro::Task<> download()
     {
         co_await pair();
-        const VORNLibrary library = m_store.library();
+        const VORNLibrary library = m_store->library();
         for (const VORNProject &project : library.projects) {
-            m_store.setSelectedProjectID(project.id);
+            m_store->setSelectedProjectID(project.id);
             for (const VORNTake &take : project.takes) {
                 if (take.clips.empty())
                     continue;
-                m_store.setSelectedTakeID(take.id);
-                co_await m_store.downloadSelectedTake();
-                const bool isHere = isComplete(*m_store.selectedTake());
+                m_store->setSelectedTakeID(take.id);
+                co_await m_store->downloadSelectedTake();
+                const bool isHere = isComplete(*m_store->selectedTake());
                 // A file that was there already is taken up and not saved.
-                endStep(isHere, m_store.activities().front().message.startsWith(u"Downloaded"));
+                endStep(isHere, m_store->activities().front().message.startsWith(u"Downloaded"));
             }
         }
     }
@@ -127,14 +126,86 @@ public:
         co_return;
     }
 
+    QCoro::Task<> script()
+    {
+        endLine();
+        for (std::string line; std::getline(std::cin, line);) {
+            QStringList words =
+                QJsonDocument::fromJson(QByteArray::fromStdString(line)).toVariant().toStringList();
+            const QString operation = words.takeFirst();
+            co_await perform(operation, words);
+            endLine();
+        }
+    }
+
 private:
+    void open()
+    {
+        m_store.reset(); // only one at a time has the folder
+        m_store = std::make_unique<AppStore>(path(u"storage"_s), path(u"recordings"_s));
+        for (const ActivityEntry &entry : m_store->activities()) // what the start had to say
+            tell(entry);
+        if (m_arguments[1] == u"journal")
+            readJournals();
+        QObject::connect(m_store.get(), &AppStore::activitiesChanged, m_store.get(),
+                         [this] { tell(m_store->activities().front()); });
+        QObject::connect(m_store.get(), &AppStore::libraryChanged, m_store.get(),
+                         [this] { showState(); });
+        showState();
+        m_store->removeAbandonedSaves();
+        removeAbandonedWrites(sessionJournalFolder(path(u"storage"_s)));
+    }
+
+    QCoro::Task<> perform(QString operation, QStringList values)
+    {
+        if (operation == u"create")
+            m_store->createProject(values[0]);
+        else if (operation == u"rename")
+            m_store->renameSelectedProject(values[0]);
+        else if (operation == u"prepare")
+            (void)m_store->prepareDirectorTake(values[0]);
+        else if (operation == u"reference")
+            m_store->setReferenceCamera(values[0]);
+        else if (operation == u"select")
+            m_store->setSelectedProjectID(values[0]), m_store->setSelectedTakeID(values[1]);
+        else if (operation == u"import")
+            (void)co_await m_store->importManifest(values[0]);
+        else if (operation == u"pair")
+            co_await pairWith(values);
+        else if (operation == u"download")
+            co_await m_store->downloadSelectedTake();
+        else if (operation == u"beside") {
+            const QCoro::Task<> download = m_store->downloadSelectedTake();
+            co_await perform(values[0], values.sliced(1));
+            co_await download;
+        } else if (operation == u"verify")
+            co_await m_store->verifySelectedTake();
+        else if (operation == u"restart")
+            open();
+        else
+            tell(u"unknown: "_s + operation);
+    }
+
+    void endLine()
+    {
+        showState();
+        print("\n");
+    }
+
+    /// `values`: address of the catalog, fingerprint, session, code.
+    QCoro::Task<> pairWith(QStringList values)
+    {
+        const DiscoveredDevice phone = sharedPhone(u"phone"_s, values[0], values[1], values[2]);
+        endStep(co_await m_store->pairAndConnect(phone, values[3], true));
+    }
+
     [[nodiscard]] QString path(const QString &name) const { return m_arguments[2] + u'/' + name; }
 
     QCoro::Task<> exportInto(EditingCopies copies)
     {
         bool isCreated = false;
-        QObject::connect(&m_store, &AppStore::exportCreated, [&] { isCreated = true; });
-        co_await m_store.exportSelectedTake(path(u"export"_s), {}, copies);
+        QObject::connect(m_store.get(), &AppStore::exportCreated, [&] { isCreated = true; });
+        co_await m_store->exportSelectedTake(path(u"export"_s), {}, copies);
         endStep(isCreated);
     }
 
@@ -154,8 +225,8 @@ private:
 
     void showState()
     {
-        const QJsonObject state{{u"identity"_s, m_store.collectorIdentity()},
-                                {u"library"_s, jsonFromRecord(m_store.library())},
+        const QJsonObject state{{u"identity"_s, m_store->collectorIdentity()},
+                                {u"library"_s, jsonFromRecord(m_store->library())},
                                 {u"found"_s, QJsonArray::fromStringList(m_found)},
                                 {u"appended"_s, QJsonArray::fromStringList(m_appended)}};
         print("state", QJsonDocument(state).toJson(QJsonDocument::Compact));
@@ -182,14 +253,17 @@ private:
 
     static void print(const char *word, const QByteArray &text)
     {
+        print(word + (' ' + text) + '\n');
+    }
+    static void print(const QByteArray &line)
+    {
         // At once, and by a call that a preloaded library sees.
-        const QByteArray line = word + (' ' + text) + '\n';
         if (::write(STDOUT_FILENO, line.constData(), std::size_t(line.size())) != line.size())
             std::abort();
     }
 
     QStringList m_arguments;
-    AppStore m_store;
+    std::unique_ptr<AppStore> m_store;
     QStringList m_found;    ///< the events of the journals that were there
     QStringList m_appended; ///< those of this session
     bool m_hasTold = false;
@@ -210,12 +284,14 @@ int main(int argc, char *argv[])
         {u"download"_s, &Driver::download},
         {u"export"_s, &Driver::exportTake},
         {u"copies"_s, &Driver::exportWithCopies},
-        {u"journal"_s, &Driver::journal}};
+        {u"journal"_s, &Driver::journal},
+        {u"script"_s, &Driver::script}};
     const QStringList arguments = QCoreApplication::arguments();
     const auto operation = operations.find(arguments.value(1));
     if (operation == operations.end() || (arguments.size() != 3 && arguments.size() != 7))
         return 2;
     Driver driver(arguments);
     QCoro::waitFor((driver.*operation->second)());
+    driver.showMemory();
     return driver.result();
 }

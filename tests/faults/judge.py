@@ -10,6 +10,7 @@ UNFINISHED = ".vorn-export-*"
 KEPT = "library.json.unreadable-*"
 # Of a partial recording that holds other bytes; it is emptied, and is to be fetched anew.
 MISMATCH = "Downloaded SHA-256 does not match the phone catalog."
+WITHDRAWN = "Secure transfer authorization was cancelled after a transport failure."
 # Everything is there that an operation needs, and nothing that is in its way: no failing call makes these true.
 UNTRUE = re.compile("No such file|Not a directory|File exists|not there|Missing source|already exists")
 

@@ -164,13 +164,6 @@ private Q_SLOTS:
         QCOMPARE(camera.server().requests().size(), std::size_t{2});
     }
 
-    void saysThatTheCatalogIsNoHttp()
-    {
-        PairedCamera camera("SSH-2.0-server\r\n");
-        const Client client = camera.client();
-        QCOMPARE(Outcome(client->fetchCatalog()).error(), u"Catalog returned no HTTP response."_s);
-    }
-
     void sendsOnlyPlainHeaderValues_data()
     {
         QTest::addColumn<QString>("bearer");
