@@ -246,18 +246,14 @@ void HttpsConnection::open()
     set(easy, CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
     set(easy, CURLOPT_FOLLOWLOCATION, 0L);
     set(easy, CURLOPT_PROXY, "");
-    set(easy, CURLOPT_NOPROXY, "*");
     set(easy, CURLOPT_NETRC, long{CURL_NETRC_IGNORED});
-    set(easy, CURLOPT_HTTPAUTH, long{CURLAUTH_NONE});
     set(easy, CURLOPT_NOSIGNAL, 1L);
     set(easy, CURLOPT_TIMEOUT_MS, long{m_limits.total.count()});
     set(easy, CURLOPT_CONNECTTIMEOUT_MS, long{m_limits.silence.count()});
 
-    set(easy, CURLOPT_SSLVERSION, long{CURL_SSLVERSION_TLSv1_2});
-    set(easy, CURLOPT_SSL_SESSIONID_CACHE, 0L);
     set(easy, CURLOPT_CAINFO, nullptr);
     set(easy, CURLOPT_CAPATH, nullptr);
-    // Verification is the pin's alone; without the first of these its refusal would be ignored.
+    // Versions, sessions and verification are the pin's alone, which has the last word.
     set(easy, CURLOPT_SSL_VERIFYPEER, 1L);
     set(easy, CURLOPT_SSL_VERIFYHOST, 0L);
     curl_ssl_ctx_callback pin = [](CURL *, void *context, void *self) {

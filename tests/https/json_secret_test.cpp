@@ -62,7 +62,8 @@ private Q_SLOTS:
         for (const char *text :
              {"", "{", "'", "{'key", "{'key'", "{'key':", "{'key':'", "{'key':'a\\", "{'key':'a\\'",
               "{'key':'\\x'}", "{'key':'\\u12'}", "{'key':'\\u12G4'}", "{'key':'\\ud83c'}",
-              "{'key':'\\ud83c\\u0041'}", "{'key':'a' 'b'}", "{'key':'\xff'}"})
+              "{'key':'\\ud83c\\u0041'}", "{'key':'\\udfac\\udfac'}", "{'key':'a' 'b'}",
+              "{'key':'\xff'}"})
             QTest::newRow(text) << QByteArray(text).replace('\'', '"');
     }
 
@@ -71,7 +72,8 @@ private Q_SLOTS:
         QFETCH(QByteArray, document);
         const qsizetype size = document.size();
         const bool isSound = !QJsonDocument::fromJson(document).isNull();
-        (void)cutJsonSecret(document, "key");
+        const bool isEscaped = document.contains("\\u");
+        QVERIFY(!cutJsonSecret(document, "key") || !isEscaped);
         QCOMPARE(document.size(), size);
         QCOMPARE(!QJsonDocument::fromJson(document).isNull(), isSound);
     }
