@@ -36,8 +36,7 @@ public:
         : m_finalPath(finalPath),
           m_path(nativePath(folderOf(finalPath) + u'/' + temporaryPrefix
                             + QUuid::createUuid().toString(QUuid::Id128) + temporarySuffix)),
-          m_file(::open(m_path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                        mode_t(mode)))
+          m_file(::open(m_path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode_t(mode)))
     {
         if (!m_file.isOpen())
             throw FileError(u"Cannot write"_s, finalPath, errno);

@@ -8,11 +8,13 @@
 #include <QtTest>
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
 
 using namespace vorn;
@@ -27,6 +29,7 @@ struct Calls {
     int failureNumber = EIO;
     QByteArrayList seen;
     bool isWatched = false;
+    QByteArray linkedTo; ///< where a link leads that lies at the place of each new file
 };
 Calls calls;
 
@@ -55,6 +58,17 @@ bool isFolder(int descriptor)
 } // namespace
 
 extern "C" {
+
+int open(const char *path, int flags, ...)
+{
+    va_list more;
+    va_start(more, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(more, mode_t) : 0;
+    va_end(more);
+    if ((flags & O_CREAT) != 0 && !calls.linkedTo.isEmpty())
+        (void)::symlink(calls.linkedTo.constData(), path);
+    return real<int (*)(const char *, int, ...)>("open")(path, flags, mode);
+}
 
 ssize_t writev(int descriptor, const iovec *vectors, int count)
 {
@@ -89,7 +103,8 @@ namespace {
 /// Runs `work` with the named call failing; returns the text of the error.
 QString withFailing(const QByteArray &name, int number, const std::function<void()> &work)
 {
-    calls = {.failing = name, .failureNumber = number, .seen = {}, .isWatched = true};
+    calls = {
+        .failing = name, .failureNumber = number, .seen = {}, .isWatched = true, .linkedTo = {}};
     const QString text = thrownText(work);
     calls.isWatched = false;
     return text;
@@ -172,6 +187,13 @@ private Q_SLOTS:
         writeFileAtomically(folder.filePath(u"link"_s), "mine", FileMode::followUmask);
         QCOMPARE(readFile(folder.filePath(u"other"_s), 100), QByteArray("other"));
         QVERIFY(!QFileInfo(folder.filePath(u"link"_s)).isSymLink());
+        // Nor is one at the place of the file that is to become the new one.
+        calls.linkedTo = folder.filePath(u"other"_s).toUtf8();
+        const QString text = thrownText(
+            [&] { writeFileAtomically(folder.filePath(u"new"_s), "mine", FileMode::followUmask); });
+        calls.linkedTo.clear();
+        QVERIFY2(text.endsWith(u"new: File exists."_s), qPrintable(text));
+        QCOMPARE(readFile(folder.filePath(u"other"_s), 100), QByteArray("other"));
         QVERIFY(!thrownText([&] {
                      writeFileAtomically(folder.filePath(u"none/file"_s), "x", FileMode::ownerOnly);
                  }).isEmpty());
