@@ -86,7 +86,7 @@ private Q_SLOTS:
              {"device id in braces",
               set(whole, &DeviceCatalog::deviceId, u'{' + sampleUuid(1) + u'}')},
              {"no device name", set(whole, &DeviceCatalog::deviceName, {})},
-             {"device name of 130 bytes", set(whole, &DeviceCatalog::deviceName, wide(65))},
+             {"device name of 129 bytes", set(whole, &DeviceCatalog::deviceName, wide(64) + u'b')},
              {"revision below 0", set(whole, &DeviceCatalog::catalogRevision, std::int64_t{-1})}});
         addRows(u"Authenticated catalog project metadata is invalid."_s,
                 {{"project id is no UUID", set(firstProject, &CatalogProject::projectId, u"p"_s)},
@@ -96,7 +96,8 @@ private Q_SLOTS:
                       catalog.projects.back().takes.clear();
                   }},
                  {"no project name", set(firstProject, &CatalogProject::name, {})},
-                 {"project name of 258 bytes", set(firstProject, &CatalogProject::name, wide(129))},
+                 {"project name of 257 bytes",
+                  set(firstProject, &CatalogProject::name, wide(128) + u'b')},
                  {"project revision 0",
                   set(firstProject, &CatalogProject::revision, std::int64_t{0})}});
         addRows(u"Authenticated catalog repeats a take ID."_s,
@@ -109,7 +110,7 @@ private Q_SLOTS:
                   }}});
         addRows(u"Authenticated catalog take identity is invalid."_s,
                 {{"no take id", set(firstTake, &CatalogTake::takeId, {})},
-                 {"take id of 98 bytes", set(firstTake, &CatalogTake::takeId, wide(49))},
+                 {"take id of 97 bytes", set(firstTake, &CatalogTake::takeId, wide(48) + u'b')},
                  {"take id with a lone surrogate",
                   set(firstTake, &CatalogTake::takeId, QString(QChar(char16_t(0xD800))))},
                  {"take without its project", set(firstTake, &CatalogTake::projectId, {})},
@@ -132,30 +133,31 @@ private Q_SLOTS:
     {
         QTest::addColumn<Change>("change");
         QTest::addColumn<QString>("message");
-        addRows(u"Authenticated catalog clip metadata is invalid."_s,
-                {{"clip id is no UUID",
-                  [](DeviceCatalog &catalog) {
-                      firstClip(catalog).clipId = u"clip"_s;
-                      firstClip(catalog).downloadURL = u"/vorn/v1/files/clip"_s;
-                  }},
-                 {"not closed", set(firstClip, &CatalogClip::finalized, false)},
-                 {"no video", set(firstClip, &CatalogClip::hasVideo, false)},
-                 {"no bytes", set(firstClip, &CatalogClip::sizeBytes, std::int64_t{0})},
-                 {"no digest", set(firstClip, &CatalogClip::sha256, QString(63, u'a'))},
-                 {"no camera", set(firstClip, &CatalogClip::cameraId, {})},
-                 {"camera id of 130 bytes", set(firstClip, &CatalogClip::cameraId, wide(65))},
-                 {"camera twice in a take", set(firstClip, &CatalogClip::cameraId, u"B"_s)},
-                 {"clip twice in a take",
-                  [](DeviceCatalog &catalog) {
-                      firstTake(catalog).clips.push_back(catalogClip(10, u"C"_s));
-                  }},
-                 {"clip in two projects",
-                  [](DeviceCatalog &catalog) {
-                      catalog.projects[1].takes[0].clips.push_back(catalogClip(10, u"C"_s));
-                  }},
-                 {"clip also unassigned", [](DeviceCatalog &catalog) {
-                      catalog.unassignedTakes->front().clips.push_back(catalogClip(10, u"C"_s));
-                  }}});
+        addRows(
+            u"Authenticated catalog clip metadata is invalid."_s,
+            {{"clip id is no UUID",
+              [](DeviceCatalog &catalog) {
+                  firstClip(catalog).clipId = u"clip"_s;
+                  firstClip(catalog).downloadURL = u"/vorn/v1/files/clip"_s;
+              }},
+             {"not closed", set(firstClip, &CatalogClip::finalized, false)},
+             {"no video", set(firstClip, &CatalogClip::hasVideo, false)},
+             {"no bytes", set(firstClip, &CatalogClip::sizeBytes, std::int64_t{0})},
+             {"no digest", set(firstClip, &CatalogClip::sha256, QString(63, u'a'))},
+             {"no camera", set(firstClip, &CatalogClip::cameraId, {})},
+             {"camera id of 129 bytes", set(firstClip, &CatalogClip::cameraId, wide(64) + u'b')},
+             {"camera twice in a take", set(firstClip, &CatalogClip::cameraId, u"B"_s)},
+             {"clip twice in a take",
+              [](DeviceCatalog &catalog) {
+                  firstTake(catalog).clips.push_back(catalogClip(10, u"C"_s));
+              }},
+             {"clip in two projects",
+              [](DeviceCatalog &catalog) {
+                  catalog.projects[1].takes[0].clips.push_back(catalogClip(10, u"C"_s));
+              }},
+             {"clip also unassigned", [](DeviceCatalog &catalog) {
+                  catalog.unassignedTakes->front().clips.push_back(catalogClip(10, u"C"_s));
+              }}});
         const auto fileName = [](const QString &name) {
             return set(firstClip, &CatalogClip::fileName, name);
         };

@@ -137,7 +137,7 @@ private Q_SLOTS:
         for (const auto &bad :
              {u""_s, u"."_s, u"evil@phone.local"_s, u"phone.local:80"_s, u"phone.local/x"_s,
               u"phone.local?"_s, u"phone.local#"_s, u"pho ne.local"_s, u"pho%6ee.local"_s,
-              u"[::1"_s, u"phone.local\r\n"_s, u"phone\0.local"_s})
+              u"[::1"_s, u"phone.local\r\n"_s, u"phone\0.local"_s, u"0x7f.1"_s})
             QTest::addRow("host \"%s\"", qPrintable(bad)) << bad << QByteArray() << u""_s;
     }
 

@@ -45,11 +45,14 @@ void addGrantRows()
         QTest::newRow(name) << edits << error;
     };
     row("as it should be", {}, {});
+    row("another version", {{u"schemaVersion"_s, 2}}, incomplete);
+    row("empty device", {{u"deviceId"_s, u""_s}}, incomplete);
     row("empty session", {{u"sessionId"_s, u""_s}}, incomplete);
     row("token of 31 bytes", {{u"bearerToken"_s, QString(31, u't')}}, incomplete);
     row("token of 32 bytes", {{u"bearerToken"_s, QString(32, u't')}}, {});
     row("background", {{u"foregroundOnly"_s, false}}, incomplete);
     row("catalog only", {{u"scopes"_s, QJsonArray{u"catalog.read"_s}}}, incomplete);
+    row("files only", {{u"scopes"_s, QJsonArray{u"files.read"_s}}}, incomplete);
     row("other device", {{u"deviceId"_s, u"someone"_s}},
         u"Camera identity changed during pairing."_s);
     row("other session", {{u"sessionId"_s, u"session-8"_s}},
@@ -141,6 +144,11 @@ private Q_SLOTS:
         QCOMPARE(pairing(device).error(),
                  u"The camera cannot be reached. Check that it is on this network and that its "
                  "transfer is open."_s);
+        for (const QHostAddress &none :
+             {QHostAddress(), QHostAddress(QHostAddress::LocalHostIPv6)}) {
+            device.address = none;
+            QCOMPARE(pairing(device).error(), u"The camera's network address is not known."_s);
+        }
         QCOMPARE(server.connections(), 0);
     }
 
@@ -242,6 +250,10 @@ private Q_SLOTS:
             "<html>") << u"Pairing response is not valid JSON: illegal value at line 1, byte 1"_s;
         QTest::newRow("too long") << httpWithLength("200 OK", QByteArray(64 * 1024 + 1, ' '))
                                   << u"The camera's answer is larger than it may be."_s;
+        QTest::newRow("half a character for a token")
+            << httpWithLength("200 OK",
+                              QJsonDocument(pairingGrant({})).toJson().replace(token, "\\ud83c"))
+            << u"Pairing response: bearerToken is not a text"_s;
         QTest::newRow("no HTTP") << QByteArray("220 mail.example ESMTP\r\n")
                                  << u"Pairing returned no HTTP response."_s;
     }
