@@ -3,6 +3,7 @@
 #include "base/files.h"
 #include "base/json_text.h"
 #include "director/session_journal_writer.h"
+#include "live/camera_list.h"
 #include "support.h"
 
 #include <QFileInfo>
@@ -110,9 +111,10 @@ private Q_SLOTS:
 
     void refusesWhatNoDirectorWrites()
     {
-        const std::pair<const char *, const char *> changes[] = {
+        const std::pair<const char *, QByteArray> changes[] = {
             {"'version':1", "'version':2"},
             {"'plannedTakeID':'night-1'", "'plannedTakeID':''"},
+            {"'projectID':'night'", "'projectID':''"},
             {"'label':'Edit marker'", "'label':7"},
             {"'kind':'marker'", "'kind':'sessionStarted'"},
             {"'kind':'transition'", "'kind':'marker'"},
@@ -121,13 +123,21 @@ private Q_SLOTS:
             {"'elapsedSeconds':2", "'elapsedSeconds':1e99"},
             {"'elapsedSeconds':2", "'elapsedSeconds':1e999"},
             {"'durationSeconds':1.5", "'durationSeconds':-1"},
+            {"'durationSeconds':1.5", "'durationSeconds':3601"},
+            {"'durationSeconds':1.5", "'other':1.5"},
             {"'transition':'FADE'", "'transition':'WIPE'"},
+            {"'transition':'FADE'", "'other':'FADE'"},
+            {"'toCameraID'", "'other'"},
             {"'fromCameraID':'cam-a'", "'fromCameraID':''"},
             {"'takeId':'tape-1'", "'takeId':''"},
             {"'recordingSeconds':8", "'recordingSeconds':-8"},
             {"'recordingSeconds':8", "'recordingSeconds':1e300"},
             {"'recordingSeconds':8", "'other':8"},
+            {"'uncertaintySeconds':", "'uncertaintySeconds':-"},
             {"{'id':'cam \\'b\\'\\n'}", "{'id':'cam-a'}"},
+            {"{'id':'cam \\'b\\'\\n'}", "{'id':''}"},
+            {"'label':'Edit marker'", "'label':'" + QByteArray(1025, 'x') + '\''},
+            {"'label':'Edit marker'", "'other':'" + QByteArray(1 << 20, 'x') + '\''},
             {"}\n{", "}\n\n{"},
         };
         const QByteArray whole = text(show());
@@ -140,11 +150,21 @@ private Q_SLOTS:
                      }).startsWith(u"it, line "_s),
                      from);
         }
-        QCOMPARE(thrownText([&] {
-                     (void)sessionJournalFromText(whole + whole.sliced(whole.indexOf('\n') + 1),
-                                                  u"it"_s);
-                 }),
-                 u"it, line 6: has an event that cannot be"_s);
+        const QByteArray last = whole.sliced(whole.lastIndexOf('\n', -2) + 1);
+        QCOMPARE(thrownText([&] { (void)sessionJournalFromText(whole + last, u"it"_s); }),
+                 u"it, line 6: has an event that was there before"_s);
+        QByteArray many = whole;
+        const qsizetype id = last.indexOf("\"id\":\"", last.indexOf("\"event\":")) + 6;
+        for (int count = 4; count <= 100'000; ++count)
+            many +=
+                QByteArray(last).replace(id + 24, 12, QByteArray::number(100'000'000'000 + count));
+        QCOMPARE(thrownText([&] { (void)sessionJournalFromText(many, u"it"_s); }),
+                 u"it, line 100002: is one too many"_s);
+        SessionJournal crowded = show();
+        for (std::size_t count = 0; count <= CameraList::maximumCameras; ++count)
+            crowded.entries[0].cameras.emplace_back().id = QString::number(count);
+        QCOMPARE(thrownText([&] { (void)sessionJournalFromText(text(crowded), u"it"_s); }),
+                 u"it, line 2: has cameras that cannot be"_s);
         QCOMPARE(thrownText([] { (void)sessionJournalFromText("{}", u"it"_s); }),
                  u"it has no line that is whole"_s);
     }

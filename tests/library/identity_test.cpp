@@ -105,6 +105,18 @@ private Q_SLOTS:
         QCOMPARE(std::move(merge).result(), target);
     }
 
+    void refusesWhatTheSameMergeHasBrought()
+    {
+        ClipPlaces places({});
+        TakeMerge merge(take(u"t"_s, {}), u"p"_s, places);
+        merge.mergeClip(clip(u"x"_s, u"X"_s));
+        QCOMPARE(thrownText([&] { merge.mergeClip(clip(u"y"_s, u"X"_s)); }),
+                 u"Take t has more than one finalized clip for camera X."_s);
+        TakeMerge other(take(u"u"_s, {}), u"p"_s, places);
+        QCOMPARE(thrownText([&] { other.mergeClip(clip(u"x"_s, u"X"_s)); }),
+                 u"Immutable clip ID x appears in multiple takes."_s);
+    }
+
     void refreshesAClipButNeverForgetsItsFile()
     {
         VORNLibrary library = sampleLibrary();

@@ -119,6 +119,8 @@ private Q_SLOTS:
 
     void readsWhatALaterVersionWrites()
     {
+        // Larger than those that are mended.
+        QCOMPARE(parseJson("[-9223372036854775809,-9999999999999999999]")[1].toDouble(), -1e19);
         const auto library = recordFromJson<VORNLibrary>(
             R"({"future":{"a":[1]},"projects":[{"id":"p","name":"n","takes":[],"colour":"red",
                 "revision":2.0}]})",

@@ -27,6 +27,8 @@ private Q_SLOTS:
         QTest::newRow("NUL and controls") << QString(u"a\u0000b\u202Ec"_s) << u"a-b-c"_s;
         QTest::newRow("a letter that binds the slash after it") << u"x\U000111C2/y"_s << u"x-y"_s;
         QTest::newRow("a hyphen with a mark is no hyphen") << u"-\u0301x"_s << u"x"_s;
+        QTest::newRow("longest") << QString(256, u'a') << QString(255, u'a');
+        QTest::newRow("cut behind a hyphen") << QString(254, u'a') + u"-b"_s << QString(254, u'a');
         QTest::newRow("a lone surrogate") << u"a"_s + QChar(char16_t(0xDC00)) << u"a"_s;
     }
 

@@ -92,6 +92,9 @@ private Q_SLOTS:
             QTest::newRow(name) << json(text) << sender << type;
         };
         row("status", "{'v':1,'type':'status','sender':'a','payload':{}}", u"a"_s);
+        const QByteArray padded = "{'v':1,'type':'status','sender':'a','payload':{}}";
+        row("longest", padded.leftJustified(maximumPacketBytes, ' '), u"a"_s);
+        row("a byte too long", padded.leftJustified(maximumPacketBytes + 1, ' '));
         row("announce", "{'v':1,'type':'announce','sender':'a','payload':{}}", u"a"_s,
             u"announce"_s);
         row("capitals", "{'v':1.0,'type':'STATUS','sender':'a','payload':{}}", u"a"_s);

@@ -39,6 +39,22 @@ private Q_SLOTS:
         QVERIFY(read->isAdvertised() && read->advertisesH264() && read->supportsPersistentJPEG());
     }
 
+    void needsAllThatAStreamTakes()
+    {
+        const auto h264 = [](const char *text) {
+            return decodePreviewCapabilities(object(text))->advertisesH264();
+        };
+        const auto jpeg = [](const char *text) {
+            return decodePreviewCapabilities(object(text))->supportsPersistentJPEG();
+        };
+        QVERIFY(!h264("{'v':1,'transports':['h264-avcc-tcp-v1'],'codecs':['hevc']}"));
+        QVERIFY(!h264("{'v':1,'transports':['jpeg-tcp-v1'],'codecs':['h264']}"));
+        QVERIFY(!jpeg("{'v':1,'transports':['h264-avcc-tcp-v1'],'persistentModes':[4,5]}"));
+        QVERIFY(!jpeg("{'v':1,'transports':['jpeg-tcp-v1'],'persistentModes':[4]}"));
+        QVERIFY(!decodePreviewTransport(object("{'modes':[4,5],'codec':'h264'}"))
+                     ->supportsPersistentJPEG());
+    }
+
     void takesCapabilitiesForAbsent()
     {
         for (const char *text : {"{}", "{'v':2}", "{'v':'1'}", "{'v':null}", "{'v':1e300}"})

@@ -102,7 +102,8 @@ private Q_SLOTS:
         QTest::addColumn<QSize>("size"); // invalid: refused
         const QSize refused;
         QTest::newRow("largest side") << headers(8192, 2048) << QSize(8192, 2048);
-        QTest::newRow("side too large") << headers(8193, 1) << refused;
+        QTest::newRow("too wide") << headers(8193, 1) << refused;
+        QTest::newRow("too high") << headers(1, 8193) << refused;
         QTest::newRow("most pixels") << headers(4096, 4096) << QSize(4096, 4096);
         QTest::newRow("too many pixels") << headers(4096, 4097) << refused;
         QTest::newRow("17 GB in a few bytes") << headers(65500, 65500) << refused;
@@ -133,6 +134,10 @@ private Q_SLOTS:
         QTest::newRow("12 bits") << start + frame('\xC1', 16, 16, 3, 12) + scan + end << refused;
         QTest::newRow("arithmetic coding") << start + frame('\xC9', 16, 16) + scan + end << refused;
         QTest::newRow("lossless") << start + frame('\xC3', 16, 16) + scan + end << refused;
+        QTest::newRow("tables of arithmetic coding")
+            << start + frame('\xC0', 16, 16) + segment('\xCC', "x") + scan + end << refused;
+        QTest::newRow("another marker in front")
+            << "\xFF\xD0" + headers(16, 16).sliced(start.size()) << refused;
         QTest::newRow("rubbish between segments")
             << start + "rubbish" + frame('\xC0', 16, 16) + scan + end << refused;
         QTest::newRow("segment beyond the end")

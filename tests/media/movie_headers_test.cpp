@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include "media/media_error.h"
 #include "movie_files.h"
 #include "support.h"
 
@@ -7,6 +8,7 @@
 #include <QtTest>
 
 #include <cmath>
+#include <cstring>
 
 using namespace vorn;
 using namespace Qt::StringLiterals;
@@ -163,6 +165,12 @@ void MovieHeadersTest::readsHeadersOfEveryForm_data()
     ProbedMedia other = plain;
     other.videoTracks.clear();
     row("timed metadata", withBytes(m_plain, "moov/trak/mdia/hdlr", 8, "meta"), other);
+    other.audioTracks.insert(other.audioTracks.begin(), ProbedAudioTrack{});
+    row("a sample entry without a name",
+        withContent(withBytes(m_plain, "moov/trak/mdia/hdlr", 8, "soun"), inStbl("stsd"),
+                    be32(0) + be32(1)),
+        other);
+    other.audioTracks = plain.audioTracks;
     row("pictures of chapters",
         withMore(m_plain, "moov/trak", box("tref", box("chap", be32(1) + be32(99)))), other);
     other = plain;
@@ -260,9 +268,12 @@ void MovieHeadersTest::refusesWhatIsNoMovie_data()
         box("free", "") + be32(1) + "free" + be64(~7ULL) + m_plain, hasNoHeader);
     row("header larger than the file", be32(~0U) + "moov" + m_plain, isCutOff);
     row("box larger than its parent", withMore(m_plain, "moov", be32(100) + "trak"), isDamaged);
+    row("box larger than its track", withMore(m_plain, "moov/trak", be32(100) + "junk"), isDamaged);
     row("empty header", box("moov", ""), isDamaged);
     row("no movie header", withContent(m_plain, "moov", box("trak", "")), isDamaged);
-    row("empty track", withMore(m_plain, "moov", box("trak", "")), isDamaged);
+    for (const char *name : {"moov/trak/tkhd", "moov/trak/mdia/mdhd", "moov/trak/mdia/hdlr"})
+        QTest::addRow("no %s", name)
+            << changed(m_plain, name, [](const QByteArray &) { return QByteArray(); }) << isDamaged;
     for (const char *name :
          {"moov/mvhd", "moov/trak/tkhd", "moov/trak/mdia/mdhd", "moov/trak/edts/elst"}) {
         QTest::addRow("%s of version 2", name)
@@ -326,6 +337,23 @@ void MovieHeadersTest::refusesEveryCut()
         QVERIFY2(!refusalOf(m_first.left(size)).isEmpty(), QByteArray::number(size).constData());
     for (qsizetype size = headerEnd; size < m_first.size(); size += 100)
         QVERIFY2(probed(m_first.left(size)) == whole, QByteArray::number(size).constData());
+
+    // Cut while it is read.
+    const ProbedMedia plain = probed(m_plain);
+    for (auto end = std::size_t(m_plain.indexOf("moov")); end < std::size_t(m_plain.size());
+         ++end) {
+        CountedBytes shrinking(
+            std::uint64_t(m_plain.size()), [&](std::uint64_t offset, std::span<std::byte> into) {
+                const std::size_t count = offset < end ? std::min(into.size(), end - offset) : 0;
+                std::memcpy(into.data(), m_plain.constData() + offset, count);
+                return count;
+            });
+        try {
+            QVERIFY2(probeMedia(shrinking.bytes) == plain, QByteArray::number(end).constData());
+        } catch (const MediaProbeError &error) {
+            QCOMPARE(QString::fromUtf8(error.what()), isCutOff);
+        }
+    }
 }
 
 // Endless files are made while they are read.
