@@ -1,17 +1,20 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Usage: file_faults.py [--full] [--only OPERATION[:NUMBER:KIND]] BUILD FOLDER
+"""Usage: file_faults.py [--full] [--seconds N] [--seed N] [--only OPERATION[:NUMBER:KIND]] BUILD FOLDER
 Lets every file call of every operation fail, one at a time, and judges what the program says and leaves: it neither
 crashes nor hangs, tells why it has not come to its end, loses nothing that it has acknowledged, calls nothing local or
 whole that is not, writes nothing elsewhere, and does it all when it is asked again. BUILD is a build folder; FOLDER is
-made anew. Each call fails in one of five ways, which take turns; with --full in each of the five. Every fault is told with
-the point that --only takes, which shows the calls and leaves the folder to be looked at."""
+made anew. Each call fails in one of five ways, which take turns; with --full in each of the five, in an order that is
+drawn by the seed, until N seconds are over. Every fault is told with the point that --only takes, which shows the calls
+and leaves the folder to be looked at."""
 
 import argparse
 import collections
 import itertools
+import math
 import os
 import pathlib
+import random
 import shutil
 import signal
 import subprocess
@@ -199,25 +202,26 @@ def points_of(operation, calls, is_full):
     return points if is_full or operation != "copies" else points[::COPIES_STRIDE]
 
 
-def campaign(build, folder, operations, is_full):
-    all_calls, all_runs, faults = 0, 0, 0
+def campaign(build, folder, operations, options):
+    faults, failures, end = 0, collections.Counter(), time.monotonic() + options.seconds
     with Campaign(build, folder) as files:
-        for operation in operations:
-            start = time.monotonic()
-            calls, judge = files.prepare(operation)
-            runs = collections.Counter()
-            for point in points_of(operation, calls, is_full):
-                for kind in kinds_of(calls[point - 1], point, is_full):
-                    runs[kind] += 1
-                    for fault in files.faults(operation, judge, point, kind):
-                        faults += 1
-                        print(f"FAULT --only {operation}:{point}:{kind} ({calls[point - 1]}): {fault}", flush=True)
-            all_calls += len(calls)
-            all_runs += runs.total()
-            print(f"{operation}: {len(calls)} calls, {runs.total()} failures ("
-                  + ", ".join(f"{kind} {runs[kind]}" for kind in KINDS)
-                  + f"), {time.monotonic() - start:.0f} s", flush=True)
-    print(f"{len(operations)} operations, {all_calls} file calls, {all_runs} failures, {faults} faults")
+        prepared = {operation: files.prepare(operation) for operation in operations}
+        points = [(operation, point, kind) for operation, (calls, _) in prepared.items()
+                  for point in points_of(operation, calls, options.full)
+                  for kind in kinds_of(calls[point - 1], point, options.full)]
+        if options.full:
+            random.Random(options.seed).shuffle(points)
+        for operation, point, kind in points:
+            if time.monotonic() > end:
+                break
+            calls, judge = prepared[operation]
+            failures[kind] += 1
+            for fault in files.faults(operation, judge, point, kind):
+                faults += 1
+                print(f"FAULT --only {operation}:{point}:{kind} ({calls[point - 1]}): {fault}", flush=True)
+    print(f"{len(operations)} operations, {sum(len(calls) for calls, _ in prepared.values())} file calls, "
+          f"{failures.total()} of {len(points)} failures (" + ", ".join(f"{kind} {failures[kind]}" for kind in KINDS)
+          + f"), seed {options.seed}, {faults} faults")
     return faults == 0
 
 
@@ -233,6 +237,8 @@ def one_point(build, folder, operation, number, kind):
 if __name__ == "__main__":
     parser = argparse.ArgumentParser(usage=__doc__)
     parser.add_argument("--full", action="store_true")
+    parser.add_argument("--seconds", type=float, default=math.inf)
+    parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--only", default="")
     parser.add_argument("build", type=pathlib.Path)
     parser.add_argument("folder", type=pathlib.Path)
@@ -243,5 +249,5 @@ if __name__ == "__main__":
     if operation not in ("", *OPERATIONS):
         parser.error(f"the operations are {', '.join(OPERATIONS)}")
     good = one_point(*places, operation, *point.split(":")) if point else campaign(
-        *places, [operation] if operation else OPERATIONS, options.full)
+        *places, [operation] if operation else OPERATIONS, options)
     sys.exit(0 if good else 1)

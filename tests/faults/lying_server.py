@@ -1,23 +1,27 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Usage: lying_server.py [--full] [--only START] BUILD FOLDER
+"""Usage: lying_server.py [--full] [--seconds N] [--seed N] [--only START] BUILD FOLDER
 A camera's server deviates from the right answer in one thing, at the pairing, the catalog, the first, a middle or the
 last range of a recording. A program that pairs and downloads has to end by itself within its limits, tell a sentence of
 its own, hold nothing wrong, no secret and not much memory, and succeed when it is asked again and the server is honest.
 BUILD is a build folder; FOLDER is made anew. Takes a part of the lies; with --full each at every place, the connection
-lost at every byte of the first 4 KiB, and servers that stall or drip until the program's limits. --only takes those of
-all whose names begin so, and leaves what the program had at the end."""
+lost at every byte of the first 4 KiB, and servers that stall or drip until the program's limits; the order is drawn by
+the seed, and none is begun after N seconds. --only takes those of all whose names begin so, and leaves what the program
+had at the end."""
 
 import argparse
 import concurrent.futures
 import itertools
+import math
 import os
 import pathlib
 import queue
+import random
 import re
 import shutil
 import subprocess
 import sys
+import time
 
 from camera import CODE, Camera, certificates, told_clip
 from judge import WITHDRAWN, Run
@@ -112,13 +116,16 @@ class Desk:
         return faults
 
 
-def judged(desks, lies_):
-    """Place, name, faults and memory of each lie, told on as many desks at once as there are."""
+def judged(desks, lies_, end=math.inf):
+    """Place, name, faults and memory of each lie that begins before the end, told on as many desks at once as there
+    are."""
     free = queue.SimpleQueue()
     for desk in desks:
         free.put(desk)
 
     def judge(place, name, lie, told):
+        if time.monotonic() > end:
+            return None
         desk = free.get()
         try:
             return place, name, *desk.faults(place, lie, told)
@@ -128,7 +135,8 @@ def judged(desks, lies_):
     with concurrent.futures.ThreadPoolExecutor(len(desks)) as pool:
         waiting = [pool.submit(judge, *lie) for lie in lies_]
         for done in concurrent.futures.as_completed(waiting):
-            yield done.result()
+            if done.result():
+                yield done.result()
 
 
 def campaign(options):
@@ -140,22 +148,26 @@ def campaign(options):
     desks[0].share(SHORT)
     quick, slow = ([lie for lie in group if f"{lie[0]} {lie[1]}".startswith(options.only)]
                    for group in lies(desks[0].camera, options.full or options.only))
-    runs, faults, most = 0, 0, {}
-    for place, name, found, memory in itertools.chain(judged(desks[:os.cpu_count()], quick), judged(desks, slow)):
+    runs, faults, most, end = 0, 0, {}, time.monotonic() + options.seconds
+    if options.full:
+        random.Random(options.seed).shuffle(quick)
+    for place, name, found, memory in itertools.chain(judged(desks, slow), judged(desks[:os.cpu_count()], quick, end)):
         runs += 1
         kind = "catalog" if place == "catalog" else "other"
         most[kind] = max(most.get(kind, 0), memory >> 10)
         for fault in found:
             faults += 1
             print(f"FAULT --only '{place} {name}': {fault}", flush=True)
-    print(f"{runs} lies ({len(slow)} slow), {faults} faults, at most {most.get('catalog', 0)} MiB of memory where the "
-          f"catalog lies, else {most.get('other', 0)}")
+    print(f"{runs} of {len(quick) + len(slow)} lies ({len(slow)} slow), seed {options.seed}, {faults} faults, at most "
+          f"{most.get('catalog', 0)} MiB of memory where the catalog lies, else {most.get('other', 0)}")
     return faults == 0 and runs > 0
 
 
 if __name__ == "__main__":
     parser = argparse.ArgumentParser(usage=__doc__)
     parser.add_argument("--full", action="store_true")
+    parser.add_argument("--seconds", type=float, default=math.inf)
+    parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--only", default="")
     parser.add_argument("build", type=pathlib.Path)
     parser.add_argument("folder", type=pathlib.Path)
