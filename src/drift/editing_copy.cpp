@@ -12,8 +12,8 @@
 
 #include <QRegularExpression>
 #include <QStandardPaths>
-#include <QStorageInfo>
 
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -130,12 +130,15 @@ void flush(const QString &path)
         throw FileError(u"Cannot write"_s, path, errno);
 }
 
+/// Of bytes or of files, where the file system counts them.
 bool isFull(const QString &path)
 {
-    constexpr qint64 nothing = 4'096;
-    const QStorageInfo storage(folderOf(path));
-    return storage.isValid() && storage.bytesAvailable() >= 0
-           && storage.bytesAvailable() <= nothing;
+    constexpr std::uint64_t nothing = 4'096;
+    struct statvfs disk = {};
+    if (::statvfs(nativePath(folderOf(path)).constData(), &disk) != 0)
+        return false;
+    return (disk.f_blocks > 0 && std::uint64_t(disk.f_bavail) * disk.f_frsize <= nothing)
+           || (disk.f_files > 0 && disk.f_favail == 0);
 }
 
 } // namespace
@@ -235,13 +238,17 @@ void EditingCopy::make(const EditingCopySource &source, const QString &target,
         written = lastNumber(process.read(), "total_size").value_or(written);
         onBytes(written);
     }
-    if (!process.endedWell()) {
+    try {
+        if (!process.endedWell())
+            throw refusal(source.cameraId, u"ffmpeg cannot read the recording or code it."_s);
+        flush(target);
+        check(source, target);
+    } catch (const std::exception &) {
+        // It ends well even where the last bytes, which are the movie's header, found no room.
         if (isFull(target))
             throw FileError(u"Cannot write"_s, target, ENOSPC);
-        throw refusal(source.cameraId, u"ffmpeg cannot read the recording or code it."_s);
+        throw;
     }
-    flush(target);
-    check(source, target);
 }
 
 } // namespace vorn
