@@ -2,12 +2,15 @@
 
 // A recording on its way to the disk, and what may stand in that way.
 
+#include "base/files.h"
+#include "library/safe_identifier.h"
 #include "store/partial_recording.h"
 #include "store/progress_report.h"
 #include "store/recording_check.h"
 #include "support.h"
 
 #include <QDir>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -18,7 +21,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <functional>
 
 using namespace vorn;
@@ -62,6 +67,67 @@ int renameat2(int fromFolder, const char *from, int toFolder, const char *to, un
         fromFolder, from, toFolder, to, flags);
 }
 }
+
+namespace {
+
+/// Names that no camera should send; the same ones for one seed.
+class HostileNames {
+public:
+    explicit HostileNames(quint32 seed) : m_random(seed) {}
+
+    [[nodiscard]] QString next()
+    {
+        // Now and then about as long as a file system's names can be, 255 bytes.
+        const int pieces = below(40) == 0 ? 80 + below(180) : 1 + below(8);
+        QString text;
+        for (int piece = 0; piece < pieces; ++piece)
+            text += nextPiece();
+        return below(4) == 0 ? text.toUpper() : text;
+    }
+
+private:
+    [[nodiscard]] int below(int bound) { return m_random.bounded(bound); }
+    [[nodiscard]] QString nextPiece()
+    {
+        static const QStringList pieces{
+            u"."_s,      u".."_s,     u"/"_s,      u"../"_s,        u"\\"_s,
+            u"-"_s,      u"_"_s,      u" "_s,      u".part"_s,      u"\n"_s,
+            u"%2e"_s,    u"\u0301"_s, u"\u200D"_s, u"\U000111C2"_s, u"\u202E"_s,
+            u"\u2215"_s, u"．／"_s,   u"\u0130"_s, u"\u03A3"_s,     u"\u1E9E"_s,
+            u"\u1100"_s, u"\u1161"_s, QChar(0),    QChar(0xD800),   QChar(0xDC00)};
+        switch (below(4)) {
+        case 0:
+            return pieces[below(int(pieces.size()))];
+        case 1:
+            return QChar(char16_t(0x20 + below(0x60)));
+        case 2:
+            return QChar(char16_t(below(0x10000)));
+        default:
+            const char32_t any = char32_t(below(0x110000));
+            return QString::fromUcs4(&any, 1);
+        }
+    }
+
+    QRandomGenerator m_random;
+};
+
+/// Holds what is no letter of an alphabet as plain as Latin's.
+bool mayJoin(const QString &name)
+{
+    constexpr char16_t firstMark = 0x0300;
+    return std::ranges::any_of(name, [](QChar c) { return c.unicode() >= firstMark; });
+}
+
+/// Of one level, or of none.
+bool isFolderName(const QString &name)
+{
+    return name.isValidUtf16() && name.toUtf8().size() <= 255
+           && std::ranges::none_of(name, [](QChar c) {
+                  return c == u'/' || c == u'.' || c.category() == QChar::Other_Control;
+              });
+}
+
+} // namespace
 
 class PartialRecordingTest : public QObject {
     Q_OBJECT
@@ -263,6 +329,44 @@ private Q_SLOTS:
         clip.fileName = u"take.mov.part"_s; // where "take.mov" would be fetched to
         QCOMPARE(thrownText([&] { (void)recordingPath(u"/r"_s, u"p"_s, u"t"_s, clip); }),
                  u"take.mov.part is the name of an unfinished download."_s);
+    }
+
+    /// VORN_NAMES is how many, VORN_SEED which.
+    void keepsEveryNameBelowTheFolder()
+    {
+        const int names = qMax(qEnvironmentVariableIntValue("VORN_NAMES"), 100'000);
+        bool isGiven = false;
+        const int given = qEnvironmentVariableIntValue("VORN_SEED", &isGiven);
+        const int seed = isGiven ? given : QRandomGenerator::global()->bounded(1'000'000);
+        HostileNames hostile{quint32(seed)};
+        int outside = 0;
+        int refused = 0;
+        for (int name = 0; name < names; name += 5) {
+            VORNClip clip;
+            clip.cameraId = hostile.next();
+            clip.id = hostile.next();
+            clip.fileName = hostile.next();
+            const QStringList ids{hostile.next(), hostile.next(), clip.cameraId, clip.id};
+            for (const QString &id : ids) {
+                const QString folder = safeIdentifier(id);
+                const QString again = safeIdentifier(folder);
+                // What was a character by itself may join the hyphen that now stands before it.
+                const bool isLegal = isFolderName(folder) && (again == folder || mayJoin(folder))
+                                     && isFolderName(again);
+                QVERIFY2(isLegal, qPrintable(u"seed %1: "_s.arg(seed) + QDebug::toString(id)));
+            }
+            try {
+                const std::filesystem::path path(
+                    nativePath(recordingPath(u"/r/s"_s, ids[0], ids[1], clip)).toStdString());
+                const std::string below = path.lexically_normal().string();
+                outside += !below.starts_with("/r/s/")
+                           || !below.ends_with('/' + clip.fileName.toStdString());
+            } catch (const FileError &) {
+                ++refused;
+            }
+        }
+        qInfo("%d names, seed %d, %d paths refused, %d outside", names, seed, refused, outside);
+        QCOMPARE(outside, 0);
     }
 
 private:
