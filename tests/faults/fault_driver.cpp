@@ -180,6 +180,10 @@ private:
             co_await download;
         } else if (operation == u"verify")
             co_await m_store->verifySelectedTake();
+        else if (operation == u"export")
+            co_await exportTake();
+        else if (operation == u"copies")
+            co_await exportWithCopies();
         else if (operation == u"restart")
             open();
         else
@@ -204,7 +208,8 @@ private:
     QCoro::Task<> exportInto(EditingCopies copies)
     {
         bool isCreated = false;
-        QObject::connect(m_store.get(), &AppStore::exportCreated, [&] { isCreated = true; });
+        const QObject here; // a script may export again
+        QObject::connect(m_store.get(), &AppStore::exportCreated, &here, [&] { isCreated = true; });
         co_await m_store->exportSelectedTake(path(u"export"_s), {}, copies);
         endStep(isCreated);
     }
