@@ -53,7 +53,8 @@ int main(int argc, char *argv[])
         u"select"_s, u"Wants the large pictures of this camera too (again for another; all)."_s,
         u"ID"_s);
     const QCommandLineOption ask(u"ask"_s, u"Asks this camera to share its files."_s, u"ID"_s);
-    parser.addOptions({seconds, folder, select, ask});
+    const QCommandLineOption turns(u"turns"_s, u"Times the turns of the event loop."_s);
+    parser.addOptions({seconds, folder, select, ask, turns});
     parser.addHelpOption();
     parser.process(application);
 
@@ -69,7 +70,8 @@ int main(int argc, char *argv[])
     Probe probe({.folder = parser.value(folder),
                  .selected = selected,
                  .selectsAll = selected.contains(u"all"_s),
-                 .asked = parser.value(ask)});
+                 .asked = parser.value(ask),
+                 .timesTurns = parser.isSet(turns)});
     const QSocketNotifier interrupted(signals.get(), QSocketNotifier::Read);
     QObject::connect(&interrupted, &QSocketNotifier::activated, &QCoreApplication::quit);
     if (duration > 0)

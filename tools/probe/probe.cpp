@@ -23,6 +23,8 @@ using namespace Qt::StringLiterals;
 namespace vorn {
 namespace {
 
+constexpr std::chrono::milliseconds turnPeriod{5};
+
 void print(const QString &text)
 {
     QTextStream(stdout) << text << Qt::flush;
@@ -81,6 +83,12 @@ Probe::Probe(ProbeOptions options) : m_options(std::move(options))
     connect(&m_discovery, &LiveCameraDiscovery::transferModeRequestChanged, this,
             &Probe::printRequest);
     connect(&m_store, &LivePreviewStore::frameChanged, this, &Probe::measure);
+    m_turns.setTimerType(Qt::PreciseTimer);
+    m_turns.callOnTimeout(this, &Probe::timeTurn);
+    if (m_options.timesTurns) {
+        m_lastTurn = MonotonicClock::now();
+        m_turns.start(turnPeriod);
+    }
     m_store.start(m_discovery.cameras());
 }
 
@@ -113,6 +121,15 @@ void Probe::printRequest()
         print(u"\nTransfer Mode: %1\n"_s.arg(displayText(request->message)));
 }
 
+void Probe::timeTurn()
+{
+    const auto now = MonotonicClock::now();
+    // A long wait stands for all the turns that it took the place of.
+    for (auto late = now - m_lastTurn - turnPeriod; late > -turnPeriod; late -= turnPeriod)
+        m_lateTurns.add(late);
+    m_lastTurn = now;
+}
+
 void Probe::measure(const QString &cameraID, VORNPreviewProfile profile)
 {
     const auto &frames =
@@ -126,6 +143,9 @@ bool Probe::finish()
 {
     print(u'\n' + streamsText(m_measurements, m_store.statistics())
           + resourcesText(m_clock.elapsed()));
+    print(u"%1 servers of files\n"_s.arg(m_servers.devices().size()));
+    if (m_options.timesTurns)
+        print(turnsText(m_lateTurns));
     for (const auto &[id, error] : m_store.errors())
         print(u"%1: %2\n"_s.arg(displayText(id), error));
     if (m_options.folder.isEmpty())

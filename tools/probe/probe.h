@@ -4,11 +4,13 @@
 #include "live/live_camera_discovery.h"
 #include "preview/live_preview_store.h"
 #include "probe/probe_report.h"
+#include "transfer/lan_discovery.h"
 
 #include <QElapsedTimer>
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 
 #include <map>
 
@@ -18,7 +20,8 @@ struct ProbeOptions {
     QString folder;       ///< where the pictures go; none are kept without
     QStringList selected; ///< ids of the cameras whose large pictures are wanted
     bool selectsAll = false;
-    QString asked; ///< id of the camera that is asked to share its files
+    QString asked;           ///< id of the camera that is asked to share its files
+    bool timesTurns = false; ///< of the event loop
 };
 
 /// Watches the cameras on the network with the program's own objects, and tells on standard output
@@ -35,11 +38,16 @@ private:
     void followCameras();
     void printCameras();
     void printRequest();
+    void timeTurn();
     void measure(const QString &cameraID, VORNPreviewProfile profile);
 
     ProbeOptions m_options;
     LiveCameraDiscovery m_discovery;
     LivePreviewStore m_store;
+    LANDiscovery m_servers;
+    QTimer m_turns;
+    MonotonicClock::time_point m_lastTurn;
+    Delays m_lateTurns;
     QElapsedTimer m_clock;
     QString m_printed; ///< the table of cameras as last printed
     bool m_hasAsked = false;

@@ -38,13 +38,32 @@ QString stateText(const LiveCamera &camera, WallTime now)
 
 } // namespace
 
+void Delays::add(std::chrono::nanoseconds delay)
+{
+    const auto place = std::size_t(std::max(delay, std::chrono::nanoseconds{0}) / step);
+    ++m_counts[std::min(place, m_counts.size() - 1)];
+    ++m_count;
+}
+
+std::optional<std::chrono::nanoseconds> Delays::atMost(double share) const
+{
+    if (m_count == 0)
+        return std::nullopt;
+    auto left = std::uint64_t(std::ceil(share * double(m_count)));
+    const auto place = std::ranges::find_if(m_counts, [&left](std::uint32_t count) {
+        left -= std::min(left, std::uint64_t{count});
+        return left == 0;
+    });
+    return step * (place - m_counts.begin() + 1);
+}
+
 void StreamMeasurement::add(const QByteArray &comment, MonotonicClock::time_point now)
 {
     if (pictures++ == 0)
         firstAt = now;
     lastAt = now;
     if (const auto sent = sentAt(comment))
-        latencies.push_back(now - *sent);
+        latencies.add(now - *sent);
 }
 
 double StreamMeasurement::picturesPerSecond() const
@@ -52,17 +71,6 @@ double StreamMeasurement::picturesPerSecond() const
     if (pictures < 2)
         return 0;
     return double(pictures - 1) / std::chrono::duration<double>(lastAt - firstAt).count();
-}
-
-std::optional<std::chrono::nanoseconds> StreamMeasurement::latency(double share) const
-{
-    if (latencies.empty())
-        return std::nullopt;
-    auto sorted = latencies;
-    const auto rank = std::ceil(share * double(sorted.size()));
-    const auto place = sorted.begin() + std::max(std::ptrdiff_t(rank) - 1, std::ptrdiff_t{0});
-    std::ranges::nth_element(sorted, place);
-    return *place;
 }
 
 std::optional<MonotonicClock::time_point> sentAt(const QByteArray &comment)
@@ -116,11 +124,18 @@ QString streamsText(const std::map<StreamKey, StreamMeasurement> &measurements,
                 .arg(counted.received, 8)
                 .arg(counted.replaced, 7)
                 .arg(milliseconds(counted.maximumGap), 8)
-                .arg(milliseconds(measured.latency(0.5)), 7)
-                .arg(milliseconds(measured.latency(0.99)), 7)
-                .arg(milliseconds(measured.latency(1)), 7);
+                .arg(milliseconds(measured.latencies.atMost(0.5)), 7)
+                .arg(milliseconds(measured.latencies.atMost(0.99)), 7)
+                .arg(milliseconds(measured.latencies.atMost(1)), 7);
     }
     return text;
+}
+
+QString turnsText(const Delays &turns)
+{
+    return u"event loop late by %1 ms p50, %2 ms p99, %3 ms at most\n"_s.arg(
+        milliseconds(turns.atMost(0.5)), milliseconds(turns.atMost(0.99)),
+        milliseconds(turns.atMost(1)));
 }
 
 } // namespace vorn
