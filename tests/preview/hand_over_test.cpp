@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The roads of a status from its bytes to the camera list, and of a picture from its socket to the
-// window, on plain threads. Under the thread sanitizer, which misjudges Qt's event queue, it shows
-// that what crosses between them does so in order. With the argument --race it does not, which the
-// sanitizer must find.
+// The roads of a status from its bytes to the camera list, of a picture from its socket to the
+// window, and of a recording to the disk, on plain threads. Under the thread sanitizer, which
+// misjudges Qt's event queue, it shows that what crosses between them does so in order. With the
+// argument --race it does not, which the sanitizer must find.
 
 #include "jpeg_samples.h"
 #include "lab_phones.h"
@@ -14,8 +14,12 @@
 #include "preview/stream_reconciler.h"
 #include "preview/stream_worker.h"
 #include "preview_server.h"
+#include "store/partial_recording.h"
 #include "support.h"
 
+#include <QTemporaryDir>
+
+#include <array>
 #include <condition_variable>
 #include <cstdio>
 #include <cstring>
@@ -59,21 +63,32 @@ private:
     std::deque<std::function<void()>> m_work;
 };
 
-/// Takes pictures on a thread of its own, as the window does.
-class Window {
+/// A thread that does what is posted to it, until it ends.
+class Worker {
 public:
-    Window() : m_thread([this] { m_queue.runUntil([this] { return m_isClosed; }); }) {}
-    ~Window()
+    Worker() : m_thread([this] { m_queue.runUntil([this] { return m_isClosed; }); }) {}
+    ~Worker()
     {
         m_queue.post([this] { m_isClosed = true; });
         m_thread.join();
     }
-    Window(const Window &) = delete;
-    Window &operator=(const Window &) = delete;
+    Worker(const Worker &) = delete;
+    Worker &operator=(const Worker &) = delete;
 
+    void post(std::function<void()> work) { m_queue.post(std::move(work)); }
+
+private:
+    Queue m_queue;
+    bool m_isClosed = false;
+    std::thread m_thread;
+};
+
+/// Takes pictures on a thread of its own, as the window does.
+class Window {
+public:
     void show(const PreviewFrame &frame, std::function<void()> taken)
     {
-        m_queue.post([this, frame, taken = std::move(taken)] {
+        m_worker.post([this, frame, taken = std::move(taken)] {
             m_frame = frame; // and drops the one before
             if (m_frame.image.pixelColor(0, 0).isValid())
                 taken();
@@ -81,10 +96,8 @@ public:
     }
 
 private:
-    Queue m_queue;
     PreviewFrame m_frame;
-    bool m_isClosed = false;
-    std::thread m_thread;
+    Worker m_worker;
 };
 
 /// What the preview state thread does, on the thread that calls run().
@@ -225,6 +238,51 @@ void handOverFrames()
     streams.awaitEnd();
 }
 
+/// What comes of a recording on one thread is written by others in turn, as the pool has one free,
+/// and how far its digest is, is read where the window is.
+void handOverRecording()
+{
+    constexpr int pieces = 50;
+    constexpr int pieceBytes = 100'000;
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(u"a.mov"_s);
+    Queue window;
+    std::int64_t hashed = 0;
+    bool isThere = false;
+    std::shared_ptr<PartialRecording> partial;
+    std::array<Worker, 2> pool;
+    Worker connection;
+    const auto finish = [&] {
+        const QString digest = partial->sha256FromDisk([&window, &hashed](std::int64_t bytes) {
+            window.post([&hashed, bytes] { hashed = bytes; });
+        });
+        partial->moveToDestination();
+        window.post([&, digest] {
+            partial.reset();
+            isThere = isRecordingThere(path, digest, {});
+        });
+    };
+    const std::function<void(int)> fetch = [&](int number) {
+        if (number == pieces)
+            return pool[0].post(finish);
+        connection.post([&, number] {
+            const QByteArray bytes(pieceBytes, char('a' + number % 26));
+            window.post([&, number, bytes] {
+                pool[std::size_t(number) % 2].post([&, number, bytes] {
+                    if (!partial)
+                        partial = std::make_shared<PartialRecording>(path, pieces * pieceBytes);
+                    partial->append(bytes);
+                    window.post([&fetch, number] { fetch(number + 1); });
+                });
+            });
+        });
+    };
+    fetch(0);
+    window.runUntil([&isThere] { return isThere; });
+    if (hashed != pieces * pieceBytes)
+        qFatal("hashed %lld bytes", static_cast<long long>(hashed));
+}
+
 /// Two threads at one mailbox, which belongs to one.
 void race()
 {
@@ -248,5 +306,6 @@ int main(int argc, char **argv)
     }
     handOverStatuses();
     handOverFrames();
+    handOverRecording();
     return 0;
 }
