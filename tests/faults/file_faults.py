@@ -50,6 +50,11 @@ COPIES_STRIDE = 5
 
 
 class Campaign:
+    patience_seconds = PATIENCE_SECONDS
+    # Where the phone is, and what starts a program there.
+    phone_options = ("--address", "127.0.0.2", "--port", "0", "--preview-port", "0")
+    phone_side = ()
+
     def __init__(self, build, folder, clip_bytes=CLIP_BYTES):
         self.clip_bytes = clip_bytes
         self.driver = build / "tests/faults/fault_driver"
@@ -69,9 +74,9 @@ class Campaign:
                         "--fps", "10"], check=True, stdout=subprocess.DEVNULL)
         control = self.home.parent / "control"
         self.server = subprocess.Popen(
-            [self.rig, "phones", "--count", "1", "--address", "127.0.0.2", "--port", "0", "--preview-port", "0",
-             "--desktop", "none", "--transfer", "approve", "--clips", "2", "--clip-bytes", str(self.clip_bytes),
-             "--control", control], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
+            [*self.phone_side, self.rig, "phones", "--count", "1", *self.phone_options, "--desktop", "none", "--transfer",
+             "approve", "--clips", "2", "--clip-bytes", str(self.clip_bytes), "--control", control],
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
         while self.server.stdout.readline().strip() != b"ready":
             if self.server.poll() is not None:
                 sys.exit("the simulated phone did not start")
@@ -110,7 +115,7 @@ class Campaign:
             environment |= self.watched(point, kind) | more
         try:
             done = subprocess.run(command, env=environment, text=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                  timeout=PATIENCE_SECONDS)
+                                  timeout=self.patience_seconds)
             code, output = done.returncode, done.stdout
         except subprocess.TimeoutExpired as late:
             code, output = "hang", (late.stdout or b"").decode()
