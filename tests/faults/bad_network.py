@@ -58,7 +58,7 @@ class BadNetwork(Campaign):
         dice = self.dice
         while not over.wait(dice.uniform(0, 0.5)):
             self.air.be(loss=1)
-            over.wait(dice.choice((0.3, 3, 40)))
+            over.wait(dice.choice((0.3, 3, 3, 10, 40)))
             self.air.be(**dice.choice(list(KINDS.values())))
 
     def through(self, kind):
