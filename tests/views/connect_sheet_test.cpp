@@ -146,10 +146,10 @@ private Q_SLOTS:
     {
         const auto ask = u"Ask to share files"_s;
         const auto another = u"Ask another phone…"_s;
-        m_phones.must(u"cam-a server on"_s);
-        m_phones.must(u"cam-b set name \"Mara's phone\""_s); // the first one's name
         SheetProbe probe;
         QVERIFY(!probe.shows(another));
+        m_phones.must(u"cam-a server on"_s);
+        m_phones.must(u"cam-b set name \"Mara's phone\""_s); // the first one's name
         probe.awaitRow(u"Mara's phone"_s);
         probe.fillIn(u"Mara's phone"_s, u"123456"_s);
         const QString fingerprint = probe.sheet().fingerprint();
