@@ -7,6 +7,8 @@ import pathlib
 
 PIECE_BYTES = 16 * 1024 * 1024
 OVERLAP_BYTES = 4096
+# A sanitizer's notes of the whole address space, nearly all of them pages that are not there.
+SHADOW_BYTES = 1 << 40
 
 
 def encodings(secret):
@@ -36,7 +38,7 @@ def memory(pid):
         for line in maps:
             words = line.split()
             begin, end = (int(number, 16) for number in words[0].split("-"))
-            if not words[1].startswith("rw"):
+            if not words[1].startswith("rw") or end - begin >= SHADOW_BYTES:
                 continue
             for at in range(begin, end, PIECE_BYTES - OVERLAP_BYTES):
                 image.seek(at)
