@@ -25,8 +25,8 @@ QString searchForm(const QString &text)
     // makes two letters of a sharp s, which Qt's folding alone does not, but only of a small one.
     // Composed in the end, so that a letter is not found within one with an accent.
     const QLocale locale;
-    // Nearly all text is plain, which only two languages case in another way, and a list has tens of
-    // thousands of names.
+    // Nearly all text is plain, which only two languages case in another way, and a list has tens
+    // of thousands of names.
     const bool isPlain = std::ranges::all_of(text, [](QChar c) { return c.unicode() < 0x80; });
     if (isPlain && locale.language() != QLocale::Turkish
         && locale.language() != QLocale::Azerbaijani)
