@@ -3,7 +3,7 @@
 // What a phone's catalog costs on its way into the library, beside the bare reading of its JSON.
 // Takes of one recording, which is what one phone has of each.
 
-#include "catalog_samples.h"
+#include "large_samples.h"
 #include "library/catalog_merge.h"
 #include "library/record_json.h"
 #include "transfer/catalog_gate.h"
@@ -18,27 +18,6 @@ using namespace Qt::StringLiterals;
 using namespace vorn;
 
 namespace {
-
-constexpr int anchorsOfClip = 10;
-
-DeviceCatalog catalogOf(int clips)
-{
-    DeviceCatalog catalog;
-    catalog.deviceId = sampleUuid(0);
-    catalog.deviceName = u"Cam 01"_s;
-    catalog.catalogRevision = 1;
-    catalog.projects = {
-        {.projectId = sampleUuid(1), .name = u"Night"_s, .revision = 1, .takes = {}}};
-    for (int n = 0; n < clips; ++n) {
-        CatalogClip clip = catalogClip(n + 2, u"cam-a"_s);
-        clip.anchors.emplace();
-        for (int anchor = 0; anchor < anchorsOfClip; ++anchor)
-            clip.anchors->push_back({anchor * 1.25, anchor * 1.25 + 0.03125, 0.9, 1.5});
-        catalog.projects.front().takes.push_back(
-            catalogTake(u"take-%1"_s.arg(n, 6, 10, QLatin1Char('0')), sampleUuid(1), {clip}));
-    }
-    return catalog;
-}
 
 void registerFor(int clips)
 {

@@ -6,12 +6,11 @@
 // exponent of a power law through all of them; the aim is that of n log n. Times are the
 // processor's, so that what else the machine does tells little.
 
-#include "catalog_samples.h"
 #include "director/session_journal.h"
 #include "drift/director_cut_document.h"
+#include "large_samples.h"
 #include "library/catalog_merge.h"
 #include "library/record_json.h"
-#include "library_samples.h"
 #include "live/camera_list.h"
 #include "live/live_packet.h"
 #include "live/peer_snapshot_orders.h"
@@ -154,21 +153,6 @@ void measureCameras()
                          }});
     }
     printGrowth(u"a status of each, read to listed, cameras"_s, sizes);
-}
-
-DeviceCatalog catalogOf(int clips)
-{
-    DeviceCatalog catalog;
-    catalog.deviceId = sampleUuid(0);
-    catalog.deviceName = u"Cam 01"_s;
-    catalog.catalogRevision = 1;
-    catalog.projects = {
-        {.projectId = sampleUuid(1), .name = u"Night"_s, .revision = 1, .takes = {}}};
-    for (int n = 0; n < clips; ++n)
-        catalog.projects.front().takes.push_back(
-            catalogTake(u"take-%1"_s.arg(n, 6, 10, QLatin1Char('0')), sampleUuid(1),
-                        {catalogClip(n + 2, u"cam-a"_s)}));
-    return catalog;
 }
 
 void measureCatalogs()

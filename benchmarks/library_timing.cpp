@@ -4,7 +4,7 @@
 // Loading and saving a large library, each beside plain reading or writing of the same bytes.
 
 #include "base/files.h"
-#include "library_samples.h"
+#include "large_samples.h"
 #include "paired.h"
 #include "store/library_file.h"
 

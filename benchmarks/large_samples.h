@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "catalog_samples.h"
 #include "library/records.h"
 
 #include <QStringList>
@@ -47,6 +48,26 @@ namespace vorn {
         library.projects.push_back(project);
     }
     return library;
+}
+
+/// What one phone has: takes of one recording with ten anchors, all in one project.
+[[nodiscard]] inline DeviceCatalog catalogOf(int clips)
+{
+    DeviceCatalog catalog;
+    catalog.deviceId = sampleUuid(0);
+    catalog.deviceName = QStringLiteral("Cam 01");
+    catalog.catalogRevision = 1;
+    catalog.projects = {
+        {.projectId = sampleUuid(1), .name = QStringLiteral("Night"), .revision = 1, .takes = {}}};
+    for (int n = 0; n < clips; ++n) {
+        CatalogClip clip = catalogClip(n + 2, QStringLiteral("cam-a"));
+        clip.anchors.emplace();
+        for (int anchor = 0; anchor < 10; ++anchor)
+            clip.anchors->push_back({anchor * 1.25, anchor * 1.25 + 0.03125, 0.9, 1.5});
+        catalog.projects.front().takes.push_back(catalogTake(
+            QStringLiteral("take-%1").arg(n, 6, 10, QLatin1Char('0')), sampleUuid(1), {clip}));
+    }
+    return catalog;
 }
 
 } // namespace vorn
