@@ -9,7 +9,6 @@ was told; after each start what was acknowledged is there. BUILD is a build fold
 EPISODE operations, by a seed of its own, that of the first one being S. A fault is printed with its seed and all that
 was done up to it."""
 
-import argparse
 import collections
 import json
 import os
@@ -22,6 +21,7 @@ import sys
 import time
 
 from camera import Camera, certificates
+from command_line import asked
 from filmed_world import CAMERAS, World
 from library_model import Model, from_file
 
@@ -284,7 +284,7 @@ def campaign(build, folder, operations, seed):
     counts, done, first, ended = collections.Counter(), 0, seed, []
     signal.signal(signal.SIGTERM, lambda *_: ended.append(True))  # when its time is over it tells how far it has come
     while done < operations and not ended:
-        episode = Episode(build / "tests/faults/fault_driver", folder / "library", phones, counts, seed)
+        episode = Episode(build / "campaigns/fault_driver", folder / "library", phones, counts, seed)
         for _ in range(min(EPISODE, operations - done)):
             counts[episode.step()] += 1
             done += 1
@@ -300,10 +300,5 @@ def campaign(build, folder, operations, seed):
 
 
 if __name__ == "__main__":
-    parser = argparse.ArgumentParser(usage=__doc__)
-    parser.add_argument("--operations", type=int, default=3000)
-    parser.add_argument("--seed", type=int, default=int(time.time()))
-    parser.add_argument("build", type=pathlib.Path)
-    parser.add_argument("folder", type=pathlib.Path)
-    options = parser.parse_args()
-    sys.exit(0 if campaign(options.build.resolve(), options.folder.resolve(), options.operations, options.seed) else 1)
+    options = asked(__doc__, operations=3000, seed=int(time.time()))
+    sys.exit(0 if campaign(options.build, options.folder, options.operations, options.seed) else 1)

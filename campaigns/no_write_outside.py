@@ -7,7 +7,6 @@ recordings and its packages. Both must say and leave the same, and what lies bes
 must stay as it is. BUILD is a build folder; FOLDER is made anew. Takes a part of the cases; with --full all, and a million
 names through the rules for a recording's place. --only takes the cases whose names begin so."""
 
-import argparse
 import json
 import os
 import pathlib
@@ -17,6 +16,7 @@ import subprocess
 import sys
 
 from camera import Camera, certificates, told_clip
+from command_line import asked
 from judge import Run, digest
 
 CLIP_ID = "b0f2c9de-3b1c-4d59-9d8a-0d4f0a6a1c11"
@@ -37,7 +37,7 @@ class World:
 
     def __init__(self, build, folder):
         self.build, self.work = build, folder / "work"
-        self.driver = build / "tests/faults/fault_driver"
+        self.driver = build / "campaigns/fault_driver"
         self.victim = self.work / "victim"
         self.pristine = folder / "pristine"
         shutil.rmtree(folder, ignore_errors=True)
@@ -171,7 +171,7 @@ def names_outside(build, seed):
 
 
 def campaign(options):
-    world = World(options.build.resolve(), options.folder.resolve())
+    world = World(options.build, options.folder)
     runs, faults = 0, 0
     for name, case in [*cases_of_links(), *cases_of_names(options.full or options.only)]:
         if not name.startswith(options.only):
@@ -196,10 +196,5 @@ def campaign(options):
 
 
 if __name__ == "__main__":
-    parser = argparse.ArgumentParser(usage=__doc__)
-    parser.add_argument("--full", action="store_true")
-    parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--only", default="")
-    parser.add_argument("build", type=pathlib.Path)
-    parser.add_argument("folder", type=pathlib.Path)
-    sys.exit(0 if campaign(parser.parse_args()) else 1)
+    options = asked(__doc__, full=False, seed=1, only="")
+    sys.exit(0 if campaign(options) else 1)

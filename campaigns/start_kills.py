@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Usage: scripts/lab scripts/lib/virtual-desktop HOME tests/faults/start_kills.py [--kills N] [--seed N] BUILD
+"""Usage: scripts/lab scripts/lib/virtual-desktop HOME campaigns/start_kills.py [--kills N] [--seed N] BUILD
 Kills the real program N times (50) at random instants of its start and soon after, in turns on an empty disk and on a
 library. After each, two starts at once must agree: one works and has answered the other, library and identity are as
 they were, and nothing is left of what was killed."""
@@ -59,7 +59,7 @@ def campaign(build, kills, seed):
     saved = pathlib.Path(os.environ["HOME"]) / "saved"
     shutil.rmtree(saved, ignore_errors=True)
     saved.mkdir()
-    subprocess.run([build / "tests/faults/fault_driver", "save", saved], check=True, stdout=subprocess.DEVNULL)
+    subprocess.run([build / "campaigns/fault_driver", "save", saved], check=True, stdout=subprocess.DEVNULL)
 
     def start():
         return subprocess.Popen([build / "bin/vorn-desktop"], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,

@@ -9,12 +9,10 @@ lost at every byte of the first 4 KiB, and servers that stall or drip until the 
 the seed, and none is begun after N seconds. --only takes those of all whose names begin so, and leaves what the program
 had at the end."""
 
-import argparse
 import concurrent.futures
 import itertools
 import math
 import os
-import pathlib
 import queue
 import random
 import re
@@ -24,6 +22,7 @@ import sys
 import time
 
 from camera import CODE, Camera, certificates, told_clip
+from command_line import asked
 from judge import WITHDRAWN, Run
 from lies import CLIP, PLACES, SHORT, lies
 
@@ -142,7 +141,7 @@ def judged(desks, lies_, end=math.inf):
 def campaign(options):
     shutil.rmtree(options.folder, ignore_errors=True)
     options.folder.mkdir(parents=True)
-    folder, driver = options.folder.resolve(), options.build.resolve() / "tests/faults/fault_driver"
+    folder, driver = options.folder, options.build / "campaigns/fault_driver"
     known = certificates(folder)
     desks = [Desk(driver, known, folder / f"desk-{number}") for number in range(SLOW_DESKS)]
     desks[0].share(SHORT)
@@ -164,11 +163,5 @@ def campaign(options):
 
 
 if __name__ == "__main__":
-    parser = argparse.ArgumentParser(usage=__doc__)
-    parser.add_argument("--full", action="store_true")
-    parser.add_argument("--seconds", type=float, default=math.inf)
-    parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--only", default="")
-    parser.add_argument("build", type=pathlib.Path)
-    parser.add_argument("folder", type=pathlib.Path)
-    sys.exit(0 if campaign(parser.parse_args()) else 1)
+    options = asked(__doc__, full=False, seconds=math.inf, seed=1, only="")
+    sys.exit(0 if campaign(options) else 1)

@@ -7,14 +7,13 @@ before that moment is there, nothing is called local or bears its final name tha
 attempt succeeds. States that are alike are judged once. BUILD is a build folder; FOLDER is made anew. Every fault is told with the
 state that --only takes, which leaves the folder as the second attempt has left it, and beside it, in "state", as it was."""
 
-import argparse
 import collections
-import pathlib
 import random
 import shutil
 import sys
 import time
 
+from command_line import asked
 from disk_record import Disk, entries, key, lay_out
 from file_faults import BAD, Campaign, end_with_phones
 from judge import Run
@@ -101,15 +100,10 @@ def campaign(build, folder, operations, only, seed):
 
 
 if __name__ == "__main__":
-    parser = argparse.ArgumentParser(usage=__doc__)
-    parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--only", default="")
-    parser.add_argument("build", type=pathlib.Path)
-    parser.add_argument("folder", type=pathlib.Path)
-    options = parser.parse_args()
+    options = asked(__doc__, seed=1, only="")
     end_with_phones()
     operation, _, state = options.only.partition(":")
     if operation not in ("", *OPERATIONS):
-        parser.error(f"the operations are {', '.join(OPERATIONS)}")
-    sys.exit(0 if campaign(options.build.resolve(), options.folder.resolve(),
-                           [operation] if operation else OPERATIONS, int(state or 0), options.seed) else 1)
+        sys.exit(f"the operations are {', '.join(OPERATIONS)}")
+    sys.exit(0 if campaign(options.build, options.folder, [operation] if operation else OPERATIONS, int(state or 0),
+                           options.seed) else 1)

@@ -6,7 +6,6 @@ and leave nothing, verifying has to name it too; what is another name for the sa
 through it all, so that nothing that it remembers can stand for what is there. As an ordinary user, whom permissions stop.
 BUILD is a build folder; FOLDER is made anew."""
 
-import argparse
 import os
 import pathlib
 import shutil
@@ -14,6 +13,7 @@ import socket
 import subprocess
 import sys
 
+from command_line import asked
 from random_operations import Program
 
 CAMERAS = 3
@@ -107,7 +107,7 @@ class Take:
             text = text.replace(f'"{movie.name}"', f'"{movie.stem}/{movie.name}"')
         manifest.write_text(text)
         self.pristine = shutil.copytree(self.source, folder / "pristine")
-        self.program = Program(build / "tests/faults/fault_driver", folder)
+        self.program = Program(build / "campaigns/fault_driver", folder)
         self.program.start()
         state, told = self.does("import", str(manifest))
         clips = [] if told else state["library"]["projects"][0]["takes"][0]["clips"]
@@ -178,8 +178,5 @@ def campaign(build, folder):
 
 
 if __name__ == "__main__":
-    parser = argparse.ArgumentParser(usage=__doc__)
-    parser.add_argument("build", type=pathlib.Path)
-    parser.add_argument("folder", type=pathlib.Path)
-    options = parser.parse_args()
-    sys.exit(0 if campaign(options.build.resolve(), options.folder.resolve()) else 1)
+    options = asked(__doc__)
+    sys.exit(0 if campaign(options.build, options.folder) else 1)

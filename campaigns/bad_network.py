@@ -5,16 +5,15 @@ Lets a program pair and download through bad air (air.py): once through each kin
 SECONDS (0) are over; with --short small recordings through the quicker kinds. It has to end within the limits of its requests, with every recording verified or with its sentence,
 and to complete everything later through good air. BUILD is a build folder; FOLDER is made anew."""
 
-import argparse
 import collections
 import os
-import pathlib
 import random
 import sys
 import threading
 import time
 
 from air import Air
+from command_line import asked
 from file_faults import CAMERA, Campaign, end_with_phones
 
 REQUEST_SECONDS = 60  # the longest that the program waits for an answer
@@ -93,7 +92,7 @@ def campaign(options):
     dice = random.Random(options.seed)
     began, rounds, faults, endings = time.monotonic(), 0, 0, collections.Counter()
     clip_bytes = SHORT_BYTES if options.short else CLIP_BYTES
-    with BadNetwork(options.build.resolve(), options.folder.resolve(), clip_bytes, dice) as network:
+    with BadNetwork(options.build, options.folder, clip_bytes, dice) as network:
         _, network.judge = network.prepare("download")
         kinds = [options.only] if options.only else [kind for kind in KINDS if not (options.short and kind in SLOW)]
         while rounds < len(kinds) or time.monotonic() - began < options.seconds:
@@ -110,12 +109,8 @@ def campaign(options):
 
 
 if __name__ == "__main__":
-    parser = argparse.ArgumentParser(usage=__doc__)
-    parser.add_argument("--short", action="store_true")
-    parser.add_argument("--seconds", type=float, default=0)
-    parser.add_argument("--seed", type=int, default=random.randrange(10 ** 6))
-    parser.add_argument("--only", choices=KINDS, default="")
-    parser.add_argument("build", type=pathlib.Path)
-    parser.add_argument("folder", type=pathlib.Path)
+    options = asked(__doc__, short=False, seconds=0.0, seed=random.randrange(10 ** 6), only="")
+    if options.only not in ("", *KINDS):
+        sys.exit(f"the kinds are {', '.join(KINDS)}")
     end_with_phones()
-    sys.exit(0 if campaign(parser.parse_args()) else 1)
+    sys.exit(0 if campaign(options) else 1)

@@ -21,7 +21,7 @@ import subprocess
 import sys
 import time
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+ROOT = pathlib.Path(__file__).resolve().parents[1]
 LIST = pathlib.Path(__file__).with_name("mutants.txt")
 # For the tests of one mutant. Who waits for ever, or takes memory without end, has noticed.
 PATIENCE_SECONDS = 90

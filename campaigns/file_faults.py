@@ -8,7 +8,6 @@ made anew. Each call fails in one of five ways, which take turns; with --full in
 drawn by the seed, until N seconds are over. Every fault is told with the point that --only takes, which shows the calls
 and leaves the folder to be looked at."""
 
-import argparse
 import collections
 import itertools
 import math
@@ -22,7 +21,8 @@ import sys
 import threading
 import time
 
-sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "journey"))
+sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "tests/journey"))
+from command_line import asked  # noqa: E402
 from judge import MISMATCH, Judge, Run, packages  # noqa: E402
 from phones import Phones  # noqa: E402
 
@@ -57,8 +57,8 @@ class Campaign:
 
     def __init__(self, build, folder, clip_bytes=CLIP_BYTES):
         self.clip_bytes = clip_bytes
-        self.driver = build / "tests/faults/fault_driver"
-        self.shim = build / "tests/faults/libfile_faults.so"
+        self.driver = build / "campaigns/fault_driver"
+        self.shim = build / "campaigns/libfile_faults.so"
         self.rig = build / "bin/vorn-rig"
         self.prepared = folder / "prepared"
         self.work = folder / "work"  # always the same path, since packages name it
@@ -240,19 +240,12 @@ def one_point(build, folder, operation, number, kind):
 
 
 if __name__ == "__main__":
-    parser = argparse.ArgumentParser(usage=__doc__)
-    parser.add_argument("--full", action="store_true")
-    parser.add_argument("--seconds", type=float, default=math.inf)
-    parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--only", default="")
-    parser.add_argument("build", type=pathlib.Path)
-    parser.add_argument("folder", type=pathlib.Path)
-    options = parser.parse_args()
+    options = asked(__doc__, full=False, seconds=math.inf, seed=1, only="")
     end_with_phones()
-    places = options.build.resolve(), options.folder.resolve()
+    places = options.build, options.folder
     operation, _, point = options.only.partition(":")
     if operation not in ("", *OPERATIONS):
-        parser.error(f"the operations are {', '.join(OPERATIONS)}")
+        sys.exit(f"the operations are {', '.join(OPERATIONS)}")
     good = one_point(*places, operation, *point.split(":")) if point else campaign(
         *places, [operation] if operation else OPERATIONS, options)
     sys.exit(0 if good else 1)

@@ -7,16 +7,15 @@ What is said and left is judged as the file faults are, and each sentence has to
 and it has to come to its end. BUILD is a build folder; FOLDER is made anew. Takes the last level without room enough, and
 one half way to it; with --full all of them. Every fault is told with the level that --only takes."""
 
-import argparse
 import json
 import os
-import pathlib
 import re
 import shutil
 import subprocess
 import sys
 import time
 
+from command_line import asked
 from file_faults import OPERATIONS, Campaign, end_with_phones
 
 # What is done, the folder that is full, and whether it is the first thing ever done.
@@ -177,14 +176,9 @@ def one_level(build, folder, name, kind, level):
 
 
 if __name__ == "__main__":
-    parser = argparse.ArgumentParser(usage=__doc__)
-    parser.add_argument("--full", action="store_true")
-    parser.add_argument("--only", default="")
-    parser.add_argument("build", type=pathlib.Path)
-    parser.add_argument("folder", type=pathlib.Path)
-    options = parser.parse_args()
+    options = asked(__doc__, full=False, only="")
     end_with_phones()
-    places = options.build.resolve(), options.folder.resolve()
+    places = options.build, options.folder
     name, _, level = options.only.partition(":")
     good = one_level(*places, name, *level.split(":")) if level else campaign(
         *places, [name] if name else CASES, options.full)

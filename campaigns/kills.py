@@ -8,16 +8,16 @@ time, before a random call that opens or changes a file, or in the middle of a w
 anew. Every fault is told with its round, which --only takes again with the same seed; what falls at which instant is
 the same only where a call was chosen."""
 
-import argparse
 import collections
 import itertools
-import pathlib
+import math
 import random
 import shutil
 import subprocess
 import sys
 import time
 
+from command_line import asked
 from file_faults import BAD, MOVING, OPERATIONS, PATIENCE_SECONDS, Campaign, end_with_phones
 from judge import MISMATCH, Run, packages
 
@@ -119,14 +119,7 @@ def campaign(build, folder, wanted, seconds, seed, only):
 
 
 if __name__ == "__main__":
-    parser = argparse.ArgumentParser(usage=__doc__)
-    parser.add_argument("--kills", type=int, default=100)
-    parser.add_argument("--seconds", type=float, default=86400)
-    parser.add_argument("--seed", type=int, default=random.randrange(10 ** 6))
-    parser.add_argument("--only", type=int, default=0)
-    parser.add_argument("build", type=pathlib.Path)
-    parser.add_argument("folder", type=pathlib.Path)
-    options = parser.parse_args()
+    options = asked(__doc__, kills=100, seconds=math.inf, seed=random.randrange(10 ** 6), only=0)
     end_with_phones()
-    sys.exit(0 if campaign(options.build.resolve(), options.folder.resolve(), options.kills, options.seconds,
-                           options.seed, options.only) else 1)
+    sys.exit(0 if campaign(options.build, options.folder, options.kills, options.seconds, options.seed,
+                           options.only) else 1)
