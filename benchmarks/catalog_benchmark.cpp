@@ -22,7 +22,7 @@ namespace {
 void registerFor(int clips)
 {
     const auto catalog = catalogOf(clips);
-    const QByteArray text = QJsonDocument(jsonFromRecord(catalog)).toJson(QJsonDocument::Compact);
+    const QByteArray text = lineFromRecord(catalog);
     const QString size = u"%1_clips"_s.arg(clips);
     const auto add = [&](const char *name, auto run) {
         const std::string key = name + ('_' + size.toStdString());

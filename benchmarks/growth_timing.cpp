@@ -159,8 +159,7 @@ void measureCatalogs()
 {
     std::vector<Size> sizes;
     for (const int clips : {100, 1'000, 10'000, 100'000}) {
-        const QByteArray text =
-            QJsonDocument(jsonFromRecord(catalogOf(clips))).toJson(QJsonDocument::Compact);
+        const QByteArray text = lineFromRecord(catalogOf(clips));
         const VORNLibrary known = mergeCatalog(catalogOf(clips), sampleCatalogURL, {});
         sizes.push_back({clips, [text, known](int) {
                              const auto catalog = recordFromJson<DeviceCatalog>(text, u"c"_s);

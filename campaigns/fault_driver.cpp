@@ -230,10 +230,11 @@ private:
 
     void showState()
     {
-        const QJsonObject state{{u"identity"_s, m_store->collectorIdentity()},
-                                {u"library"_s, jsonFromRecord(m_store->library())},
-                                {u"found"_s, QJsonArray::fromStringList(m_found)},
-                                {u"appended"_s, QJsonArray::fromStringList(m_appended)}};
+        const QJsonObject state{
+            {u"identity"_s, m_store->collectorIdentity()},
+            {u"library"_s, parseJson(jsonFromRecord(m_store->library())).object()},
+            {u"found"_s, QJsonArray::fromStringList(m_found)},
+            {u"appended"_s, QJsonArray::fromStringList(m_appended)}};
         print("state", QJsonDocument(state).toJson(QJsonDocument::Compact));
     }
 

@@ -51,8 +51,9 @@ ExitCode runCheck()
     if (!isNumber || !(question.boundFrames > 0))
         throw UsageError(u"--within must be frames, such as 0.5."_s);
     const AlignmentCheck check = checkAlignment(question);
-    print(stdout, parser.isSet(u"json"_s) ? QString::fromUtf8(prettyJson(alignmentJson(check)))
-                                          : alignmentText(check));
+    print(stdout, parser.isSet(u"json"_s)
+                      ? QString::fromUtf8(QJsonDocument(alignmentJson(check)).toJson())
+                      : alignmentText(check));
     return check.isWithinBound() ? done : failed;
 }
 
@@ -80,8 +81,9 @@ ExitCode runCut()
     const CutCheck check =
         checkCut({required(parser, u"package"_s), required(parser, u"truth"_s),
                   required(parser, u"decisions"_s), parser.value(u"pictures"_s)});
-    print(stdout,
-          parser.isSet(u"json"_s) ? QString::fromUtf8(prettyJson(cutJson(check))) : cutText(check));
+    print(stdout, parser.isSet(u"json"_s)
+                      ? QString::fromUtf8(QJsonDocument(cutJson(check)).toJson())
+                      : cutText(check));
     return check.isRight() ? done : failed;
 }
 

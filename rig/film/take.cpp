@@ -33,14 +33,15 @@ TakePlan makeTake(TakeOptions options, const QString &folder,
             if (onMovie)
                 onMovie(plan.phones[index]);
         });
-    writeFileAtomically(folder + u"/truth.json"_s, prettyJson(truthJson(plan)),
+    writeFileAtomically(folder + u"/truth.json"_s, QJsonDocument(truthJson(plan)).toJson(),
                         FileMode::followUmask);
     if (plan.hasManifest) {
         std::vector<QString> digests;
         digests.reserve(plan.phones.size());
         for (const PhonePlan &phone : plan.phones)
             digests.push_back(sha256OfFile(folder + u'/' + phone.fileName));
-        writeFileAtomically(folder + u"/manifest.json"_s, prettyJson(manifestJson(plan, digests)),
+        writeFileAtomically(folder + u"/manifest.json"_s,
+                            QJsonDocument(manifestJson(plan, digests)).toJson(),
                             FileMode::followUmask);
     }
     newFolder.keep();

@@ -243,7 +243,7 @@ SoundSet makeSoundSet(const SoundSetOptions &options, const QString &folder,
             if (onRecording)
                 onRecording(set.recordings[index]);
         });
-    writeFileAtomically(folder + u"/truth.json"_s, prettyJson(soundSetJson(set)),
+    writeFileAtomically(folder + u"/truth.json"_s, QJsonDocument(soundSetJson(set)).toJson(),
                         FileMode::followUmask);
     newFolder.keep();
     return set;

@@ -2,7 +2,12 @@
 
 #include "base/json_text.h"
 
+#include <QStringEncoder>
+
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
 #include <cstring>
 #include <string_view>
 
@@ -69,6 +74,42 @@ void lowerFalseMinima(QByteArray &json)
     }
 }
 
+/// How much of the text's beginning stands in quotes as it is.
+qsizetype plainLength(QStringView text)
+{
+    qsizetype at = 0;
+    while (at < text.size()) {
+        const QChar c = text[at];
+        if (c < u' ' || c == u'"' || c == u'\\' || c == u'/')
+            break;
+        if (c.isSurrogate()) {
+            const bool isPair =
+                c.isHighSurrogate() && at + 1 < text.size() && text[at + 1].isLowSurrogate();
+            if (!isPair)
+                break;
+            ++at;
+        }
+        ++at;
+    }
+    return at;
+}
+
+void appendUtf8(QByteArray &json, QStringView text)
+{
+    QStringEncoder encoder(QStringEncoder::Utf8);
+    const qsizetype begin = json.size();
+    json.resize(begin + encoder.requiredSpace(text.size()));
+    json.truncate(encoder.appendToBuffer(json.data() + begin, text) - json.constData());
+}
+
+void appendEscape(QByteArray &json, char16_t c)
+{
+    if (c == u'"' || c == u'\\' || c == u'/')
+        json.append('\\').append(char(c));
+    else
+        json += "\\u" + QByteArray::number(c, 16).rightJustified(4, '0');
+}
+
 } // namespace
 
 QJsonDocument parseJson(const QByteArray &text, QJsonParseError *error)
@@ -95,34 +136,34 @@ QJsonObject parseJsonObject(const QByteArray &text, const QString &name)
     return document.object();
 }
 
-QByteArray prettyJson(const QJsonObject &object)
+void appendJson(QByteArray &json, QStringView text)
 {
-    return nestedJson(object, 0) + '\n';
+    json += '"';
+    qsizetype plain = plainLength(text);
+    appendUtf8(json, text.first(plain));
+    while (plain < text.size()) {
+        appendEscape(json, text[plain].unicode());
+        text = text.sliced(plain + 1);
+        plain = plainLength(text);
+        appendUtf8(json, text.first(plain));
+    }
+    json += '"';
 }
 
-QByteArray nestedJson(const QJsonObject &object, qsizetype levels)
+void appendJson(QByteArray &json, double number)
 {
-    constexpr qsizetype qtIndent = 4;
-    const QByteArray indented = QJsonDocument(object).toJson(QJsonDocument::Indented);
-    QByteArray text;
-    text.reserve(indented.size());
-    bool isLineStart = false;
-    qsizetype blanks = 0;
-    for (const char c : QByteArrayView(indented).chopped(1)) {
-        if (isLineStart && c == ' ') {
-            ++blanks;
-            continue;
-        }
-        if (isLineStart)
-            text.append(levels + blanks / qtIndent, '\t');
-        // A line feed or a slash inside a text: the one is always escaped, the other never.
-        if (c == '/')
-            text += '\\';
-        text += c;
-        isLineStart = c == '\n';
-        blanks = 0;
+    if (!std::isfinite(number)) {
+        json += "null";
+        return;
     }
-    return text;
+    // ECMAScript's rule keeps numbers of a common size without an exponent.
+    std::array<char, 32> digits{};
+    const double size = std::abs(number);
+    const bool isCommon = size == 0 || (size >= 1e-4 && size < 1e15);
+    const auto end = isCommon ? std::to_chars(digits.begin(), digits.end(), number + 0.0,
+                                              std::chars_format::fixed)
+                              : std::to_chars(digits.begin(), digits.end(), number);
+    json.append(digits.data(), end.ptr - digits.data());
 }
 
 } // namespace vorn

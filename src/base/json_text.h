@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QString>
+#include <QStringView>
 
 namespace vorn {
 
@@ -27,11 +28,10 @@ public:
 /// bounded by Qt (1024 levels). Throws JsonError.
 [[nodiscard]] QJsonObject parseJsonObject(const QByteArray &text, const QString &name);
 
-/// The text of an object: UTF-8, one key a line in sorted order, one tab a level (blanks would
-/// double a large library), a slash written "\/", a line feed at the end.
-[[nodiscard]] QByteArray prettyJson(const QJsonObject &object);
+/// Appends a text as JSON writes it: in quotes, UTF-8, a slash as "\/", half a character escaped.
+void appendJson(QByteArray &json, QStringView text);
 
-/// The same as it stands inside another text, `levels` deep: without the line feed.
-[[nodiscard]] QByteArray nestedJson(const QJsonObject &object, qsizetype levels);
+/// Appends the shortest number that reads as `number`; null for one that is not finite.
+void appendJson(QByteArray &json, double number);
 
 } // namespace vorn

@@ -21,7 +21,7 @@ void readJsonText(const QString &text, DirectorEditEventKind &kind);
 
 /// A field whose value is text in JSON.
 template <class Fields, class Value>
-void describeAsText(Fields &fields, const QString &key, Value &value)
+void describeAsText(Fields &fields, QStringView key, Value &value)
 {
     if constexpr (std::is_const_v<Value>) {
         fields(key, jsonText(value));
@@ -32,13 +32,13 @@ void describeAsText(Fields &fields, const QString &key, Value &value)
     }
 }
 template <class Fields, class Value>
-void describeAsText(Fields &fields, const QString &key, const std::optional<Value> &value)
+void describeAsText(Fields &fields, QStringView key, const std::optional<Value> &value)
 {
     if (value)
         fields(key, jsonText(*value));
 }
 template <class Fields, class Value>
-void describeAsText(Fields &fields, const QString &key, std::optional<Value> &value)
+void describeAsText(Fields &fields, QStringView key, std::optional<Value> &value)
 {
     std::optional<QString> text;
     fields(key, text);
@@ -50,23 +50,23 @@ void describeAsText(Fields &fields, const QString &key, std::optional<Value> &va
 template <class Fields, recordOf<DirectorEditEvent> Record>
 void describe(Fields &&fields, Record &event)
 {
-    describeAsText(fields, QStringLiteral("id"), event.id);
-    describeAsText(fields, QStringLiteral("kind"), event.kind);
-    fields(QStringLiteral("elapsedSeconds"), event.elapsedSeconds);
-    fields(QStringLiteral("fromCameraID"), event.fromCameraID);
-    fields(QStringLiteral("toCameraID"), event.toCameraID);
-    describeAsText(fields, QStringLiteral("transition"), event.transition);
-    fields(QStringLiteral("durationSeconds"), event.durationSeconds);
-    fields(QStringLiteral("label"), event.label);
+    fields(u"durationSeconds", event.durationSeconds);
+    fields(u"elapsedSeconds", event.elapsedSeconds);
+    fields(u"fromCameraID", event.fromCameraID);
+    describeAsText(fields, u"id", event.id);
+    describeAsText(fields, u"kind", event.kind);
+    fields(u"label", event.label);
+    fields(u"toCameraID", event.toCameraID);
+    describeAsText(fields, u"transition", event.transition);
 }
 
 template <class Fields, recordOf<LiveEditTimeline> Record>
 void describe(Fields &&fields, Record &timeline)
 {
-    describeAsText(fields, QStringLiteral("startedAt"), timeline.startedAt);
-    fields(QStringLiteral("previewCameraID"), timeline.previewCameraID);
-    fields(QStringLiteral("programCameraID"), timeline.programCameraID);
-    fields(QStringLiteral("events"), timeline.events);
+    fields(u"events", timeline.events);
+    fields(u"previewCameraID", timeline.previewCameraID);
+    fields(u"programCameraID", timeline.programCameraID);
+    describeAsText(fields, u"startedAt", timeline.startedAt);
 }
 
 } // namespace vorn

@@ -16,27 +16,27 @@ namespace vorn {
 
 template <class Fields, recordOf<JournalHead> Record> void describe(Fields &&fields, Record &head)
 {
-    fields(u"version"_s, head.version);
-    describeAsText(fields, u"sessionID"_s, head.sessionID);
-    describeAsText(fields, u"startedAt"_s, head.startedAt);
-    fields(u"plannedTakeID"_s, head.plannedTakeID);
-    fields(u"projectID"_s, head.projectID);
-    fields(u"projectName"_s, head.projectName);
+    fields(u"plannedTakeID", head.plannedTakeID);
+    fields(u"projectID", head.projectID);
+    fields(u"projectName", head.projectName);
+    describeAsText(fields, u"sessionID", head.sessionID);
+    describeAsText(fields, u"startedAt", head.startedAt);
+    fields(u"version", head.version);
 }
 
 template <class Fields, recordOf<JournalCamera> Record>
 void describe(Fields &&fields, Record &camera)
 {
-    fields(u"id"_s, camera.id);
-    fields(u"takeId"_s, camera.takeId);
-    fields(u"recordingSeconds"_s, camera.recordingSeconds);
-    fields(u"uncertaintySeconds"_s, camera.uncertaintySeconds);
+    fields(u"id", camera.id);
+    fields(u"recordingSeconds", camera.recordingSeconds);
+    fields(u"takeId", camera.takeId);
+    fields(u"uncertaintySeconds", camera.uncertaintySeconds);
 }
 
 template <class Fields, recordOf<JournalEntry> Record> void describe(Fields &&fields, Record &entry)
 {
-    fields(u"event"_s, entry.event);
-    fields(u"cameras"_s, entry.cameras);
+    fields(u"cameras", entry.cameras);
+    fields(u"event", entry.event);
 }
 
 namespace {
@@ -94,7 +94,7 @@ bool arePossible(const std::vector<JournalCamera> &cameras)
 
 template <class Record> QByteArray line(const Record &record)
 {
-    return QJsonDocument(jsonFromRecord(record)).toJson(QJsonDocument::Compact) + '\n';
+    return lineFromRecord(record) + '\n';
 }
 
 /// The lines of a text, without what stands behind the last line feed.

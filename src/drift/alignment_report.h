@@ -34,46 +34,45 @@ struct AlignmentReport {
 
 template <class Fields, recordOf<MediaInfo> Record> void describe(Fields &&fields, Record &media)
 {
-    fields(QStringLiteral("duration"), media.duration);
-    fields(QStringLiteral("width"), media.width);
-    fields(QStringLiteral("height"), media.height);
-    fields(QStringLiteral("fps"), media.fps);
-    fields(QStringLiteral("hasAudio"), media.hasAudio);
+    fields(u"duration", media.duration);
+    fields(u"fps", media.fps);
+    fields(u"hasAudio", media.hasAudio);
+    fields(u"height", media.height);
+    fields(u"width", media.width);
 }
 
 template <class Fields, recordOf<DriftCorrection> Record>
 void describe(Fields &&fields, Record &correction)
 {
-    fields(QStringLiteral("offsetSeconds"), correction.offsetSeconds);
-    fields(QStringLiteral("referenceSecondsPerSourceSecond"),
-           correction.referenceSecondsPerSourceSecond);
-    fields(QStringLiteral("driftPPM"), correction.driftPPM);
-    fields(QStringLiteral("maxResidualMs"), correction.maxResidualMs);
-    fields(QStringLiteral("endpointUncertaintyMs"), correction.endpointUncertaintyMs);
-    fields(QStringLiteral("retime"), correction.retime);
+    fields(u"driftPPM", correction.driftPPM);
+    fields(u"endpointUncertaintyMs", correction.endpointUncertaintyMs);
+    fields(u"maxResidualMs", correction.maxResidualMs);
+    fields(u"offsetSeconds", correction.offsetSeconds);
+    fields(u"referenceSecondsPerSourceSecond", correction.referenceSecondsPerSourceSecond);
+    fields(u"retime", correction.retime);
 }
 
 template <class Fields, recordOf<ExportClipReport> Record>
 void describe(Fields &&fields, Record &clip)
 {
-    fields(QStringLiteral("cameraId"), clip.cameraId);
-    fields(QStringLiteral("path"), clip.path);
-    fields(QStringLiteral("sha256"), clip.sha256);
-    fields(QStringLiteral("media"), clip.media);
-    fields(QStringLiteral("correction"), clip.correction);
-    fields(QStringLiteral("playbackSpeedPercent"), clip.playbackSpeedPercent);
+    fields(u"cameraId", clip.cameraId);
+    fields(u"correction", clip.correction);
+    fields(u"media", clip.media);
+    fields(u"path", clip.path);
+    fields(u"playbackSpeedPercent", clip.playbackSpeedPercent);
+    fields(u"sha256", clip.sha256);
 }
 
 template <class Fields, recordOf<AlignmentReport> Record>
 void describe(Fields &&fields, Record &report)
 {
-    fields(QStringLiteral("schemaVersion"), report.schemaVersion);
-    fields(QStringLiteral("projectId"), report.projectId);
-    fields(QStringLiteral("takeId"), report.takeId);
-    fields(QStringLiteral("referenceCameraId"), report.referenceCameraId);
-    fields(QStringLiteral("originalsModified"), report.originalsModified);
-    fields(QStringLiteral("resolveImportVerified"), report.resolveImportVerified);
-    fields(QStringLiteral("clips"), report.clips);
+    fields(u"clips", report.clips);
+    fields(u"originalsModified", report.originalsModified);
+    fields(u"projectId", report.projectId);
+    fields(u"referenceCameraId", report.referenceCameraId);
+    fields(u"resolveImportVerified", report.resolveImportVerified);
+    fields(u"schemaVersion", report.schemaVersion);
+    fields(u"takeId", report.takeId);
 }
 
 } // namespace vorn

@@ -198,8 +198,8 @@ QString DriftEngine::exportPackage(const VORNProject &project, const VORNTake &t
     const SourceManifest manifest = sourceManifest(project, take, referenceCameraId, placed);
     std::vector files{PackageFile{timelineFileName,
                                   timelineDocument(project.name, take.id, fps, placed).toUtf8()},
-                      PackageFile{reportFileName, prettyJson(jsonFromRecord(report))},
-                      PackageFile{manifestFileName, prettyJson(jsonFromRecord(manifest))}};
+                      PackageFile{reportFileName, jsonFromRecord(report)},
+                      PackageFile{manifestFileName, jsonFromRecord(manifest)}};
     if (const auto cut = directorCut(decisions, placed, fps))
         files.push_back(
             {directorCutFileName, directorCutDocument(project.name, take.id, fps, placed, *cut,

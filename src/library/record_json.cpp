@@ -16,12 +16,12 @@ QString pathOf(const JsonPlace &place)
     const QString path = pathOf(*place.above);
     if (place.name.isEmpty())
         return u"%1[%2]"_s.arg(path, QString::number(place.index));
-    return path.isEmpty() ? place.name : path + u'.' + place.name;
+    return path.isEmpty() ? place.name.toString() : path + u'.' + place.name.toString();
 }
 
-const QString &documentOf(const JsonPlace &place)
+QString documentOf(const JsonPlace &place)
 {
-    return place.above ? documentOf(*place.above) : place.name;
+    return place.above ? documentOf(*place.above) : place.name.toString();
 }
 
 } // namespace

@@ -7,15 +7,18 @@
 
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QStringView>
 
 #include <concepts>
 #include <type_traits>
+#include <utility>
 
 namespace vorn {
 
-// The JSON form of records. A record lists its fields once, in `describe(fields, record)`; reading
-// and writing both follow from that list. Plain fields are required; an std::optional that is
-// absent is left out, and read as absent when missing or null. Unknown keys are ignored.
+// The JSON form of records. A record lists its fields once, in `describe(fields, record)`, in the
+// order of their keys; reading and writing both follow from that list. Plain fields are required;
+// an std::optional that is absent is left out, and read as absent when missing or null. Unknown
+// keys are ignored.
 
 /// A list of records, such as std::vector or QList.
 template <class List>
@@ -24,7 +27,7 @@ concept recordList = requires(List list) { list.emplace_back(); };
 /// Where a value stands in a document. Put into words only when the value is wrong.
 struct JsonPlace {
     const JsonPlace *above = nullptr; ///< the object or list around it; null for the document
-    QString name = {};                ///< the document's, or the key; empty for a list's element
+    QStringView name = {};            ///< the document's, or the key; empty for a list's element
     qsizetype index = 0;              ///< of a list's element
 };
 
@@ -36,11 +39,11 @@ public:
     {
     }
 
-    template <class Value> void operator()(const QString &key, Value &value) const
+    template <class Value> void operator()(QStringView key, Value &value) const
     {
         read(m_object.value(key), {&m_place, key}, value);
     }
-    template <class Value> void operator()(const QString &key, std::optional<Value> &value) const
+    template <class Value> void operator()(QStringView key, std::optional<Value> &value) const
     {
         const QJsonValue json = m_object.value(key);
         if (json.isUndefined() || json.isNull())
@@ -49,7 +52,7 @@ public:
             read(json, {&m_place, key}, value.emplace());
     }
     /// A list that counts as empty when the key is missing.
-    template <recordList List> void listOrEmpty(const QString &key, List &list) const
+    template <recordList List> void listOrEmpty(QStringView key, List &list) const
     {
         const QJsonValue json = m_object.value(key);
         if (!json.isUndefined() && !json.isNull())
@@ -87,45 +90,74 @@ private:
     const JsonPlace &m_place;
 };
 
-/// Collects the fields of one record into an object.
+/// Appends a value's text. Fields are listed in the order of their keys, in which they are written.
 class JsonWriter {
 public:
-    template <class Value> void operator()(const QString &key, const Value &value)
+    /// All in one line, or a key a line, that many tabs deep (blanks would double a large library).
+    static constexpr qsizetype oneLine = -1;
+    JsonWriter(QByteArray &json, qsizetype level) : m_json(json), m_level(level) {}
+
+    template <class Value> void operator()(QStringView key, const Value &value)
     {
-        m_object.insert(key, json(value));
+        Q_ASSERT(m_last < key);
+        m_last = key;
+        beginItem();
+        appendJson(m_json, key);
+        m_json.append(m_level == oneLine ? ":" : ": ");
+        write(value);
     }
-    template <class Value> void operator()(const QString &key, const std::optional<Value> &value)
+    template <class Value> void operator()(QStringView key, const std::optional<Value> &value)
     {
         if (value)
-            m_object.insert(key, json(*value));
+            (*this)(key, *value);
     }
-    template <recordList List> void listOrEmpty(const QString &key, const List &list)
+    template <recordList List> void listOrEmpty(QStringView key, const List &list)
     {
         (*this)(key, list);
     }
 
-    [[nodiscard]] const QJsonObject &object() const { return m_object; }
+    void write(const QString &value) { appendJson(m_json, value); }
+    void write(std::int64_t value) { m_json += QByteArray::number(qint64{value}); }
+    void write(double value) { appendJson(m_json, value); }
+    void write(bool value) { m_json += value ? "true" : "false"; }
+    template <class Record> void write(const Record &record)
+    {
+        m_json += '{';
+        JsonWriter fields(m_json, inner());
+        describe(fields, record);
+        newLine(m_level);
+        m_json += '}';
+    }
+    template <recordList List> void write(const List &list)
+    {
+        m_json += '[';
+        JsonWriter items(m_json, inner());
+        for (const auto &item : list) {
+            items.beginItem();
+            items.write(item);
+        }
+        newLine(m_level);
+        m_json += ']';
+    }
 
 private:
-    static QJsonValue json(const QString &value) { return value; }
-    static QJsonValue json(std::int64_t value) { return qint64{value}; }
-    static QJsonValue json(double value) { return value; }
-    static QJsonValue json(bool value) { return value; }
-    template <class Record> static QJsonValue json(const Record &record)
+    [[nodiscard]] qsizetype inner() const { return m_level == oneLine ? oneLine : m_level + 1; }
+    void newLine(qsizetype level)
     {
-        JsonWriter writer;
-        describe(writer, record);
-        return writer.m_object;
+        if (m_level != oneLine)
+            m_json.append('\n').append(level, '\t');
     }
-    template <recordList List> static QJsonValue json(const List &list)
+    void beginItem()
     {
-        QJsonArray array;
-        for (const auto &record : list)
-            array.append(json(record));
-        return array;
+        if (std::exchange(m_hasItems, true))
+            m_json += ',';
+        newLine(m_level);
     }
 
-    QJsonObject m_object;
+    QByteArray &m_json;
+    qsizetype m_level;
+    bool m_hasItems = false;
+    QStringView m_last; ///< the key
 };
 
 /// `Type` is `Record`, or const as a writer sees it.
@@ -135,140 +167,140 @@ concept recordOf = std::same_as<std::remove_const_t<Type>, Record>;
 template <class Fields, recordOf<TimingAnchor> Record>
 void describe(Fields &&fields, Record &anchor)
 {
-    fields(QStringLiteral("source_seconds"), anchor.sourceSeconds);
-    fields(QStringLiteral("reference_seconds"), anchor.referenceSeconds);
-    fields(QStringLiteral("confidence"), anchor.confidence);
-    fields(QStringLiteral("uncertainty_ms"), anchor.uncertaintyMs);
+    fields(u"confidence", anchor.confidence);
+    fields(u"reference_seconds", anchor.referenceSeconds);
+    fields(u"source_seconds", anchor.sourceSeconds);
+    fields(u"uncertainty_ms", anchor.uncertaintyMs);
 }
 
 template <class Fields, recordOf<VORNClip> Record> void describe(Fields &&fields, Record &clip)
 {
-    fields(QStringLiteral("id"), clip.id);
-    fields(QStringLiteral("cameraId"), clip.cameraId);
-    fields(QStringLiteral("fileName"), clip.fileName);
-    fields(QStringLiteral("localPath"), clip.localPath);
-    fields(QStringLiteral("remoteURL"), clip.remoteURL);
-    fields(QStringLiteral("sizeBytes"), clip.sizeBytes);
-    fields(QStringLiteral("sha256"), clip.sha256);
-    fields(QStringLiteral("anchorMeaning"), clip.anchorMeaning);
-    fields(QStringLiteral("anchors"), clip.anchors);
-    fields(QStringLiteral("mediaKind"), clip.mediaKind);
-    fields(QStringLiteral("hasVideo"), clip.hasVideo);
-    fields(QStringLiteral("hasAudio"), clip.hasAudio);
-    fields(QStringLiteral("timingSidecarURL"), clip.timingSidecarURL);
-    fields(QStringLiteral("timingSidecarSHA256"), clip.timingSidecarSHA256);
-    fields(QStringLiteral("deviceId"), clip.deviceId);
-    fields(QStringLiteral("deviceName"), clip.deviceName);
-    fields(QStringLiteral("originCatalogRevision"), clip.originCatalogRevision);
+    fields(u"anchorMeaning", clip.anchorMeaning);
+    fields(u"anchors", clip.anchors);
+    fields(u"cameraId", clip.cameraId);
+    fields(u"deviceId", clip.deviceId);
+    fields(u"deviceName", clip.deviceName);
+    fields(u"fileName", clip.fileName);
+    fields(u"hasAudio", clip.hasAudio);
+    fields(u"hasVideo", clip.hasVideo);
+    fields(u"id", clip.id);
+    fields(u"localPath", clip.localPath);
+    fields(u"mediaKind", clip.mediaKind);
+    fields(u"originCatalogRevision", clip.originCatalogRevision);
+    fields(u"remoteURL", clip.remoteURL);
+    fields(u"sha256", clip.sha256);
+    fields(u"sizeBytes", clip.sizeBytes);
+    fields(u"timingSidecarSHA256", clip.timingSidecarSHA256);
+    fields(u"timingSidecarURL", clip.timingSidecarURL);
 }
 
 template <class Fields, recordOf<VORNTake> Record> void describe(Fields &&fields, Record &take)
 {
-    fields(QStringLiteral("id"), take.id);
-    fields(QStringLiteral("projectNameAtCapture"), take.projectNameAtCapture);
-    fields(QStringLiteral("projectRevisionAtCapture"), take.projectRevisionAtCapture);
-    fields(QStringLiteral("createdAt"), take.createdAt);
-    fields(QStringLiteral("referenceCameraId"), take.referenceCameraId);
-    fields(QStringLiteral("timelineFPS"), take.timelineFPS);
-    fields(QStringLiteral("sourceManifestPath"), take.sourceManifestPath);
-    fields(QStringLiteral("clips"), take.clips);
+    fields(u"clips", take.clips);
+    fields(u"createdAt", take.createdAt);
+    fields(u"id", take.id);
+    fields(u"projectNameAtCapture", take.projectNameAtCapture);
+    fields(u"projectRevisionAtCapture", take.projectRevisionAtCapture);
+    fields(u"referenceCameraId", take.referenceCameraId);
+    fields(u"sourceManifestPath", take.sourceManifestPath);
+    fields(u"timelineFPS", take.timelineFPS);
 }
 
 template <class Fields, recordOf<VORNProject> Record>
 void describe(Fields &&fields, Record &project)
 {
-    fields(QStringLiteral("id"), project.id);
-    fields(QStringLiteral("name"), project.name);
-    fields(QStringLiteral("revision"), project.revision);
-    fields(QStringLiteral("takes"), project.takes);
+    fields(u"id", project.id);
+    fields(u"name", project.name);
+    fields(u"revision", project.revision);
+    fields(u"takes", project.takes);
 }
 
 template <class Fields, recordOf<VORNLibrary> Record>
 void describe(Fields &&fields, Record &library)
 {
-    fields(QStringLiteral("projects"), library.projects);
+    fields(u"projects", library.projects);
 }
 
 template <class Fields, recordOf<SourceClip> Record> void describe(Fields &&fields, Record &clip)
 {
-    fields(QStringLiteral("clipId"), clip.clipId);
-    fields(QStringLiteral("cameraId"), clip.cameraId);
-    fields(QStringLiteral("takeId"), clip.takeId);
-    fields(QStringLiteral("path"), clip.path);
-    fields(QStringLiteral("sha256"), clip.sha256);
-    fields(QStringLiteral("anchorMeaning"), clip.anchorMeaning);
-    fields.listOrEmpty(QStringLiteral("anchors"), clip.anchors);
-    fields(QStringLiteral("mediaKind"), clip.mediaKind);
-    fields(QStringLiteral("timingSidecarPath"), clip.timingSidecarPath);
-    fields(QStringLiteral("timingSidecarSHA256"), clip.timingSidecarSHA256);
-    fields(QStringLiteral("deviceId"), clip.deviceId);
-    fields(QStringLiteral("deviceName"), clip.deviceName);
+    fields(u"anchorMeaning", clip.anchorMeaning);
+    fields.listOrEmpty(u"anchors", clip.anchors);
+    fields(u"cameraId", clip.cameraId);
+    fields(u"clipId", clip.clipId);
+    fields(u"deviceId", clip.deviceId);
+    fields(u"deviceName", clip.deviceName);
+    fields(u"mediaKind", clip.mediaKind);
+    fields(u"path", clip.path);
+    fields(u"sha256", clip.sha256);
+    fields(u"takeId", clip.takeId);
+    fields(u"timingSidecarPath", clip.timingSidecarPath);
+    fields(u"timingSidecarSHA256", clip.timingSidecarSHA256);
 }
 
 template <class Fields, recordOf<SourceManifest> Record>
 void describe(Fields &&fields, Record &manifest)
 {
-    fields(QStringLiteral("schemaVersion"), manifest.schemaVersion);
-    fields(QStringLiteral("projectId"), manifest.projectId);
-    fields(QStringLiteral("projectName"), manifest.projectName);
-    fields(QStringLiteral("projectRevision"), manifest.projectRevision);
-    fields(QStringLiteral("projectNameAtCapture"), manifest.projectNameAtCapture);
-    fields(QStringLiteral("projectRevisionAtCapture"), manifest.projectRevisionAtCapture);
-    fields(QStringLiteral("takeId"), manifest.takeId);
-    fields(QStringLiteral("referenceCameraId"), manifest.referenceCameraId);
-    fields(QStringLiteral("timelineFPS"), manifest.timelineFPS);
-    fields(QStringLiteral("clips"), manifest.clips);
+    fields(u"clips", manifest.clips);
+    fields(u"projectId", manifest.projectId);
+    fields(u"projectName", manifest.projectName);
+    fields(u"projectNameAtCapture", manifest.projectNameAtCapture);
+    fields(u"projectRevision", manifest.projectRevision);
+    fields(u"projectRevisionAtCapture", manifest.projectRevisionAtCapture);
+    fields(u"referenceCameraId", manifest.referenceCameraId);
+    fields(u"schemaVersion", manifest.schemaVersion);
+    fields(u"takeId", manifest.takeId);
+    fields(u"timelineFPS", manifest.timelineFPS);
 }
 
 template <class Fields, recordOf<CatalogClip> Record> void describe(Fields &&fields, Record &clip)
 {
-    fields(QStringLiteral("clipId"), clip.clipId);
-    fields(QStringLiteral("cameraId"), clip.cameraId);
-    fields(QStringLiteral("fileName"), clip.fileName);
-    fields(QStringLiteral("sizeBytes"), clip.sizeBytes);
-    fields(QStringLiteral("sha256"), clip.sha256);
-    fields(QStringLiteral("downloadURL"), clip.downloadURL);
-    fields(QStringLiteral("finalized"), clip.finalized);
-    fields(QStringLiteral("mediaKind"), clip.mediaKind);
-    fields(QStringLiteral("hasVideo"), clip.hasVideo);
-    fields(QStringLiteral("hasAudio"), clip.hasAudio);
-    fields(QStringLiteral("timingSidecarURL"), clip.timingSidecarURL);
-    fields(QStringLiteral("timingSidecarSHA256"), clip.timingSidecarSHA256);
-    fields(QStringLiteral("anchorMeaning"), clip.anchorMeaning);
-    fields(QStringLiteral("anchors"), clip.anchors);
+    fields(u"anchorMeaning", clip.anchorMeaning);
+    fields(u"anchors", clip.anchors);
+    fields(u"cameraId", clip.cameraId);
+    fields(u"clipId", clip.clipId);
+    fields(u"downloadURL", clip.downloadURL);
+    fields(u"fileName", clip.fileName);
+    fields(u"finalized", clip.finalized);
+    fields(u"hasAudio", clip.hasAudio);
+    fields(u"hasVideo", clip.hasVideo);
+    fields(u"mediaKind", clip.mediaKind);
+    fields(u"sha256", clip.sha256);
+    fields(u"sizeBytes", clip.sizeBytes);
+    fields(u"timingSidecarSHA256", clip.timingSidecarSHA256);
+    fields(u"timingSidecarURL", clip.timingSidecarURL);
 }
 
 template <class Fields, recordOf<CatalogTake> Record> void describe(Fields &&fields, Record &take)
 {
-    fields(QStringLiteral("takeId"), take.takeId);
-    fields(QStringLiteral("projectId"), take.projectId);
-    fields(QStringLiteral("projectNameAtCapture"), take.projectNameAtCapture);
-    fields(QStringLiteral("projectRevisionAtCapture"), take.projectRevisionAtCapture);
-    fields(QStringLiteral("createdAt"), take.createdAt);
-    fields(QStringLiteral("referenceCameraId"), take.referenceCameraId);
-    fields(QStringLiteral("timelineFPS"), take.timelineFPS);
-    fields(QStringLiteral("clips"), take.clips);
+    fields(u"clips", take.clips);
+    fields(u"createdAt", take.createdAt);
+    fields(u"projectId", take.projectId);
+    fields(u"projectNameAtCapture", take.projectNameAtCapture);
+    fields(u"projectRevisionAtCapture", take.projectRevisionAtCapture);
+    fields(u"referenceCameraId", take.referenceCameraId);
+    fields(u"takeId", take.takeId);
+    fields(u"timelineFPS", take.timelineFPS);
 }
 
 template <class Fields, recordOf<CatalogProject> Record>
 void describe(Fields &&fields, Record &project)
 {
-    fields(QStringLiteral("projectId"), project.projectId);
-    fields(QStringLiteral("name"), project.name);
-    fields(QStringLiteral("revision"), project.revision);
-    fields(QStringLiteral("takes"), project.takes);
+    fields(u"name", project.name);
+    fields(u"projectId", project.projectId);
+    fields(u"revision", project.revision);
+    fields(u"takes", project.takes);
 }
 
 template <class Fields, recordOf<DeviceCatalog> Record>
 void describe(Fields &&fields, Record &catalog)
 {
-    fields(QStringLiteral("schemaVersion"), catalog.schemaVersion);
-    fields(QStringLiteral("deviceId"), catalog.deviceId);
-    fields(QStringLiteral("deviceName"), catalog.deviceName);
-    fields(QStringLiteral("catalogRevision"), catalog.catalogRevision);
-    fields(QStringLiteral("generatedAt"), catalog.generatedAt);
-    fields(QStringLiteral("projects"), catalog.projects);
-    fields(QStringLiteral("unassignedTakes"), catalog.unassignedTakes);
+    fields(u"catalogRevision", catalog.catalogRevision);
+    fields(u"deviceId", catalog.deviceId);
+    fields(u"deviceName", catalog.deviceName);
+    fields(u"generatedAt", catalog.generatedAt);
+    fields(u"projects", catalog.projects);
+    fields(u"schemaVersion", catalog.schemaVersion);
+    fields(u"unassignedTakes", catalog.unassignedTakes);
 }
 
 /// Reads a record from the text of a JSON document; `document` is what errors call the file.
@@ -282,12 +314,26 @@ template <class Record>
     return record;
 }
 
-/// The JSON object of a record.
-template <class Record> [[nodiscard]] QJsonObject jsonFromRecord(const Record &record)
+/// The text of a record in the lines of another text, `level` tabs deep: keys in order, one a line,
+/// without the last line's end.
+template <class Record>
+[[nodiscard]] QByteArray nestedJsonFromRecord(const Record &record, qsizetype level)
 {
-    JsonWriter writer;
-    describe(writer, record);
-    return writer.object();
+    QByteArray json;
+    JsonWriter(json, level).write(record);
+    return json;
+}
+
+/// The text of a document that holds a record, with its last line's end.
+template <class Record> [[nodiscard]] QByteArray jsonFromRecord(const Record &record)
+{
+    return nestedJsonFromRecord(record, 0) + '\n';
+}
+
+/// The text of a record in one line, without its end.
+template <class Record> [[nodiscard]] QByteArray lineFromRecord(const Record &record)
+{
+    return nestedJsonFromRecord(record, JsonWriter::oneLine);
 }
 
 } // namespace vorn

@@ -109,7 +109,7 @@ QString writeMovieManifest(const SourceManifest &manifest, const QString &record
     QString folder = recordings + u'/' + name;
     for (int number = 2; somethingExistsAt(folder); ++number)
         folder = recordings + u'/' + name + u'-' + QString::number(number);
-    const std::array files{PackageFile{manifestName, prettyJson(jsonFromRecord(manifest))}};
+    const std::array files{PackageFile{manifestName, jsonFromRecord(manifest)}};
     static constexpr std::array possibleNames{QLatin1StringView(manifestName)};
     try {
         writePackage(folder, files, possibleNames);

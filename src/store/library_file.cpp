@@ -53,12 +53,12 @@ LibraryFile::EncodedTake encodedTake(const VORNTake &take)
     constexpr int clipLevels = 6; // take, clips
     VORNTake bare = take;
     bare.clips.clear();
-    const QByteArray frame = nestedJson(jsonFromRecord(bare), levels);
+    const QByteArray frame = nestedJsonFromRecord(bare, levels);
     const qsizetype bracket = frame.indexOf('[') + 1; // "clips" sorts first
     QByteArray text = frame.first(bracket);
     QByteArray separator = '\n' + QByteArray(clipLevels, '\t');
     for (const VORNClip &clip : take.clips) {
-        text += separator + nestedJson(jsonFromRecord(clip), clipLevels);
+        text += separator + nestedJsonFromRecord(clip, clipLevels);
         separator = ",\n" + QByteArray(clipLevels, '\t');
     }
     text += QByteArrayView(frame).sliced(bracket);
@@ -255,18 +255,18 @@ void LibraryFile::wasSaved(std::optional<std::uint64_t> device)
 
 std::vector<QByteArray> LibraryFile::encode(const VORNLibrary &library)
 {
-    // The same text as prettyJson(jsonFromRecord(library)), put together from the texts of takes:
+    // The same text as jsonFromRecord(library), put together from the texts of takes:
     // in projects and in the library the list sorts last.
     EncodedTakes encoded;
     encoded.reserve(m_encoded.size());
     std::vector<QByteArray> pieces;
-    const Frame libraryFrame = frameOf(prettyJson(jsonFromRecord(VORNLibrary{})));
+    const Frame libraryFrame = frameOf(jsonFromRecord(VORNLibrary{}));
     pieces.push_back(libraryFrame.head);
     QByteArray separator = "\n\t\t";
     for (const VORNProject &project : library.projects) {
-        const Frame frame = frameOf(nestedJson(
-            jsonFromRecord(VORNProject{
-                .id = project.id, .name = project.name, .revision = project.revision, .takes = {}}),
+        const Frame frame = frameOf(nestedJsonFromRecord(
+            VORNProject{
+                .id = project.id, .name = project.name, .revision = project.revision, .takes = {}},
             2));
         pieces.push_back(separator + frame.head);
         separator = ",\n\t\t";

@@ -7,7 +7,6 @@
 #include "library/record_json.h"
 #include "transfer/transfer_protocol.h"
 
-#include <QJsonDocument>
 #include <QRegularExpression>
 #include <QTextBoundaryFinder>
 
@@ -19,17 +18,27 @@ namespace vorn {
 
 template <class Fields> void describe(Fields &&fields, PairingResponse &response)
 {
-    fields(u"schemaVersion"_s, response.schemaVersion);
-    fields(u"deviceId"_s, response.deviceId);
-    fields(u"sessionId"_s, response.sessionId);
+    fields(u"schemaVersion", response.schemaVersion);
+    fields(u"deviceId", response.deviceId);
+    fields(u"sessionId", response.sessionId);
     QString left; // of the token, which has been cut out unless its escapes are wrong
-    fields(u"bearerToken"_s, left);
+    fields(u"bearerToken", left);
     if (!left.isEmpty())
         throw JsonError(u"Pairing response: bearerToken is not a text"_s);
-    fields(u"expiresAt"_s, response.expiresAt);
-    fields(u"scopes"_s, response.scopes);
-    fields(u"certificateSHA256"_s, response.certificateSHA256);
-    fields(u"foregroundOnly"_s, response.foregroundOnly);
+    fields(u"expiresAt", response.expiresAt);
+    fields(u"scopes", response.scopes);
+    fields(u"certificateSHA256", response.certificateSHA256);
+    fields(u"foregroundOnly", response.foregroundOnly);
+}
+
+/// Without the code, of which a writer would keep copies.
+template <class Fields> void describe(Fields &&fields, const PairingRequest &request)
+{
+    fields(u"certificateSHA256", request.certificateSHA256);
+    fields(u"collectorId", request.collectorId);
+    fields(u"collectorName", request.collectorName);
+    fields(u"requestId", request.requestId);
+    fields(u"schemaVersion", request.schemaVersion);
 }
 
 namespace {
@@ -73,15 +82,8 @@ QString shownCollectorName(const QString &name)
 
 SecretBytes jsonFromRequest(const PairingRequest &request)
 {
-    JsonWriter fields;
-    fields(u"schemaVersion"_s, request.schemaVersion);
-    fields(u"requestId"_s, request.requestId);
-    fields(u"collectorId"_s, request.collectorId);
-    fields(u"collectorName"_s, request.collectorName);
-    fields(u"certificateSHA256"_s, request.certificateSHA256);
-    const QByteArray open = QJsonDocument(fields.object()).toJson(QJsonDocument::Compact);
-    // A writer would keep copies of the code. Digits need no escape.
-    return secretBytes(
+    const QByteArray open = lineFromRecord(request);
+    return secretBytes( // digits need no escape
         {QByteArrayView(open).chopped(1), R"(,"pairingCode":")", request.pairingCode, R"("})"});
 }
 

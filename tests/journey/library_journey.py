@@ -44,8 +44,8 @@ def refuse_what_is_no_manifest(program, folder):
     broken.write_text('{"schemaVersion": 1}')
     program.press("Import Manifest")
     program.choose_path("Import VORN Source Manifest", broken, "Open")
-    program.wait("Manifest import failed: not a manifest.json: projectId is missing "
-                 "(a text was expected)")
+    program.wait("Manifest import failed: not a manifest.json: clips is missing "
+                 "(a list was expected)")
     program.picture("refusal")
     program.press("OK")
     wait_for("the alert to go", lambda: program.find("OK") is None)

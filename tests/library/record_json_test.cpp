@@ -21,14 +21,14 @@ VORNLibrary sampleLibrary()
     full.sizeBytes = 9007199254740993; // no double holds it
     full.sha256 = QString(64, u'0');
     full.anchorMeaning = u"same-event-reference-media-seconds"_s;
-    full.anchors = {{0.1, 3600.0000000000005, 0.95, 1.5}, {-0.0, 1e-300, 1, 5}};
+    full.anchors = {{0.1, 3600.0000000000005, 0.95, 1.5}, {-0.0, 1e-300, 1e-5, 1e20}};
     full.mediaKind = u"video"_s;
     full.hasVideo = true;
     full.hasAudio = false;
     full.timingSidecarURL = u"timing.json"_s;
     full.timingSidecarSHA256 = QString(64, u'1');
     full.deviceId = u"device"_s;
-    full.deviceName = u"Mara's phone 📱"_s;
+    full.deviceName = u"Mara's phone 📱\\\u0001"_s + QChar(0xD83D) + u"x"_s + QChar(0xDE00);
     full.originCatalogRevision = std::numeric_limits<std::int64_t>::min();
     VORNClip bare;
     bare.id = u"clip-1"_s;
@@ -55,7 +55,7 @@ class RecordJsonTest : public QObject {
 private Q_SLOTS:
     void keepsEveryFieldThroughAFile()
     {
-        const QByteArray text = prettyJson(jsonFromRecord(sampleLibrary()));
+        const QByteArray text = jsonFromRecord(sampleLibrary());
         QCOMPARE(recordFromJson<VORNLibrary>(text, u"library.json"_s), sampleLibrary());
         // Sorted keys, one a line, escaped slashes, absent fields left out, never null.
         QVERIFY(text.startsWith("{\n\t\"projects\": [\n\t\t{\n\t\t\t\"id\": \"p\",\n"));
@@ -64,6 +64,11 @@ private Q_SLOTS:
         QVERIFY(text.contains("\"source_seconds\": 0.1"));
         QCOMPARE(text.count("localPath"), 1);
         QVERIFY(!text.contains("null"));
+        QByteArray asQtHasIt = text;
+        asQtHasIt.replace('\t', "    ").replace("\\/", "/");
+        QCOMPARE(asQtHasIt, parseJson(text).toJson());
+        QCOMPARE(lineFromRecord(sampleLibrary()).replace("\\/", "/"),
+                 parseJson(text).toJson(QJsonDocument::Compact));
     }
 
     void namesThePlaceOfAFault_data()

@@ -111,7 +111,7 @@ private Q_SLOTS:
         camera.insert(u"sound"_s, QJsonObject{{u"soundDelaySeconds"_s, 10 / 343.0}});
         cameras[1] = camera;
         document.insert(u"cameras"_s, cameras);
-        writePlain(truth, prettyJson(document));
+        writePlain(truth, QJsonDocument(document).toJson());
         writePlain(m_package + u"/by-ear.fcpxml"_s, withFault(m_timeline, 10 / 343.0, 1).toUtf8());
         AlignmentQuestion question{.packageFolder = m_package,
                                    .truthPath = truth,

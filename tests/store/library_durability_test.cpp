@@ -118,7 +118,7 @@ private Q_SLOTS:
         const auto isWhole = [&] {
             file.save(library);
             return readFile(m_folder->filePath(u"library.json"_s), 1 << 24)
-                       == prettyJson(jsonFromRecord(library))
+                       == jsonFromRecord(library)
                    && LibraryFile(m_folder->path()).load() == library;
         };
         QVERIFY(isWhole());
