@@ -5,17 +5,22 @@
 #include <QHash>
 
 #include <algorithm>
+#include <ranges>
+#include <span>
 #include <utility>
 
 namespace vorn {
 namespace {
 
+using Keys = std::span<const QString>;
 using Indices = std::vector<qsizetype>;
 constexpr qsizetype gone = -1;
 
 // For each row of `from` its index in `to`, or `gone`.
-Indices newIndices(const std::vector<QString> &from, const std::vector<QString> &to)
+Indices newIndices(Keys from, Keys to)
 {
+    if (from.empty())
+        return {};
     QHash<QString, Indices> places;
     places.reserve(qsizetype(to.size()));
     for (std::size_t i = to.size(); i > 0; --i)
@@ -70,13 +75,9 @@ void removeGone(Indices &rows, std::vector<ListStep> &steps)
     }
 }
 
-} // namespace
-
-std::vector<ListStep> listSteps(const std::vector<QString> &from, const std::vector<QString> &to)
+std::vector<ListStep> stepsBetween(Keys from, Keys to)
 {
     std::vector<ListStep> steps;
-    if (from == to)
-        return steps;
     Indices rows = newIndices(from, to);
     removeGone(rows, steps);
 
@@ -90,7 +91,7 @@ std::vector<ListStep> listSteps(const std::vector<QString> &from, const std::vec
     qsizetype place = 0; // in `rows`, behind the predecessor of `next`
     for (std::size_t next = 0; next < to.size();) {
         if (stays[next]) {
-            place = std::ranges::find(rows, qsizetype(next)) - rows.begin() + 1;
+            place = std::find(rows.begin() + place, rows.end(), qsizetype(next)) - rows.begin() + 1;
             ++next;
         } else if (isOld[next]) {
             const auto mover = std::ranges::find(rows, qsizetype(next));
@@ -115,6 +116,37 @@ std::vector<ListStep> listSteps(const std::vector<QString> &from, const std::vec
             place += count;
             next = end;
         }
+    }
+    return steps;
+}
+
+/// How many keys both begin with.
+std::size_t commonHead(Keys from, Keys to)
+{
+    return std::size_t(std::ranges::mismatch(from, to).in1 - from.begin());
+}
+
+std::size_t commonTail(Keys from, Keys to)
+{
+    const auto last = std::ranges::mismatch(from | std::views::reverse, to | std::views::reverse);
+    return std::size_t(last.in1 - std::ranges::rbegin(from));
+}
+
+} // namespace
+
+std::vector<ListStep> listSteps(const std::vector<QString> &from, const std::vector<QString> &to)
+{
+    // Most changes touch few rows of a long list.
+    const std::size_t head = commonHead(from, to);
+    Keys changed = Keys(from).subspan(head);
+    Keys into = Keys(to).subspan(head);
+    const std::size_t tail = commonTail(changed, into);
+    std::vector<ListStep> steps =
+        stepsBetween(changed.first(changed.size() - tail), into.first(into.size() - tail));
+    for (ListStep &step : steps) {
+        step.first += qsizetype(head);
+        if (step.kind != ListStep::Kind::remove)
+            step.source += qsizetype(head);
     }
     return steps;
 }

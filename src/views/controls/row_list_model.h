@@ -16,12 +16,13 @@ namespace vorn {
 /// "everything", so that rows keep their place, focus and selection. Context: UI thread.
 template <class Row> class RowListModel : public QAbstractListModel {
 public:
-    /// A member of the row, and the name that delegates know it by.
+    /// A member of the row, or what a function makes of the row when it is shown, and the name that
+    /// delegates know it by.
     struct Column {
-        template <class T>
-        Column(const char *columnName, T Row::*member)
+        template <class Part>
+        Column(const char *columnName, Part part)
             : name(columnName),
-              value([member](const Row &row) { return QVariant::fromValue(row.*member); })
+              value([part](const Row &row) { return QVariant::fromValue(std::invoke(part, row)); })
         {
         }
         QByteArray name;

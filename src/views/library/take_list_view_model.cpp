@@ -9,10 +9,20 @@ namespace vorn {
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+QString detailText(const TakeRow &take)
+{
+    return u"%1 cameras  \u2022  %2 fps"_s.arg(QString::number(take.cameras),
+                                               displayText(take.timelineFPS));
+}
+
+} // namespace
+
 TakeListViewModel::TakeListViewModel(AppStore &store)
     : m_store(store),
-      m_rows({{"takeId", &TakeRow::takeId},
-              {"detail", &TakeRow::detail},
+      m_rows({{"takeId", [](const TakeRow &take) { return displayText(take.key); }},
+              {"detail", detailText},
               {"complete", &TakeRow::complete}})
 {
     connect(&store, &AppStore::libraryChanged, this, &TakeListViewModel::refresh);
@@ -58,10 +68,7 @@ void TakeListViewModel::refresh()
     if (const VORNProject *project = m_store.selectedProject()) {
         rows.reserve(project->takes.size());
         for (const VORNTake &take : project->takes)
-            rows.push_back({take.id, displayText(take.id),
-                            u"%1 cameras  \u2022  %2 fps"_s.arg(QString::number(take.clips.size()),
-                                                                displayText(take.timelineFPS)),
-                            isComplete(take)});
+            rows.push_back({take.id, take.clips.size(), take.timelineFPS, isComplete(take)});
     }
     m_rows.setRows(std::move(rows));
     Q_EMIT changed();

@@ -11,9 +11,9 @@ namespace vorn {
 class AppStore;
 
 struct TakeRow {
-    QString key;    ///< the take's id
-    QString takeId; ///< as shown
-    QString detail;
+    QString key; ///< the take's id
+    qsizetype cameras = 0;
+    QString timelineFPS;
     bool complete = false;
 
     bool operator==(const TakeRow &) const = default;
