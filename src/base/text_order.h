@@ -17,7 +17,10 @@ namespace vorn {
 template <class Record> void sortByText(std::vector<Record> &records, QString Record::*text)
 {
     const auto less = localizedLess();
-    std::ranges::stable_sort(records, less, text);
+    // A long list is mostly in order but for what has come last.
+    const auto unsorted = std::ranges::is_sorted_until(records, less, text);
+    std::ranges::stable_sort(unsorted, records.end(), less, text);
+    std::ranges::inplace_merge(records, unsorted, less, text);
 }
 
 /// A text as it is searched: a name contains what was typed when its search form contains that of
