@@ -57,12 +57,12 @@ QCoro::Task<> AppStore::prepareSaves()
 {
     m_ui.assertCurrent();
     const QPointer<AppStore> self(this);
-    const LibraryFile::EncodedTakes encoded =
+    LibraryFile::EncodedTakes encoded =
         co_await offThread([library = m_library] { return LibraryFile::encodedTakes(library); });
     if (!self)
         co_return;
     m_ui.assertCurrent();
-    m_file.adopt(encoded);
+    m_file.adopt(std::move(encoded));
 }
 
 QCoro::Task<bool> AppStore::changeLibrary(std::function<VORNLibrary(VORNLibrary)> change)
@@ -87,7 +87,7 @@ QCoro::Task<bool> AppStore::changeLibrary(std::function<VORNLibrary(VORNLibrary)
         m_ui.assertCurrent();
     } while (m_library != *base);
     m_library = std::move(changed->library);
-    m_file.adopt(changed->texts);
+    m_file.adopt(std::move(changed->texts));
     co_return true;
 }
 

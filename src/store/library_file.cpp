@@ -40,11 +40,6 @@ Frame frameOf(const QByteArray &objectText)
     return {objectText.first(bracket), objectText.sliced(bracket)};
 }
 
-QString takeKey(const VORNProject &project, const VORNTake &take)
-{
-    return project.id + u'\n' + take.id;
-}
-
 /// Clip by clip: the one object of a take with many anchors would be several times as large as its
 /// text.
 LibraryFile::EncodedTake encodedTake(const VORNTake &take)
@@ -171,26 +166,30 @@ QString keepUnreadable(const QString &file)
 LibraryFile::EncodedTakes LibraryFile::encodedTakes(const VORNLibrary &library,
                                                     const VORNLibrary &known)
 {
-    QHash<QString, const VORNTake *> knownTakes;
+    QHash<std::pair<QString, QString>, const VORNTake *> knownTakes;
     for (const VORNProject &project : known.projects) {
         for (const VORNTake &take : project.takes)
-            knownTakes.insert(takeKey(project, take), &take);
+            knownTakes.insert({project.id, take.id}, &take);
     }
     EncodedTakes encoded;
     for (const VORNProject &project : library.projects) {
         for (const VORNTake &take : project.takes) {
-            const QString key = takeKey(project, take);
-            const VORNTake *same = knownTakes.value(key);
+            const VORNTake *same = knownTakes.value({project.id, take.id});
             if (!same || *same != take)
-                encoded.emplace(key, encodedTake(take));
+                encoded.emplace({project.id, take.id}, encodedTake(take));
         }
     }
     return encoded;
 }
 
-void LibraryFile::adopt(const EncodedTakes &encoded)
+void LibraryFile::adopt(EncodedTakes encoded)
 {
-    m_encoded.insert(encoded);
+    m_encoded.swap(encoded);
+    m_encoded.reserve(m_encoded.size() + encoded.size());
+    for (auto former = encoded.begin(); former != encoded.end(); ++former) {
+        if (!m_encoded.contains(former.key()))
+            m_encoded.emplace(former.key(), std::move(former.value()));
+    }
 }
 
 QString LibraryFile::path() const
@@ -257,8 +256,6 @@ std::vector<QByteArray> LibraryFile::encode(const VORNLibrary &library)
 {
     // The same text as jsonFromRecord(library), put together from the texts of takes:
     // in projects and in the library the list sorts last.
-    EncodedTakes encoded;
-    encoded.reserve(m_encoded.size());
     std::vector<QByteArray> pieces;
     const Frame libraryFrame = frameOf(jsonFromRecord(VORNLibrary{}));
     pieces.push_back(libraryFrame.head);
@@ -272,19 +269,16 @@ std::vector<QByteArray> LibraryFile::encode(const VORNLibrary &library)
         separator = ",\n\t\t";
         QByteArray takeSeparator = "\n\t\t\t\t";
         for (const VORNTake &take : project.takes) {
-            const QString key = takeKey(project, take);
-            EncodedTake entry = m_encoded.take(key);
+            EncodedTake &entry = m_encoded[{project.id, take.id}];
             if (entry.text.isEmpty() || entry.take != take)
                 entry = encodedTake(take);
             pieces.push_back(takeSeparator);
             pieces.push_back(entry.text);
-            encoded.emplace(key, std::move(entry)); // insert would copy every take
             takeSeparator = ",\n\t\t\t\t";
         }
         pieces.push_back(frame.tail);
     }
     pieces.push_back(libraryFrame.tail);
-    m_encoded = std::move(encoded);
     return pieces;
 }
 

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace vorn {
@@ -23,7 +24,7 @@ public:
         QByteArray text;
     };
     /// By project and take id.
-    using EncodedTakes = QHash<QString, EncodedTake>;
+    using EncodedTakes = QHash<std::pair<QString, QString>, EncodedTake>;
 
     LibraryFile() = default;
     explicit LibraryFile(QString folder) : m_folder(std::move(folder)) {}
@@ -48,7 +49,7 @@ public:
                                                    const VORNLibrary &known = {});
 
     /// Takes over prepared texts. Outdated ones do no harm.
-    void adopt(const EncodedTakes &encoded);
+    void adopt(EncodedTakes encoded);
 
 private:
     enum class Known : std::uint8_t { nothing, unreadable, library };
@@ -61,7 +62,7 @@ private:
     Known m_known = Known::library;        ///< what was there when we last looked or wrote
     std::optional<std::uint64_t> m_device; ///< of the folder that it was in
     std::optional<QString> m_kept;         ///< what the unreadable one is called now, until told
-    EncodedTakes m_encoded;
+    EncodedTakes m_encoded; ///< also of takes that have moved to another project since
 };
 
 } // namespace vorn
