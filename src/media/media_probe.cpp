@@ -44,7 +44,7 @@ double durationSeconds(const MovieHeaders &movie)
         longest = std::max(longest, editedSeconds(track, movie));
     if (movie.hasFragments) // the movie header was written before their lengths were known
         return longest > 0 ? longest : contradiction;
-    const double stated = secondsOf(movie.units.value_or(0), movie.timescale);
+    const double stated = secondsOf(movie.units, movie.timescale);
     const bool agrees = stated > 0 && std::abs(stated - longest) <= durationToleranceSeconds;
     return agrees ? stated : contradiction;
 }

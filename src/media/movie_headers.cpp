@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -41,13 +40,9 @@ void readMovieHeader(BoxReader &boxes, const MovieBox &mvhd, MovieHeaders &movie
     if (isLong(boxes, mvhd)) {
         movie.timescale = boxes.u32(mvhd, 20);
         movie.units = boxes.u64(mvhd, 24);
-        if (movie.units == std::numeric_limits<std::uint64_t>::max())
-            movie.units.reset();
     } else {
         movie.timescale = boxes.u32(mvhd, 12);
         movie.units = boxes.u32(mvhd, 16);
-        if (movie.units == std::numeric_limits<std::uint32_t>::max())
-            movie.units.reset();
     }
 }
 

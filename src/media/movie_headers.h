@@ -70,7 +70,7 @@ struct MovieTrack {
 struct MovieHeaders {
     MovieDetail detail = MovieDetail::summary;
     std::uint32_t timescale = 0;
-    std::optional<std::uint64_t> units; ///< the stated duration; absent where it is all ones
+    std::uint64_t units = 0; ///< the stated duration; all ones where it was not known
     std::vector<MovieTrack> tracks;
     std::vector<std::uint32_t> chapterTrackIds; ///< tracks that hold the chapters of others
     bool mayHaveFragments = false;
