@@ -42,12 +42,12 @@ struct StrictJPEG::Library {
     }
 
     /// The data ends within its last unit, or in the one before: with the tables that are usual, a
-    /// byte can hold the last one and the end of another.
+    /// byte can hold the last one and the end of another. Those of several scans are not counted.
     [[nodiscard]] bool isNearTheEnd() const
     {
         constexpr std::int64_t mostMissing = 1; // without the one that is unfinished
         const std::int64_t all = std::int64_t{info.MCUs_per_row} * info.MCU_rows_in_scan;
-        return header.scans == 1 && !info.progressive_mode && info.unread_marker == JPEG_EOI
+        return !info.inputctl->has_multiple_scans && info.unread_marker == JPEG_EOI
                && header.zerosBeforeEnd <= 1 && all - units <= mostMissing;
     }
 

@@ -106,7 +106,6 @@ private Q_SLOTS:
         QTest::newRow("too high") << headers(1, 8193) << refused;
         QTest::newRow("most pixels") << headers(4096, 4096) << QSize(4096, 4096);
         QTest::newRow("too many pixels") << headers(4096, 4097) << refused;
-        QTest::newRow("17 GB in a few bytes") << headers(65500, 65500) << refused;
         QTest::newRow("no lines") << headers(16, 0) << refused;
         QTest::newRow("no columns") << headers(0, 16) << refused;
         QTest::newRow("64 scans") << headers(1, 1, 64) << QSize(1, 1);
@@ -217,7 +216,6 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("jpeg");
         const QByteArray jpeg = jpegOf(samplePicture({64, 48}));
-        QTest::newRow("other bytes") << withBeforeEnd(jpeg, QByteArray(20, '\x55'));
         QTest::newRow("another byte among zeros")
             << withBeforeEnd(jpeg, QByteArray(20, '\0') + '\1' + QByteArray(20, '\0'));
         QTest::newRow("zeros in the place of the second half")
@@ -229,11 +227,18 @@ private Q_SLOTS:
             << QByteArray(progressive)
                    .insert(progressive.lastIndexOf("\xFF\xDA"), QByteArray(20, '\0'));
         QTest::newRow("a cut scan of many") << progressive.first(progressive.size() - 3) + end;
+        QTest::newRow("a restart in the place of the last byte")
+            << jpeg.chopped(3) + QByteArray("\xFF\xD0") + end;
+        const auto grey = samplePicture({64, 48}).convertToFormat(QImage::Format_Grayscale8);
+        QTest::newRow("zeros in the place of the last byte, grey")
+            << jpegOf(grey).chopped(3) + QByteArray(2, '\0') + end;
     }
     void refusesWhatOnlyLooksPadded()
     {
         QFETCH(const QByteArray, jpeg);
-        QVERIFY(!JPEGDecoder().decode(bytesOf(jpeg)));
+        JPEGDecoder decoder;
+        QVERIFY(decoder.decode(bytesOf(jpegOf(samplePicture({320, 180}))))); // a larger one
+        QVERIFY(!decoder.decode(bytesOf(jpeg)));
     }
 
     void drawsACutPictureOnlyIfACornerLacks_data()
