@@ -94,7 +94,8 @@ double largestResidualMs(const Anchors &anchors, const DriftCorrection &line)
     double largest = 0;
     for (const TimingAnchor &anchor : anchors) {
         const double residual = std::abs(DriftEngine::latenessMs(anchor, line));
-        if (residual > largest || std::isnan(residual)) // a NaN stays
+        if (residual > largest
+            || std::isnan(residual)) // a NaN stays, and with it an offset that is none
             largest = residual;
     }
     return largest;
@@ -136,12 +137,9 @@ DriftCorrection DriftEngine::fit(const std::vector<TimingAnchor> &anchors, doubl
     const double totalWeight = weightedSum(sorted, [](auto &) { return 1.0; });
     DriftCorrection result = fittedLine(sorted, totalWeight);
     const double drift = std::abs(result.referenceSecondsPerSourceSecond - 1);
-    const auto refuse = [] {
+    if (!(result.maxResidualMs <= maximumResidualMs) || !(drift <= maximumDrift))
         throw DriftExportError::invalid(
             u"Timing is nonlinear or drift is excessive; manual review is required."_s);
-    };
-    if (!(result.maxResidualMs <= maximumResidualMs) || !(drift <= maximumDrift))
-        refuse();
 
     const auto leastCertain = std::ranges::max_element(sorted, {}, &TimingAnchor::uncertaintyMs);
     result.endpointUncertaintyMs = result.maxResidualMs + 2 * leastCertain->uncertaintyMs;
@@ -153,8 +151,6 @@ DriftCorrection DriftEngine::fit(const std::vector<TimingAnchor> &anchors, doubl
             weightedSum(sorted, [](auto &one) { return one.referenceSeconds - one.sourceSeconds; })
             / totalWeight;
     }
-    if (!std::isfinite(result.offsetSeconds))
-        refuse();
     return result;
 }
 
@@ -169,9 +165,7 @@ std::optional<DriftCorrection> DriftEngine::freeLine(const std::vector<TimingAnc
     try {
         const DriftCorrection line =
             fittedLine(numbers, weightedSum(numbers, [](auto &) { return 1.0; }));
-        return std::isfinite(line.maxResidualMs) && std::isfinite(line.offsetSeconds)
-                   ? std::optional(line)
-                   : std::nullopt;
+        return std::isfinite(line.maxResidualMs) ? std::optional(line) : std::nullopt;
     } catch (const DriftExportError &) {
         return std::nullopt;
     }

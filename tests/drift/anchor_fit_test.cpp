@@ -153,9 +153,7 @@ private Q_SLOTS:
 
         row("five are enough", anchorsAt({0, 25, 50, 75, 100}));
         row("four are not", anchorsAt({0, 33, 66, 100}), needFive);
-        row("none", {}, needFive);
         row("no duration", shiftedAnchors(), needFive, 0);
-        row("negative duration", shiftedAnchors(), needFive, -100);
         row("infinite duration", shiftedAnchors(), needFive, infinity);
         row("unknown duration", shiftedAnchors(), needFive, notANumber);
         row("duration before range", changed(1, &A::confidence, 0), needFive, notANumber);
@@ -167,7 +165,6 @@ private Q_SLOTS:
         row("most uncertainty", changed(2, &A::uncertaintyMs, 5.0));
         row("more uncertainty", changed(2, &A::uncertaintyMs, above(5.0)), outOfRange);
         row("no uncertainty", changed(2, &A::uncertaintyMs, 0), outOfRange);
-        row("negative uncertainty", changed(2, &A::uncertaintyMs, -1), outOfRange);
         row("source at the end", changed(5, &A::sourceSeconds, 100), {});
         row("source past the end", changed(5, &A::sourceSeconds, above(100)), outOfRange);
         row("source before zero", changed(0, &A::sourceSeconds, below(0)), outOfRange);
@@ -175,7 +172,6 @@ private Q_SLOTS:
 
         row("equal source times", changed(2, &A::sourceSeconds, 20), notIncreasing);
         row("equal reference times", changed(2, &A::referenceSeconds, 22.5), notIncreasing);
-        row("reference runs back", changed(2, &A::referenceSeconds, 22), notIncreasing);
         Anchors rangeAndOrder = changed(0, &A::sourceSeconds, 20);
         rangeAndOrder[4].confidence = 0.5;
         row("range before order", rangeAndOrder, outOfRange);
@@ -255,6 +251,7 @@ private Q_SLOTS:
         for (const double place : {0.0, 25.0, 50.0, 75.0, 100.0})
             anchors.push_back({place * scale, place * referenceScale, 1.0, uncertaintyMs});
         QCOMPARE(thrownText([&] { (void)DriftEngine::fit(anchors, 100 * scale); }), refusal);
+        QVERIFY(!DriftEngine::freeLine(anchors));
     }
 
     void retimesOnlyWhatExceedsTheUncertainty()
