@@ -257,8 +257,11 @@ private Q_SLOTS:
             Case::malformed);
         row("one endless header",
             "HTTP/1.1 200 OK\r\nX-A: " + QByteArray(200'000, 'x') + "\r\n\r\n", Case::malformed);
-        row("compressed transfer",
-            "HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip, chunked\r\n\r\n2\r\nok\r\n0\r\n\r\n",
+        row("another transfer", "HTTP/1.1 200 OK\r\nTransfer-Encoding: identity\r\n\r\nok",
+            Case::malformed);
+        row("length in both forms",
+            "HTTP/1.1 200 OK\r\nContent-Length: 2\r\nTransfer-Encoding: chunked\r\n\r\n"
+            "2\r\nok\r\n0\r\n\r\n",
             Case::malformed);
         row("endless trailers",
             "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\nok\r\n0\r\n"
