@@ -295,7 +295,12 @@ private Q_SLOTS:
         second.remoteURL = second.remoteURL->replace(first.id, second.id);
         QCOMPARE(pathOf(second), pathOf(first));
         VORNLibrary library = store().library();
-        library.projects[0].takes[0].clips.push_back(second);
+        QList<VORNClip> &clips = library.projects[0].takes[0].clips;
+        clips[1].localPath.reset();
+        VORNClip same = clips[1]; // one recording by two ids
+        same.id += u'-';
+        same.remoteURL->append(u'-');
+        clips += {second, same};
         reopenOn(library);
         QVERIFY(download());
         QCOMPARE(messages().last(), u"! Download failed for %1: Existing destination hash differs; "
@@ -304,7 +309,7 @@ private Q_SLOTS:
 
         // Nor does it go on with what the first has left, here more than either of them takes.
         const QString partial = pathOf(first) + u".part"_s;
-        library.projects[0].takes[0].clips[0].localPath.reset();
+        clips[0].localPath.reset();
         QVERIFY(QFile::rename(partial.chopped(5), partial));
         QVERIFY(QFile::resize(partial, clipBytes + 1));
         reopenOn(library);

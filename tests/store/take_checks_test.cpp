@@ -8,11 +8,17 @@
 #include "messages.h"
 #include "store/export_listening.h"
 #include "store/library_file.h"
+#include "store/recording_check.h"
 #include "support.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace vorn;
 using namespace Qt::StringLiterals;
@@ -39,6 +45,23 @@ class TakeChecksTest : public QObject {
 private Q_SLOTS:
     void init() { QVERIFY(m_folder.emplace().isValid()); }
     void cleanup() { m_store.reset(); }
+
+    void missesAFileOnADiskThatIsThere()
+    {
+        const pid_t process = ::fork();
+        if (process == 0) {
+            if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0
+                || ::mount("tmpfs", "/mnt", "tmpfs", 0, nullptr) != 0)
+                ::_exit(2);
+            VORNTake take;
+            take.clips.emplace_back().localPath = u"/mnt/film"_s;
+            const auto checks = checkRecordings(take, [](const CheckProgress &) {});
+            ::_exit(checks[0].sentence == u"/mnt/film is not there."_s ? 0 : 1);
+        }
+        int status = 0;
+        ::waitpid(process, &status, 0);
+        QCOMPARE(status, 0);
+    }
 
     void verifiesATakeAnew()
     {
