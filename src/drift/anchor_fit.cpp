@@ -94,8 +94,8 @@ double largestResidualMs(const Anchors &anchors, const DriftCorrection &line)
     double largest = 0;
     for (const TimingAnchor &anchor : anchors) {
         const double residual = std::abs(DriftEngine::latenessMs(anchor, line));
-        if (residual > largest
-            || std::isnan(residual)) // a NaN stays, and with it an offset that is none
+        // A NaN stays, and with it an offset that is none.
+        if (residual > largest || std::isnan(residual))
             largest = residual;
     }
     return largest;
