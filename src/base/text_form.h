@@ -4,11 +4,11 @@
 #include <QByteArrayView>
 #include <QString>
 #include <QStringDecoder>
-#include <QUuid>
 
 #include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <string_view>
 
 namespace vorn {
 
@@ -17,8 +17,10 @@ namespace vorn {
 /// True when `text` holds 1 to `maximumBytes` bytes of UTF-8.
 [[nodiscard]] inline bool isBoundedText(const QString &text, qsizetype maximumBytes)
 {
-    // A UTF-16 unit is at least one byte of UTF-8: long texts need no conversion.
-    return !text.isEmpty() && text.size() <= maximumBytes && text.toUtf8().size() <= maximumBytes;
+    // A UTF-16 unit is one to three bytes of UTF-8: few texts need a conversion.
+    if (text.isEmpty() || text.size() > maximumBytes)
+        return false;
+    return text.size() <= maximumBytes / 3 || text.toUtf8().size() <= maximumBytes;
 }
 
 /// The text of UTF-8 bytes, to the character; absent when they are none (RFC 3629).
@@ -46,11 +48,13 @@ namespace vorn {
 /// A UUID written as RFC 4122 section 3 has it, 36 characters in either case, in lower case.
 [[nodiscard]] inline std::optional<QString> canonicalUuid(const QString &text)
 {
-    // What does not parse becomes the nil UUID, which then differs from the text.
-    QString canonical = QUuid::fromString(text).toString(QUuid::WithoutBraces);
-    if (canonical.compare(text, Qt::CaseInsensitive) != 0)
-        return std::nullopt;
-    return canonical;
+    constexpr std::string_view form = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
+    const auto fits = [](QChar c, char wanted) {
+        const bool isDigit =
+            (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
+        return wanted == 'x' ? isDigit : c == u'-';
+    };
+    return std::ranges::equal(text, form, fits) ? std::optional(text.toLower()) : std::nullopt;
 }
 
 } // namespace vorn

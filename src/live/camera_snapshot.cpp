@@ -16,25 +16,25 @@ namespace {
 template <class Visit> void forEachField(Visit &&visit)
 {
     std::uint32_t bit = 1;
-    const auto field = [&](QLatin1StringView key, auto read, auto place) {
+    const auto field = [&](QStringView key, auto read, auto place) {
         visit(bit, key, read, place);
         bit <<= 1;
     };
-    field("name"_L1, textValue, &LiveCamera::name);
-    field("role"_L1, textValue, &LiveCamera::role);
-    field("recording"_L1, strictBoolean, &LiveCamera::recording);
-    field("recordingSinceMs"_L1, intValue, &LiveCamera::recordingSinceMs);
-    field("takeId"_L1, textValue, &LiveCamera::takeId);
-    field("battery"_L1, intValue, &LiveCamera::battery);
-    field("freeGb"_L1, doubleValue, &LiveCamera::freeGB);
-    field("leftDb"_L1, doubleValue, &LiveCamera::leftDB);
-    field("rightDb"_L1, doubleValue, &LiveCamera::rightDB);
-    field("channels"_L1, intValue, &LiveCamera::channels);
-    field("quality"_L1, textValue, &LiveCamera::quality);
-    field("aspect"_L1, textValue, &LiveCamera::aspect);
-    field("previewRotation"_L1, intValue, &LiveCamera::previewRotation);
-    field("previewCapabilities"_L1, decodePreviewCapabilities, &LiveCamera::previewCapabilities);
-    field("previewTransport"_L1, decodePreviewTransport, &LiveCamera::previewTransport);
+    field(u"name", textValue, &LiveCamera::name);
+    field(u"role", textValue, &LiveCamera::role);
+    field(u"recording", strictBoolean, &LiveCamera::recording);
+    field(u"recordingSinceMs", intValue, &LiveCamera::recordingSinceMs);
+    field(u"takeId", textValue, &LiveCamera::takeId);
+    field(u"battery", intValue, &LiveCamera::battery);
+    field(u"freeGb", doubleValue, &LiveCamera::freeGB);
+    field(u"leftDb", doubleValue, &LiveCamera::leftDB);
+    field(u"rightDb", doubleValue, &LiveCamera::rightDB);
+    field(u"channels", intValue, &LiveCamera::channels);
+    field(u"quality", textValue, &LiveCamera::quality);
+    field(u"aspect", textValue, &LiveCamera::aspect);
+    field(u"previewRotation", intValue, &LiveCamera::previewRotation);
+    field(u"previewCapabilities", decodePreviewCapabilities, &LiveCamera::previewCapabilities);
+    field(u"previewTransport", decodePreviewTransport, &LiveCamera::previewTransport);
 }
 
 /// Of what is said of the clock; the fields have theirs from the lowest on.
@@ -46,7 +46,7 @@ CameraSnapshot::CameraSnapshot(const LiveCameraPacket &packet, QString host)
     : m_id(packet.cameraID())
 {
     m_values.host = std::move(host);
-    forEachField([&](std::uint32_t bit, QLatin1StringView key, auto read, auto place) {
+    forEachField([&](std::uint32_t bit, QStringView key, auto read, auto place) {
         if (auto value = read(packet.payload.value(key))) {
             m_values.*place = *std::move(value);
             m_said |= bit;
@@ -71,7 +71,7 @@ void CameraSnapshot::applyTo(LiveCamera &camera) &&
     camera.host = m_values.host;
     if (m_said & clockBit)
         camera.clock = m_values.clock;
-    forEachField([&](std::uint32_t bit, QLatin1StringView, auto, auto place) {
+    forEachField([&](std::uint32_t bit, QStringView, auto, auto place) {
         if (m_said & bit)
             camera.*place = std::move(m_values.*place);
     });

@@ -30,8 +30,8 @@ struct LiveCameraPacket {
     [[nodiscard]] bool hasSessionID() const { return !sessionID.isUndefined(); }
     [[nodiscard]] bool hasSequence() const { return !sequence.isUndefined(); }
     [[nodiscard]] bool hasSentMs() const { return !sentMs.isUndefined(); }
-    /// The payload's id where that is text, which a decoded packet has equal to `sender`.
-    [[nodiscard]] QString cameraID() const { return payload.value(u"id").toString(sender); }
+    /// The payload's id where that is text, else the sender: decoding has held the two equal.
+    [[nodiscard]] const QString &cameraID() const { return sender; }
 };
 
 /// A camera's answer to a Transfer Mode request.
