@@ -9,12 +9,13 @@ cd "$root"
 export ASAN_OPTIONS=detect_leaks=1:external_symbolizer_path=/usr/bin/addr2line
 
 # build_preset PRESET [TARGET ...]: builds these targets, by default all. Ninja configures again by itself when
-# a CMakeLists.txt has changed, but knows nothing of the presets.
+# a CMakeLists.txt has changed, but knows nothing of the presets. Tells of it on the standard error: what scripts print is
+# theirs.
 build_preset() {
     local preset=$1
     shift
-    [[ build/$preset/build.ninja -nt CMakePresets.json ]] || cmake --preset "$preset"
-    cmake --build --preset "$preset" --parallel "$(nproc)" ${1:+--target "$@"}
+    [[ build/$preset/build.ninja -nt CMakePresets.json ]] || cmake --preset "$preset" >&2
+    cmake --build --preset "$preset" --parallel "$(nproc)" ${1:+--target "$@"} >&2
 }
 
 # usage: prints the comment at the head of the script.
