@@ -25,7 +25,9 @@ void Program::awaitFocus(const QString &name)
 void Program::await(const QString &name, const QString &told)
 {
     const auto isSo = [&] { return shows(name) && descriptionOf(named(name)).contains(told); };
-    QVERIFY2(QTest::qWaitFor(isSo, limitMs), qPrintable(name + u": "_s + told));
+    const bool became = QTest::qWaitFor(isSo, limitMs);
+    const QString left = shows(name) ? descriptionOf(named(name)) : u"not shown"_s;
+    QVERIFY2(became, qPrintable(QStringList({name, told, left}).join(u" | ")));
 }
 
 void Program::choose(const QString &name)
