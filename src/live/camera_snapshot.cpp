@@ -48,6 +48,7 @@ CameraSnapshot::CameraSnapshot(const LiveCameraPacket &packet, QString host)
     m_values.host = std::move(host);
     forEachField([&](std::uint32_t bit, QStringView key, auto read, auto place) {
         if (auto value = read(packet.payload.value(key))) {
+            // Some places are optional. NOLINTNEXTLINE(bugprone-optional-value-conversion)
             m_values.*place = *std::move(value);
             m_said |= bit;
         }
