@@ -211,6 +211,7 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(path).size(), qint64(small.rlim_cur));
         QCOMPARE(readSessionJournal(path).entries.size(), 2U);
         writer.append({journal.entries[3]});
+        writer.append({}); // writes nothing twice
         QCOMPARE(problem, std::nullopt);
         QCOMPARE(readSessionJournal(path), journal);
     }
