@@ -116,6 +116,11 @@ int TcpServer::openConnections() const
 
 void TcpServer::acceptAll()
 {
+    // Of this thread and those that it starts: signals are for the program under test, a broken
+    // pipe is for its own threads only, and one for a fuzzer's clock ended the waiting here.
+    sigset_t all;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_BLOCK, &all, nullptr);
     for (;;) {
         FileDescriptor socket(::accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
         if (!socket.isOpen())
@@ -128,11 +133,6 @@ void TcpServer::acceptAll()
             m_open.insert(socket.get());
         }
         std::thread([this, connection = std::move(socket)]() mutable {
-            // Of this thread only: the program under test has to do without.
-            sigset_t brokenPipe;
-            ::sigemptyset(&brokenPipe);
-            ::sigaddset(&brokenPipe, SIGPIPE);
-            ::pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
             TcpPeer peer(connection.get());
             m_serve(peer);
             // Closed under the lock: the number may be another connection's at once.
