@@ -54,12 +54,9 @@ VORNLibrary knownLibrary()
             {.id = u"unassigned-"_s + uuid(100), .name = u"U"_s, .revision = 1, .takes = {loose}}}};
 }
 
-/// What is written reads back equal; but a lone surrogate is written as another character.
 template <class Record> void checkText(const Record &record)
 {
-    const QByteArray text = jsonFromRecord(record);
-    check(text.contains("\xEF\xBF\xBD") || text.contains('?')
-              || recordFromJson<Record>(text, u"f"_s) == record,
+    check(recordFromJson<Record>(jsonFromRecord(record), u"f"_s) == record,
           "what is written reads back equal");
 }
 

@@ -40,24 +40,10 @@ Frame frameOf(const QByteArray &objectText)
     return {objectText.first(bracket), objectText.sliced(bracket)};
 }
 
-/// Clip by clip: the one object of a take with many anchors would be several times as large as its
-/// text.
 LibraryFile::EncodedTake encodedTake(const VORNTake &take)
 {
-    constexpr int levels = 4;     // library, projects, project, takes
-    constexpr int clipLevels = 6; // take, clips
-    VORNTake bare = take;
-    bare.clips.clear();
-    const QByteArray frame = nestedJsonFromRecord(bare, levels);
-    const qsizetype bracket = frame.indexOf('[') + 1; // "clips" sorts first
-    QByteArray text = frame.first(bracket);
-    QByteArray separator = '\n' + QByteArray(clipLevels, '\t');
-    for (const VORNClip &clip : take.clips) {
-        text += separator + nestedJsonFromRecord(clip, clipLevels);
-        separator = ",\n" + QByteArray(clipLevels, '\t');
-    }
-    text += QByteArrayView(frame).sliced(bracket);
-    return {take, text};
+    constexpr qsizetype level = 4; // library, projects, project, takes
+    return {take, nestedJsonFromRecord(take, level)};
 }
 
 struct Place {
