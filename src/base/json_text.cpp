@@ -156,7 +156,8 @@ void appendJson(QByteArray &json, double number)
         json += "null";
         return;
     }
-    // ECMAScript's rule keeps numbers of a common size without an exponent.
+    // As ECMAScript writes numbers: those of a common size without an exponent, and -0 (to which
+    // 0.0 is added) as 0.
     std::array<char, 32> digits{};
     const double size = std::abs(number);
     const bool isCommon = size == 0 || (size >= 1e-4 && size < 1e15);

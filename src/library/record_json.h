@@ -157,7 +157,7 @@ private:
     QByteArray &m_json;
     qsizetype m_level;
     bool m_hasItems = false;
-    QStringView m_last; ///< the key
+    QStringView m_last; ///< key, to see the order of the list
 };
 
 /// `Type` is `Record`, or const as a writer sees it.
