@@ -45,8 +45,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         return 0;
     static JPEGDecoder decoder;
     const auto picture = decoder.decode(std::as_bytes(input));
+    const auto small = decoder.decode(std::as_bytes(input), 1);
+    check(picture.has_value() == small.has_value(), "what is refused is the same at any size");
     if (!picture)
         return 0;
+    check(small->image.size() == QSize((header->width + 7) / 8, (header->height + 7) / 8)
+              && small->size == picture->image.size(),
+          "a small picture is an eighth");
     check(picture->image.size() == QSize(header->width, header->height)
               && picture->image.format() == QImage::Format_RGB32,
           "a picture is what its header says");

@@ -165,6 +165,20 @@ private:
     JPEGHeader m_header;
 };
 
+/// Of the sizes at which the library draws a picture of that size as fast as it reads it.
+QSize sizeToDraw(QSize picture, int shownWidth)
+{
+    QSize drawn = picture;
+    for (const int part : {2, 4, 8}) {
+        const QSize smaller((picture.width() + part - 1) / part,
+                            (picture.height() + part - 1) / part);
+        if (smaller.width() < shownWidth || shownWidth <= 0)
+            break;
+        drawn = smaller;
+    }
+    return drawn;
+}
+
 } // namespace
 
 std::optional<JPEGHeader> readJPEGHeader(std::span<const std::byte> jpeg)
@@ -172,18 +186,20 @@ std::optional<JPEGHeader> readJPEGHeader(std::span<const std::byte> jpeg)
     return MarkerWalk(jpeg).read();
 }
 
-std::optional<JPEGPicture> JPEGDecoder::decode(std::span<const std::byte> jpeg)
+std::optional<JPEGPicture> JPEGDecoder::decode(std::span<const std::byte> jpeg, int shownWidth)
 {
     const auto header = readJPEGHeader(jpeg);
     if (!header)
         return std::nullopt;
-    QImage &image = freeImage(QSize(header->width, header->height));
+    const QSize size(header->width, header->height);
+    QImage &image = freeImage(sizeToDraw(size, shownWidth));
     // Half a picture is no picture, and the time that a decoder spends on data that is not there is
     // what a hostile sender is after.
     if (image.isNull() || !m_library.decode(jpeg, *header, image))
         return std::nullopt;
-    return JPEGPicture{image, QByteArray(reinterpret_cast<const char *>(header->comment.data()),
-                                         qsizetype(header->comment.size()))};
+    return JPEGPicture{image, size,
+                       QByteArray(reinterpret_cast<const char *>(header->comment.data()),
+                                  qsizetype(header->comment.size()))};
 }
 
 QImage &JPEGDecoder::freeImage(QSize size)

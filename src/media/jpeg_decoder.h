@@ -22,6 +22,7 @@ namespace vorn {
 /// A picture with the comment that lay beside it.
 struct JPEGPicture {
     QImage image; ///< Format_RGB32, which is drawn without a conversion
+    QSize size;   ///< of the picture; the image may be a smaller one of it
     QByteArray comment;
 };
 
@@ -38,7 +39,11 @@ public:
     ///   units of blocks (16 by 16 pixels at most, each) want; those are drawn as far as they go.
     /// What else a decoder could mend is refused: data that ends earlier, zeros in the place of
     /// data, other bytes before a marker, a marker that is missing.
-    [[nodiscard]] std::optional<JPEGPicture> decode(std::span<const std::byte> jpeg);
+    /// The image is drawn at a half, a quarter or an eighth of the picture's size, the smallest
+    /// that is at least `shownWidth` pixels wide, which takes less time; at its size for 0. What is
+    /// refused is the same at any.
+    [[nodiscard]] std::optional<JPEGPicture> decode(std::span<const std::byte> jpeg,
+                                                    int shownWidth = 0);
 
 private:
     [[nodiscard]] QImage &freeImage(QSize size);

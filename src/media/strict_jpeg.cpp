@@ -51,6 +51,19 @@ struct StrictJPEG::Library {
                && header.zerosBeforeEnd <= 1 && all - units <= mostMissing;
     }
 
+    /// Has the picture drawn at that size.
+    void fit(QSize size)
+    {
+        for (const unsigned part : {1U, 2U, 4U, 8U}) {
+            info.scale_num = 1;
+            info.scale_denom = part;
+            jpeg_calc_output_dimensions(&info);
+            if (QSize(int(info.output_width), int(info.output_height)) == size)
+                return;
+        }
+        std::longjmp(refusal, 1);
+    }
+
     void countUnits()
     {
         units = 0;
@@ -106,9 +119,10 @@ bool StrictJPEG::decode(std::span<const std::byte> jpeg, const JPEGHeader &heade
     }
     jpeg_mem_src(&info, reinterpret_cast<const unsigned char *>(jpeg.data()), jpeg.size());
     jpeg_read_header(&info, TRUE);
-    if (int(info.image_width) != image.width() || int(info.image_height) != image.height())
-        std::longjmp(library.refusal, 1);
-    info.mem->max_memory_to_use = long(JPEGHeader::maximumBytes - image.sizeInBytes());
+    library.fit(image.size());
+    constexpr int bytesOfPixel = 4;
+    info.mem->max_memory_to_use =
+        long(JPEGHeader::maximumBytes - std::int64_t{bytesOfPixel} * header.width * header.height);
     info.out_color_space = JCS_EXT_BGRA; // as Format_RGB32 lies in memory
     jpeg_start_decompress(&info);
     library.countUnits();

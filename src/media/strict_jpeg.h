@@ -21,8 +21,9 @@ public:
     StrictJPEG(const StrictJPEG &) = delete;
     StrictJPEG &operator=(const StrictJPEG &) = delete;
 
-    /// Decodes into `image`, which is of the header's size and Format_RGB32; false when the picture
-    /// is damaged or takes more than JPEGHeader::maximumBytes, and then half of it may be drawn.
+    /// Decodes into `image`, which is of Format_RGB32 and the header's size, or a half, a quarter
+    /// or an eighth of it, rounded up; false when the picture is damaged or takes more than
+    /// JPEGHeader::maximumBytes at its own size, and then half of it may be drawn.
     /// `header` is what the walk over `jpeg` found.
     [[nodiscard]] bool decode(std::span<const std::byte> jpeg, const JPEGHeader &header,
                               QImage &image);

@@ -107,7 +107,10 @@ void LivePreviewStore::publish(const StreamKey &key, const PreviewFrame &frame,
     m_frameTimes[key.cameraID] = std::chrono::system_clock::now();
     m_statistics[key] = statistics;
     const bool hadError = m_errors.erase(key.cameraID) > 0;
-    m_streams.post([key](PreviewStreams &streams) { streams.frameTaken(key); });
+    int shownWidth = 0;
+    Q_EMIT shownWidthAsked(key, shownWidth);
+    m_streams.post(
+        [key, shownWidth](PreviewStreams &streams) { streams.frameTaken(key, shownWidth); });
     Q_EMIT frameChanged(key.cameraID, key.profile);
     if (before != frame.transport)
         Q_EMIT transportChanged(key.cameraID, key.profile);

@@ -50,6 +50,9 @@ public:
 Q_SIGNALS:
     /// A new frame of that camera and profile, or none any more.
     void frameChanged(const QString &cameraID, vorn::VORNPreviewProfile profile);
+    /// Who shows the latest frame of that stream raises `pixels` to how many it draws it wide, so
+    /// that the next ones are decoded no larger than needed.
+    void shownWidthAsked(const vorn::StreamKey &key, int &pixels) const;
     void transportChanged(const QString &cameraID, vorn::VORNPreviewProfile profile);
     void errorChanged(const QString &cameraID);
 

@@ -99,9 +99,9 @@ private:
     std::chrono::milliseconds m_wholeFrame;
 };
 
-JPEGPicture decoded(std::span<const std::byte> bytes, JPEGDecoder &decoder)
+JPEGPicture decoded(std::span<const std::byte> bytes, JPEGDecoder &decoder, int shownWidth = 0)
 {
-    auto picture = isJPEG(bytes) ? decoder.decode(bytes) : std::nullopt;
+    auto picture = isJPEG(bytes) ? decoder.decode(bytes, shownWidth) : std::nullopt;
     if (!picture)
         throw VORNPreviewError(invalidJPEG);
     return *std::move(picture);
@@ -109,15 +109,20 @@ JPEGPicture decoded(std::span<const std::byte> bytes, JPEGDecoder &decoder)
 
 /// What the frames of one call of `receive` share.
 struct FrameReader {
-    std::vector<std::byte> buffer;
-    JPEGDecoder decoder;
+    std::shared_ptr<const std::atomic<int>> shownWidth;
+    std::vector<std::byte> buffer = {};
+    JPEGDecoder decoder = {};
 
     PreviewFrame next(Connection &connection, Transport transport)
     {
         const auto bytes = connection.readFrame(buffer);
         const auto receivedAt = MonotonicClock::now();
-        JPEGPicture picture = decoded(bytes, decoder);
-        return {std::move(picture.image), transport, receivedAt, std::move(picture.comment)};
+        JPEGPicture picture = decoded(bytes, decoder, shownWidth ? shownWidth->load() : 0);
+        return {.image = std::move(picture.image),
+                .size = picture.size,
+                .transport = transport,
+                .receivedAt = receivedAt,
+                .comment = std::move(picture.comment)};
     }
 };
 
@@ -126,7 +131,7 @@ struct FrameReader {
 Transport receive(const Camera &camera, VORNPreviewProfile profile, bool preferLegacy,
                   const StopSignal &stop, const std::function<void(PreviewFrame)> &onFrame)
 {
-    FrameReader reader;
+    FrameReader reader{.shownWidth = camera.shownWidth};
     if (!preferLegacy) {
         if (stop.isRequested())
             return Transport::persistent;

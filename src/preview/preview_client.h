@@ -10,11 +10,13 @@
 #include <QImage>
 #include <QString>
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <functional>
+#include <memory>
 #include <span>
 
 namespace vorn {
@@ -36,6 +38,7 @@ private:
 /// One decoded preview frame.
 struct PreviewFrame {
     QImage image; ///< Format_RGB32
+    QSize size;   ///< of the picture; the image is a smaller one where no more is shown
     Transport transport = Transport::persistent;
     MonotonicClock::time_point receivedAt; ///< when its last byte had come
     QByteArray comment;                    ///< the first comment in the JPEG, as it was sent
@@ -66,6 +69,9 @@ struct Camera {
     QString host; ///< dotted IPv4; names are not resolved
     std::uint16_t serverPort = port;
     Limits limits = {};
+    /// How many pixels wide its pictures are drawn: they are decoded no larger than that needs.
+    /// In full at 0, or where nobody tells.
+    std::shared_ptr<const std::atomic<int>> shownWidth = {};
 };
 
 /// Receives frames until `stop` is requested, which ends every wait at once. Without

@@ -58,9 +58,11 @@ void PreviewStreams::apply(const StreamChanges &changes)
     }
     if (m_eligibleIDs != m_reconciler.eligibleIDs()) {
         m_eligibleIDs = m_reconciler.eligibleIDs();
-        std::erase_if(m_mailboxes, [this](const auto &entry) VORN_RUNS_ON(m_state) {
+        const auto hasLeft = [this](const auto &entry) VORN_RUNS_ON(m_state) {
             return !m_eligibleIDs.contains(entry.first.cameraID);
-        });
+        };
+        std::erase_if(m_mailboxes, hasLeft);
+        std::erase_if(m_shownWidths, hasLeft);
         Q_EMIT eligibleIDsChanged(m_eligibleIDs);
     }
     for (const StreamRun &run : changes.started)
@@ -78,11 +80,15 @@ void PreviewStreams::startWorker(const StreamRun &run)
         QMetaObject::invokeMethod(
             this, [this, run, frame] { receiveFrame(run, frame); }, Qt::QueuedConnection);
     };
+    std::shared_ptr<std::atomic<int>> &shownWidth = m_shownWidths[run.key];
+    if (!shownWidth)
+        shownWidth = std::make_shared<std::atomic<int>>(0);
     try {
         m_workers[run.token] = std::make_unique<StreamWorker>(
             StreamWorker::Request{.camera = {.host = run.host,
                                              .serverPort = m_options.serverPort,
-                                             .limits = m_options.limits},
+                                             .limits = m_options.limits,
+                                             .shownWidth = shownWidth},
                                   .profile = run.key.profile,
                                   .prefersLegacy = run.prefersLegacy},
             StreamWorker::Handlers{.onFrame = receive, .onEnd = end});
@@ -101,9 +107,12 @@ void PreviewStreams::receiveFrame(const StreamRun &run, const PreviewFrame &fram
         publish(run.key, m_mailboxes[run.key].put(frame));
 }
 
-void PreviewStreams::frameTaken(const StreamKey &key)
+void PreviewStreams::frameTaken(const StreamKey &key, int shownWidth)
 {
     m_state.assertCurrent();
+    const auto width = m_shownWidths.find(key);
+    if (width != m_shownWidths.end() && shownWidth > 0)
+        width->second->store(shownWidth);
     const auto mailbox = m_mailboxes.find(key);
     if (mailbox != m_mailboxes.end())
         publish(key, mailbox->second.taken());

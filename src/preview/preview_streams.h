@@ -8,6 +8,7 @@
 
 #include <QObject>
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <set>
@@ -34,8 +35,9 @@ public:
     void update(std::vector<LiveCamera> cameras);
     void select(std::set<QString> cameraIDs);
     void stop();
-    /// The frame that was last published for the stream has been taken.
-    void frameTaken(const StreamKey &key);
+    /// The frame that was last published for the stream has been taken, and is shown so many pixels
+    /// wide; nowhere for 0, and then the next ones come as they did.
+    void frameTaken(const StreamKey &key, int shownWidth);
 
 Q_SIGNALS:
     /// The newest frame of a stream. The next one comes after frameTaken.
@@ -58,6 +60,8 @@ private:
     StreamReconciler m_reconciler VORN_OWNED_BY(m_state);
     std::set<QString> m_eligibleIDs VORN_OWNED_BY(m_state); ///< as last told
     std::map<StreamKey, FrameMailbox> m_mailboxes VORN_OWNED_BY(m_state);
+    /// The workers read the values.
+    std::map<StreamKey, std::shared_ptr<std::atomic<int>>> m_shownWidths VORN_OWNED_BY(m_state);
     /// Last, so that no worker outlives what it reports to.
     std::map<StreamToken, std::unique_ptr<StreamWorker>> m_workers VORN_OWNED_BY(m_state);
 };

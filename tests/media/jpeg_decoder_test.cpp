@@ -7,6 +7,8 @@
 #include <QFile>
 #include <QtTest>
 
+#include <cstdlib>
+
 using namespace vorn;
 
 namespace {
@@ -94,6 +96,45 @@ private Q_SLOTS:
         QCOMPARE(picture->image.format(), QImage::Format_RGB32);
         QCOMPARE(picture->image,
                  QImage::fromData(jpeg, "jpeg").convertToFormat(QImage::Format_RGB32));
+    }
+
+    void drawsNoLargerThanShown_data()
+    {
+        QTest::addColumn<int>("shownWidth");
+        QTest::addColumn<QSize>("drawn");
+        QTest::newRow("nobody tells") << 0 << QSize(321, 181);
+        QTest::newRow("larger") << 1000 << QSize(321, 181);
+        QTest::newRow("more than a half") << 162 << QSize(321, 181);
+        QTest::newRow("a half") << 161 << QSize(161, 91);
+        QTest::newRow("a quarter") << 81 << QSize(81, 46);
+        QTest::newRow("tiny") << 1 << QSize(41, 23);
+    }
+    void drawsNoLargerThanShown()
+    {
+        QFETCH(const int, shownWidth);
+        QFETCH(const QSize, drawn);
+        for (const JPEGCoding coding : {JPEGCoding::baseline, JPEGCoding::progressive}) {
+            const QByteArray jpeg = jpegOf(samplePicture({321, 181}), coding);
+            JPEGDecoder decoder;
+            const QImage whole = decoder.decode(bytesOf(jpeg))->image;
+            const auto picture = decoder.decode(bytesOf(jpeg), shownWidth);
+            QVERIFY(picture);
+            QCOMPARE(picture->size, whole.size());
+            QCOMPARE(picture->image.size(), drawn);
+            // The whole picture and not a part of it, as another would make it smaller.
+            const QSize few(4, 4);
+            const auto coarse = [&](const QImage &image) {
+                return image.scaled(few, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+            };
+            const QImage expected = coarse(whole);
+            const QImage actual = coarse(picture->image);
+            for (int place = 0; place < few.width() * few.height(); ++place) {
+                const QPoint at(place % few.width(), place / few.width());
+                QVERIFY(std::abs(expected.pixelColor(at).red() - actual.pixelColor(at).red()) < 12);
+                QVERIFY(std::abs(expected.pixelColor(at).blue() - actual.pixelColor(at).blue())
+                        < 12);
+            }
+        }
     }
 
     void readsHeadersWithinBounds_data()
@@ -188,6 +229,7 @@ private Q_SLOTS:
         constexpr qint64 most = qint64{80} * 1024;
         QVERIFY2(taken < most + most / 8, // which a sanitizer adds
                  qPrintable(QString::number(taken)));
+        QTEST(JPEGDecoder().decode(bytesOf(jpeg), 1).has_value(), "isDrawn");
     }
 
     void drawsWhatIsMerelyPadded_data()
@@ -239,6 +281,7 @@ private Q_SLOTS:
         JPEGDecoder decoder;
         QVERIFY(decoder.decode(bytesOf(jpegOf(samplePicture({320, 180}))))); // a larger one
         QVERIFY(!decoder.decode(bytesOf(jpeg)));
+        QVERIFY(!decoder.decode(bytesOf(jpeg), 1));
     }
 
     void drawsACutPictureOnlyIfACornerLacks_data()
@@ -268,6 +311,7 @@ private Q_SLOTS:
             QVERIFY2(size < jpeg.size() - 3 || drawn, "a byte may lack");
             QVERIFY2(!drawn || wasDrawn, "drawn, though with more of it it was refused");
             wasDrawn = drawn.has_value();
+            QCOMPARE(decoder.decode(bytesOf(jpeg.first(size) + end), 1).has_value(), wasDrawn);
             if (!drawn)
                 continue;
             for (const QRect &rest : {QRect({0, 0}, QSize(whole.width(), sides.height())),

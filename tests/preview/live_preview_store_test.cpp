@@ -10,6 +10,7 @@
 
 #include <malloc.h>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 
@@ -150,6 +151,38 @@ private Q_SLOTS:
         QCOMPARE(statistics.received, count);
         QCOMPARE(statistics.published + statistics.replaced, count);
         QVERIFY(statistics.maximumGap > 0ns);
+    }
+
+    void decodesNoLargerThanItIsShown()
+    {
+        PreviewServer server(streamOf(redJPEG));
+        QObject scope;
+        auto *const store = makeStore(server.port(), &scope);
+        int shownWidth = 0;
+        connect(store, &LivePreviewStore::shownWidthAsked, &scope,
+                [&](const StreamKey &key, int &pixels) {
+                    if (key.profile == wall)
+                        pixels = std::max(pixels, shownWidth);
+                });
+        store->start({camera(u"a"_s, u"127.0.0.1"_s)});
+        store->select({u"a"_s});
+        const QSize whole(64, 48);
+        const auto drawn = [&] {
+            const PreviewFrame *frame = store->frame(u"a"_s, wall);
+            return frame && frame->size == whole ? frame->image.size() : QSize();
+        };
+        QTRY_COMPARE(drawn(), whole);
+        shownWidth = 20;
+        QTRY_COMPARE(drawn(), whole / 2);
+        // One that nobody shows stays as it was; each stream has a width of its own.
+        shownWidth = 0;
+        const auto published = [&] { return store->statistics().at({u"a"_s, wall}).published; };
+        const auto before = published();
+        QTRY_VERIFY(published() > before + 10);
+        QCOMPARE(drawn(), whole / 2);
+        QCOMPARE(store->selectedFrames().at(u"a"_s).image.size(), whole);
+        shownWidth = 33;
+        QTRY_COMPARE(drawn(), whole);
     }
 
     void aStopEndsTheStreamOfASilentPhone()

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "rig_phones.h"
+#include "views/director/camera_frame_image.h"
 #include "window_probe.h"
 
 #include <QtTest>
@@ -76,6 +77,21 @@ public:
     {
         return std::ranges::count_if(visibleItems(window()->contentItem()), [](QQuickItem *item) {
             return item->inherits("vorn::CameraFrameImage") && item->property("hasFrame").toBool();
+        });
+    }
+    /// Whether each picture is decoded as large as it is drawn, and not much larger.
+    [[nodiscard]] bool decodesWhatItShows() const
+    {
+        return std::ranges::all_of(visibleItems(window()->contentItem()), [](QQuickItem *item) {
+            const auto *shown = qobject_cast<CameraFrameImage *>(item);
+            if (!shown || !shown->frame())
+                return true;
+            const QSize image = shown->frame()->image.size();
+            const double drawn = // phones are held level
+                image.scaled(item->size().toSize(), Qt::KeepAspectRatio).width()
+                * item->window()->effectiveDevicePixelRatio();
+            const bool isWhole = image == shown->frame()->size;
+            return (isWhole || image.width() > drawn - 2) && image.width() < 2 * drawn + 4;
         });
     }
     void goToTheEndOfTheTake()

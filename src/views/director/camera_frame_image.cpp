@@ -7,6 +7,8 @@
 #include <QSGImageNode>
 #include <QSGTransformNode>
 
+#include <algorithm>
+#include <cmath>
 #include <memory>
 #include <utility>
 
@@ -42,6 +44,8 @@ void CameraFrameImage::setDirector(DirectorViewModel *director)
     if (director) {
         connect(&director->session().previews(), &LivePreviewStore::frameChanged, this,
                 &CameraFrameImage::onFrame);
+        connect(&director->session().previews(), &LivePreviewStore::shownWidthAsked, this,
+                &CameraFrameImage::tellShownWidth);
         connect(&director->pacer(), &FramePacer::beat, this, [this] {
             if (m_isOutdated)
                 refresh();
@@ -95,7 +99,7 @@ void CameraFrameImage::refresh()
     m_isOutdated = false;
     const PreviewFrame *shown = frame();
     const QImage image = shown ? shown->image : QImage();
-    const int rotation = shown ? m_director->session().frameRotation(m_cameraID, image.size()) : 0;
+    const int rotation = shown ? m_director->session().frameRotation(m_cameraID, shown->size) : 0;
     const QString age = shown ? textOfAge(MonotonicClock::now() - shown->receivedAt) : QString();
     if (std::exchange(m_ageText, age) != age)
         Q_EMIT ageTextChanged();
@@ -103,11 +107,33 @@ void CameraFrameImage::refresh()
         return;
     const bool hadFrame = hasFrame();
     m_image = image;
+    m_size = shown ? shown->size : QSize();
     m_isNewImage = true;
     m_rotation = rotation;
     update();
     if (hadFrame != hasFrame())
         Q_EMIT hasFrameChanged();
+}
+
+QSizeF CameraFrameImage::drawnSize(QSize picture, int rotation) const
+{
+    const bool isQuarterTurn = rotation == 90 || rotation == 270;
+    return QSizeF(picture).scaled(isQuarterTurn ? size().transposed() : size(),
+                                  Qt::KeepAspectRatio);
+}
+
+void CameraFrameImage::tellShownWidth(const StreamKey &key, int &pixels) const
+{
+    const PreviewFrame *shown = key.cameraID == m_cameraID && window() ? frame() : nullptr;
+    if (!shown)
+        return;
+    const DirectorSession &session = m_director->session();
+    if (shown != session.previews().frame(key.cameraID, key.profile))
+        return;
+    const int rotation = session.frameRotation(m_cameraID, shown->size);
+    const double width =
+        drawnSize(shown->size, rotation).width() * window()->effectiveDevicePixelRatio();
+    pixels = std::max(pixels, int(std::ceil(width)));
 }
 
 QSGNode *CameraFrameImage::updatePaintNode(QSGNode *old, UpdatePaintNodeData *)
@@ -127,9 +153,7 @@ QSGNode *CameraFrameImage::updatePaintNode(QSGNode *old, UpdatePaintNodeData *)
     if (std::exchange(m_isNewImage, false))
         frame->setTexture(window()->createTextureFromImage(m_image, QQuickWindow::TextureIsOpaque));
 
-    const bool isQuarterTurn = m_rotation == 90 || m_rotation == 270;
-    const QSizeF room = isQuarterTurn ? size().transposed() : size();
-    const QSizeF fitted = QSizeF(m_image.size()).scaled(room, Qt::KeepAspectRatio);
+    const QSizeF fitted = drawnSize(m_size, m_rotation);
     frame->setRect(QRectF(QPointF(-fitted.width() / 2, -fitted.height() / 2), fitted));
     QMatrix4x4 matrix;
     matrix.translate(float(width() / 2), float(height() / 2));

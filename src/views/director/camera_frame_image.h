@@ -55,12 +55,16 @@ protected:
 private:
     void onFrame(const QString &cameraID, VORNPreviewProfile profile);
     void refresh();
+    /// How large the picture is drawn, before it is turned.
+    [[nodiscard]] QSizeF drawnSize(QSize picture, int rotation) const;
+    void tellShownWidth(const StreamKey &key, int &pixels) const;
 
     QPointer<DirectorViewModel> m_director;
     QString m_cameraID;
     bool m_isMonitor = false;
     bool m_isOutdated = false; ///< a newer frame waits for the next beat
     QImage m_image;
+    QSize m_size; ///< of the picture of which the image shows all, perhaps smaller
     QString m_ageText;
     bool m_isNewImage = false; ///< since it was last drawn
     int m_rotation = 0;        ///< degrees, clockwise

@@ -159,8 +159,8 @@ void CameraWallViewModel::followPictures()
         const auto last = m_lastRatios.find(row.cameraID);
         if (const PreviewFrame *frame =
                 m_session.previews().frame(row.cameraID, VORNPreviewProfile::wall)) {
-            QSizeF size = frame->image.size();
-            if (m_session.frameRotation(row.cameraID, frame->image.size()) % 180 == 90)
+            QSizeF size = frame->size;
+            if (m_session.frameRotation(row.cameraID, frame->size) % 180 == 90)
                 size.transpose();
             ratios[row.cameraID] =
                 std::clamp(size.width() / size.height(), tallestPlace, widestPlace);
