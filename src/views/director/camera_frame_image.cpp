@@ -124,7 +124,8 @@ QSizeF CameraFrameImage::drawnSize(QSize picture, int rotation) const
 
 void CameraFrameImage::tellShownWidth(const StreamKey &key, int &pixels) const
 {
-    const PreviewFrame *shown = key.cameraID == m_cameraID && window() ? frame() : nullptr;
+    const bool isSeen = window() && window()->isVisible() && isVisible();
+    const PreviewFrame *shown = isSeen && key.cameraID == m_cameraID ? frame() : nullptr;
     if (!shown)
         return;
     const DirectorSession &session = m_director->session();
