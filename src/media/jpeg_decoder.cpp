@@ -165,7 +165,7 @@ private:
     JPEGHeader m_header;
 };
 
-/// Of the sizes at which the library draws a picture of that size as fast as it reads it.
+/// The smallest that is as wide, of those for which libjpeg transforms fewer coefficients.
 QSize sizeToDraw(QSize picture, int shownWidth)
 {
     QSize drawn = picture;
