@@ -165,7 +165,8 @@ private:
     JPEGHeader m_header;
 };
 
-/// The smallest that is as wide, of those for which libjpeg transforms fewer coefficients.
+/// The picture's size or a half, a quarter or an eighth, for which libjpeg has less to transform:
+/// the smallest that is as wide as what is shown.
 QSize sizeToDraw(QSize picture, int shownWidth)
 {
     QSize drawn = picture;

@@ -7,6 +7,9 @@
 
 #include <QtTest>
 
+#include <algorithm>
+#include <optional>
+
 namespace vorn {
 
 /// A test of the Director window with four phones.
@@ -79,20 +82,25 @@ public:
             return item->inherits("vorn::CameraFrameImage") && item->property("hasFrame").toBool();
         });
     }
-    /// Whether each picture is decoded as large as it is drawn, and not much larger.
-    [[nodiscard]] bool decodesWhatItShows() const
+    /// The widest decoded picture that is shown, in pixels; none where one is decoded smaller than
+    /// it is drawn, or much larger.
+    [[nodiscard]] std::optional<int> widestDecoded() const
     {
-        return std::ranges::all_of(visibleItems(window()->contentItem()), [](QQuickItem *item) {
+        int widest = 0;
+        for (QQuickItem *item : visibleItems(window()->contentItem())) {
             const auto *shown = qobject_cast<CameraFrameImage *>(item);
-            if (!shown || !shown->frame())
-                return true;
-            const QSize image = shown->frame()->image.size();
+            const PreviewFrame *frame = shown ? shown->frame() : nullptr;
+            if (!frame)
+                continue;
+            const int width = frame->image.width();
             const double drawn = // phones are held level
-                image.scaled(item->size().toSize(), Qt::KeepAspectRatio).width()
+                QSizeF(frame->size).scaled(item->size(), Qt::KeepAspectRatio).width()
                 * item->window()->effectiveDevicePixelRatio();
-            const bool isWhole = image == shown->frame()->size;
-            return (isWhole || image.width() > drawn - 2) && image.width() < 2 * drawn + 4;
-        });
+            if ((width < drawn && width < frame->size.width()) || width > 2 * drawn + 2)
+                return std::nullopt;
+            widest = std::max(widest, width);
+        }
+        return widest;
     }
     void goToTheEndOfTheTake()
     {
